@@ -1,0 +1,35 @@
+if(BUILD_TESTING)
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+endif()
+
+# orvane_test(NAME SOURCES file... [LIBRARIES target...] [PROPERTIES property value...]): a GoogleTest program.
+# PROPERTIES go to each of its tests; one that starts the inference runtime has the label `runtime`.
+function(orvane_test name)
+    if(NOT BUILD_TESTING)
+        return()
+    endif()
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "" "" "SOURCES;LIBRARIES;PROPERTIES")
+    add_executable(${name} ${TEST_SOURCES})
+    orvane_warnings(${name})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} GTest::gtest_main)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 ${TEST_PROPERTIES})
+    foreach(source IN LISTS TEST_SOURCES)
+        cmake_path(ABSOLUTE_PATH source)
+        set_property(GLOBAL APPEND PROPERTY ORVANE_TEST_SOURCES ${source})
+    endforeach()
+endfunction()
+
+# Stops when a test source stands in the tree but in no test program.
+function(orvane_check_test_sources)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS
+        ${PROJECT_SOURCE_DIR}/core/*_test.cpp ${PROJECT_SOURCE_DIR}/platform/*_test.cpp
+        ${PROJECT_SOURCE_DIR}/backends/*_test.cpp ${PROJECT_SOURCE_DIR}/cli/*_test.cpp
+        ${PROJECT_SOURCE_DIR}/examples/*_test.cpp ${PROJECT_SOURCE_DIR}/testing/*_test.cpp)
+    get_property(known GLOBAL PROPERTY ORVANE_TEST_SOURCES)
+    list(REMOVE_ITEM found ${known})
+    if(found)
+        message(FATAL_ERROR "These test sources are in no target: ${found}")
+    endif()
+endfunction()

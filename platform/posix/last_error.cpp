@@ -1,0 +1,11 @@
+#include "platform/last_error.h"
+
+#include <cerrno>
+
+namespace Orvane::Platform {
+
+uint32_t LastError() noexcept {
+    return static_cast<uint32_t>(errno);
+}
+
+}  // namespace Orvane::Platform

@@ -1,0 +1,11 @@
+#include "platform/last_error.h"
+
+#include <windows.h>
+
+namespace Orvane::Platform {
+
+uint32_t LastError() noexcept {
+    return GetLastError();
+}
+
+}  // namespace Orvane::Platform
