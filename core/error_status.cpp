@@ -1,0 +1,16 @@
+#include "core/error_status.h"
+
+#include <orvane/log.h>
+
+namespace Orvane {
+
+Status MakeErrorStatus(const std::string& message, int32_t code) {
+    Log(kLogLevelError, "[ORVANE]:error=%s, status=%d", message.c_str(), code);
+    return {message.empty() ? "Unknown Error" : message, code};
+}
+
+Status MakeSuccessStatus() {
+    return {};
+}
+
+}  // namespace Orvane

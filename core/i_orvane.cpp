@@ -1,0 +1,11 @@
+#include "core/i_orvane.h"
+
+#include "core/error_status.h"
+
+namespace Orvane {
+
+Status IOrvane::BindTensor(uint32_t /*index*/, TensorType /*type*/, uint32_t /*otherIndex*/, TensorType /*otherType*/) {
+    return MakeErrorStatus("不支持此操作");
+}
+
+}  // namespace Orvane

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Orvane {
+
+/// Inference frameworks by number. Only the two OpenVINO numbers are enabled; `Init` refuses the others.
+enum FrameworkType : uint32_t {
+    FrameworkTypeTFLite = 0,
+    FrameworkTypeOnnxRuntime = 1,
+    FrameworkTypeMnn = 2,
+    FrameworkTypeCoreML = 4,
+    FrameworkTypeOpenvinoPlain = 5,  ///< OpenVINO too, but an option set carries no OpenVINO options for it
+    FrameworkTypeTorchLite = 6,
+    FrameworkTypeInvalid = 7,
+    FrameworkTypeQnn = 8,
+    FrameworkTypeOpenvino = 9,
+};
+
+/// Everything that initialisation reads, as plain values. An option set fills it (`OptionV2::ToParams`).
+/// All texts are UTF-8.
+struct InterpreterParams {
+    uint32_t framework = 0;   ///< a `FrameworkType`
+    std::string modelPath;    ///< first part of the model file's path; ends in a separator if a name follows
+    std::string modelName;    ///< appended to `modelPath` as it is
+    std::string libraryPath;  ///< carried along; OpenVINO does not read it
+
+    /// Nothing reads these; only their places and starting values are fixed.
+    std::string reservedText;
+    std::vector<std::string> reservedList;
+    int32_t reserved0 = 4;
+    int64_t reserved1 = 0;
+    int32_t reserved2 = 0;
+    int64_t reserved3 = 0;
+    bool reserved4 = true;
+    bool reserved5 = false;
+    int32_t reserved6 = 0;
+    int32_t reserved7 = 2;
+
+    std::string host;  ///< path of a host program; not empty means that the model runs there
+
+    std::string openvinoDevice;          ///< device name; empty means "CPU"
+    std::string openvinoCachePath;       ///< compiled-model cache file; empty disables the cache
+    bool openvinoMakeCache = false;      ///< write the cache file after compiling
+    bool openvinoMakeEncrypted = false;  ///< the model files on disk are encrypted
+    std::array<uint8_t, 4> openvinoMakeEncryptedKey{};
+
+    std::string qnnStubPath;
+    std::string qnnSystemPath;
+    bool qnnFromCache = false;
+    std::string qnnOutputPath;
+};
+
+}  // namespace Orvane

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Orvane {
+
+/// Level at which the SDK logs every error; it uses no other. Higher is more severe.
+inline constexpr uint32_t kLogLevelError = 6;
+
+/// Receives one finished line, zero-terminated UTF-8 without a line end of its own.
+/// Called on the thread that logs; `text` is valid only during the call.
+using LogCallback = void (*)(uint32_t level, const char* text);
+
+/// Installs the process-wide sink of log lines; null drops them, which is how a process starts.
+/// A line that another thread is logging meanwhile may still reach the old sink.
+void SetLogCallback(LogCallback callback);
+
+/// Lines below `minimum` no longer reach the callback. Starts at 0: every line passes.
+void SetLogLevel(uint32_t minimum);
+
+/// Formats like `printf` and hands the line to the callback. Any thread.
+/// Returns 0 when the text could be formatted, whether or not anybody received it, and -1 when not.
+int32_t Log(uint32_t level, const char* format, ...);
+
+}  // namespace Orvane

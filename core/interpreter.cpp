@@ -1,0 +1,111 @@
+#include <orvane/interpreter.h>
+#include <orvane/log.h>
+
+#include "core/backend_factory.h"
+#include "core/error_status.h"
+#include "core/interpreter_proxy_impl.h"
+
+#include <utility>
+
+namespace Orvane {
+
+namespace {
+
+// Why a framework cannot be had; null for the enabled ones. Spelling and line ends are deliberate: applications
+// compare these texts.
+const char* Refusal(uint32_t framework) {
+    switch (framework) {
+        case FrameworkTypeTFLite:
+            return "Orvane::Interpreter::init kTflite is invalid with no choose it \n";
+        case FrameworkTypeOnnxRuntime:
+            return "Orvane::Interpreter::init kOnnxRuntimen is invalid with no choose it \n";
+        case FrameworkTypeMnn:
+            return "Orvane::Interpreter::init kMnn is invalid with no choose it \n";
+        case FrameworkTypeCoreML:
+            return "CoreML is not enabled\n";
+        case FrameworkTypeTorchLite:
+            return "TorchLite is not enabled\n";
+        case FrameworkTypeInvalid:
+            return "FrameworkType is invalid\n";
+        case FrameworkTypeQnn:
+            return "QNN is not enabled\n";
+        case FrameworkTypeOpenvinoPlain:
+        case FrameworkTypeOpenvino:
+            return nullptr;
+        default:
+            Log(kLogLevelError, "[ORVANE]:Orvane::Interpreter::init FrameworkType is invalid");
+            return "Orvane::Interpreter::init FrameworkType is invalid\n";
+    }
+}
+
+}  // namespace
+
+Interpreter::Interpreter() = default;
+Interpreter::~Interpreter() = default;
+Interpreter::Interpreter(Interpreter&& other) noexcept = default;
+Interpreter& Interpreter::operator=(Interpreter&& other) noexcept = default;
+
+Status Interpreter::Init(const OptionV2& options) {
+    InterpreterParams params;
+    Status status = options.ToParams(params);
+    return status.Ok() ? Init(params) : status;
+}
+
+Status Interpreter::Init(const InterpreterParams& params) {
+    framework = params.framework;
+    const bool remote = !params.host.empty();
+    if (const char* refusal = remote ? nullptr : Refusal(framework); refusal != nullptr) {
+        return MakeErrorStatus(refusal);
+    }
+    std::unique_ptr<IOrvane> backend = remote ? CreateRemoteBackend() : CreateOpenvinoBackend();
+    if (backend == nullptr) {
+        return MakeErrorStatus(remote ? "Remote host is not enabled\n" : "OpenVINO is not enabled\n");
+    }
+    interpreter.reset();  // an earlier model goes before the next one is loaded
+    auto initialised = std::make_unique<InterpreterProxyImpl>(std::move(backend));
+    Status status = initialised->Init(params);
+    if (status.Ok()) {
+        interpreter = std::move(initialised);
+    }
+    return status;
+}
+
+void Interpreter::Release() {
+    if (interpreter != nullptr) {
+        interpreter->Release();
+    }
+}
+
+Status Interpreter::Invoke() {
+    return interpreter != nullptr ? interpreter->Invoke() : MakeErrorStatus("Not Init success!");
+}
+
+int32_t Interpreter::GetInputCount() const {
+    return interpreter != nullptr ? interpreter->GetInputCount() : 0;
+}
+
+int32_t Interpreter::GetOutputCount() const {
+    return interpreter != nullptr ? interpreter->GetOutputCount() : 0;
+}
+
+TensorHandle Interpreter::GetInput() {
+    return interpreter != nullptr ? interpreter->GetInput() : nullptr;
+}
+
+TensorHandle Interpreter::GetOutput() {
+    return interpreter != nullptr ? interpreter->GetOutput() : nullptr;
+}
+
+TensorHandle Interpreter::GetTensorByName(TensorType type, const std::string& name) {
+    return interpreter != nullptr ? interpreter->GetTensorByName(type, name) : nullptr;
+}
+
+TensorHandle Interpreter::GetTensor(TensorType type, uint32_t index) {
+    return interpreter != nullptr ? interpreter->GetTensor(type, index) : nullptr;
+}
+
+std::unordered_map<std::string, std::string> Interpreter::GetExtraInfo() {
+    return interpreter != nullptr ? interpreter->GetExtraInfo() : std::unordered_map<std::string, std::string>();
+}
+
+}  // namespace Orvane

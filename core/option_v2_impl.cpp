@@ -1,0 +1,264 @@
+#include "core/option_v2_impl.h"
+
+#include "core/error_status.h"
+#include "core/flat_form.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace Orvane {
+
+namespace {
+
+template <typename T>
+T Answer(const T* hit, T defaultValue, bool* found) {
+    if (found != nullptr) {
+        *found = hit != nullptr;
+    }
+    return hit != nullptr ? *hit : defaultValue;
+}
+
+void SetStringUnlessEmpty(OptionV2& option, const char* key, const std::string& text) {
+    if (!text.empty()) {
+        option.SetString(key, text.c_str());
+    }
+}
+
+}  // namespace
+
+OptionHandle CreateOption() {
+    return OptionHandle(new OptionV2Impl);
+}
+
+void OptionV2Impl::Destroy() {
+    delete this;
+}
+
+void OptionV2Impl::SetBuffer(const char* key, const void* data, uint32_t size) {
+    if (data != nullptr) {
+        StoreBuffer(key, {data, size, nullptr});
+    }
+}
+
+void OptionV2Impl::SetString(const char* key, const char* text) {
+    if (text != nullptr) {
+        values[key] = std::string(text);
+    }
+}
+
+void OptionV2Impl::SetInt64(const char* key, int64_t value) {
+    values[key] = value;
+}
+
+void OptionV2Impl::SetInt(const char* key, int32_t value) {
+    values[key] = value;
+}
+
+void OptionV2Impl::SetDouble(const char* key, double value) {
+    values[key] = value;
+}
+
+void OptionV2Impl::SetFloat(const char* key, float value) {
+    values[key] = value;
+}
+
+void OptionV2Impl::SetBool(const char* key, bool value) {
+    values[key] = value;
+}
+
+bool OptionV2Impl::GetBool(const char* key, bool defaultValue, bool* found) const {
+    return Answer(Find<bool>(key), defaultValue, found);
+}
+
+float OptionV2Impl::GetFloat(const char* key, float defaultValue, bool* found) const {
+    if (const auto* wide = Find<double>(key); wide != nullptr) {
+        const auto narrow = static_cast<float>(*wide);
+        return Answer(&narrow, defaultValue, found);
+    }
+    return Answer(Find<float>(key), defaultValue, found);
+}
+
+double OptionV2Impl::GetDouble(const char* key, double defaultValue, bool* found) const {
+    if (const auto* narrow = Find<float>(key); narrow != nullptr) {
+        const double wide = *narrow;
+        return Answer(&wide, defaultValue, found);
+    }
+    return Answer(Find<double>(key), defaultValue, found);
+}
+
+int32_t OptionV2Impl::GetInt(const char* key, int32_t defaultValue, bool* found) const {
+    return Answer(Find<int32_t>(key), defaultValue, found);
+}
+
+int64_t OptionV2Impl::GetInt64(const char* key, int64_t defaultValue, bool* found) const {
+    if (const auto* narrow = Find<int32_t>(key); narrow != nullptr) {
+        const int64_t wide = *narrow;
+        return Answer(&wide, defaultValue, found);
+    }
+    return Answer(Find<int64_t>(key), defaultValue, found);
+}
+
+const char* OptionV2Impl::GetString(const char* key) const {
+    const auto* text = Find<std::string>(key);
+    return text != nullptr ? text->c_str() : "";
+}
+
+const void* OptionV2Impl::GetBuffer(const char* key, uint32_t& size) const {
+    const auto* buffer = Find<Buffer>(key);
+    size = buffer != nullptr ? buffer->size : 0;
+    return buffer != nullptr ? buffer->data : nullptr;
+}
+
+void OptionV2Impl::FromParams(const InterpreterParams& params) {
+    SetStringUnlessEmpty(*this, OptionCommonHost, params.host);
+    SetInt(OptionCommonFramework, static_cast<int32_t>(params.framework));
+    SetStringUnlessEmpty(*this, OptionCommonModelPath, params.modelPath);
+    SetStringUnlessEmpty(*this, OptionCommonModelName, params.modelName);
+    SetStringUnlessEmpty(*this, OptionCommonLibraryPath, params.libraryPath);
+
+    if (params.framework == FrameworkTypeQnn) {
+        SetString(OptionQnnStubPath, params.qnnStubPath.c_str());
+        SetString(OptionQnnSystemPath, params.qnnSystemPath.c_str());
+        SetBool(OptionQnnFromCache, params.qnnFromCache);
+        SetString(OptionQnnOutputPath, params.qnnOutputPath.c_str());
+    } else if (params.framework == FrameworkTypeOpenvino) {
+        SetString(OptionOpenvinoDevie, params.openvinoDevice.c_str());
+        SetBool(OptionOpenvinoMakeCache, params.openvinoMakeCache);
+        SetString(OptionOpenvinoCachePath, params.openvinoCachePath.c_str());
+        SetBool(OptionOpenvinoMakeEncrypted, params.openvinoMakeEncrypted);
+        const auto& key = params.openvinoMakeEncryptedKey;
+        const std::string keyText(key.begin(), std::find(key.begin(), key.end(), uint8_t{0}));
+        SetString(OptionOpenvinoMakeEncryptedKey, keyText.c_str());
+    }
+}
+
+Status OptionV2Impl::ToParams(InterpreterParams& params) const {
+    params.framework = static_cast<uint32_t>(GetInt(OptionCommonFramework, 0, nullptr));
+    params.host = GetString(OptionCommonHost);
+    params.modelPath = GetString(OptionCommonModelPath);
+    params.modelName = GetString(OptionCommonModelName);
+    params.libraryPath = GetString(OptionCommonLibraryPath);
+
+    if (params.framework == FrameworkTypeQnn) {
+        params.qnnStubPath = GetString(OptionQnnStubPath);
+        params.qnnSystemPath = GetString(OptionQnnSystemPath);
+        params.qnnFromCache = GetBool(OptionQnnFromCache, false, nullptr);
+        params.qnnOutputPath = GetString(OptionQnnOutputPath);
+    } else if (params.framework == FrameworkTypeOpenvino) {
+        params.openvinoDevice = GetString(OptionOpenvinoDevie);
+        params.openvinoMakeCache = GetBool(OptionOpenvinoMakeCache, false, nullptr);
+        params.openvinoCachePath = GetString(OptionOpenvinoCachePath);
+        params.openvinoMakeEncrypted = GetBool(OptionOpenvinoMakeEncrypted, false, nullptr);
+        const std::string_view keyText = GetString(OptionOpenvinoMakeEncryptedKey);
+        auto& key = params.openvinoMakeEncryptedKey;
+        if (keyText.size() > key.size()) {
+            key.fill(0);
+            return MakeErrorStatus("OptionOpenvinoMakeEncryptedKey is longer than 4 bytes");
+        }
+        std::memcpy(key.data(), keyText.data(), keyText.size());  // the rest of the key stays as it was
+    }
+    return MakeSuccessStatus();
+}
+
+template <typename T>
+void OptionV2Impl::WriteValue(FlatWriter& writer, const T& value) {
+    if constexpr (std::is_same_v<T, std::string>) {
+        writer.Write<uint64_t>(value.size());
+        writer.WriteRun(value.data(), value.size());
+    } else if constexpr (std::is_same_v<T, Buffer>) {
+        writer.Write(value.size);
+        writer.WriteRun(value.data, value.size);
+    } else {
+        writer.Write(value);
+    }
+}
+
+uint64_t OptionV2Impl::Serialize(void* buffer, uint64_t capacity) const {
+    FlatWriter writer(buffer, capacity);
+    try {
+        writer.Write<uint64_t>(values.size());
+        for (const auto& [key, value] : values) {
+            writer.Write<uint64_t>(key.size());
+            writer.WriteRun(key.data(), key.size());
+            writer.Write(static_cast<uint8_t>(value.index()));
+            std::visit([&writer](const auto& alternative) { WriteValue(writer, alternative); }, value);
+        }
+    } catch (const FlatFormError&) {
+        return 0;
+    }
+    return writer.Size();
+}
+
+bool OptionV2Impl::Deserialize(const void* data, uint64_t size) {
+    values.clear();
+    FlatReader reader(data, size);
+    try {
+        for (auto count = reader.Read<uint64_t>(); count > 0; --count) {
+            ReadEntry(reader);
+        }
+    } catch (const FlatFormError&) {
+        return false;
+    }
+    return true;
+}
+
+void OptionV2Impl::ReadEntry(FlatReader& reader) {
+    const auto keyLength = reader.Read<uint64_t>();
+    const std::string key(reader.ReadRun(keyLength), keyLength);
+    switch (reader.ReadTag()) {
+        case 0:
+            SetBool(key.c_str(), reader.Read<uint8_t>() != 0);
+            break;
+        case 1:
+            SetFloat(key.c_str(), reader.Read<float>());
+            break;
+        case 2:
+            SetDouble(key.c_str(), reader.Read<double>());
+            break;
+        case 3:
+            SetInt(key.c_str(), reader.Read<int32_t>());
+            break;
+        case 4:
+            SetInt64(key.c_str(), reader.Read<int64_t>());
+            break;
+        case 5: {
+            const auto length = reader.Read<uint64_t>();
+            SetString(key.c_str(), std::string(reader.ReadRun(length), length).c_str());
+            break;
+        }
+        case 6: {
+            const auto length = reader.Read<int32_t>();
+            if (length <= 0) {
+                values[key] = false;
+                break;
+            }
+            const auto byteCount = static_cast<uint32_t>(length);
+            const char* bytes = reader.ReadRun(byteCount);
+            Buffer copy{nullptr, byteCount, std::make_unique<uint8_t[]>(byteCount)};
+            std::memcpy(copy.owned.get(), bytes, byteCount);
+            copy.data = copy.owned.get();
+            StoreBuffer(key, std::move(copy));
+            break;
+        }
+        default:  // not ours: nothing is stored, its value is not skipped
+            break;
+    }
+}
+
+template <typename T>
+const T* OptionV2Impl::Find(const char* key) const {
+    const auto entry = values.find(std::string_view(key));
+    return entry != values.end() ? std::get_if<T>(&entry->second) : nullptr;
+}
+
+void OptionV2Impl::StoreBuffer(const std::string& key, Buffer buffer) {
+    Value& value = values[key];
+    if (auto* old = std::get_if<Buffer>(&value); old != nullptr && old->owned != nullptr) {
+        replacedBuffers.push_back(std::move(old->owned));
+    }
+    value = std::move(buffer);
+}
+
+}  // namespace Orvane
