@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <new>
+
+namespace Orvane {
+
+// Owned, zero-filled bytes that start on a 64-byte boundary: the runtime then works on them in place instead of
+// copying them once more.
+class AlignedBuffer {
+ public:
+    static constexpr std::align_val_t kAlignment{64};
+
+    // Throws `std::bad_alloc` when there is no such memory.
+    explicit AlignedBuffer(uint64_t byteSize);
+
+    // Not null for 0 bytes either. The bytes stay where they are when the buffer object moves.
+    uint8_t* Data() { return bytes.get(); }
+    uint64_t Size() const { return size; }
+
+ private:
+    struct Free {
+        void operator()(uint8_t* memory) const { ::operator delete[](memory, kAlignment); }
+    };
+
+    std::unique_ptr<uint8_t[], Free> bytes;
+    uint64_t size;
+};
+
+}  // namespace Orvane

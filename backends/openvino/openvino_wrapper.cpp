@@ -1,0 +1,260 @@
+#include "backends/openvino/openvino_wrapper.h"
+
+#include <orvane/log.h>
+#include <orvane/model_file_cipher.h>
+
+#include "backends/openvino/decode_input_stream_buf.h"
+#include "backends/openvino/decode_output_stream_buf.h"
+#include "backends/openvino/encrypted_model_file.h"
+#include "core/backend_factory.h"
+#include "core/error_status.h"
+#include "platform/path.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <istream>
+#include <new>
+#include <ostream>
+
+namespace Orvane {
+
+namespace {
+
+DataType DataTypeOf(const ov::element::Type& type) {
+    switch (type) {
+        case ov::element::Type_t::f32:
+            return DataTypeFloat32;
+        case ov::element::Type_t::f16:
+            return DataTypeFloat16;
+        case ov::element::Type_t::i32:
+            return DataTypeInt32;
+        case ov::element::Type_t::u8:
+            return DataTypeUInt8;
+        case ov::element::Type_t::i64:
+            return DataTypeInt64;
+        case ov::element::Type_t::boolean:
+            return DataTypeBool;
+        case ov::element::Type_t::i16:
+            return DataTypeInt16;
+        case ov::element::Type_t::i8:
+            return DataTypeInt8;
+        case ov::element::Type_t::f64:
+            return DataTypeFloat64;
+        default:
+            return DataTypeUnknown;
+    }
+}
+
+TensorInfo Describe(const ov::Output<const ov::Node>& port) {
+    TensorInfo info;
+    try {
+        info.name = port.get_any_name();
+    } catch (const ov::Exception& error) {
+        Log(kLogLevelError, "[ORVANE]:port.get_any_name() error:%s", error.what());
+    }
+    info.dataType = DataTypeOf(port.get_element_type());
+    info.format = 1;
+    for (const ov::Dimension& dimension : port.get_partial_shape()) {
+        info.shape.push_back(dimension.is_static() ? dimension.get_length() : -1);
+    }
+    return info;
+}
+
+std::vector<TensorInfo> DescribeAll(const std::vector<ov::Output<const ov::Node>>& ports) {
+    std::vector<TensorInfo> infos;
+    std::transform(ports.begin(), ports.end(), std::back_inserter(infos), Describe);
+    return infos;
+}
+
+// Throws `std::bad_alloc` for a size that no memory has: a dynamic dimension, -1, gives one.
+uint64_t ByteSize(uint64_t elementSize, const ov::Shape& shape) {
+    uint64_t size = elementSize;
+    for (const uint64_t dimension : shape) {
+        if (dimension != 0 && size > UINT64_MAX / dimension) {
+            throw std::bad_alloc();
+        }
+        size *= dimension;
+    }
+    return size;
+}
+
+}  // namespace
+
+std::unique_ptr<IOrvane> CreateOpenvinoBackend() {
+    return std::make_unique<OpenvinoWrapper>();
+}
+
+Status OpenvinoWrapper::Init(const InterpreterParams& params) {
+    try {
+        // What an earlier call loaded goes first: its weights are about to be replaced under it.
+        inferRequest = {};
+        compiledModel = {};
+        if (!core.has_value()) {
+            core.emplace("");
+        }
+
+        const std::string device = params.openvinoDevice.empty() ? "CPU" : params.openvinoDevice;
+        if (!HasDevice(device)) {
+            return MakeErrorStatus("不支持的设备类型");
+        }
+        const std::filesystem::path cachePath = Platform::PathFromUtf8(params.openvinoCachePath);
+        if (!cachePath.empty() && !Platform::IsMissing(cachePath)) {
+            // Whatever is there is the cache: when it cannot be imported, nothing falls back to the model files.
+            DecodeInputStreamBuf buffer(cachePath);
+            std::istream stream(&buffer);
+            compiledModel = core->import_model(stream, device, ov::AnyMap{});
+        } else {
+            if (params.modelPath.empty()) {
+                return MakeErrorStatus("模型参数错误");
+            }
+            compiledModel = core->compile_model(ReadModel(params), device, ov::AnyMap{});
+            if (params.openvinoMakeCache && !cachePath.empty()) {
+                WriteCache(cachePath);
+            }
+        }
+        inputInfos = DescribeAll(compiledModel.inputs());
+        outputInfos = DescribeAll(compiledModel.outputs());
+        return MakeSuccessStatus();
+    } catch (const ov::Exception& error) {
+        return MakeErrorStatus(error.what());
+    }
+}
+
+int32_t OpenvinoWrapper::GetTensorCount(TensorType type) {
+    const auto count = type == TensorTypeInput ? compiledModel.inputs().size() : compiledModel.outputs().size();
+    return static_cast<int32_t>(count);
+}
+
+TensorInfo OpenvinoWrapper::GetTensorInfo(TensorType type, uint32_t index) {
+    assert(index < Infos(type).size());  // deliberately no error of its own: callers ask for the count first
+    return Infos(type)[index];
+}
+
+Status OpenvinoWrapper::SetInputData(uint32_t index, const void* data, uint32_t size) {
+    if (!inferRequest) {
+        if (Status status = PrepareRequest(); !status.Ok()) {
+            return status;
+        }
+    }
+    if (index >= inputBuffers.size()) {
+        return MakeErrorStatus("Tensor 参数错误");
+    }
+    AlignedBuffer& buffer = inputBuffers[index];
+    if (size > buffer.Size()) {
+        return MakeErrorStatus("数据大小错误");
+    }
+    if (size != 0) {
+        std::memcpy(buffer.Data(), data, size);
+    }
+    return MakeSuccessStatus();
+}
+
+Status OpenvinoWrapper::Invoke() {
+    if (!inferRequest) {
+        return MakeErrorStatus("Must call CopyTo");
+    }
+    try {
+        inferRequest.infer();
+        return MakeSuccessStatus();
+    } catch (const ov::Exception& error) {
+        return MakeErrorStatus(error.what());
+    }
+}
+
+Status OpenvinoWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) {
+    try {
+        const ov::Tensor output = inferRequest.get_output_tensor(index);
+        if (output.get_byte_size() != size) {
+            return MakeErrorStatus("数据大小错误");
+        }
+        if (size != 0) {
+            std::memcpy(data, output.data(), size);
+        }
+        return MakeSuccessStatus();
+    } catch (const ov::Exception& error) {
+        return MakeErrorStatus(error.what());
+    }
+}
+
+void* OpenvinoWrapper::GetTensorData(TensorType type, uint32_t index) {
+    if (type == TensorTypeInput) {
+        return nullptr;
+    }
+    try {
+        return inferRequest.get_output_tensor(index).data();
+    } catch (const ov::Exception& error) {
+        Log(kLogLevelError, "[ORVANE]:get_output_tensor error:%s", error.what());
+        return nullptr;
+    }
+}
+
+Status OpenvinoWrapper::SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) {
+    if (index >= Infos(type).size()) {
+        return MakeErrorStatus("Error tensorIndex");
+    }
+    Infos(type)[index].shape = shape;
+    return MakeSuccessStatus();
+}
+
+bool OpenvinoWrapper::HasDevice(const std::string& device) {
+    // A part of a name is enough, so that "GPU" finds "GPU.0".
+    const std::vector<std::string> names = core->get_available_devices();
+    return std::any_of(names.begin(), names.end(),
+                       [&device](const std::string& name) { return name.find(device) != std::string::npos; });
+}
+
+std::shared_ptr<ov::Model> OpenvinoWrapper::ReadModel(const InterpreterParams& params) {
+    const std::string modelFile = params.modelPath + params.modelName;
+    if (params.openvinoMakeEncrypted) {
+        return ReadEncryptedModel(params, modelFile);
+    }
+    return core->read_model(Platform::PathFromUtf8(modelFile), std::filesystem::path());
+}
+
+std::shared_ptr<ov::Model> OpenvinoWrapper::ReadEncryptedModel(const InterpreterParams& params,
+                                                               const std::string& modelFile) {
+    const ModelFileCipher cipher{.key = params.openvinoMakeEncryptedKey};
+    const std::vector<uint8_t> description = ReadEncryptedModelFile(modelFile, cipher);
+    const std::filesystem::path weightsFile = Platform::PathFromUtf8(modelFile).replace_extension("bin");
+    weightsBuffer = ReadEncryptedModelFile(Platform::Utf8FromPath(weightsFile), cipher);
+
+    const ov::Shape shape{weightsBuffer.size()};
+    weightsBuffer.reserve(1);  // the runtime refuses a null pointer, also for no weights at all
+    const ov::Tensor weights(ov::element::u8, shape, weightsBuffer.data());
+    return core->read_model(std::string(description.begin(), description.end()), weights);
+}
+
+void OpenvinoWrapper::WriteCache(const std::filesystem::path& path) {
+    try {
+        DecodeOutputStreamBuf buffer(path);
+        std::ostream stream(&buffer);
+        compiledModel.export_model(stream);
+        stream.flush();
+    } catch (const ov::Exception&) {
+        // The model runs without its cache; the next start compiles again or says what is wrong with the file.
+    }
+}
+
+Status OpenvinoWrapper::PrepareRequest() {
+    try {
+        inferRequest = compiledModel.create_infer_request();
+        inputBuffers.clear();
+        inputBuffers.reserve(inputInfos.size());
+        const std::vector<ov::Output<const ov::Node>> ports = compiledModel.inputs();
+        for (size_t i = 0; i < inputInfos.size(); ++i) {
+            if (inputInfos[i].shape.empty()) {
+                return MakeErrorStatus("Tensor is Dynamic Shapes");
+            }
+            const ov::element::Type type = ports[i].get_element_type();
+            const ov::Shape shape(inputInfos[i].shape.begin(), inputInfos[i].shape.end());
+            inputBuffers.emplace_back(ByteSize(type.size(), shape));
+            inferRequest.set_input_tensor(i, ov::Tensor(type, shape, inputBuffers.back().Data()));
+        }
+        return MakeSuccessStatus();
+    } catch (const ov::Exception& error) {
+        return MakeErrorStatus(error.what());
+    }
+}
+
+}  // namespace Orvane
