@@ -1,0 +1,70 @@
+#include "testing/temporary_folder.h"
+
+#include "platform/path.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <stdexcept>
+
+namespace Orvane::Testing {
+
+namespace {
+
+void WriteBytes(const std::string& path, const char* bytes, size_t size) {
+    std::ofstream file(Platform::PathFromUtf8(path), std::ios::binary);
+    file.write(bytes, static_cast<std::streamsize>(size));
+    if (!file.flush()) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() {
+    std::random_device random;
+    const std::string name = "orvane-测试-" + std::to_string(random()) + "-" + std::to_string(random());
+    folder = std::filesystem::temp_directory_path() / Platform::PathFromUtf8(name);
+    if (!std::filesystem::create_directory(folder)) {
+        throw std::runtime_error("cannot create " + name);
+    }
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code error;
+    std::filesystem::remove_all(folder, error);
+}
+
+std::string TemporaryFolder::Path(const std::string& name) const {
+    return Platform::Utf8FromPath(folder / Platform::PathFromUtf8(name));
+}
+
+std::string TemporaryFolder::Write(const std::string& name, const std::vector<uint8_t>& bytes) const {
+    WriteBytes(Path(name), reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return Path(name);
+}
+
+std::string TemporaryFolder::Write(const std::string& name, const std::string& text) const {
+    WriteBytes(Path(name), text.data(), text.size());
+    return Path(name);
+}
+
+std::vector<std::string> TemporaryFolder::Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.push_back(Platform::Utf8FromPath(entry.path().filename()));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<uint8_t> ReadBytes(const std::string& path) {
+    std::ifstream file(Platform::PathFromUtf8(path), std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace Orvane::Testing

@@ -1,0 +1,98 @@
+#include "testing/tiny_models.h"
+
+#include <cstring>
+#include <sstream>
+
+namespace Orvane::Testing {
+
+namespace {
+
+std::string Dimensions(const std::vector<std::string>& dimensions) {
+    std::string text;
+    for (const std::string& dimension : dimensions) {
+        text += "<dim>" + (dimension == "?" ? "-1" : dimension) + "</dim>";
+    }
+    return text;
+}
+
+std::string InputPort(int id, const std::vector<std::string>& dimensions) {
+    return "<port id=\"" + std::to_string(id) + "\">" + Dimensions(dimensions) + "</port>";
+}
+
+// The form wants a precision at every output, but takes the element type from elsewhere.
+std::string OutputPort(int id, const std::string& names, const std::vector<std::string>& dimensions) {
+    return "<port id=\"" + std::to_string(id) + "\" precision=\"FP32\"" +
+           (names.empty() ? "" : " names=\"" + names + "\"") + ">" + Dimensions(dimensions) + "</port>";
+}
+
+std::string Layer(int id, const std::string& type, const std::string& content) {
+    const std::string number = std::to_string(id);
+    return "<layer id=\"" + number + "\" name=\"layer" + number + "\" type=\"" + type + "\" version=\"opset1\">" +
+           content + "</layer>";
+}
+
+std::string Parameter(int id, const TinyPort& port) {
+    std::string shape;
+    for (const std::string& dimension : port.dimensions) {
+        shape += (shape.empty() ? "" : ",") + dimension;
+    }
+    return Layer(id, "Parameter",
+                 "<data shape=\"" + shape + "\" element_type=\"" + port.elementType + "\"/><output>" +
+                     OutputPort(0, port.name, port.dimensions) + "</output>");
+}
+
+std::string Result(int id, const std::vector<std::string>& dimensions) {
+    return Layer(id, "Result", "<input>" + InputPort(0, dimensions) + "</input>");
+}
+
+std::string Edge(int from, int fromPort, int to, int toPort) {
+    std::ostringstream text;
+    text << "<edge from-layer=\"" << from << "\" from-port=\"" << fromPort << "\" to-layer=\"" << to << "\" to-port=\""
+         << toPort << "\"/>";
+    return text.str();
+}
+
+std::string Net(const std::string& layers, const std::string& edges) {
+    return "<?xml version=\"1.0\"?>\n<net name=\"tiny\" version=\"11\"><layers>" + layers + "</layers><edges>" + edges +
+           "</edges></net>\n";
+}
+
+}  // namespace
+
+std::string TinyModel::WriteTo(const TemporaryFolder& folder, const std::string& name) const {
+    folder.Write(name + ".bin", weights);
+    return folder.Write(name + ".xml", description);
+}
+
+TinyModel AddModel(const std::vector<float>& weights) {
+    const std::vector<std::string> dimensions = {"1", std::to_string(weights.size())};
+    TinyModel model;
+    model.weights.resize(weights.size() * sizeof(float));
+    std::memcpy(model.weights.data(), weights.data(), model.weights.size());
+    const std::string constant = "<data element_type=\"f32\" shape=\"1," + dimensions[1] + "\" offset=\"0\" size=\"" +
+                                 std::to_string(model.weights.size()) + "\"/><output>" + OutputPort(0, "", dimensions) +
+                                 "</output>";
+    const std::string add = "<data auto_broadcast=\"numpy\"/><input>" + InputPort(0, dimensions) +
+                            InputPort(1, dimensions) + "</input><output>" + OutputPort(2, "y", dimensions) +
+                            "</output>";
+    model.description = Net(Parameter(0, {"x", "f32", dimensions}) + Layer(1, "Const", constant) +
+                                Layer(2, "Add", add) + Result(3, dimensions),
+                            Edge(0, 0, 2, 0) + Edge(1, 0, 2, 1) + Edge(2, 2, 3, 0));
+    return model;
+}
+
+TinyModel EchoModel(const std::vector<TinyPort>& ports) {
+    std::string parameters;
+    std::string results;
+    std::string edges;
+    const int count = static_cast<int>(ports.size());
+    for (int i = 0; i < count; ++i) {
+        const TinyPort& port = ports[static_cast<size_t>(i)];
+        parameters += Parameter(i, port);
+        results += Result(count + i, port.dimensions);
+        edges += Edge(i, 0, count + i, 0);
+    }
+    return {Net(parameters + results, edges), {}};
+}
+
+}  // namespace Orvane::Testing

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "testing/temporary_folder.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Orvane::Testing {
+
+// A model in OpenVINO's IR form: the text of its .xml and the bytes of its .bin.
+struct TinyModel {
+    std::string description;
+    std::vector<uint8_t> weights;
+
+    // Writes NAME.xml and NAME.bin and returns the path of the former.
+    std::string WriteTo(const TemporaryFolder& folder, const std::string& name) const;
+};
+
+struct TinyPort {
+    std::string name;                     // of the tensor; empty for none
+    std::string elementType;              // as IR spells it: "f32", "u8", "boolean", ...
+    std::vector<std::string> dimensions;  // "?" is a dynamic one
+};
+
+// Output "y" = input "x" + weights, f32 of shape [1, weights.size()].
+TinyModel AddModel(const std::vector<float>& weights);
+
+// Hands each input on as an output of the same name, without weights.
+TinyModel EchoModel(const std::vector<TinyPort>& ports);
+
+}  // namespace Orvane::Testing
