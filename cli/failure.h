@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/last_error.h"
+
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Orvane::Cli {
+
+// Ends the command with exit value 1. The hints say what the user can do, one line each.
+struct Failure : std::runtime_error {
+    explicit Failure(const std::string& message, std::vector<std::string> whatToDo = {})
+        : std::runtime_error(message), hints(std::move(whatToDo)) {}
+
+    std::vector<std::string> hints;
+};
+
+// The command line itself is wrong: exit value 2, and the usage is shown.
+struct WrongUsage : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// The system's words for the calling thread's last error.
+inline std::string SystemReason() {
+    return std::system_category().message(static_cast<int>(Platform::LastError()));
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <fstream>
+#include <string>
+
+namespace Orvane::Cli {
+
+// Opens `path` (UTF-8) for reading bytes. Throws `Failure` saying why it cannot: it is missing, a folder, or the
+// system refuses.
+std::ifstream OpenInputFile(const std::string& path);
+
+// Reads up to `size` bytes and returns how many there were; fewer only at the end of the file. Throws `Failure`
+// when the system cannot read. `path` is for the message.
+std::size_t ReadUpTo(std::ifstream& file, const std::string& path, void* destination, std::size_t size);
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,77 @@
+#include "cli/run_cli.h"
+
+#include "cli/cipher_commands.h"
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/info_command.h"
+#include "cli/run_command.h"
+
+#include <orvane/version.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <new>
+#include <ostream>
+#include <stdexcept>
+
+namespace Orvane::Cli {
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+void Execute(const std::vector<Command>& commands, std::ostream& out, std::ostream& err) {
+    const auto chosen =
+        std::find_if(commands.begin(), commands.end(), [](const Command& command) { return command.app->parsed(); });
+    if (chosen == commands.end()) {
+        throw WrongUsage("a command is missing");
+    }
+    chosen->execute(out, err);
+    if (!out.flush()) {
+        throw Failure("the result could not be written to the standard output");
+    }
+}
+
+int ReportWrongUsage(const CLI::App& app, const std::string& message, std::ostream& err) {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    err << "orvane: " << message << "\n\n" << (chosen.empty() ? app.help() : chosen.front()->help(app.get_name()));
+    return kWrongUsage;
+}
+
+int ReportFailure(const std::string& message, const std::vector<std::string>& hints, std::ostream& err) {
+    err << "orvane: " << message << "\n";
+    for (const std::string& hint : hints) {
+        err << hint << "\n";
+    }
+    return kFailed;
+}
+
+}  // namespace
+
+int RunCli(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+    CLI::App app("Runs neural-network models from a terminal.", "orvane");
+    app.allow_windows_style_options(false);
+    app.set_version_flag("--version", std::string("orvane ") + Version(), "Print the version and exit");
+    app.require_subcommand(0, 1);  // `Execute` misses one; this would not name an unknown one
+    const std::vector<Command> commands = {AddInfoCommand(app), AddRunCommand(app), AddEncryptCommand(app),
+                                           AddDecryptCommand(app)};
+    try {
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        Execute(commands, out, err);
+        return 0;
+    } catch (const CLI::Success& request) {  // --help and --version
+        return app.exit(request, out, err);
+    } catch (const CLI::ParseError& error) {
+        return ReportWrongUsage(app, error.what(), err);
+    } catch (const WrongUsage& error) {
+        return ReportWrongUsage(app, error.what(), err);
+    } catch (const Failure& failure) {
+        return ReportFailure(failure.what(), failure.hints, err);
+    } catch (const std::bad_alloc&) {
+        return ReportFailure("there is not enough memory", {}, err);
+    } catch (const std::exception& error) {
+        return ReportFailure(error.what(), {}, err);
+    }
+}
+
+}  // namespace Orvane::Cli
