@@ -1,24 +1,17 @@
 #include "platform/path.h"
 
+#include "platform/win32/wide_text.h"
+
 #include <windows.h>
 
 namespace Orvane::Platform {
 
 std::filesystem::path PathFromUtf8(const std::string& text) {
-    const int size = static_cast<int>(text.size());
-    const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
-    std::wstring wide(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), length);
-    return std::filesystem::path(wide);
+    return std::filesystem::path(WideFromUtf8(text));
 }
 
 std::string Utf8FromPath(const std::filesystem::path& path) {
-    const std::wstring wide = path.generic_wstring();
-    const int size = static_cast<int>(wide.size());
-    const int length = WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
-    std::string text(static_cast<size_t>(length), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, text.data(), length, nullptr, nullptr);
-    return text;
+    return Utf8FromWide(path.generic_wstring());
 }
 
 bool IsMissing(const std::filesystem::path& path) noexcept {

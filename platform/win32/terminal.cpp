@@ -1,6 +1,6 @@
 #include "platform/terminal.h"
 
-#include "platform/path.h"
+#include "platform/win32/wide_text.h"
 
 #include <windows.h>
 
@@ -16,12 +16,7 @@ std::vector<std::string> Utf8Arguments(int /*argc*/, const char* const* /*argv*/
                                                                 &LocalFree);
     std::vector<std::string> arguments;
     for (int i = 1; words != nullptr && i < count; ++i) {
-        const wchar_t* word = words.get()[i];
-        const int length = WideCharToMultiByte(CP_UTF8, 0, word, -1, nullptr, 0, nullptr, nullptr);
-        std::string text(static_cast<size_t>(length), '\0');
-        WideCharToMultiByte(CP_UTF8, 0, word, -1, text.data(), length, nullptr, nullptr);
-        text.pop_back();  // the terminating zero
-        arguments.push_back(std::move(text));
+        arguments.push_back(Utf8FromWide(words.get()[i]));
     }
     return arguments;
 }

@@ -1,9 +1,0 @@
-#include "core/backend_factory.h"
-
-namespace Orvane {
-
-std::unique_ptr<IOrvane> CreateRemoteBackend() {
-    return nullptr;
-}
-
-}  // namespace Orvane

@@ -1,0 +1,122 @@
+#include "platform/section.h"
+
+#include "platform/posix/shared_object.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <filesystem>
+#include <utility>
+
+namespace Orvane::Platform {
+
+struct View::State {
+    State(uint8_t* first, size_t byteCount) : base(first), reserved(byteCount) {}
+    ~State() {
+        const int error = errno;
+        munmap(base, reserved);
+        errno = error;
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    uint8_t* base;
+    size_t reserved;  // bytes of address space that go with it
+};
+
+struct Section::State {
+    State(Descriptor opened, std::string ownName) : object(std::move(opened)), name(std::move(ownName)) {}
+    ~State() {
+        if (!name.empty()) {
+            RemoveSharedObjectName(name);
+        }
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    Descriptor object;
+    std::string name;  // to be removed at the end; empty on the side that opened
+};
+
+namespace {
+
+// Address space behind a view in which nothing is mapped: the offsets in a message have 32 bits, so that one which
+// passes the end of the view faults at once instead of reaching something else.
+constexpr size_t kGuard = (size_t{1} << 32) + (size_t{1} << 16);
+
+bool IsAlive(uint32_t process) {
+    return kill(static_cast<pid_t>(process), 0) == 0 || errno != ESRCH;
+}
+
+}  // namespace
+
+uint8_t* View::Data() const {
+    return state->base;
+}
+
+Section Section::Create(const std::string& name, uint32_t size) {
+    Section section;
+    if (Descriptor object = CreateSharedObject(name, size); object) {
+        section.state = std::make_shared<State>(std::move(object), name);
+    }
+    return section;
+}
+
+Section Section::Open(const std::string& name) {
+    Section section;
+    if (Descriptor object = OpenSharedObject(name); object) {
+        section.state = std::make_shared<State>(std::move(object), "");
+    }
+    return section;
+}
+
+View Section::Map(uint64_t size) const {
+    struct stat attributes {};
+    if (fstat(state->object.Number(), &attributes) != 0) {
+        return {};
+    }
+    const auto available = static_cast<uint64_t>(attributes.st_size);
+    const uint64_t length = size == 0 ? available : size;
+    if (length > available || length == 0) {
+        errno = EINVAL;
+        return {};
+    }
+    const size_t reserved = length + kGuard;
+    void* space = mmap(nullptr, reserved, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (space == MAP_FAILED) {
+        return {};
+    }
+    View view;
+    view.state = std::make_shared<View::State>(static_cast<uint8_t*>(space), reserved);
+    if (mmap(space, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, state->object.Number(), 0) == MAP_FAILED) {
+        return {};
+    }
+    return view;
+}
+
+void RemoveAbandoned(const std::string& prefix) {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", error)) {
+        const std::string name = entry.path().filename().string();
+        const std::string start = prefix + "_";
+        uint32_t process = 0;
+        if (name.rfind(start, 0) == 0) {
+            const char* end = name.data() + name.size();
+            const auto number = std::from_chars(name.data() + start.size(), end, process);
+            if (number.ec == std::errc() && end - number.ptr > 2 && std::string(number.ptr, 2) == "d_" &&
+                !IsAlive(process)) {
+                RemoveSharedObjectName(name);
+            }
+        }
+    }
+}
+
+uint32_t ModuleWord() {
+    return static_cast<uint32_t>(getpid());
+}
+
+}  // namespace Orvane::Platform
