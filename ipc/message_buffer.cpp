@@ -1,0 +1,111 @@
+#include "ipc/message_buffer.h"
+
+#include "core/error_status.h"
+#include "platform/process.h"
+
+#include <bit>
+#include <cstring>
+#include <stdexcept>
+
+namespace Orvane {
+
+static_assert(std::endian::native == std::endian::little, "values are copied as they lie in memory");
+
+void MessageBuffer::Attach(uint8_t* memory, uint32_t size) {
+    base = memory;
+    capacity = size;
+    cursor = 0;
+}
+
+void MessageBuffer::WriteUInt32(uint32_t value) {
+    const uint32_t tag = sizeof value;
+    Write(&tag, sizeof tag);
+    Write(&value, sizeof value);
+}
+
+void MessageBuffer::WriteUInt64(uint64_t value) {
+    const uint32_t tag = sizeof value;
+    Write(&tag, sizeof tag);
+    Write(&value, sizeof value);
+}
+
+void MessageBuffer::WriteString(std::string_view text) {
+    const uint32_t tag = sizeof text.front();
+    const auto length = static_cast<uint32_t>(text.size());
+    Write(&tag, sizeof tag);
+    Write(&length, sizeof length);
+    Write(text.data(), length);
+}
+
+void MessageBuffer::WriteStatus(const Status& status) {
+    WriteUInt32(static_cast<uint32_t>(status.code));
+    WriteString(status.message);
+}
+
+void MessageBuffer::WriteRun(const void* data, uint32_t size) {
+    WriteUInt32(size);
+    Write(data, size);
+}
+
+uint8_t* MessageBuffer::Reserve(uint32_t size) {
+    uint8_t* const run = base + cursor;
+    cursor += size;
+    return run;
+}
+
+uint32_t MessageBuffer::ReadUInt32() {
+    ExpectTag(sizeof(uint32_t));
+    return ReadWord();
+}
+
+std::string MessageBuffer::ReadString() {
+    ExpectTag(sizeof(char));
+    const uint32_t length = ReadWord();
+    return {reinterpret_cast<const char*>(Reserve(length)), length};
+}
+
+Status MessageBuffer::ReadStatus() {
+    const auto code = static_cast<int32_t>(ReadUInt32());
+    const std::string message = ReadString();
+    return message.empty() && code == 0 ? MakeSuccessStatus() : MakeErrorStatus(message, code);
+}
+
+MessageBuffer::Run MessageBuffer::ReadRun() {
+    const uint32_t size = ReadUInt32();
+    return {Reserve(size), size};
+}
+
+void MessageBuffer::Write(const void* item, uint32_t size) {
+    if (size == 0) {
+        return;
+    }
+    // In 32 bits, so that a cursor that has passed the end finds a large room: deliberate, lengths are the sender's
+    // care.
+    const uint32_t room = Room();
+    if (base == nullptr || size > room) {
+        if (base != nullptr) {
+            std::memset(base + cursor, 0, room);
+        }
+        Platform::FailFast();
+    }
+    std::memcpy(base + cursor, item, size);
+    cursor += size;
+}
+
+uint32_t MessageBuffer::ReadWord() {
+    if (base == nullptr) {
+        Platform::FailFast();
+    }
+    uint32_t word = 0;
+    std::memcpy(&word, base + cursor, sizeof word);
+    cursor += sizeof word;
+    return word;
+}
+
+void MessageBuffer::ExpectTag(uint32_t tag) {
+    if (ReadWord() != tag) {
+        throw std::runtime_error("读取类型和写入大小不匹配");
+    }
+}
+
+}  // namespace Orvane

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <orvane/status.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace Orvane {
+
+// The typed encoding of values in a channel's shared memory. Little-endian, one value behind the other:
+//
+//   u32      tag 4, u32 value; signed values and status codes as their bits
+//   u64      tag 8, u64 value
+//   string   tag 1, u32 length in bytes, the bytes without a terminating zero
+//   run      u32 as above with the length, then the bytes, which have no tag of their own
+//   status   u32 as above with the code, then the message as a string
+//
+// A tag is a u32 with the byte size of one element. A typed read that finds another tag throws a
+// `std::runtime_error`; the host catches none, so that a request that does not fit it ends it.
+// A write that does not fit ends the process. Reads are not bounded: whoever sends a length keeps it inside.
+class MessageBuffer {
+ public:
+    // Bytes that a view points to, inside the buffer.
+    struct Run {
+        uint8_t* data;
+        uint32_t size;
+    };
+
+    // Works on `size` bytes of the caller's `memory` from now on; null for none.
+    void Attach(uint8_t* memory, uint32_t size);
+    bool IsAttached() const { return base != nullptr; }
+
+    // Before a request is written or read, and before its reply is.
+    void Rewind() { cursor = 0; }
+
+    void WriteUInt32(uint32_t value);
+    void WriteUInt64(uint64_t value);
+    void WriteString(std::string_view text);
+    void WriteStatus(const Status& status);
+    void WriteRun(const void* data, uint32_t size);
+
+    // The next `size` bytes, for the caller to fill in place. Not bounded.
+    uint8_t* Reserve(uint32_t size);
+
+    // How many bytes can still be written.
+    uint32_t Room() const { return capacity - cursor; }
+
+    uint32_t ReadUInt32();
+    std::string ReadString();
+
+    // Logs and returns a failure when there is a message or a code other than 0.
+    Status ReadStatus();
+
+    // Points into the buffer; nothing is copied.
+    Run ReadRun();
+
+ private:
+    void Write(const void* item, uint32_t size);
+    uint32_t ReadWord();
+    void ExpectTag(uint32_t tag);
+
+    uint8_t* base = nullptr;
+    uint32_t capacity = 0;
+    uint32_t cursor = 0;
+};
+
+}  // namespace Orvane

@@ -1,0 +1,98 @@
+#include "ipc/shared_channel.h"
+
+#include "core/system_exception.h"
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <sstream>
+#include <utility>
+
+namespace Orvane {
+
+namespace {
+
+// "Result_4711d_1". The "d" behind the module word is deliberate: peers form and expect the same names.
+std::string ObjectName(const char* prefix, int32_t channelNumber) {
+    return std::string(prefix) + "_" + std::to_string(Platform::ModuleWord()) + "d_" + std::to_string(channelNumber);
+}
+
+int32_t NextChannelNumber() {
+    static std::atomic<int32_t> last{0};
+    return ++last;
+}
+
+Platform::Event CreateEvent(const std::string& name, const char* failure) {
+    Platform::Event event = Platform::Event::Create(name);
+    if (!event) {
+        ThrowSystemError(failure);
+    }
+    return event;
+}
+
+Platform::Event OpenEvent(const std::string& name, const char* failure) {
+    Platform::Event event = Platform::Event::Open(name);
+    if (!event) {
+        ThrowSystemError(failure);
+    }
+    return event;
+}
+
+Platform::View MapView(const Platform::Section& section, uint64_t size) {
+    Platform::View view = section.Map(size);
+    if (!view) {
+        ThrowSystemError("MapViewOfFile error");
+    }
+    return view;
+}
+
+}  // namespace
+
+void SharedChannel::Create(uint32_t size) {
+    for (const char* prefix : {"Result", "Call", "Channel"}) {
+        Platform::RemoveAbandoned(prefix);
+    }
+    const int32_t number = NextChannelNumber();
+    const std::string resultName = ObjectName("Result", number);
+    const std::string callName = ObjectName("Call", number);
+    const std::string sectionName = ObjectName("Channel", number);
+
+    resultEvent = CreateEvent(resultName, "CreateEvent result error ");
+    callEvent = CreateEvent(callName, "CreateEvent call error");
+    Platform::Section created = Platform::Section::Create(sectionName, size);
+    if (!created) {
+        ThrowSystemError("CreateFileMapping error");
+    }
+    view = MapView(created, size);
+    hostArguments = resultName + "|" + callName + "|" + sectionName + "|" + std::to_string(size);
+    section = std::move(created);
+    message.Attach(view.Data(), size);
+}
+
+void SharedChannel::Open(const std::string& arguments) {
+    std::istringstream text(arguments);
+    std::array<std::string, 4> tokens;  // a missing one is empty
+    for (std::string& token : tokens) {
+        std::getline(text, token, '|');
+    }
+    const auto& [resultName, callName, sectionName, sizeText] = tokens;
+
+    resultEvent = OpenEvent(resultName, "OpenEvent result error");
+    callEvent = OpenEvent(callName, "OpenEvent call error");
+    const Platform::Section opened = Platform::Section::Open(sectionName);
+    if (!opened) {
+        ThrowSystemError("OpenFileMapping error");
+    }
+    // No digits give 0: the whole section is then mapped, and the first write finds no room.
+    const long long size = std::strtoll(sizeText.c_str(), nullptr, 10);
+    view = MapView(opened, static_cast<uint64_t>(size));
+    message.Attach(view.Data(), static_cast<uint32_t>(size));
+}
+
+void SharedChannel::ReleaseSection() {
+    message.Attach(nullptr, 0);
+    view = {};
+    section = {};
+}
+
+}  // namespace Orvane

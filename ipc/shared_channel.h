@@ -1,0 +1,42 @@
+#pragma once
+
+#include "ipc/message_buffer.h"
+#include "platform/event.h"
+#include "platform/section.h"
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace Orvane {
+
+// What joins one client to one host: a section that holds a request or its reply, and two events that hand it over.
+// The client owns the section until it sets the Call event; the host owns it from then until it sets the Result
+// event. One exchange is in flight at a time.
+struct SharedChannel {
+    // Client: makes the objects under names of their own and the host's argument string. Objects of an earlier
+    // channel are replaced one by one. Throws `SystemException`; what was made before stays until it is replaced or
+    // the record goes.
+    void Create(uint32_t size);
+
+    // Host: opens what a client's argument string names: "RESULT|CALL|SECTION|SIZE". Throws `SystemException`.
+    void Open(const std::string& arguments);
+
+    // Unmaps and closes the section. The events stay open, deliberately: the next `Create` replaces them.
+    void ReleaseSection();
+
+    // The order is that of destruction, from the last to the first.
+    Platform::Event resultEvent;
+    Platform::Event callEvent;
+    std::string hostArguments;  // client only
+
+    // Client only: held for a whole exchange. It outlives the section that it guards, because threads may still be
+    // waiting for it when that is released; they then find `message` without memory.
+    std::recursive_mutex lock;
+
+    Platform::Section section;  // client only: the host closes it once it is mapped
+    Platform::View view;
+    MessageBuffer message;  // over the view
+};
+
+}  // namespace Orvane
