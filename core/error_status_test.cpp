@@ -1,7 +1,6 @@
 #include "core/error_status.h"
 
 #include <orvane/log.h>
-#include <orvane/version.h>
 
 #include "core/system_exception.h"
 #include "platform/path.h"
@@ -10,10 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 namespace Orvane {
 namespace {
@@ -22,19 +18,13 @@ using Lines = std::vector<std::pair<uint32_t, std::string>>;
 
 TEST(ErrorStatus, IsLoggedBeforeItsMessageIsExamined) {
     Testing::CapturedLog log;
-    const Status named = MakeErrorStatus("不支持此操作", -1);
-    EXPECT_EQ(named.message, "不支持此操作");
-    EXPECT_EQ(named.code, -1);
+    EXPECT_EQ(MakeErrorStatus("不支持此操作").code, -1);
     const Status nameless = MakeErrorStatus("", 5);
     EXPECT_EQ(nameless.message, "Unknown Error");
     EXPECT_EQ(nameless.code, 5);
-    EXPECT_EQ(log.Take(), (Lines{{6, "[ORVANE]:error=不支持此操作, status=-1"}, {6, "[ORVANE]:error=, status=5"}}));
-
-    const Status success = MakeSuccessStatus();
-    EXPECT_TRUE(success.Ok());
-    EXPECT_EQ(success.code, 0);
+    EXPECT_TRUE(MakeSuccessStatus().Ok());
     EXPECT_FALSE((Status{"message with code 0", 0}).Ok());
-    EXPECT_EQ(log.Take(), Lines{});
+    EXPECT_EQ(log.Take(), (Lines{{6, "[ORVANE]:error=不支持此操作, status=-1"}, {6, "[ORVANE]:error=, status=5"}}));
 }
 
 TEST(Log, FormatsFiltersAndDrops) {
@@ -46,38 +36,28 @@ TEST(Log, FormatsFiltersAndDrops) {
     EXPECT_EQ(Log(3, "below"), 0);
     EXPECT_EQ(Log(4, "at"), 0);
     SetLogLevel(0);
+    EXPECT_EQ(Log(6, "%ls", L"\u4e2d"), -1) << "the \"C\" locale cannot express this wide character";
     EXPECT_EQ(log.Take(), (Lines{{3, longText + " -7%"}, {4, "at"}}));
-
-    // A wide character that the "C" locale cannot express makes formatting fail.
-    EXPECT_EQ(Log(6, "%ls", L"\u4e2d"), -1);
-    EXPECT_EQ(log.Take(), Lines{});
 }
 
 TEST(Log, ThreadsLogWhileTheCallbackChanges) {
-    static std::atomic<int> received;
-    received = 0;
+    static std::atomic<int> received{0};
     std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([&stop] {
-            while (!stop) {
-                Log(6, "line %d", 1);
-            }
-        });
-    }
+    std::thread other([&stop] {
+        while (!stop) {
+            Log(6, "line %d", 1);
+        }
+    });
     while (received < 100) {
-        SetLogCallback([](uint32_t, const char* text) { received += std::string(text) == "line 1" ? 1 : -1000; });
+        SetLogCallback([](uint32_t, const char* text) { received += std::string(text) == "line 1" ? 1 : 1'000'000; });
+        Log(6, "line %d", 1);
         SetLogLevel(7);
         SetLogCallback(nullptr);
         SetLogLevel(0);
-        SetLogCallback([](uint32_t, const char*) { ++received; });
     }
     stop = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    SetLogCallback(nullptr);
-    EXPECT_GE(received, 100);
+    other.join();
+    EXPECT_LT(received, 1'000'000) << "a line was garbled";
 }
 
 TEST(SystemException, CarriesTheErrorOfTheCallBefore) {
@@ -85,17 +65,9 @@ TEST(SystemException, CarriesTheErrorOfTheCallBefore) {
     try {
         ThrowSystemError("CreateEvent result error ");
     } catch (const SystemException& thrown) {
-        ASSERT_FALSE(Platform::IsMissing(Platform::PathFromUtf8(".")));
-        const SystemException copy = thrown;  // NOLINT(performance-unnecessary-copy-initialization): what is tested
-        EXPECT_STREQ(copy.what(), "CreateEvent result error ");
-        EXPECT_EQ(copy.Code(), 2U) << "file not found has this number on both systems";
+        EXPECT_STREQ(thrown.what(), "CreateEvent result error ");
+        EXPECT_EQ(thrown.Code(), 2U) << "file not found has this number on both systems";
     }
-}
-
-TEST(Version, FunctionAndMacrosAgree) {
-    const std::string text = std::to_string(ORVANE_VERSION / 10000) + "." + std::to_string(ORVANE_VERSION / 100 % 100) +
-                             "." + std::to_string(ORVANE_VERSION % 100);
-    EXPECT_EQ(Version(), text);
 }
 
 }  // namespace

@@ -48,6 +48,7 @@ Interpreter& Interpreter::operator=(Interpreter&& other) noexcept = default;
 Status Interpreter::Init(const OptionV2& options) {
     InterpreterParams params;
     Status status = options.ToParams(params);
+    framework = params.framework;
     return status.Ok() ? Init(params) : status;
 }
 
@@ -58,8 +59,8 @@ Status Interpreter::Init(const InterpreterParams& params) {
         return MakeErrorStatus(refusal);
     }
     std::unique_ptr<IOrvane> backend = remote ? CreateRemoteBackend() : CreateOpenvinoBackend();
-    if (backend == nullptr) {
-        return MakeErrorStatus(remote ? "Remote host is not enabled\n" : "OpenVINO is not enabled\n");
+    if (backend == nullptr) {  // not in `orvane_client`
+        return MakeErrorStatus("OpenVINO is not enabled\n");
     }
     interpreter.reset();  // an earlier model goes before the next one is loaded
     auto initialised = std::make_unique<InterpreterProxyImpl>(std::move(backend));

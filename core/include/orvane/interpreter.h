@@ -26,7 +26,7 @@ class Interpreter {
     Interpreter& operator=(Interpreter&& other) noexcept;
 
     /// Loads and compiles the model that the options name. A failure leaves the interpreter empty, but one
-    /// that refuses the framework itself leaves a model loaded earlier in place.
+    /// that refuses the options or the framework themselves leaves a model loaded earlier in place.
     /// Tensors of an earlier model are dead after a successful call.
     Status Init(const OptionV2& options);
     Status Init(const InterpreterParams& params);

@@ -3,6 +3,7 @@
 /// The whole SDK: create an option set, initialise an interpreter with it, copy data into its input tensors,
 /// invoke it, copy the results out of its output tensors.
 
+#include <orvane/host.h>
 #include <orvane/interpreter.h>
 #include <orvane/interpreter_params.h>
 #include <orvane/log.h>

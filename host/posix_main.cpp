@@ -1,0 +1,8 @@
+#include "host/run_host.h"
+#include "platform/process.h"
+
+// The client hands the argument string over as one word.
+int main(int argc, char** argv) {
+    Orvane::Platform::EndSilently();
+    return Orvane::RunHost(argc > 1 ? argv[1] : "");
+}

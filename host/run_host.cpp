@@ -1,0 +1,19 @@
+#include "host/run_host.h"
+
+#include "core/system_exception.h"
+#include "host/dispatcher.h"
+
+namespace Orvane {
+
+int RunHost(const std::string& arguments) {
+    try {
+        HostSession session;  // its interpreter goes before its channel
+        session.channel.Open(arguments);
+        Serve(session);
+        return 0;
+    } catch (const SystemException&) {
+        return -1;
+    }
+}
+
+}  // namespace Orvane

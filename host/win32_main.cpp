@@ -1,0 +1,11 @@
+#include "host/run_host.h"
+#include "platform/process.h"
+#include "platform/win32/wide_text.h"
+
+#include <windows.h>
+
+// The command line comes without the program's own name, and may hold blanks.
+int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR commandLine, int /*show*/) {
+    Orvane::Platform::EndSilently();
+    return Orvane::RunHost(Orvane::Platform::Utf8FromWide(commandLine));
+}
