@@ -64,9 +64,31 @@ std::string LikelyHint(const ModelOptions& options) {
            "one needs --key.";
 }
 
+// Where a host process is to blame, and not the model; empty where it is not.
+std::string HostHint(const ModelOptions& options, const Status& status) {
+    const std::string program = options.HostProgram();
+    if (!program.empty() && status.message == kHostExit) {
+        return program +
+               " ended before the model was loaded. If it is the host program, orvane_host, this model ended it: " +
+               "see what happens without --host and --remote.";
+    }
+    if (program.empty() || status.code <= 0) {  // only the system's error numbers are positive
+        return "";
+    }
+    const std::string reason = std::system_category().message(status.code);
+    if (status.message == "CreateProcessAsUser error") {
+        return program + " cannot be started: " + reason + ". It must be the host program, orvane_host: --host " +
+               "takes its path, --remote finds it beside orvane.";
+    }
+    return "The system cannot give what a host process needs: " + reason + ".";
+}
+
 }  // namespace
 
-std::vector<std::string> LoadHints(const ModelOptions& options) {
+std::vector<std::string> LoadHints(const ModelOptions& options, const Status& status) {
+    if (const std::string hint = HostHint(options, status); !hint.empty()) {
+        return {hint};
+    }
     if (options.framework != FrameworkTypeOpenvino && options.framework != FrameworkTypeOpenvinoPlain) {
         return {"Framework " + std::to_string(options.framework) + " is not in this build: leave --framework out."};
     }

@@ -7,8 +7,8 @@
 
 namespace Orvane::Cli {
 
-// What the user of a model that did not load can do about it, one line each, judged by the options and by the
-// files as they are.
-std::vector<std::string> LoadHints(const ModelOptions& options);
+// What the user of a model that did not load can do about it, one line each, judged by the options, by the status and
+// by the files as they are.
+std::vector<std::string> LoadHints(const ModelOptions& options, const Status& status);
 
 }  // namespace Orvane::Cli

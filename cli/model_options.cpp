@@ -2,8 +2,10 @@
 
 #include "cli/failure.h"
 #include "cli/load_hints.h"
+#include "cli/model_tensor.h"
 #include "platform/path.h"
 
+#include <orvane/host.h>
 #include <orvane/log.h>
 
 #include <CLI/CLI.hpp>
@@ -20,6 +22,12 @@ void CheckUsage(const ModelOptions& options) {
         !options.device.empty() || !options.cache.empty() || options.makeCache || options.key;
     if (options.framework != FrameworkTypeOpenvino && hasOpenvinoOptions) {
         throw WrongUsage("--device, --cache, --make-cache and --key go with framework 9 only");
+    }
+    if (options.remote && options.host) {
+        throw WrongUsage("--remote and --host exclude each other: both name the host program");
+    }
+    if (options.host && options.host->empty()) {
+        throw WrongUsage("--host is empty; it takes the path of a host program");
     }
     if (options.model.empty() && options.cache.empty()) {
         throw WrongUsage("MODEL is missing; it may be left out only when --cache names a cache file");
@@ -39,6 +47,7 @@ OptionHandle MakeOption(const ModelOptions& options) {
     option->SetString(OptionOpenvinoDevie, options.device.c_str());
     option->SetString(OptionOpenvinoCachePath, options.cache.c_str());
     option->SetBool(OptionOpenvinoMakeCache, options.makeCache);
+    option->SetString(OptionCommonHost, options.HostProgram().c_str());
     if (options.key) {
         option->SetBool(OptionOpenvinoMakeEncrypted, true);
         option->SetString(OptionOpenvinoMakeEncryptedKey, options.key->c_str());
@@ -57,6 +66,14 @@ void CheckCacheWritten(const ModelOptions& options) {
 
 }  // namespace
 
+std::string ModelOptions::HostProgram() const {
+    return remote ? HostPathBesideProgram() : host.value_or("");
+}
+
+uint32_t ModelOptions::MaxTensorBytes() const {
+    return HostProgram().empty() ? kMaxTensorBytes : kMaxTensorBytesOfHost;
+}
+
 void AddModelOptions(CLI::App& app, ModelOptions& options) {
     app.add_option("MODEL", options.model, "Model file; may be left out when --cache names an existing file")
         ->type_name("");
@@ -68,6 +85,8 @@ void AddModelOptions(CLI::App& app, ModelOptions& options) {
     app.add_flag("--make-cache", options.makeCache, "Write the cache file if it does not exist yet");
     app.add_option("--key", options.key, "The model files are encrypted with this key of up to 4 bytes")
         ->type_name("K");
+    app.add_option("--host", options.host, "Run the model in a host process of this program")->type_name("PATH");
+    app.add_flag("--remote", options.remote, "Run it in a host process of the program orvane_host beside this one");
     app.add_option("--log-level", options.logLevel, "Log lines of this level and above go to standard error")
         ->type_name("L");
 }
@@ -76,7 +95,7 @@ Interpreter LoadModel(const ModelOptions& options) {
     CheckUsage(options);
     Interpreter interpreter;
     if (const Status status = interpreter.Init(*MakeOption(options)); !status.Ok()) {
-        throw Failure(status.message, LoadHints(options));
+        throw Failure(status.message, LoadHints(options, status));
     }
     if (options.makeCache) {
         CheckCacheWritten(options);

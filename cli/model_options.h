@@ -20,8 +20,16 @@ struct ModelOptions {
     std::string cache;   // path of the cache file; empty for none
     bool makeCache = false;
     std::optional<std::string> key;
+    std::optional<std::string> host;  // path of the host program that runs the model
+    bool remote = false;              // the host program beside this one
     int32_t framework = FrameworkTypeOpenvino;
     std::optional<uint32_t> logLevel;
+
+    // Path of the host program; empty when the model runs in this process.
+    std::string HostProgram() const;
+
+    // The largest tensor whose data can be copied, in bytes.
+    uint32_t MaxTensorBytes() const;
 };
 
 // Adds MODEL and the options to a subcommand. Parsing fills `options`, which must live as long.

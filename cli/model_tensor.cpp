@@ -1,28 +1,42 @@
 #include "cli/model_tensor.h"
 
 #include "cli/element_type.h"
+#include "cli/failure.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace Orvane::Cli {
 namespace {
 
-constexpr uint64_t kMaxBytes = std::numeric_limits<uint32_t>::max();
-
-bool ExceedsMaxBytes(DataType type, const std::vector<int64_t>& shape) {
+bool Exceeds(uint64_t maxBytes, DataType type, const std::vector<int64_t>& shape) {
     if (std::find(shape.begin(), shape.end(), 0) != shape.end()) {
         return false;
     }
     uint64_t bytes = DataTypeSize(type);
     for (const int64_t dimension : shape) {
-        if (static_cast<uint64_t>(dimension) > kMaxBytes / bytes) {
+        if (static_cast<uint64_t>(dimension) > maxBytes / bytes) {
             return true;
         }
         bytes *= static_cast<uint64_t>(dimension);
     }
     return false;
+}
+
+// From a host process a dynamic dimension arrives as its low 32 bits.
+std::vector<int64_t> ShapeOf(const TensorImpl& tensor) {
+    std::vector<int64_t> shape = tensor.GetShape();
+    std::replace(shape.begin(), shape.end(), int64_t{0xFFFF'FFFF}, int64_t{-1});
+    return shape;
+}
+
+// A host process that has ended answers with empty tensors and, from then on, with none; only a status says why.
+void CheckHostLives(Interpreter& interpreter) {
+    if (interpreter.GetOutputCount() == 0) {
+        if (const Status status = interpreter.Invoke(); status.message == kHostExit) {
+            throw Failure(status.message);
+        }
+    }
 }
 
 }  // namespace
@@ -34,21 +48,28 @@ std::string ModelTensor::Obstacle() const {
     if (std::any_of(shape.begin(), shape.end(), [](int64_t dimension) { return dimension < 0; })) {
         return "its shape " + ShapeText(shape) + " has a dynamic dimension, so that its size is not known";
     }
-    if (ExceedsMaxBytes(elementType, shape)) {
+    if (Exceeds(kMaxTensorBytes, elementType, shape)) {
         return "its shape " + ShapeText(shape) + " takes 4 GiB or more";
+    }
+    if (Exceeds(maxBytes, elementType, shape)) {
+        return "its shape " + ShapeText(shape) + " takes more than the " + std::to_string(maxBytes) +
+               " bytes that can travel to or from a host process; run it without --host and --remote";
     }
     return "";
 }
 
-std::vector<ModelTensor> TensorsOf(Interpreter& interpreter, TensorType side) {
+std::vector<ModelTensor> TensorsOf(Interpreter& interpreter, TensorType side, uint32_t maxBytes) {
     const int32_t count = side == TensorTypeInput ? interpreter.GetInputCount() : interpreter.GetOutputCount();
     std::vector<ModelTensor> tensors;
     for (int32_t index = 0; index < count; ++index) {
         const auto place = static_cast<uint32_t>(index);
         TensorHandle handle = interpreter.GetTensor(side, place);
-        tensors.push_back(
-            {side, place, handle->GetName(), handle->GetDataType(), handle->GetShape(), std::move(handle)});
+        if (handle) {
+            tensors.push_back(
+                {side, place, handle->GetName(), handle->GetDataType(), ShapeOf(*handle), std::move(handle), maxBytes});
+        }
     }
+    CheckHostLives(interpreter);
     return tensors;
 }
 

@@ -9,6 +9,11 @@
 
 namespace Orvane::Cli {
 
+// Bytes that the largest tensor can have whose data is copied: in this process, and from and to a host process,
+// where a channel carries it and what goes with it. More than the channel holds would end one of the two processes.
+inline constexpr uint32_t kMaxTensorBytes = 0xFFFF'FFFF;
+inline constexpr uint32_t kMaxTensorBytesOfHost = 22'021'120 - 1'024;
+
 // A tensor of a loaded model together with its place in the model.
 struct ModelTensor {
     TensorType side;
@@ -17,14 +22,16 @@ struct ModelTensor {
     DataType elementType;
     std::vector<int64_t> shape;
     TensorHandle handle;
+    uint32_t maxBytes;  // one of the two above
 
     // Why its data cannot be copied; empty when it can. Where it can, `Bytes` is right.
     std::string Obstacle() const;
     uint32_t Bytes() const { return static_cast<uint32_t>(handle->GetByteSize()); }
 };
 
-// All inputs or all outputs, in the model's order. They must not outlive `interpreter`.
-std::vector<ModelTensor> TensorsOf(Interpreter& interpreter, TensorType side);
+// All inputs or all outputs, in the model's order. They must not outlive `interpreter`. Throws `Failure` when the
+// model's host process has ended.
+std::vector<ModelTensor> TensorsOf(Interpreter& interpreter, TensorType side, uint32_t maxBytes = kMaxTensorBytes);
 
 // "input" or "output".
 std::string SideName(TensorType side);

@@ -58,8 +58,9 @@ void Run(const RunOptions& options, std::ostream& out, std::ostream& err) {
 
     const LogLines lines(options.model.logLevel, err);
     Interpreter interpreter = LoadModel(options.model);
-    const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput);
-    const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput);
+    const uint32_t maxBytes = options.model.MaxTensorBytes();
+    const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput, maxBytes);
+    const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput, maxBytes);
     const std::vector<Transfer> copiedIn = ReadInputs(inputFiles, inputs);
     std::vector<Transfer> copiedOut = PrepareOutputs(outputFiles, outputs);
 

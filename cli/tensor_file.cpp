@@ -36,7 +36,7 @@ void CheckNpy(std::ifstream& file, const std::string& path, const ModelTensor& t
 std::string BytesHeld(std::ifstream& file, std::size_t read) {
     const auto here = file.tellg();
     const auto end = file.seekg(0, std::ios::end).tellg();
-    if (end > here) {
+    if (end >= here && end != std::ifstream::pos_type(-1)) {
         return std::to_string(static_cast<uint64_t>(end - here) + read);
     }
     return "more than " + std::to_string(read);  // a pipe does not tell
