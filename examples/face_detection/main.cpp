@@ -23,13 +23,16 @@ void Check(const Orvane::Status& status, const std::string& explanation) {
     }
 }
 
-Orvane::Interpreter LoadModel(const std::string& path) {
+// The model runs in a process of the program `host`, or in this one when that is empty. Nothing else differs.
+Orvane::Interpreter LoadModel(const std::string& path, const std::string& host) {
     const Orvane::OptionHandle options = Orvane::CreateOption();
     options->SetInt(Orvane::OptionCommonFramework, Orvane::FrameworkTypeOpenvino);
     options->SetString(Orvane::OptionCommonModelPath, path.c_str());
+    options->SetString(Orvane::OptionCommonHost, host.c_str());
 
     Orvane::Interpreter interpreter;
-    Check(interpreter.Init(*options), "cannot load " + path + ", give the face detector's model file");
+    Check(interpreter.Init(*options), "cannot load " + path + ", give the face detector's model file" +
+                                          (host.empty() ? "" : " and the path of orvane_host"));
     return interpreter;
 }
 
@@ -92,18 +95,20 @@ void PrintFaces(const std::string& picturePath, const std::vector<Face>& faces) 
 
 int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (arguments.size() != 2 && arguments.size() != 3) {
+    if (arguments.size() < 2 || arguments.size() > 4) {
         std::fprintf(stderr,
-                     "usage: face_detection MODEL PICTURE [OUT.png]\n"
-                     "Finds the faces in PICTURE; OUT.png becomes a copy of it with a frame around each.\n");
+                     "usage: face_detection MODEL PICTURE [OUT.png [HOST]]\n"
+                     "Finds the faces in PICTURE; OUT.png becomes a copy of it with a frame around each.\n"
+                     "HOST is the path of the host program, orvane_host; the model then runs in a process of it.\n");
         return 2;
     }
     try {
-        Orvane::Interpreter interpreter = LoadModel(arguments[0]);
+        const std::string host = arguments.size() == 4 ? arguments[3] : "";
+        Orvane::Interpreter interpreter = LoadModel(arguments[0], host);
         Picture picture = LoadPicture(arguments[1]);
         const std::vector<Face> faces = DetectFaces(interpreter, picture);
         PrintFaces(arguments[1], faces);
-        if (arguments.size() == 3) {
+        if (arguments.size() >= 3) {
             for (const Face& face : faces) {
                 DrawFrame(picture, face.box);
             }

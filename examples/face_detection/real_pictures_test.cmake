@@ -1,4 +1,4 @@
-# Runs PROGRAM on the pictures in MATERIAL; FOLDER is emptied and filled.
+# Runs PROGRAM on the pictures in MATERIAL, by itself and with the host program HOST; FOLDER is emptied and filled.
 cmake_minimum_required(VERSION 3.25)
 
 set(model ${MATERIAL}/face_detection_short_range.tflite)
@@ -35,11 +35,19 @@ foreach(range "1 0.8 1.0" "2 165 195" "3 260 290" "4 60 95" "5 165 195")
         message(FATAL_ERROR "expected ${low} to ${high}, got ${CMAKE_MATCH_${group}}:\n${printed}")
     endif()
 endforeach()
+set(inProcess "${printed}")
+expect(0 "^astronaut.png: 1 face\n" ${model} ${astronaut} remote.png ${HOST})
+file(SHA256 ${FOLDER}/人脸.png drawn)
+file(SHA256 ${FOLDER}/remote.png drawnRemotely)
+if(NOT printed STREQUAL inProcess OR NOT drawn STREQUAL drawnRemotely)
+    message(FATAL_ERROR "in a host process it is something else:\n${printed}")
+endif()
 expect(0 "^人脸.png: 1 face\n" ${model} 人脸.png)  # what was written is a picture
 expect(0 "^coffee.png: no face\n$" ${model} ${coffee})
 
 foreach(out new.png kept.png)
     expect(1 "face_detection: cannot load missing.tflite, give the face detector" missing.tflite ${astronaut} ${out})
+    expect(1 "give the face .*path of orvane_host:\nCreateProcessAsUser error\n$" ${model} ${astronaut} ${out} missing)
     expect(1 "face_detection: cannot load text, give the face detector" text ${astronaut} ${out})
     expect(1 "face_detection: cannot load .*coffee.png, give the face detector" ${coffee} ${astronaut} ${out})
     expect(1 "^face_detection: cannot read missing.png: " ${model} missing.png ${out})
@@ -52,6 +60,6 @@ expect(2 "^usage: face_detection MODEL PICTURE" ${model})
 
 file(READ ${FOLDER}/kept.png kept)
 file(GLOB left RELATIVE ${FOLDER} ${FOLDER}/*)
-if(NOT kept STREQUAL "an earlier file" OR NOT left STREQUAL "folder;kept.png;text;人脸.png")
+if(NOT kept STREQUAL "an earlier file" OR NOT left STREQUAL "folder;kept.png;remote.png;text;人脸.png")
     message(FATAL_ERROR "a failed run changed its folder: ${left}")
 endif()

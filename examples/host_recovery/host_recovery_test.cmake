@@ -1,0 +1,31 @@
+# Runs PROGRAM with models in MATERIAL and kills its host process, by KILL_HOST.
+cmake_minimum_required(VERSION 3.25)
+
+set(models ${MATERIAL}/face_detection_short_range.tflite ${MATERIAL}/silero_vad_openvino_16k.onnx)
+foreach(model ${models})
+    if(NOT EXISTS ${model})
+        message("SKIPPED: ${model} is missing; ./dev setup fetches it")
+        return()
+    endif()
+endforeach()
+
+# expect(EXIT TEXT command...): the command exits so, and what it prints matches TEXT.
+function(expect exit text)
+    execute_process(COMMAND ${ARGN} TIMEOUT 150 RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE printed)
+    if(NOT result STREQUAL "${exit}" OR NOT printed MATCHES "${text}")
+        message(FATAL_ERROR "${ARGN}: expected exit ${exit} and \"${text}\", got exit ${result} and\n${printed}")
+    endif()
+endfunction()
+
+set(story "^In this process: the model runs\nIn a host process: the same bits\nRunning until the host process dies\n"
+    "[+] kill -KILL [0-9]+\nA call failed: [a-z' ]+: Orvane Host Exit\nIn a new host process: the same bits\n$")
+string(CONCAT story ${story})
+foreach(model ${models})
+    expect(0 "${story}" ${KILL_HOST} ${PROGRAM} ${model})
+endforeach()
+
+list(GET models 0 model)
+expect(2 "^usage: host_recovery MODEL" ${PROGRAM})
+expect(1 "cannot load missing:\n.*missing" ${KILL_HOST} ${PROGRAM} missing)
+expect(1 "cannot load ${model} in a process of missing:\nCreateProcessAsUser error\n$" ${PROGRAM} ${model} missing)
+expect(1 "cannot load ${model} in a process of /bin/true: Orvane Host Exit\n$" ${PROGRAM} ${model} /bin/true)

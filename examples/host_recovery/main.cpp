@@ -1,0 +1,147 @@
+// Lives on when the inference runtime crashes: runs a model in a host process, loses that process, and goes on with a
+// new one. What comes from there is compared, bit for bit, with what the model gives in this process.
+
+#include <orvane/orvane.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Outputs = std::vector<std::vector<uint8_t>>;
+
+// A call that failed because the host process died, the one failure that loading the model again makes good.
+struct HostExit : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+void Check(const Orvane::Status& status, const std::string& explanation) {
+    if (status.message == "Orvane Host Exit") {
+        throw HostExit(explanation + ": " + status.message);
+    }
+    if (!status.Ok()) {
+        throw std::runtime_error(explanation + ":\n" + status.message);
+    }
+}
+
+// Tensors go before their interpreter, and before it loads a model again.
+struct Model {
+    Orvane::Interpreter interpreter;
+    std::vector<Orvane::TensorHandle> inputs;
+    std::vector<Orvane::TensorHandle> outputs;
+};
+
+// What is larger than the memory that is shared with a host process must not be copied: it would end this process.
+void CheckSize(const Orvane::TensorImpl& tensor) {
+    constexpr uint64_t kLargest = 22'000'000;
+    const std::vector<int64_t> shape = tensor.GetShape();
+    const bool dynamic = std::any_of(shape.begin(), shape.end(), [](int64_t dimension) { return dimension < 0; });
+    if (dynamic || tensor.GetByteSize() > kLargest) {
+        throw std::runtime_error("a tensor has a dynamic dimension or more than 22 MB, give another model");
+    }
+}
+
+std::vector<Orvane::TensorHandle> TensorsOf(Orvane::Interpreter& interpreter, Orvane::TensorType side, int32_t count) {
+    std::vector<Orvane::TensorHandle> tensors;
+    for (int32_t i = 0; i < count; ++i) {
+        tensors.push_back(interpreter.GetTensor(side, static_cast<uint32_t>(i)));
+        if (!tensors.back()) {
+            throw HostExit("cannot look at the model's tensors");
+        }
+        CheckSize(*tensors.back());
+    }
+    return tensors;
+}
+
+// Loads the model into a new process of the program `host`, or into this one when that is empty.
+void Load(Model& model, const std::string& path, const std::string& host) {
+    const Orvane::OptionHandle options = Orvane::CreateOption();
+    options->SetInt(Orvane::OptionCommonFramework, Orvane::FrameworkTypeOpenvino);
+    options->SetString(Orvane::OptionCommonModelPath, path.c_str());
+    options->SetString(Orvane::OptionCommonHost, host.c_str());
+
+    model.inputs.clear();
+    model.outputs.clear();
+    Check(model.interpreter.Init(*options), "cannot load " + path + (host.empty() ? "" : " in a process of " + host));
+    model.inputs = TensorsOf(model.interpreter, Orvane::TensorTypeInput, model.interpreter.GetInputCount());
+    model.outputs = TensorsOf(model.interpreter, Orvane::TensorTypeOutput, model.interpreter.GetOutputCount());
+}
+
+Outputs Infer(Model& model) {
+    for (const Orvane::TensorHandle& input : model.inputs) {
+        // As floats these bytes are 0.747; other elements are zeros, which no model refuses.
+        const uint8_t byte = input->GetDataType() == Orvane::DataTypeFloat32 ? 0x3F : 0;
+        const std::vector<uint8_t> data(static_cast<size_t>(input->GetByteSize()), byte);
+        Check(input->CopyFrom(data.data(), static_cast<uint32_t>(data.size())), "cannot copy an input in");
+    }
+    Check(model.interpreter.Invoke(), "cannot run the model");
+    Outputs outputs;
+    for (const Orvane::TensorHandle& output : model.outputs) {
+        std::vector<uint8_t>& data = outputs.emplace_back(static_cast<size_t>(output->GetByteSize()));
+        Check(output->CopyTo(data.data(), static_cast<uint32_t>(data.size())), "cannot copy an output out");
+    }
+    return outputs;
+}
+
+void InferUntilHostExit(Model& model) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    try {
+        while (std::chrono::steady_clock::now() < end) {
+            Infer(model);
+        }
+    } catch (const HostExit& failure) {
+        std::cout << "A call failed: " << failure.what() << "\n";
+        return;
+    }
+    throw std::runtime_error("the host process did not die within 30 s, end it while this program runs");
+}
+
+void CheckSame(const Outputs& outputs, const Outputs& expected) {
+    if (outputs != expected) {
+        throw std::runtime_error("the host process gave other bits than this process");
+    }
+}
+
+void LoseHostAndRecover(const std::string& path, const std::string& host) {
+    Model local;
+    Load(local, path, "");
+    const Outputs expected = Infer(local);
+    std::cout << "In this process: the model runs\n";
+
+    Model remote;
+    Load(remote, path, host);
+    CheckSame(Infer(remote), expected);
+    std::cout << "In a host process: the same bits\n";
+
+    std::cout << "Running until the host process dies\n";
+    InferUntilHostExit(remote);
+
+    Load(remote, path, host);
+    CheckSame(Infer(remote), expected);
+    std::cout << "In a new host process: the same bits\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2 && argc != 3) {
+        std::cerr << "usage: host_recovery MODEL [HOST]\n"
+                     "Runs MODEL in a process of the program HOST until that process is ended, then in a new one.\n"
+                     "HOST is orvane_host beside this program unless given.\n";
+        return 2;
+    }
+    std::cout << std::unitbuf;  // each line at once, for whoever reads along
+    try {
+        LoseHostAndRecover(argv[1], argc == 3 ? argv[2] : Orvane::HostPathBesideProgram());
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << "host_recovery: " << error.what() << "\n";
+        return 1;
+    }
+}
