@@ -2,61 +2,60 @@
 
 #include "core/i_orvane.h"
 
-#include <string>
-#include <unordered_map>
-#include <utility>
-#include <vector>
+#include <memory>
+#include <new>
 
 namespace Orvane::Testing {
 
-// A backend that describes the tensors it was given, answers every operation that can fail with `answer` and
-// records what it was asked.
-class FakeBackend : public IOrvane {
- public:
-    std::vector<TensorInfo> inputs;
-    std::vector<TensorInfo> outputs;
-    Status answer;
+// What backends were asked, in order, and what they answer where they can fail.
+struct FakeRecord {
     std::vector<std::string> calls;
-    char data[16] = {};
+    Status answer;
+    bool outOfMemory = false;  // `Init` throws
+};
+
+// A backend without a model; its tensors can be replaced.
+class FakeBackend final : public IOrvane {
+ public:
+    std::vector<TensorInfo> inputs = {{"a"}, {"twice"}, {"twice"}};
+    std::vector<TensorInfo> outputs;
+    const std::shared_ptr<FakeRecord> record;
+    const std::string name;
+
+    explicit FakeBackend(std::shared_ptr<FakeRecord> shared = std::make_shared<FakeRecord>(),
+                         std::string ownName = "fake")
+        : record(std::move(shared)), name(std::move(ownName)) {
+        record->calls.push_back("create " + name);
+    }
+    ~FakeBackend() override { record->calls.push_back("destroy " + name); }
 
     Status Init(const InterpreterParams& params) override {
-        calls.push_back("Init " + params.modelPath);
-        return answer;
+        if (record->outOfMemory) {
+            throw std::bad_alloc();
+        }
+        return Answer("init " + name + " " + params.modelPath);
     }
-    void Release() override { calls.emplace_back("Release"); }
+    void Release() override { record->calls.push_back("release " + name); }
     int32_t GetTensorCount(TensorType type) override { return static_cast<int32_t>(Infos(type).size()); }
-    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override {
-        return index < Infos(type).size() ? Infos(type)[index] : TensorInfo();
-    }
-    Status SetInputData(uint32_t index, const void*, uint32_t size) override {
-        calls.push_back("SetInputData " + std::to_string(index) + " " + std::to_string(size));
-        return answer;
-    }
-    Status Invoke() override {
-        calls.emplace_back("Invoke");
-        return answer;
-    }
-    Status CopyOutputTo(uint32_t index, void*, uint32_t size) override {
-        calls.push_back("CopyOutputTo " + std::to_string(index) + " " + std::to_string(size));
-        return answer;
-    }
-    void* GetTensorData(TensorType type, uint32_t index) override {
-        calls.push_back("GetTensorData " + std::to_string(type) + " " + std::to_string(index));
-        return data;
-    }
+    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override { return Infos(type).at(index); }
+    Status SetInputData(uint32_t index, const void*, uint32_t size) override { return Answer("set", index, size); }
+    Status Invoke() override { return Answer("invoke"); }
+    Status CopyOutputTo(uint32_t index, void*, uint32_t size) override { return Answer("copy", index, size); }
+    void* GetTensorData(TensorType type, uint32_t index) override { return &Infos(type).at(index); }
     std::unordered_map<std::string, std::string> GetExtraInfo() override { return {{"kind", "fake"}}; }
     Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override {
-        std::string call = "SetTensorShape " + std::to_string(type) + " " + std::to_string(index) + " [";
-        for (const int64_t dimension : shape) {
-            call += std::to_string(dimension);
-        }
-        calls.push_back(call + "]");
-        Infos(type)[index].shape = shape;
-        return answer;
+        Infos(type).at(index).shape = shape;
+        return Answer("shape", type, index);
     }
 
  private:
     std::vector<TensorInfo>& Infos(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
+    template <typename... Numbers>
+    Status Answer(std::string call, Numbers... numbers) {
+        (call.append(" ").append(std::to_string(numbers)), ...);
+        record->calls.push_back(call);
+        return record->answer;
+    }
 };
 
 }  // namespace Orvane::Testing

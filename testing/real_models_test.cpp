@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace Orvane {
@@ -68,7 +69,8 @@ std::istringstream AsStream(const Bytes& bytes) {
     return std::istringstream(std::string(bytes.begin(), bytes.end()));
 }
 
-class RealModels : public testing::TestWithParam<const char*> {
+// A model, and whether it runs in a host process.
+class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> {
  protected:
     void SetUp() override {
         if (!std::filesystem::exists(Platform::PathFromUtf8(model))) {
@@ -80,6 +82,9 @@ class RealModels : public testing::TestWithParam<const char*> {
     std::vector<Bytes> RunCommand(std::vector<std::string> arguments, const std::vector<Bytes>& inputs,
                                   size_t outputCount) {
         arguments.insert(arguments.begin(), "run");
+        if (std::get<1>(GetParam())) {
+            arguments.insert(arguments.end(), {"--host", ORVANE_HOST_PATH});
+        }
         for (size_t i = 0; i < inputs.size(); ++i) {
             const std::string number = std::to_string(i);
             arguments.insert(arguments.end(), {"--input", number + "=" + folder.Write("in" + number, inputs[i])});
@@ -97,13 +102,13 @@ class RealModels : public testing::TestWithParam<const char*> {
         return outputs;
     }
 
-    void ExpectSuccess(const std::vector<std::string>& arguments) {
+    static void ExpectSuccess(const std::vector<std::string>& arguments) {
         const Cli::CapturedRun run = Cli::RunCaptured(arguments);
         ASSERT_EQ(run.exitValue, 0) << run.err;
     }
 
     Testing::TemporaryFolder folder;
-    std::string model = Material(GetParam());
+    std::string model = Material(std::get<0>(GetParam()));
 };
 
 TEST_P(RealModels, GiveTheRuntimesOwnBits) {
@@ -145,8 +150,10 @@ TEST_P(RealModels, RunFromTheirCacheAlone) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, RealModels,
-                         testing::Values("face_detection_short_range.tflite", "silero_vad_openvino_16k.onnx",
-                                         "pose_landmark_full.tflite"));
+                         testing::Combine(testing::Values<std::string>("face_detection_short_range.tflite",
+                                                                       "silero_vad_openvino_16k.onnx",
+                                                                       "pose_landmark_full.tflite"),
+                                          testing::Bool()));
 
 using VoiceActivity = RealModels;
 
@@ -163,7 +170,9 @@ TEST_P(VoiceActivity, CarriesItsStateOverManySteps) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, VoiceActivity, testing::Values("silero_vad_openvino_16k.onnx"));
+INSTANTIATE_TEST_SUITE_P(Files, VoiceActivity,
+                         testing::Combine(testing::Values<std::string>("silero_vad_openvino_16k.onnx"),
+                                          testing::Bool()));
 
 }  // namespace
 }  // namespace Orvane

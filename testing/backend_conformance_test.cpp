@@ -1,0 +1,260 @@
+// One suite over the backend in this process and the one in a host process. Where they differ on purpose, a test
+// of its own says so.
+
+#include <orvane/model_file_cipher.h>
+
+#include "core/backend_factory.h"
+#include "testing/temporary_folder.h"
+#include "testing/tiny_models.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace Orvane {
+namespace {
+
+using Floats = std::vector<float>;
+using Testing::AddModel;
+using Testing::EchoModel;
+
+constexpr ModelFileCipher kCipher{1, {'k', 'e', 'y', 0}};
+
+Testing::TinyModel Encrypted(Testing::TinyModel model) {
+    // Blanks behind the text and zeros behind the weights fill up a tail that the cipher would not give back.
+    model.description.resize((model.description.size() + 15) / 16 * 16, ' ');
+    model.weights.resize((model.weights.size() + 15) / 16 * 16);
+    kCipher.Encrypt(reinterpret_cast<uint8_t*>(model.description.data()),
+                    static_cast<uint32_t>(model.description.size()));
+    kCipher.Encrypt(model.weights.data(), static_cast<uint32_t>(model.weights.size()));
+    return model;
+}
+
+class Backend : public testing::TestWithParam<const char*> {
+ protected:
+    InterpreterParams Params(const std::string& modelPath) const {
+        InterpreterParams params;
+        params.framework = FrameworkTypeOpenvino;
+        params.modelPath = modelPath;
+        params.host = remote ? ORVANE_HOST_PATH : "";
+        return params;
+    }
+
+    std::string Init(const InterpreterParams& params) {
+        const Status status = backend->Init(params);
+        EXPECT_EQ(status.code, status.Ok() ? 0 : -1);
+        return status.message;
+    }
+
+    // Runs the add model on {1, 2, 3}; its outputs, or a failure's message.
+    std::string Run() {
+        const Floats x = {1, 2, 3};
+        Floats y(3);
+        Status status = backend->SetInputData(0, x.data(), 12);
+        status = status.Ok() ? backend->Invoke() : status;
+        status = status.Ok() ? backend->CopyOutputTo(0, y.data(), 12) : status;
+        std::ostringstream text;
+        text << status.message;
+        for (const float value : status.Ok() ? y : Floats{}) {
+            text << value << " ";
+        }
+        return text.str();
+    }
+
+    bool remote = std::string(GetParam()) == "remote";
+    Testing::TemporaryFolder folder;
+    std::string addModel = AddModel({10, 20, 30}).WriteTo(folder, "加法");
+    std::unique_ptr<IOrvane> backend = remote ? CreateRemoteBackend() : CreateOpenvinoBackend();
+};
+
+TEST_P(Backend, RunsAModelFromEndToEnd) {
+    ASSERT_EQ(Init(Params(addModel)), "");
+    EXPECT_EQ(backend->GetTensorCount(TensorTypeInput), 1);
+    EXPECT_EQ(backend->GetTensorCount(static_cast<TensorType>(7)), 1) << "what is not the input side is the output";
+    EXPECT_EQ(backend->GetTensorInfo(TensorTypeInput, 0).name, "x");
+    const TensorInfo output = backend->GetTensorInfo(TensorTypeOutput, 0);
+    EXPECT_EQ(output.name, "y");
+    EXPECT_EQ(output.dataType, DataTypeFloat32);
+    EXPECT_EQ(output.format, 1U);
+    EXPECT_FALSE(output.flag);
+    EXPECT_EQ(output.shape, (std::vector<int64_t>{1, 3}));
+    EXPECT_TRUE(backend->GetExtraInfo().empty());
+
+    Floats y(3);
+    EXPECT_EQ(backend->Invoke().message, "Must call CopyTo");
+    EXPECT_FALSE(backend->CopyOutputTo(0, y.data(), 12).Ok());
+    EXPECT_EQ(backend->GetTensorData(TensorTypeOutput, 0), nullptr);
+
+    ASSERT_EQ(Run(), "11 22 33 ");
+    const float five = 5;
+    ASSERT_TRUE(backend->SetInputData(0, &five, 4).Ok());
+    ASSERT_TRUE(backend->SetInputData(0, nullptr, 0).Ok());
+    ASSERT_TRUE(backend->Invoke().Ok());
+    const auto* data = static_cast<const float*>(backend->GetTensorData(TensorTypeOutput, 0));
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ((Floats{data[0], data[1], data[2]}), (Floats{15, 22, 33})) << "a short input leaves the tail";
+
+    EXPECT_EQ(backend->SetInputData(0, Floats(4).data(), 13).message, "数据大小错误");
+    y = {-1, -1, -1};
+    EXPECT_EQ(backend->CopyOutputTo(0, y.data(), 11).message, "数据大小错误");
+    EXPECT_EQ(y, (Floats{-1, -1, -1}));
+    EXPECT_EQ(backend->GetTensorData(TensorTypeInput, 0), nullptr);
+    EXPECT_EQ(backend->BindTensor(0, TensorTypeInput, 0, TensorTypeOutput).message, "不支持此操作");
+    EXPECT_EQ(Run(), "11 22 33 ");
+}
+
+TEST_P(Backend, DescribesEveryElementType) {
+    const std::vector<std::pair<std::string, DataType>> types = {
+        {"f32", DataTypeFloat32}, {"f16", DataTypeFloat16},  {"i32", DataTypeInt32}, {"u8", DataTypeUInt8},
+        {"i64", DataTypeInt64},   {"boolean", DataTypeBool}, {"i16", DataTypeInt16}, {"i8", DataTypeInt8},
+        {"f64", DataTypeFloat64}, {"u16", DataTypeUnknown}};
+    std::vector<Testing::TinyPort> ports;
+    for (const auto& [name, type] : types) {
+        ports.push_back({name, name, {"2", "3"}});
+    }
+    ports.push_back({"", "f32", {"1"}});
+    ASSERT_EQ(Init(Params(EchoModel(ports).WriteTo(folder, "types"))), "");
+    ASSERT_EQ(backend->GetTensorCount(TensorTypeInput), 11);
+    for (uint32_t i = 0; i < types.size(); ++i) {
+        const TensorInfo info = backend->GetTensorInfo(TensorTypeInput, i);
+        EXPECT_EQ(info.name, types[i].first);
+        EXPECT_EQ(info.dataType, types[i].second) << info.name;
+        EXPECT_EQ(info.shape, (std::vector<int64_t>{2, 3}));
+    }
+    EXPECT_EQ(backend->GetTensorInfo(TensorTypeInput, 10).name, "");
+}
+
+TEST_P(Backend, LoadsOneModelAfterAnother) {
+    ASSERT_EQ(Init(Params(addModel)), "");
+    ASSERT_EQ(Run(), "11 22 33 ");
+    ASSERT_EQ(Init(Params(EchoModel({{"a", "u8", {"2"}}, {"b", "u8", {"2"}}}).WriteTo(folder, "m"))), "");
+    EXPECT_EQ(backend->GetTensorCount(TensorTypeInput), 2);
+    EXPECT_EQ(backend->GetTensorInfo(TensorTypeOutput, 1).name, "b");
+    EXPECT_EQ(backend->Invoke().message, "Must call CopyTo") << "a new model starts from the beginning";
+
+    InterpreterParams params = Params(addModel);
+    params.openvinoDevice = "TPU";
+    EXPECT_EQ(Init(params), "不支持的设备类型");
+    params.openvinoDevice = "PU";  // a part of "CPU", so the runtime is asked, and refuses
+    const std::string refusal = Init(params);
+    EXPECT_NE(refusal.find("PU"), std::string::npos);
+    EXPECT_NE(refusal, "不支持的设备类型");
+    EXPECT_EQ(Init(Params("")), "模型参数错误");
+    EXPECT_NE(Init(Params(folder.Path("missing.xml"))), "");
+    EXPECT_NE(Init(Params(folder.Write("text.xml", "no model"))), "");
+
+    params = Params(folder.Path(""));
+    params.modelName = "加法.xml";
+    params.openvinoDevice = "CPU";
+    ASSERT_EQ(Init(params), "") << "the name follows the path as it is";
+    EXPECT_EQ(Run(), "11 22 33 ");
+}
+
+TEST_P(Backend, RunsEncryptedModelsWithoutTheirPlainFiles) {
+    const Testing::TinyModel encrypted = Encrypted(AddModel({10, 20, 30}));
+    InterpreterParams params = Params(encrypted.WriteTo(folder, "密.v1"));
+    params.openvinoMakeEncrypted = true;
+    params.openvinoMakeEncryptedKey = kCipher.key;
+    const std::vector<std::string> before = folder.Names();
+    ASSERT_EQ(Init(params), "");
+    EXPECT_EQ(Run(), "11 22 33 ");
+    EXPECT_EQ(folder.Names(), before);
+
+    params.modelPath = folder.Write("noextension", encrypted.description);
+    folder.Write("noextension.bin", encrypted.weights);
+    ASSERT_EQ(Init(params), "");
+    EXPECT_EQ(Run(), "11 22 33 ");
+
+    InterpreterParams weightless = params;
+    weightless.modelPath = Encrypted(EchoModel({{"a", "f32", {"1"}}})).WriteTo(folder, "weightless");
+    EXPECT_EQ(Init(weightless), "") << "an empty .bin is fine for a model without weights";
+
+    params.openvinoMakeEncryptedKey = {'k', 'e', 'y', '!'};
+    EXPECT_NE(Init(params), "");
+    params.openvinoMakeEncryptedKey = kCipher.key;
+    params.modelPath = folder.Write("lonely.xml", encrypted.description);
+    EXPECT_NE(Init(params), "") << "its weights are missing";
+    params.modelPath = folder.Path("missing.xml");
+    EXPECT_NE(Init(params), "");
+}
+
+TEST_P(Backend, TheCacheReplacesTheModelFiles) {
+    InterpreterParams params = Params(addModel);
+    params.openvinoCachePath = folder.Path("缓存.blob");
+    ASSERT_EQ(Init(params), "");
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"加法.bin", "加法.xml"})) << "written only when asked for";
+    params.openvinoMakeCache = true;
+    ASSERT_EQ(Init(params), "");
+    EXPECT_EQ(Run(), "11 22 33 ");
+    const std::vector<uint8_t> cache = Testing::ReadBytes(params.openvinoCachePath);
+    const std::string text(cache.begin(), cache.end());
+    EXPECT_EQ(text.find("<net"), std::string::npos) << "the cache is scrambled";
+
+    params.modelPath.clear();
+    ASSERT_EQ(Init(params), "");
+    EXPECT_EQ(Run(), "11 22 33 ");
+    EXPECT_EQ(backend->GetTensorInfo(TensorTypeInput, 0).name, "x");
+    EXPECT_EQ(Testing::ReadBytes(params.openvinoCachePath), cache);
+
+    // A damaged cache fails even where the model files would do.
+    params.modelPath = addModel;
+    for (size_t size = 0; size < cache.size(); size += 1 + cache.size() / 40) {
+        folder.Write("缓存.blob", text.substr(0, size));
+        EXPECT_NE(Init(params), "") << size;
+    }
+    params.openvinoCachePath = folder.Path("");
+    EXPECT_NE(Init(params), "") << "a folder is there, but no cache";
+    params.openvinoCachePath = folder.Path("missing/缓存.blob");
+    EXPECT_EQ(Init(params), "") << "a cache that cannot be written is no failure";
+    EXPECT_EQ(Run(), "11 22 33 ");
+}
+
+TEST_P(Backend, DifferenceADynamicDimensionTravelsUnsigned) {
+    ASSERT_EQ(Init(Params(EchoModel({{"a", "f32", {"?", "4"}}}).WriteTo(folder, "dynamic"))), "");
+    EXPECT_EQ(backend->GetTensorInfo(TensorTypeInput, 0).shape, (std::vector<int64_t>{remote ? 4'294'967'295 : -1, 4}));
+}
+
+TEST_P(Backend, DifferenceAShapeWithDimensionsEndsTheHost) {
+    ASSERT_EQ(Init(Params(addModel)), "");
+    EXPECT_EQ(backend->SetTensorShape(TensorTypeInput, 0, {}).message, "");
+    EXPECT_EQ(backend->GetTensorInfo(TensorTypeInput, 0).shape, std::vector<int64_t>());
+    const Status status = backend->SetTensorShape(TensorTypeInput, 0, {1, 3});
+    EXPECT_EQ(status.message, remote ? "host call  error" : "");
+    EXPECT_EQ(status.code, remote ? -1 : 0);
+    if (remote) {
+        EXPECT_EQ(Run(), "Orvane Host Exit");
+        ASSERT_EQ(Init(Params(addModel)), "") << "the next initialisation starts a new host";
+    }
+    EXPECT_EQ(Run(), "11 22 33 ");
+}
+
+TEST_P(Backend, DifferenceTheOtherFrameworkNumberCarriesNoOptionsToAHost) {
+    InterpreterParams params = Params(addModel);
+    params.framework = FrameworkTypeOpenvinoPlain;
+    params.openvinoDevice = "TPU";
+    EXPECT_EQ(Init(params), remote ? "" : "不支持的设备类型");
+}
+
+TEST_P(Backend, DifferenceReleasingEndsTheHostOnly) {
+    backend->Release();  // nothing to release yet
+    ASSERT_EQ(Init(Params(addModel)), "");
+    ASSERT_EQ(Run(), "11 22 33 ");
+    backend->Release();
+    backend->Release();
+    EXPECT_EQ(Run(), remote ? "Orvane Host Exit" : "11 22 33 ");
+    EXPECT_EQ(backend->GetTensorCount(TensorTypeOutput), remote ? 0 : 1);
+    EXPECT_EQ(backend->GetTensorInfo(TensorTypeOutput, 0).name, remote ? "" : "y");
+    EXPECT_EQ(backend->GetTensorData(TensorTypeOutput, 0) == nullptr, remote);
+    EXPECT_TRUE(backend->GetExtraInfo().empty());
+    ASSERT_EQ(Init(Params(addModel)), "");
+    EXPECT_EQ(Run(), "11 22 33 ");
+}
+
+INSTANTIATE_TEST_SUITE_P(Conformance, Backend, testing::Values("in_process", "remote"),
+                         [](const auto& suite) { return suite.param; });
+
+}  // namespace
+}  // namespace Orvane

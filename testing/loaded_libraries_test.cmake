@@ -1,0 +1,12 @@
+# Asks the loader which libraries two programs load: a client of a host process none of the inference runtime's; a host
+# some, or else the listing tells nothing.
+foreach(program CLIENT HOST)
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env LD_TRACE_LOADED_OBJECTS=1 ${${program}}
+        OUTPUT_VARIABLE ${program}_LIBRARIES COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+if(NOT HOST_LIBRARIES MATCHES "openvino")
+    message(FATAL_ERROR "${HOST} should load the inference runtime, but loads only:\n${HOST_LIBRARIES}")
+endif()
+if(CLIENT_LIBRARIES MATCHES "openvino" OR NOT CLIENT_LIBRARIES MATCHES "libc\\.")
+    message(FATAL_ERROR "${CLIENT} should load nothing of the inference runtime, but loads:\n${CLIENT_LIBRARIES}")
+endif()
