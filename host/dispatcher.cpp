@@ -43,8 +43,7 @@ Status Initialise(HostSession& session, const MessageBuffer::Run& flatForm) {
     const Status converted = option->ToParams(params);
     params.host.clear();  // the model runs here, whatever the client's own options say
 
-    session.interpreter.reset();  // an earlier model goes before the next one is loaded
-    session.interpreter = std::make_unique<Interpreter>();
+    session.interpreter = std::make_unique<Interpreter>();  // an earlier model goes before the next one is loaded
     return converted.Ok() ? session.interpreter->Init(params) : converted;
 }
 

@@ -74,7 +74,7 @@ size_t Names(pid_t process) {
     const std::string word = std::string("_").append(std::to_string(process)).append("d_");
     size_t count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
-        count += entry.path().filename().string().find(word) != std::string::npos;
+        count += entry.path().filename().string().find(word) != std::string::npos ? 1 : 0;
     }
     return count;
 }
@@ -130,7 +130,7 @@ std::string RoundTrip(Interpreter& interpreter, uint32_t index, size_t size, siz
 std::string RoundTrips(Interpreter& interpreter, uint32_t index, size_t rounds) {
     std::string outcome = kOk;
     for (size_t round = 0; round < rounds && outcome == kOk; ++round) {
-        outcome = RoundTrip(interpreter, index, 4096, round * 7 + index * 64);
+        outcome = RoundTrip(interpreter, index, 4096, round * 7 + size_t{index} * 64);
     }
     return outcome;
 }
@@ -142,7 +142,7 @@ class HostProcess : public testing::Test {
     void TearDown() override {
         interpreter.reset();
         EXPECT_EQ(Children(), std::vector<pid_t>());
-        EXPECT_EQ(Names(getpid()), 0u);
+        EXPECT_EQ(Names(getpid()), 0U);
         alarm(0);
     }
 
@@ -198,7 +198,7 @@ TEST_F(HostProcess, FailedStartsHaveTheSystemsError) {
     };
     for (const auto& [host, outcome] : cases) {
         EXPECT_EQ(Init(Params("echo 4", "", host)), outcome);
-        EXPECT_EQ(Names(getpid()), 0u) << host;
+        EXPECT_EQ(Names(getpid()), 0U) << host;
     }
     const pid_t noThread = Fork([&] {
         pthread_attr_t attributes;
@@ -243,7 +243,7 @@ TEST_F(HostProcess, ExitValuesFollowTheArguments) {
         channel.Create(4096);
         const std::string arguments = change(channel.hostArguments);
         const pid_t host = Fork([&] { execl(kStubHost.c_str(), kStubHost.c_str(), arguments.c_str(), nullptr); });
-        WriteRequest(channel.message, CallInit, 0u);
+        WriteRequest(channel.message, CallInit, 0U);
         channel.callEvent.Set();
         if (end == "exit 0" && channel.resultEvent.Wait(5000)) {
             WriteRequest(channel.message, CallExit);
@@ -286,7 +286,7 @@ TEST_F(HostProcess, DiesWithItsClient) {
             int status = 0;
             EXPECT_TRUE(Within(2s, [&] { return waitpid(host, &status, WNOHANG) == host; }));
             EXPECT_EQ(WTERMSIG(status), SIGKILL);
-            EXPECT_EQ(Names(client), 0u);
+            EXPECT_EQ(Names(client), 0U);
             close(ends[0]);
             close(ends[1]);
         }
@@ -301,9 +301,9 @@ TEST_F(HostProcess, NamesOfADeadClientAreSwept) {
         std::raise(SIGKILL);
     });
     EXPECT_EQ(End(client), "signal 9");
-    EXPECT_EQ(Names(client), 3u);
+    EXPECT_EQ(Names(client), 3U);
     StartHost();
-    EXPECT_EQ(Names(client), 0u);
+    EXPECT_EQ(Names(client), 0U);
 }
 
 TEST_F(HostProcess, TwoHundredDeathsLeaveNothing) {
@@ -320,7 +320,7 @@ TEST_F(HostProcess, TwoHundredDeathsLeaveNothing) {
     for (int cycle = 1; cycle <= 200; ++cycle) {
         ASSERT_EQ(Shown(backend->Init(Params("echo 4"))), kOk);
         ASSERT_EQ(Shown(backend->Init(Params("echo 4"))), kOk);
-        ASSERT_EQ(Children().size(), 1u) << "a second host for the second initialisation";
+        ASSERT_EQ(Children().size(), 1U) << "a second host for the second initialisation";
         kill(Children().at(0), SIGKILL);
         if (cycle % 10 == 0) {
             EXPECT_EQ(Shown(backend->Invoke()), kHostExit);
@@ -350,7 +350,7 @@ TEST_F(HostProcess, InheritsNeitherDescriptorsNorSignals) {
     close(marker);
 
     const std::string process = "/proc/" + std::to_string(host);
-    EXPECT_EQ(Entries(process + "/fd"), 3u);
+    EXPECT_EQ(Entries(process + "/fd"), 3U);
     EXPECT_EQ(getpgid(host), host);
     std::stringstream status;
     status << std::ifstream(process + "/status").rdbuf();
@@ -395,7 +395,7 @@ TEST_F(HostProcess, TwoHostsAtOnce) {
     Interpreter other;
     StartHost("echo 4096");
     EXPECT_EQ(Shown(other.Init(Params("echo 4096"))), kOk);
-    EXPECT_EQ(Children().size(), 2u);
+    EXPECT_EQ(Children().size(), 2U);
     auto outcome = std::async(std::launch::async, [&] { return RoundTrips(other, 0, 500); });
     EXPECT_EQ(RoundTrips(*interpreter, 0, 500), kOk);
     EXPECT_EQ(outcome.get(), kOk);

@@ -79,14 +79,14 @@ std::string ShownData(IOrvane& backend) {
 std::string ShownExtraInfo(IOrvane& backend) {
     std::string text;
     for (const auto& [key, value] : backend.GetExtraInfo()) {
-        text += key + "=" + value;
+        text.append(key).append("=").append(value);
     }
     return text;
 }
 
 std::vector<ClientCase> ClientCases() {
     const auto invoke = [](IOrvane& b) { return Shown(b.Invoke()); };
-    const auto shape = [](std::vector<int64_t> dimensions) {
+    const auto shape = [](const std::vector<int64_t>& dimensions) {
         return [dimensions](IOrvane& b) { return Shown(b.SetTensorShape(TensorTypeOutput, 2, dimensions)); };
     };
     const std::string throws = std::string("throws ") + kMismatch;
@@ -118,7 +118,7 @@ std::vector<ClientCase> ClientCases() {
         // An unexpected exchange for either of the first two would end the host.
         {[&](IOrvane& b) {
              const bool none = b.GetTensorData(TensorTypeInput, 0) == nullptr;
-             return std::to_string(none) + Shown(b.BindTensor(0, TensorTypeInput, 0, TensorTypeInput)) +
+             return std::string(none ? "1" : "0") + Shown(b.BindTensor(0, TensorTypeInput, 0, TensorTypeInput)) +
                     Shown(b.Invoke());
          },
          Word(4), kOk, "1-1 不支持此操作0 "},
@@ -333,8 +333,8 @@ TEST(Host, AnswersOrEndsAtEveryDamagedRequest) {
             send(damaged);
         }
     }
-    EXPECT_GT(answers, 0u);
-    EXPECT_GT(ends, 0u);
+    EXPECT_GT(answers, 0U);
+    EXPECT_GT(ends, 0U);
     std::cout << answers << " answers, " << ends << " ends\n";
 }
 

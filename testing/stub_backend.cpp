@@ -15,7 +15,7 @@ namespace Orvane {
 
 namespace {
 
-constexpr size_t kLargestPort = 32 * 1024 * 1024;
+constexpr size_t kLargestPort = 32'000'000;
 constexpr size_t kMostPorts = 8;
 
 // Gives a host program a model that costs nothing. The model path says what loading it does:

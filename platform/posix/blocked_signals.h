@@ -17,7 +17,7 @@ class BlockedSignals {
     BlockedSignals& operator=(const BlockedSignals&) = delete;
 
  private:
-    sigset_t before;
+    sigset_t before{};
 };
 
 }  // namespace Orvane::Platform

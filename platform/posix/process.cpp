@@ -28,6 +28,7 @@
 
 // `clone` by the library's other name for it: the thread sanitizer replaces the first by a function that cannot share
 // memory.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...) noexcept;
 
 namespace Orvane::Platform {

@@ -10,6 +10,8 @@
 #include <charconv>
 #include <csignal>
 #include <filesystem>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 namespace Orvane::Platform {
@@ -48,8 +50,22 @@ namespace {
 // passes the end of the view faults at once instead of reaching something else.
 constexpr size_t kGuard = (size_t{1} << 32) + (size_t{1} << 16);
 
-bool IsAlive(uint32_t process) {
-    return kill(static_cast<pid_t>(process), 0) == 0 || errno != ESRCH;
+bool IsAlive(pid_t process) {
+    return kill(process, 0) == 0 || errno != ESRCH;
+}
+
+// The process whose number stands in PREFIX_%ud_%d; none for another name.
+std::optional<pid_t> OwnerOf(const std::string& name, const std::string& prefix) {
+    const std::string start = prefix + "_";
+    if (name.rfind(start, 0) != 0) {
+        return std::nullopt;
+    }
+    pid_t owner = 0;
+    const char* const end = name.data() + name.size();
+    const auto [rest, error] = std::from_chars(name.data() + start.size(), end, owner);
+    const bool isOurs =
+        error == std::errc() && std::string_view(rest, static_cast<size_t>(end - rest)).rfind("d_", 0) == 0;
+    return isOurs && owner > 0 ? std::optional(owner) : std::nullopt;
 }
 
 }  // namespace
@@ -100,17 +116,12 @@ View Section::Map(uint64_t size) const {
 
 void RemoveAbandoned(const std::string& prefix) {
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", error)) {
-        const std::string name = entry.path().filename().string();
-        const std::string start = prefix + "_";
-        uint32_t process = 0;
-        if (name.rfind(start, 0) == 0) {
-            const char* end = name.data() + name.size();
-            const auto number = std::from_chars(name.data() + start.size(), end, process);
-            if (number.ec == std::errc() && end - number.ptr > 2 && std::string(number.ptr, 2) == "d_" &&
-                !IsAlive(process)) {
-                RemoveSharedObjectName(name);
-            }
+    const std::filesystem::directory_iterator end;
+    for (std::filesystem::directory_iterator entry("/dev/shm", error); !error && entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        const std::optional<pid_t> owner = OwnerOf(name, prefix);
+        if (owner.has_value() && !IsAlive(*owner)) {
+            RemoveSharedObjectName(name);
         }
     }
 }
