@@ -5,6 +5,7 @@
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
 #include "platform/process.h"
+#include "testing/processes.h"
 
 #include <gtest/gtest.h>
 
@@ -33,6 +34,7 @@ namespace Orvane {
 namespace {
 
 using namespace std::chrono_literals;
+using namespace Testing;
 using Clock = std::chrono::steady_clock;
 
 const std::string kStubHost = Platform::ProgramFolder() + "stub_host";
@@ -54,58 +56,6 @@ std::string Shown(const Status& status) {
 const std::string kOk = "0 ";
 const std::string kHostExit = "-1 Orvane Host Exit";
 const std::string kHostCallError = "-1 host call  error";
-
-size_t Entries(const std::string& folder) {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
-// This process's children, also dead ones that were not reaped.
-std::vector<pid_t> Children() {
-    std::vector<pid_t> children;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream file(thread.path() / "children");
-        children.insert(children.end(), std::istream_iterator<pid_t>(file), {});
-    }
-    return children;
-}
-
-// How many shared objects there are under a process's names.
-size_t Names(pid_t process) {
-    const std::string word = std::string("_").append(std::to_string(process)).append("d_");
-    size_t count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
-        count += entry.path().filename().string().find(word) != std::string::npos ? 1 : 0;
-    }
-    return count;
-}
-
-bool Within(Clock::duration limit, const std::function<bool()>& done) {
-    for (const auto end = Clock::now() + limit; !done();) {
-        if (Clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
-// Runs `work` in a child process, which does not outlive this one. An exception ends it.
-pid_t Fork(const std::function<void()>& work) noexcept {
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        work();
-        _exit(0);
-    }
-    return child;
-}
-
-std::string End(pid_t child) {
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    std::string end = WIFEXITED(status) ? "exit " : "signal ";
-    return end += std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status));
-}
 
 // Sends bytes through input and output `index`: the status of the first step that fails, or "torn" for other bytes.
 std::string RoundTrip(Interpreter& interpreter, uint32_t index, size_t size, size_t seed) {

@@ -9,9 +9,13 @@ foreach(model ${models})
     endif()
 endforeach()
 
-# expect(EXIT TEXT command...): the command exits so, and what it prints matches TEXT.
+# expect(EXIT TEXT command...): the command exits so, and what it prints, or with a failure its errors, matches
+# TEXT. The runtime's own remarks may stand before an error.
 function(expect exit text)
-    execute_process(COMMAND ${ARGN} TIMEOUT 150 RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE printed)
+    execute_process(COMMAND ${ARGN} TIMEOUT 150 RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
+    if(NOT exit EQUAL 0)
+        set(printed "${errors}")
+    endif()
     if(NOT result STREQUAL "${exit}" OR NOT printed MATCHES "${text}")
         message(FATAL_ERROR "${ARGN}: expected exit ${exit} and \"${text}\", got exit ${result} and\n${printed}")
     endif()

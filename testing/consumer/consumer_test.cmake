@@ -5,16 +5,16 @@
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE printed)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
     if(NOT result EQUAL 0)
-        message(FATAL_ERROR "${ARGN} failed:\n${printed}")
+        message(FATAL_ERROR "${ARGN} failed:\n${printed}\n${errors}")
     endif()
     set(printed ${printed} PARENT_SCOPE)
 endfunction()
 
 function(expect_consumer component answer)
-    run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${FOLDER}/source -B ${FOLDER}/build-${component} -D CMAKE_PREFIX_PATH=${FOLDER}/sdk
-        -D CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${FLAGS} -D CMAKE_CXX_STANDARD=17 ${ARGN})
+    run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${FOLDER}/source -B ${FOLDER}/build-${component}
+        -D CMAKE_PREFIX_PATH=${FOLDER}/sdk -D CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${FLAGS} -D CMAKE_CXX_STANDARD=17 ${ARGN})
     run(${CMAKE_COMMAND} --build ${FOLDER}/build-${component})
     run(${FOLDER}/build-${component}/consumer)
     if(NOT printed STREQUAL "${VERSION}: ${answer}\n")

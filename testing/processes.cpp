@@ -1,0 +1,66 @@
+#include "testing/processes.h"
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+namespace Orvane::Testing {
+
+size_t Entries(const std::string& folder) {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+std::vector<pid_t> Children() {
+    std::vector<pid_t> children;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream file(thread.path() / "children");
+        children.insert(children.end(), std::istream_iterator<pid_t>(file), {});
+    }
+    return children;
+}
+
+size_t Names(pid_t process) {
+    const std::string word = std::string("_").append(std::to_string(process)).append("d_");
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
+        count += entry.path().filename().string().find(word) != std::string::npos ? 1 : 0;
+    }
+    return count;
+}
+
+bool Within(std::chrono::steady_clock::duration limit, const std::function<bool()>& done) {
+    for (const auto end = std::chrono::steady_clock::now() + limit; !done();) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+pid_t Fork(const std::function<void()>& work) noexcept {
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        work();
+        _exit(0);
+    }
+    return child;
+}
+
+std::string End(pid_t child) {
+    int status = 0;
+    if (waitpid(child, &status, 0) != child) {
+        return "no such child";
+    }
+    std::string end = WIFEXITED(status) ? "exit " : "signal ";
+    return end += std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status));
+}
+
+}  // namespace Orvane::Testing
