@@ -25,7 +25,7 @@ macro(expect exit text)
         set(printed "${errors}")
     endif()
     if(NOT result STREQUAL "${exit}" OR NOT printed MATCHES "${text}")
-        message(FATAL_ERROR "${ARGN}: expected exit ${exit} and \"${text}\", got exit ${result} and\n${printed}")
+        message(FATAL_ERROR "${ARGN}: expected exit ${exit} and \"${text}\", got exit ${result} and\n${printed}${errors}")
     endif()
 endmacro()
 
