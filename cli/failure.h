@@ -10,9 +10,6 @@
 
 namespace Orvane::Cli {
 
-// What a status says when the host process that runs the model has ended.
-inline constexpr const char* kHostExit = "Orvane Host Exit";
-
 // Ends the command with exit value 1. The hints say what the user can do, one line each.
 struct Failure : std::runtime_error {
     explicit Failure(const std::string& message, std::vector<std::string> whatToDo = {})

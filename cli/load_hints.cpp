@@ -4,6 +4,8 @@
 #include "cli/input_file.h"
 #include "platform/path.h"
 
+#include <orvane/host.h>
+
 #include <filesystem>
 
 namespace Orvane::Cli {

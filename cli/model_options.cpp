@@ -71,7 +71,7 @@ std::string ModelOptions::HostProgram() const {
 }
 
 uint32_t ModelOptions::MaxTensorBytes() const {
-    return HostProgram().empty() ? kMaxTensorBytes : kMaxTensorBytesOfHost;
+    return HostProgram().empty() ? kMaxTensorBytes : kMaxHostTensorBytes;
 }
 
 void AddModelOptions(CLI::App& app, ModelOptions& options) {

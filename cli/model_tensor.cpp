@@ -3,6 +3,8 @@
 #include "cli/element_type.h"
 #include "cli/failure.h"
 
+#include <orvane/host.h>
+
 #include <algorithm>
 #include <utility>
 

@@ -9,10 +9,8 @@
 
 namespace Orvane::Cli {
 
-// Bytes that the largest tensor can have whose data is copied: in this process, and from and to a host process,
-// where a channel carries it and what goes with it. More than the channel holds would end one of the two processes.
+// Bytes that the largest tensor can have whose data is copied in this process; `kMaxHostTensorBytes` in a host process.
 inline constexpr uint32_t kMaxTensorBytes = 0xFFFF'FFFF;
-inline constexpr uint32_t kMaxTensorBytesOfHost = 22'021'120 - 1'024;
 
 // A tensor of a loaded model together with its place in the model.
 struct ModelTensor {
@@ -22,7 +20,7 @@ struct ModelTensor {
     DataType elementType;
     std::vector<int64_t> shape;
     TensorHandle handle;
-    uint32_t maxBytes;  // one of the two above
+    uint32_t maxBytes;  // of a tensor whose data can be copied
 
     // Why its data cannot be copied; empty when it can. Where it can, `Bytes` is right.
     std::string Obstacle() const;

@@ -58,8 +58,4 @@ std::unordered_map<std::string, std::string> InterpreterProxyImpl::GetExtraInfo(
     return backend->GetExtraInfo();
 }
 
-Status InterpreterProxyImpl::SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) {
-    return backend->SetTensorShape(type, index, shape);
-}
-
 }  // namespace Orvane

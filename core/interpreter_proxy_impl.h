@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 namespace Orvane {
 
@@ -25,9 +24,6 @@ class InterpreterProxyImpl final : public InterpreterImpl {
     TensorHandle GetTensorByName(TensorType type, const std::string& name) override;
     TensorHandle GetTensor(TensorType type, uint32_t index) override;
     std::unordered_map<std::string, std::string> GetExtraInfo() override;
-
-    // Not an operation of the interface: only the host process sets shapes without a tensor at hand.
-    Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape);
 
  private:
     std::unique_ptr<IOrvane> backend;

@@ -19,7 +19,6 @@ namespace {
 constexpr uint32_t kWaitSlice = 200;
 constexpr int64_t kWaitBudget = 200'000'000;
 
-constexpr const char* kHostExit = "Orvane Host Exit";
 // The two blanks are deliberate: applications compare the text.
 constexpr const char* kHostCallError = "host call  error";
 

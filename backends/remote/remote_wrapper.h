@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvane/host.h>
+
 #include "core/i_orvane.h"
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
@@ -20,8 +22,8 @@ namespace Orvane {
 // A reply that is no reply throws `std::runtime_error`.
 class RemoteWrapper final : public IOrvane {
  public:
-    // Bytes of a channel: the largest tensor that can travel, and some room for what travels with it.
-    static constexpr uint32_t kChannelSize = 22'021'120;
+    // Bytes of a channel: the largest tensor, and room for what travels with it.
+    static constexpr uint32_t kChannelSize = kMaxHostTensorBytes + 1'024;
 
     // Starts the host program that `params` names, unless one is running already, and loads the model there.
     // A failure of the system has the system's error number as its code, and the wrapper is released.

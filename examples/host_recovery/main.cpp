@@ -22,7 +22,7 @@ struct HostExit : std::runtime_error {
 };
 
 void Check(const Orvane::Status& status, const std::string& explanation) {
-    if (status.message == "Orvane Host Exit") {
+    if (status.message == Orvane::kHostExit) {
         throw HostExit(explanation + ": " + status.message);
     }
     if (!status.Ok()) {
@@ -39,11 +39,10 @@ struct Model {
 
 // What is larger than the memory that is shared with a host process must not be copied: it would end this process.
 void CheckSize(const Orvane::TensorImpl& tensor) {
-    constexpr uint64_t kLargest = 22'000'000;
     const std::vector<int64_t> shape = tensor.GetShape();
     const bool dynamic = std::any_of(shape.begin(), shape.end(), [](int64_t dimension) { return dimension < 0; });
-    if (dynamic || tensor.GetByteSize() > kLargest) {
-        throw std::runtime_error("a tensor has a dynamic dimension or more than 22 MB, give another model");
+    if (dynamic || tensor.GetByteSize() > Orvane::kMaxHostTensorBytes) {
+        throw std::runtime_error("a tensor has a dynamic dimension or more than 21 MiB, give another model");
     }
 }
 
