@@ -90,7 +90,8 @@ class QuietErrors {
 // report an exception that nothing catches.
 void EndSilently();
 
-// The folder of the running program, in UTF-8, with a separator at its end; empty when the system does not tell.
-std::string ProgramFolder();
+// The path in UTF-8 of the program `name`, without the system's ending for programs, in the folder of the running one.
+// Only the file's name when the system does not tell that folder.
+std::string ProgramBeside(const std::string& name);
 
 }  // namespace Orvane::Platform

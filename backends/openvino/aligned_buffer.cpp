@@ -1,5 +1,7 @@
 #include "backends/openvino/aligned_buffer.h"
 
+#include "platform/memory.h"
+
 #include <cstring>
 
 namespace Orvane {
@@ -15,8 +17,18 @@ uint8_t* Allocate(uint64_t byteSize) {
 
 }  // namespace
 
-AlignedBuffer::AlignedBuffer(uint64_t byteSize) : bytes(Allocate(byteSize)), size(byteSize) {
-    std::memset(bytes.get(), 0, byteSize);
+AlignedBuffer::AlignedBuffer(uint64_t byteSize) : bytes(Allocate(byteSize)), size(byteSize) {}
+
+AlignedBuffer AlignedBuffer::ZeroFilled(uint64_t byteSize) {
+    AlignedBuffer buffer(byteSize);
+    std::memset(buffer.Data(), 0, byteSize);
+    return buffer;
+}
+
+AlignedBuffer AlignedBuffer::ForOverwrite(uint64_t byteSize) {
+    AlignedBuffer buffer(byteSize);
+    Platform::PreferLargePages(buffer.Data(), byteSize);
+    return buffer;
 }
 
 }  // namespace Orvane

@@ -6,14 +6,15 @@
 
 namespace Orvane {
 
-// Owned, zero-filled bytes that start on a 64-byte boundary: the runtime then works on them in place instead of
-// copying them once more.
+// Owned bytes that start on a 64-byte boundary: the runtime then works on them in place instead of copying them once
+// more.
 class AlignedBuffer {
  public:
     static constexpr std::align_val_t kAlignment{64};
 
-    // Throws `std::bad_alloc` when there is no such memory.
-    explicit AlignedBuffer(uint64_t byteSize);
+    // Both throw `std::bad_alloc` when there is no such memory.
+    static AlignedBuffer ZeroFilled(uint64_t byteSize);
+    static AlignedBuffer ForOverwrite(uint64_t byteSize);  // holds anything, and is to be filled as a whole
 
     // Not null for 0 bytes either. The bytes stay where they are when the buffer object moves.
     uint8_t* Data() { return bytes.get(); }
@@ -23,6 +24,8 @@ class AlignedBuffer {
     struct Free {
         void operator()(uint8_t* memory) const { ::operator delete[](memory, kAlignment); }
     };
+
+    explicit AlignedBuffer(uint64_t byteSize);
 
     std::unique_ptr<uint8_t[], Free> bytes;
     uint64_t size;

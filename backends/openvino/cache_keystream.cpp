@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace Orvane {
 
-const std::array<uint8_t, 256> kCacheKeystream = {
+constexpr std::array<uint8_t, 256> kCacheKeystream = {
     0xC6, 0x1E, 0x2F, 0xD7, 0x24, 0x19, 0xFE, 0x96, 0xA8, 0x63, 0xD0, 0xB3, 0xF7, 0x5D, 0x68, 0x2E, 0xD9, 0xAB, 0x52,
     0x8B, 0x95, 0x0C, 0x1B, 0x83, 0x63, 0x1B, 0x43, 0xC5, 0xA4, 0xFF, 0x39, 0x15, 0x2F, 0xF6, 0xF7, 0x33, 0x65, 0xA2,
     0xEF, 0x33, 0x83, 0x97, 0x72, 0xD3, 0xBF, 0xB5, 0xC3, 0xAA, 0x14, 0x4E, 0xC0, 0xED, 0xAB, 0x73, 0x89, 0xEB, 0xFC,
@@ -28,30 +29,39 @@ namespace {
 // files are written so.
 constexpr uint64_t kPeriod = 32767;
 
-// The square of a position modulo 256 repeats every 128 positions; two rounds let a whole round be taken from any
-// start in one run, which compilers turn into vector instructions.
+// The square of a position modulo 256 repeats every 128 positions. Two rounds let a whole one be taken from any start.
 constexpr size_t kRound = 128;
-
-std::array<uint8_t, 2 * kRound> MakeRounds() {
+constexpr std::array<uint8_t, 2 * kRound> kRounds = [] {
     std::array<uint8_t, 2 * kRound> rounds{};
     for (size_t i = 0; i < rounds.size(); ++i) {
         rounds[i] = kCacheKeystream[(i * i + 27) % 256];
     }
     return rounds;
+}();
+
+// Whole rounds have a loop of their own, of a fixed length and over a copy that `data` cannot point into: compilers
+// then keep the round in vector registers.
+void ApplyUnwrapped(uint64_t counter, uint8_t* data, size_t size) {
+    std::array<uint8_t, kRound> round{};
+    std::memcpy(round.data(), &kRounds[counter % kRound], kRound);
+    for (; size >= kRound; data += kRound, size -= kRound) {
+        for (size_t i = 0; i < kRound; ++i) {
+            data[i] = static_cast<uint8_t>(data[i] ^ round[i]);
+        }
+    }
+    for (size_t i = 0; i < size; ++i) {
+        data[i] = static_cast<uint8_t>(data[i] ^ round[i]);
+    }
 }
 
 }  // namespace
 
 void ApplyCacheKeystream(uint64_t position, uint8_t* data, size_t size) {
-    static const std::array<uint8_t, 2 * kRound> rounds = MakeRounds();
     while (size > 0) {
         const uint64_t counter = position <= kPeriod ? position : position % kPeriod;
         const uint64_t untilWrap = (position <= kPeriod ? kPeriod + 1 : kPeriod) - counter;
-        const size_t count = static_cast<size_t>(std::min<uint64_t>({size, untilWrap, kRound}));
-        const uint8_t* key = rounds.data() + counter % kRound;
-        for (size_t i = 0; i < count; ++i) {
-            data[i] = static_cast<uint8_t>(data[i] ^ key[i]);
-        }
+        const auto count = static_cast<size_t>(std::min<uint64_t>(size, untilWrap));
+        ApplyUnwrapped(counter, data, count);
         data += count;
         position += count;
         size -= count;

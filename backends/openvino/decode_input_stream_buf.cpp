@@ -14,16 +14,29 @@ DecodeInputStreamBuf::int_type DecodeInputStreamBuf::underflow() {
     if (sourceEnded) {
         return traits_type::eof();
     }
-    const off_type position = source.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
-    source.clear();
-    source.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-    buffered = source.gcount();
-    sourceEnded = buffered < static_cast<std::streamsize>(buffer.size());
-    ApplyCacheKeystream(static_cast<uint64_t>(position), reinterpret_cast<uint8_t*>(buffer.data()),
-                        static_cast<size_t>(buffered));
+    buffered = ReadPlain(buffer.data(), kBlock);
+    sourceEnded = buffered < kBlock;
     // Never an empty get area: the callers of underflow step over the byte that they were given.
     setg(buffer.data(), buffer.data(), buffer.data() + std::max<std::streamsize>(buffered, 1));
     return traits_type::to_int_type(buffer.front());
+}
+
+std::streamsize DecodeInputStreamBuf::xsgetn(char* destination, std::streamsize count) {
+    std::streamsize done = std::min<std::streamsize>(count, egptr() - gptr());
+    std::copy_n(gptr(), done, destination);
+    gbump(static_cast<int>(done));
+    for (bool more = !sourceEnded; more && count - done > kBlock;) {
+        const std::streamsize wanted = std::min(kPiece, (count - done) / kBlock * kBlock);
+        const std::streamsize read = ReadPlain(destination + done, wanted);
+        more = read == wanted;
+        sourceEnded = read % kBlock != 0;
+        DropBuffered();
+        if (read > 0) {
+            buffer.front() = destination[done + (read - 1) / kBlock * kBlock];  // as if it had gone through the buffer
+        }
+        done += read;
+    }
+    return done + std::streambuf::xsgetn(destination + done, count - done);
 }
 
 DecodeInputStreamBuf::pos_type DecodeInputStreamBuf::seekoff(off_type offset, std::ios_base::seekdir direction,
@@ -36,14 +49,28 @@ DecodeInputStreamBuf::pos_type DecodeInputStreamBuf::seekoff(off_type offset, st
         offset -= std::max<off_type>(buffered - (gptr() - eback()), 0);  // the file is ahead by what is still unread
     }
     sourceEnded = false;
-    buffered = 0;
-    setg(buffer.data(), buffer.data(), buffer.data());
+    DropBuffered();
     return file.pubseekoff(offset, direction, std::ios::in);
 }
 
 DecodeInputStreamBuf::pos_type DecodeInputStreamBuf::seekpos(pos_type position, std::ios_base::openmode mode) {
     seekoff(off_type(position), std::ios::beg, mode);
     return position;
+}
+
+std::streamsize DecodeInputStreamBuf::ReadPlain(char* destination, std::streamsize count) {
+    const off_type position = source.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
+    source.clear();
+    source.read(destination, count);
+    const std::streamsize read = source.gcount();
+    ApplyCacheKeystream(static_cast<uint64_t>(position), reinterpret_cast<uint8_t*>(destination),
+                        static_cast<size_t>(read));
+    return read;
+}
+
+void DecodeInputStreamBuf::DropBuffered() {
+    buffered = 0;
+    setg(buffer.data(), buffer.data(), buffer.data());
 }
 
 }  // namespace Orvane

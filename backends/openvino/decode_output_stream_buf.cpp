@@ -2,7 +2,9 @@
 
 #include "backends/openvino/cache_keystream.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 
 namespace Orvane {
 
@@ -19,20 +21,28 @@ DecodeOutputStreamBuf::int_type DecodeOutputStreamBuf::overflow(int_type charact
     return sync() == -1 ? traits_type::eof() : traits_type::not_eof(character);
 }
 
+std::streamsize DecodeOutputStreamBuf::xsputn(const char* data, std::streamsize count) {
+    if (count < kPiece) {
+        return std::streambuf::xsputn(data, count);
+    }
+    if (sync() == -1) {
+        return 0;
+    }
+    const auto piece = std::make_unique_for_overwrite<char[]>(kPiece);
+    std::streamsize done = 0;
+    for (bool written = true; written && done < count;) {
+        const std::streamsize size = std::min(kPiece, count - done);
+        std::copy_n(data + done, size, piece.get());
+        written = WriteScrambled(piece.get(), size);
+        done += written ? size : 0;
+    }
+    return done;
+}
+
 int DecodeOutputStreamBuf::sync() {
     const auto count = static_cast<std::streamsize>(pptr() - pbase());
-    const off_type position = sink.pubseekoff(0, std::ios::cur, std::ios::out);
-    ApplyCacheKeystream(static_cast<uint64_t>(position), reinterpret_cast<uint8_t*>(buffer.data()),
-                        static_cast<size_t>(count));
     ResetPutArea();
-    for (std::streamsize written = 0; written < count;) {
-        const std::streamsize step = sink.sputn(buffer.data() + written, count - written);
-        if (step < 1) {
-            return -1;
-        }
-        written += step;
-    }
-    return static_cast<int>(count);
+    return WriteScrambled(buffer.data(), count) ? static_cast<int>(count) : -1;
 }
 
 DecodeOutputStreamBuf::pos_type DecodeOutputStreamBuf::seekoff(off_type offset, std::ios_base::seekdir direction,
@@ -45,6 +55,19 @@ DecodeOutputStreamBuf::pos_type DecodeOutputStreamBuf::seekoff(off_type offset, 
 
 DecodeOutputStreamBuf::pos_type DecodeOutputStreamBuf::seekpos(pos_type position, std::ios_base::openmode mode) {
     return seekoff(off_type(position), std::ios::beg, mode);
+}
+
+bool DecodeOutputStreamBuf::WriteScrambled(char* data, std::streamsize count) {
+    const off_type position = sink.pubseekoff(0, std::ios::cur, std::ios::out);
+    ApplyCacheKeystream(static_cast<uint64_t>(position), reinterpret_cast<uint8_t*>(data), static_cast<size_t>(count));
+    for (std::streamsize written = 0; written < count;) {
+        const std::streamsize step = sink.sputn(data + written, count - written);
+        if (step < 1) {
+            return false;
+        }
+        written += step;
+    }
+    return true;
 }
 
 void DecodeOutputStreamBuf::ResetPutArea() {

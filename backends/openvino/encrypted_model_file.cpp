@@ -3,32 +3,61 @@
 #include "platform/path.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
 namespace Orvane {
 
-std::vector<uint8_t> ReadEncryptedModelFile(const std::string& path, const ModelFileCipher& cipher) {
-    const std::filesystem::path file = Platform::PathFromUtf8(path);
-    std::ifstream source(file, std::ios::binary);
-    std::error_code error;
-    const uint64_t size = std::filesystem::file_size(file, error);
-    if (error || !source) {
-        return {};
+namespace {
+
+class EncryptedModelFile {
+ public:
+    explicit EncryptedModelFile(const std::string& path) {
+        const std::filesystem::path file = Platform::PathFromUtf8(path);
+        source.open(file, std::ios::binary);
+        std::error_code error;
+        const uint64_t fileSize = std::filesystem::file_size(file, error);
+        size = error || !source ? 0 : fileSize;
     }
 
-    std::vector<uint8_t> bytes(size);
-    for (uint64_t offset = 0; offset < size;) {
-        const uint64_t wanted = std::min<uint64_t>(ModelFileCipher::kChunkSize, size - offset);
-        uint8_t* const chunk = bytes.data() + offset;
-        source.read(reinterpret_cast<char*>(chunk), static_cast<std::streamsize>(wanted));
-        const auto count = static_cast<uint32_t>(source.gcount());
-        cipher.Decrypt(chunk, count);
-        if (count < wanted) {
-            break;  // the file has become shorter meanwhile, or cannot be read
+    uint64_t Size() const { return size; }
+
+    // Fills `Size()` bytes of `memory`.
+    void Read(uint8_t* memory, const ModelFileCipher& cipher) {
+        for (uint64_t offset = 0; offset < size;) {
+            const uint64_t wanted = std::min<uint64_t>(ModelFileCipher::kChunkSize, size - offset);
+            uint8_t* const chunk = memory + offset;
+            source.read(reinterpret_cast<char*>(chunk), static_cast<std::streamsize>(wanted));
+            const auto count = static_cast<uint32_t>(source.gcount());
+            cipher.Decrypt(chunk, count);
+            offset += count;
+            if (count < wanted) {  // the file has become shorter meanwhile, or cannot be read
+                std::memset(memory + offset, 0, size - offset);
+                break;
+            }
         }
-        offset += count;
     }
+
+ private:
+    std::ifstream source;
+    uint64_t size = 0;
+};
+
+}  // namespace
+
+std::string ReadEncryptedDescription(const std::string& path, const ModelFileCipher& cipher) {
+    EncryptedModelFile file(path);
+    std::string text(file.Size(), '\0');
+    file.Read(reinterpret_cast<uint8_t*>(text.data()), cipher);
+    return text;
+}
+
+AlignedBuffer ReadEncryptedWeights(const std::string& path, const ModelFileCipher& cipher) {
+    EncryptedModelFile file(path);
+    AlignedBuffer bytes = AlignedBuffer::ForOverwrite(file.Size());
+    file.Read(bytes.Data(), cipher);
     return bytes;
 }
 

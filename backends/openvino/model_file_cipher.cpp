@@ -8,114 +8,137 @@ namespace Orvane {
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "words are copied as they lie in memory");
+static_assert(std::endian::native == std::endian::little, "groups are copied as they lie in memory");
 
-using Group = std::array<uint8_t, 4>;
-
-// Block sizes in bytes. A block is transformed three times.
+// Block sizes in bytes. A block is transformed in three rounds.
 constexpr uint32_t kBlock = 256;
 constexpr uint32_t kSmallBlock = 16;
-constexpr int kRounds = 3;
+constexpr size_t kRounds = 3;
+
+// Bits by which a round of encryption rotates each 16-bit word, to the left.
+constexpr int kRotation = 3;
 
 constexpr uint8_t kLittleEndian = 1;
 
-Group Load(const uint8_t* bytes) {
-    return {bytes[0], bytes[1], bytes[2], bytes[3]};
+// A group is 4 bytes of a block or of the key, the first of them in the lowest bits.
+uint32_t Load(const uint8_t* bytes) {
+    uint32_t group = 0;
+    std::memcpy(&group, bytes, sizeof group);
+    return group;
 }
 
-void Store(uint8_t* bytes, const Group& group) {
-    std::memcpy(bytes, group.data(), group.size());
+void Store(uint8_t* bytes, uint32_t group) {
+    std::memcpy(bytes, &group, sizeof group);
 }
 
-Group Xor(Group left, const Group& right) {
-    for (size_t i = 0; i < left.size(); ++i) {
-        left[i] = static_cast<uint8_t>(left[i] ^ right[i]);
-    }
-    return left;
+// Rotates both 16-bit words of a group to the left. The mode makes no difference here: to swap a word's bytes is to
+// rotate it by 8.
+template <int kBits>
+uint32_t RotateWords(uint32_t group) {
+    constexpr int kLeft = (kBits + 16) % 16;
+    constexpr uint32_t kUpperBits = ((0xFFFFU << kLeft) & 0xFFFFU) * 0x0001'0001U;
+    return (group << kLeft & kUpperBits) | (group >> (16 - kLeft) & ~kUpperBits);
 }
 
-// Over signed bytes, with 32-bit wrap-around.
-uint32_t Hash(const Group& group) {
-    uint32_t hash = 0;
-    for (const uint8_t byte : group) {
-        hash = hash * 31 + static_cast<uint32_t>(static_cast<int8_t>(byte));
-    }
-    return hash;
+// Over signed bytes, with 32-bit wrap-around: ((b0 * 31 + b1) * 31 + b2) * 31 + b3, in an order that need not wait.
+uint32_t Hash(uint32_t group) {
+    constexpr uint32_t k = 31;
+    const auto byte = [group](int index) { return static_cast<uint32_t>(static_cast<int8_t>(group >> 8 * index)); };
+    return (byte(0) * (k * k * k) + byte(1) * (k * k)) + (byte(2) * k + byte(3));
 }
 
-uint32_t SwapBytes(uint32_t value) {
-    return value << 24 | (value & 0xFF00) << 8 | (value >> 8 & 0xFF00) | value >> 24;
-}
-
-uint16_t SwapBytes(uint16_t value) {
-    return static_cast<uint16_t>(value << 8 | value >> 8);
+uint32_t InModesOrder(uint32_t hash, uint8_t mode) {
+    return mode == kLittleEndian ? hash : hash << 24 | (hash & 0xFF00) << 8 | (hash >> 8 & 0xFF00) | hash >> 24;
 }
 
 // Place of the second key group of a block: a multiple of 4, never 0.
 template <uint32_t kSize>
-uint32_t SecondGroup(uint32_t hash) {
+uint32_t SecondPlace(uint32_t hash) {
     const uint32_t place = hash % (kSize - 4) & ~3U;
     return place == 0 ? 4 : place;
 }
 
-template <uint32_t kSize>
-void RotateWords(uint8_t* block, int leftBits, uint8_t mode) {
-    std::array<uint16_t, kSize / 2> words{};
-    std::memcpy(words.data(), block, kSize);
-    for (uint16_t& word : words) {
-        word = mode == kLittleEndian ? std::rotl(word, leftBits) : SwapBytes(std::rotl(SwapBytes(word), leftBits));
+// What rounds do to a group as a rule: rotate its words, then XOR them with the round's mask. The exceptions are the
+// first group of a block and, in each round, one second group. A round computes these two alone and puts into the
+// second one's place what the rule will turn into its value. The rule then runs over the block once for all rounds.
+template <int kBits>
+class UniformRounds {
+ public:
+    void Add(uint32_t mask) { masks[count++] = mask; }
+
+    uint32_t Apply(uint32_t group) const {
+        for (size_t i = 0; i < count; ++i) {
+            group = RotateWords<kBits>(group) ^ masks[i];
+        }
+        return group;
     }
-    std::memcpy(block, words.data(), kSize);
-}
+
+    uint32_t Undo(uint32_t group) const {
+        for (size_t i = count; i > 0; --i) {
+            group = RotateWords<-kBits>(group ^ masks[i - 1]);
+        }
+        return group;
+    }
+
+    // After the last round.
+    template <uint32_t kSize>
+    void ApplyTo(uint8_t* block) const {
+        const uint32_t mask = Apply(0);
+        std::array<uint32_t, kSize / 4> groups{};
+        std::memcpy(groups.data(), block, kSize);
+        for (uint32_t& group : groups) {
+            group = RotateWords<kBits* static_cast<int>(kRounds)>(group) ^ mask;
+        }
+        std::memcpy(block, groups.data(), kSize);
+    }
+
+ private:
+    std::array<uint32_t, kRounds> masks{};
+    size_t count = 0;
+};
 
 template <uint32_t kSize>
-void XorGroups(uint8_t* block, uint32_t hash, uint8_t mode) {
-    const uint32_t mask = mode == kLittleEndian ? hash : SwapBytes(hash);
-    std::array<uint32_t, kSize / 4> groups{};
-    std::memcpy(groups.data(), block, kSize);
-    for (uint32_t& group : groups) {
-        group ^= mask;
+void DecryptBlock(uint8_t* block, uint32_t key, uint8_t mode) {
+    UniformRounds<-kRotation> rounds;
+    uint32_t first = Load(block);
+    for (size_t round = 0; round < kRounds; ++round) {
+        first = RotateWords<-kRotation>(first) ^ key;
+        uint8_t* const place = block + SecondPlace<kSize>(Hash(first));
+        const uint32_t second = RotateWords<-kRotation>(rounds.Apply(Load(place))) ^ first;
+        rounds.Add(InModesOrder(Hash(second), mode));
+        Store(place, rounds.Undo(second));
     }
-    std::memcpy(block, groups.data(), kSize);
-}
-
-template <uint32_t kSize>
-void DecryptBlock(uint8_t* block, const ModelFileCipher& cipher) {
-    RotateWords<kSize>(block, -3, cipher.mode);
-    const Group stored = Load(block);
-    const Group first = Xor(stored, cipher.key);
-    uint8_t* const place = block + SecondGroup<kSize>(Hash(first));
-    const Group second = Xor(Xor(stored, Load(place)), cipher.key);
-    XorGroups<kSize>(block, Hash(second), cipher.mode);
+    rounds.template ApplyTo<kSize>(block);
     Store(block, first);
-    Store(place, second);
 }
 
 template <uint32_t kSize>
-void EncryptBlock(uint8_t* block, const ModelFileCipher& cipher) {
-    const Group first = Load(block);
-    uint8_t* const place = block + SecondGroup<kSize>(Hash(first));
-    const Group second = Load(place);
-    XorGroups<kSize>(block, Hash(second), cipher.mode);
-    Store(block, Xor(first, cipher.key));
-    Store(place, Xor(first, second));
-    RotateWords<kSize>(block, 3, cipher.mode);
+void EncryptBlock(uint8_t* block, uint32_t key, uint8_t mode) {
+    UniformRounds<kRotation> rounds;
+    uint32_t first = Load(block);
+    for (size_t round = 0; round < kRounds; ++round) {
+        uint8_t* const place = block + SecondPlace<kSize>(Hash(first));
+        const uint32_t second = rounds.Apply(Load(place));
+        rounds.Add(RotateWords<kRotation>(InModesOrder(Hash(second), mode)));
+        Store(place, rounds.Undo(RotateWords<kRotation>(first ^ second)));
+        first = RotateWords<kRotation>(first ^ key);
+    }
+    rounds.template ApplyTo<kSize>(block);
+    Store(block, first);
 }
 
 // Applies a transform to the full 256-byte blocks of a chunk, then to the full 16-byte blocks of the rest.
 // Returns the number of bytes that are left behind them.
-template <void (*kLarge)(uint8_t*, const ModelFileCipher&), void (*kSmall)(uint8_t*, const ModelFileCipher&)>
+using BlockTransform = void (*)(uint8_t* block, uint32_t key, uint8_t mode);
+template <BlockTransform kLarge, BlockTransform kSmall>
 uint32_t TransformBlocks(uint8_t* chunk, uint32_t size, const ModelFileCipher& cipher) {
+    const uint32_t key = Load(cipher.key.data());
     uint32_t offset = 0;
     for (; size - offset >= kBlock; offset += kBlock) {
-        for (int round = 0; round < kRounds; ++round) {
-            kLarge(chunk + offset, cipher);
-        }
+        kLarge(chunk + offset, key, cipher.mode);
     }
     for (; size - offset >= kSmallBlock; offset += kSmallBlock) {
-        for (int round = 0; round < kRounds; ++round) {
-            kSmall(chunk + offset, cipher);
-        }
+        kSmall(chunk + offset, key, cipher.mode);
     }
     return size - offset;
 }

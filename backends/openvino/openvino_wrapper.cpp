@@ -215,14 +215,11 @@ std::shared_ptr<ov::Model> OpenvinoWrapper::ReadModel(const InterpreterParams& p
 std::shared_ptr<ov::Model> OpenvinoWrapper::ReadEncryptedModel(const InterpreterParams& params,
                                                                const std::string& modelFile) {
     const ModelFileCipher cipher{.key = params.openvinoMakeEncryptedKey};
-    const std::vector<uint8_t> description = ReadEncryptedModelFile(modelFile, cipher);
+    const std::string description = ReadEncryptedDescription(modelFile, cipher);
     const std::filesystem::path weightsFile = Platform::PathFromUtf8(modelFile).replace_extension("bin");
-    weightsBuffer = ReadEncryptedModelFile(Platform::Utf8FromPath(weightsFile), cipher);
-
-    const ov::Shape shape{weightsBuffer.size()};
-    weightsBuffer.reserve(1);  // the runtime refuses a null pointer, also for no weights at all
-    const ov::Tensor weights(ov::element::u8, shape, weightsBuffer.data());
-    return core->read_model(std::string(description.begin(), description.end()), weights);
+    weightsBuffer = ReadEncryptedWeights(Platform::Utf8FromPath(weightsFile), cipher);
+    const ov::Tensor weights(ov::element::u8, ov::Shape{weightsBuffer.Size()}, weightsBuffer.Data());
+    return core->read_model(description, weights);
 }
 
 void OpenvinoWrapper::WriteCache(const std::filesystem::path& path) {
@@ -248,7 +245,7 @@ Status OpenvinoWrapper::PrepareRequest() {
             }
             const ov::element::Type type = ports[i].get_element_type();
             const ov::Shape shape(inputInfos[i].shape.begin(), inputInfos[i].shape.end());
-            inputBuffers.emplace_back(ByteSize(type.size(), shape));
+            inputBuffers.push_back(AlignedBuffer::ZeroFilled(ByteSize(type.size(), shape)));
             inferRequest.set_input_tensor(i, ov::Tensor(type, shape, inputBuffers.back().Data()));
         }
         return MakeSuccessStatus();

@@ -54,7 +54,7 @@ class OpenvinoWrapper final : public IOrvane {
 
     // The runtime works on these bytes in place, so they are declared, and live, before its objects.
     std::vector<AlignedBuffer> inputBuffers;
-    std::vector<uint8_t> weightsBuffer;
+    AlignedBuffer weightsBuffer = AlignedBuffer::ForOverwrite(0);
 
     std::optional<ov::Core> core;  // made by `Init`, so that a broken runtime is a failed status as well
     ov::CompiledModel compiledModel;

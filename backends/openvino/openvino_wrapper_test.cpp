@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <new>
 #include <string>
 #include <vector>
@@ -22,7 +23,8 @@ class OpenvinoWrapperTest : public testing::Test {
  protected:
     void Load(const Testing::TinyModel& model) {
         InterpreterParams params;
-        params.modelPath = model.WriteTo(folder, "模型");
+        // A new file for each: Windows lets nobody write into one that the runtime has mapped.
+        params.modelPath = model.WriteTo(folder, "模型" + std::to_string(folder.Names().size()));
         ASSERT_EQ(wrapper.Init(params).message, "");
     }
 
@@ -79,6 +81,20 @@ TEST_F(OpenvinoWrapperTest, ShapesThatCannotBePrepared) {
     Load(AddModel({10}));
     ASSERT_TRUE(wrapper.SetTensorShape(TensorTypeInput, 0, {1, 4}).Ok());
     EXPECT_NE(Set(0, 1), "") << "the runtime refuses a shape that is not the model's";
+}
+
+TEST(AlignedBufferTest, StartsOnA64ByteBoundaryAndMovesWithItsBytes) {
+    std::vector<AlignedBuffer> buffers;
+    for (const uint64_t size : {0U, 1U, 63U, 64U, 1000U, 5'000'000U}) {
+        buffers.push_back(AlignedBuffer::ForOverwrite(size));
+        std::fill_n(buffers.back().Data(), size, uint8_t{1});
+        buffers.back() = AlignedBuffer::ZeroFilled(size);  // perhaps in memory that was not zero
+    }
+    for (AlignedBuffer& buffer : buffers) {
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(buffer.Data()) % 64, 0U) << buffer.Size();
+        EXPECT_NE(buffer.Data(), nullptr);
+        EXPECT_EQ(std::count(buffer.Data(), buffer.Data() + buffer.Size(), 0), static_cast<int64_t>(buffer.Size()));
+    }
 }
 
 }  // namespace

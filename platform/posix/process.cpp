@@ -238,10 +238,10 @@ void EndSilently() {
     std::set_terminate(FailFast);
 }
 
-std::string ProgramFolder() {
+std::string ProgramBeside(const std::string& name) {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? std::string() : (program.parent_path() / "").string();
+    return error ? name : (program.parent_path() / name).string();
 }
 
 }  // namespace Orvane::Platform

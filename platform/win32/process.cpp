@@ -62,8 +62,8 @@ void Process::Resume() {
 }
 
 void Process::Abandon() {
-    state->process.release();
-    state->thread.release();
+    static_cast<void>(state->process.release());
+    static_cast<void>(state->thread.release());
     state.reset();
 }
 
@@ -123,7 +123,7 @@ void EndSilently() {
 #endif
 }
 
-std::string ProgramFolder() {
+std::string ProgramBeside(const std::string& name) {
     std::wstring program(MAX_PATH, L'\0');
     DWORD length = GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
     while (length == program.size()) {  // cut off
@@ -131,7 +131,7 @@ std::string ProgramFolder() {
         length = GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
     }
     program.resize(length);
-    return Utf8FromWide(program.substr(0, program.find_last_of(L'\\') + 1));
+    return Utf8FromWide(program.substr(0, program.find_last_of(L'\\') + 1)) + name + ".exe";
 }
 
 }  // namespace Orvane::Platform
