@@ -7,6 +7,9 @@ install(TARGETS orvane EXPORT OrvaneTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_
 install(TARGETS orvane_client EXPORT OrvaneClientTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS orvane_cli orvane_host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
+if(NOT ORVANE_PACKAGE)
+    set(openvinoHint "HINTS \"${OpenVINO_DIR}\"")
+endif()
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/Orvane)
 install(EXPORT OrvaneTargets NAMESPACE Orvane:: DESTINATION ${packageFolder})
 install(EXPORT OrvaneClientTargets NAMESPACE Orvane:: DESTINATION ${packageFolder})

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
 #include <thread>
 
 namespace Orvane {
@@ -36,8 +37,12 @@ TEST(Log, FormatsFiltersAndDrops) {
     EXPECT_EQ(Log(3, "below"), 0);
     EXPECT_EQ(Log(4, "at"), 0);
     SetLogLevel(0);
-    EXPECT_EQ(Log(6, "%ls", L"\u4e2d"), -1) << "the \"C\" locale cannot express this wide character";
     EXPECT_EQ(log.Take(), (Lines{{3, longText + " -7%"}, {4, "at"}}));
+
+    // The "C" locale cannot express this wide character. MinGW's C library leaves it out instead of failing.
+    const bool fails = std::snprintf(nullptr, 0, "%ls", L"\u4e2d") < 0;
+    EXPECT_EQ(Log(6, "%ls", L"\u4e2d"), fails ? -1 : 0);
+    EXPECT_EQ(log.Take(), fails ? Lines{} : (Lines{{6, ""}}));
 }
 
 TEST(Log, ThreadsLogWhileTheCallbackChanges) {

@@ -5,7 +5,7 @@
 namespace Orvane {
 
 std::string HostPathBesideProgram() {
-    return Platform::ProgramFolder() + "orvane_host";  // Windows finds the ending by itself
+    return Platform::ProgramBeside("orvane_host");
 }
 
 }  // namespace Orvane

@@ -1,0 +1,176 @@
+// What the backend uses of OpenVINO's C++ interface, over its C interface: for compilers such as MinGW that cannot link
+// the runtime's C++ library. Names and behaviour are the real ones, so that the backend's sources are the same for
+// both.
+//
+// Only the names of the C structures appear here: their headers define words that `windows.h` also has.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <iosfwd>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct ov_compiled_model;
+struct ov_core;
+struct ov_infer_request;
+struct ov_model;
+struct ov_output_const_port;
+struct ov_tensor;
+
+// The names are OpenVINO's. NOLINTBEGIN(readability-identifier-naming)
+namespace ov {
+
+// On Linux a program's own `ov::Core` would stand in for the one that the runtime's libraries call among themselves.
+inline namespace over_c_interface {
+
+class Exception : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+namespace element {
+
+enum class Type_t { boolean = 1, f16 = 3, f32 = 4, f64 = 5, i8 = 7, i16 = 8, i32 = 9, i64 = 10, u8 = 16 };
+
+// Also holds the types that `Type_t` does not name.
+class Type {
+ public:
+    constexpr Type(Type_t enumerator) : number(enumerator) {}
+    constexpr operator Type_t() const { return number; }
+
+    // In bytes; a part of a byte counts as a whole one.
+    size_t size() const;
+
+ private:
+    Type_t number;
+};
+
+inline constexpr Type u8(Type_t::u8);
+
+}  // namespace element
+
+class Dimension {
+ public:
+    // -1 is a dynamic one.
+    explicit Dimension(int64_t size) : length(size) {}
+
+    bool is_static() const { return length != -1; }
+    int64_t get_length() const { return length; }
+
+ private:
+    int64_t length;
+};
+
+using PartialShape = std::vector<Dimension>;
+using Shape = std::vector<size_t>;
+
+// The backend passes no properties.
+struct AnyMap {};
+
+using Model = ::ov_model;
+class Node;
+
+template <typename NodeType>
+class Output;
+
+// All objects are handles: copies stand for the same object of the runtime, which lives as long as the last of them.
+
+template <>
+class Output<const Node> {
+ public:
+    std::string get_any_name() const;
+    element::Type get_element_type() const;
+    PartialShape get_partial_shape() const;
+
+ private:
+    friend class CompiledModel;
+    explicit Output(ov_output_const_port* port);
+
+    std::shared_ptr<ov_output_const_port> handle;
+};
+
+class Tensor {
+ public:
+    // Works on the caller's memory, which must outlive every use of the tensor.
+    Tensor(const element::Type& type, const Shape& shape, void* memory);
+
+    size_t get_byte_size() const;
+    void* data();
+    const void* data() const;
+
+ private:
+    friend class Core;
+    friend class InferRequest;
+    explicit Tensor(ov_tensor* tensor);
+
+    std::shared_ptr<ov_tensor> handle;
+};
+
+class InferRequest {
+ public:
+    InferRequest() = default;
+
+    void set_input_tensor(size_t index, const Tensor& tensor);
+    Tensor get_output_tensor(size_t index);
+    void infer();
+    explicit operator bool() const noexcept { return handle != nullptr; }
+
+ private:
+    friend class CompiledModel;
+    explicit InferRequest(std::shared_ptr<ov_infer_request> request) : handle(std::move(request)) {}
+
+    std::shared_ptr<ov_infer_request> handle;
+};
+
+class CompiledModel {
+ public:
+    CompiledModel() = default;
+
+    std::vector<Output<const Node>> inputs() const;
+    std::vector<Output<const Node>> outputs() const;
+    InferRequest create_infer_request();
+
+    // The C interface writes to a named file only: the model, in plain, stands for a moment in a file that only the
+    // user may read, in the user's folder for temporary files. It is gone before the stream gets its first byte, and
+    // also when the export fails; only a process that ends in this moment leaves it.
+    void export_model(std::ostream& stream);
+
+ private:
+    friend class Core;
+    explicit CompiledModel(std::shared_ptr<ov_compiled_model> model) : handle(std::move(model)) {}
+
+    template <typename CountPorts, typename GetPort>
+    std::vector<Output<const Node>> Ports(CountPorts countPorts, GetPort getPort) const;
+
+    std::shared_ptr<ov_compiled_model> handle;
+};
+
+class Core {
+ public:
+    // An empty path stands for the runtime's own configuration.
+    explicit Core(const std::string& configPath);
+
+    std::vector<std::string> get_available_devices() const;
+
+    // An empty path of the weights lets the runtime find them.
+    std::shared_ptr<Model> read_model(const std::filesystem::path& model, const std::filesystem::path& weights) const;
+    std::shared_ptr<Model> read_model(const std::string& description, const Tensor& weights) const;
+
+    CompiledModel compile_model(const std::shared_ptr<Model>& model, const std::string& device, const AnyMap&);
+
+    // Reads the stream from where it stands to its end. The model holds on to these bytes.
+    CompiledModel import_model(std::istream& stream, const std::string& device, const AnyMap&);
+
+ private:
+    std::shared_ptr<ov_core> handle;
+};
+
+}  // namespace over_c_interface
+}  // namespace ov
+// NOLINTEND(readability-identifier-naming)

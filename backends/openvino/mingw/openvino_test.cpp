@@ -1,0 +1,194 @@
+// What the backend relies on in OpenVINO's C++ interface, over the interface of this build, the real one or the facade;
+// and the facade's own parts.
+
+#include <openvino/openvino.hpp>
+
+#include "backends/openvino/decode_input_stream_buf.h"
+#include "backends/openvino/decode_output_stream_buf.h"
+#include "backends/openvino/mingw/private_file.h"
+#include "backends/openvino/mingw/stream_content.h"
+#include "platform/path.h"
+#include "testing/temporary_folder.h"
+#include "testing/tiny_models.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Orvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::set<fs::path> PrivateFolders() {
+    std::set<fs::path> folders;
+    for (const auto& entry : fs::directory_iterator(fs::temp_directory_path())) {
+        if (Platform::Utf8FromPath(entry.path().filename()).rfind("orvane-private-", 0) == 0) {
+            folders.insert(entry.path());
+        }
+    }
+    return folders;
+}
+
+std::string FailureOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const ov::Exception& error) {
+        return error.what();
+    }
+    return "no failure";
+}
+
+class OpenvinoInterface : public testing::Test {
+ protected:
+    ov::CompiledModel Compile(const std::string& device) {
+        const fs::path path = Platform::PathFromUtf8(Testing::AddModel({10, 20, 30}).WriteTo(folder, "加法"));
+        return core.compile_model(core.read_model(path, fs::path()), device, ov::AnyMap{});
+    }
+
+    // Other processes may be at an export, but none for long.
+    void ExpectNothingNewStays() {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        std::vector<fs::path> stay;
+        do {
+            const std::set<fs::path> now = PrivateFolders();
+            stay.clear();
+            std::set_difference(now.begin(), now.end(), before.begin(), before.end(), std::back_inserter(stay));
+            std::this_thread::sleep_for(std::chrono::milliseconds(stay.empty() ? 0 : 50));
+        } while (!stay.empty() && std::chrono::steady_clock::now() < deadline);
+        EXPECT_TRUE(stay.empty()) << stay.front();
+    }
+
+    Testing::TemporaryFolder folder;
+    std::set<fs::path> before = PrivateFolders();
+    ov::Core core = ov::Core("");
+};
+
+TEST_F(OpenvinoInterface, ExportsLeaveNothing) {
+    ov::CompiledModel model = Compile("CPU");
+    std::ostringstream first;
+    std::ostringstream second;
+    model.export_model(first);
+    model.export_model(second);
+    EXPECT_FALSE(first.str().empty());
+    EXPECT_EQ(first.str(), second.str());
+    std::ostream broken(nullptr);
+    model.export_model(broken);
+    EXPECT_TRUE(broken.bad());
+    ExpectNothingNewStays();
+}
+
+TEST_F(OpenvinoInterface, AFailedExportLeavesNothing) {
+    ov::CompiledModel model;
+    const std::string failure = FailureOf([&] { model = Compile("MULTI:CPU"); });
+    if (failure != "no failure") {
+        GTEST_SKIP() << "needs the runtime's plugin for several devices, whose models cannot be exported: " << failure;
+    }
+    std::ostringstream stream;
+    EXPECT_NE(FailureOf([&] { model.export_model(stream); }).find("Not Implemented"), std::string::npos);
+    EXPECT_TRUE(stream.str().empty());
+    ExpectNothingNewStays();
+}
+
+TEST_F(OpenvinoInterface, ImportsFromTheMiddleOfAStreamAndNeedsItNoMore) {
+    std::stringstream stream;
+    stream << "before";
+    Compile("CPU").export_model(stream);
+    stream.seekg(6);
+    ov::InferRequest request = core.import_model(stream, "CPU", ov::AnyMap{}).create_infer_request();
+    stream.str("");
+
+    // The preset for the facade has freed memory overwritten: the model's weights are wrong when its bytes are gone.
+    std::vector<float> x = {1, 2, 3};
+    request.set_input_tensor(0, ov::Tensor(ov::element::Type_t::f32, {1, 3}, x.data()));
+    request.infer();
+    const ov::Tensor output = request.get_output_tensor(0);
+    ASSERT_EQ(output.get_byte_size(), 12U);
+    const auto* y = static_cast<const float*>(output.data());
+    EXPECT_EQ(std::vector<float>(y, y + 3), (std::vector<float>{11, 22, 33}));
+}
+
+TEST_F(OpenvinoInterface, EachFailureHasItsOwnText) {
+    const auto expectFailure = [](const std::string& text, const std::function<void()>& call) {
+        const std::string failure = FailureOf(call);
+        EXPECT_NE(failure.find(text), std::string::npos) << failure;
+    };
+    uint8_t byte = 0;
+    const ov::Tensor noWeights(ov::element::u8, ov::Shape{0}, &byte);
+    expectFailure("missing.xml", [&] { core.read_model(fs::path("missing.xml"), fs::path()); });
+    expectFailure("Unable to read the model.", [&] { core.read_model(std::string(), noWeights); });
+    expectFailure("InferRequest was not initialized.", [] { ov::InferRequest().infer(); });
+    expectFailure("CompiledModel was not initialized.", [] { ov::CompiledModel().create_infer_request(); });
+    const std::string refused = FailureOf([] { ov::Tensor(ov::element::u8, {1}, static_cast<void*>(nullptr)); });
+    EXPECT_NE(refused, "no failure");
+    EXPECT_EQ(refused.find("Unable to read the model."), std::string::npos) << "the text of an earlier failure";
+}
+
+TEST(OpenvinoElementType, SizesInBytes) {
+    const std::vector<size_t> sizes = {0, 1, 2, 2, 4, 8, 1, 1, 2, 4, 8, 1, 1, 1, 1, 1, 1, 2, 4, 8, 1, 1, 1, 32, 1, 1};
+    for (size_t number = 0; number < sizes.size(); ++number) {
+        EXPECT_EQ(ov::element::Type(static_cast<ov::element::Type_t>(number)).size(), sizes[number]) << number;
+    }
+}
+
+TEST(PrivateFile, IsForTheUserOnlyAndGoesWithItsFolder) {
+    fs::path folder;
+    {
+        const PrivateFile file;
+        const PrivateFile other;
+        folder = file.Path().parent_path();
+        EXPECT_TRUE(PrivateFolders().contains(folder));
+        EXPECT_NE(folder, other.Path().parent_path());
+        if constexpr (std::is_same_v<fs::path::value_type, char>) {  // systems with wide paths have no such permissions
+            EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
+        }
+        std::ofstream(file.NarrowPath()) << "text";
+        EXPECT_EQ(Testing::ReadBytes(Platform::Utf8FromPath(file.Path())), (std::vector<uint8_t>{'t', 'e', 'x', 't'}));
+    }
+    EXPECT_FALSE(fs::exists(folder));
+}
+
+// Reads forward only and cannot tell its size.
+struct OneWayStreamBuf : std::streambuf {
+    explicit OneWayStreamBuf(std::string& text) { setg(text.data(), text.data(), text.data() + text.size()); }
+};
+
+TEST(StreamContent, IsAllThatTheStreamStillHas) {
+    const Testing::TemporaryFolder folder;
+    const auto read = [](std::streambuf& source, size_t start) {
+        std::istream stream(&source);
+        stream.ignore(static_cast<std::streamsize>(start));
+        StreamContent content = ReadToEnd(stream);
+        return std::string(reinterpret_cast<const char*>(content.bytes.Data()), content.size);
+    };
+    for (const size_t size : std::vector<size_t>{1, 4095, 4096, 4097, 8192, 70'000}) {
+        std::string text(size, '\0');
+        std::generate(text.begin(), text.end(), [i = 0]() mutable { return static_cast<char>(i++ % 251); });
+        const auto path = Platform::PathFromUtf8(folder.Path(std::to_string(size)));
+        {
+            DecodeOutputStreamBuf cache(path);
+            std::ostream(&cache) << text << std::flush;
+        }
+        for (const size_t start : {size_t{0}, size / 2}) {
+            DecodeInputStreamBuf cacheSource(path);
+            std::stringbuf source(text);
+            OneWayStreamBuf oneWay(text);
+            EXPECT_TRUE(read(cacheSource, start) == text.substr(start)) << size;
+            EXPECT_TRUE(read(source, start) == text.substr(start)) << size;
+            EXPECT_TRUE(read(oneWay, start) == text.substr(start)) << size;
+        }
+    }
+    DecodeInputStreamBuf noFile(Platform::PathFromUtf8(folder.Path("")));
+    EXPECT_EQ(read(noFile, 0), std::string(1, '\0')) << "a folder has a size, but no content";
+}
+
+}  // namespace
+}  // namespace Orvane

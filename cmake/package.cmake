@@ -1,0 +1,26 @@
+# `cpack` packs what is installed, the runtime's libraries and their licences as well: dist/orvane-VERSION-SYSTEM-x64.
+include(GNUInstallDirs)
+if(WIN32)
+    set(system windows)
+    set(libraryFolder ${CMAKE_INSTALL_BINDIR})
+    set(CPACK_GENERATOR ZIP)
+else()
+    set(system linux)
+    set(libraryFolder lib)
+    set(CPACK_GENERATOR TGZ)
+endif()
+
+if(NOT EXISTS ${orvaneRuntimeFolder}/../licenses)
+    message(FATAL_ERROR "A package carries OpenVINO's licences, and ${orvaneRuntimeFolder}/../licenses is missing: "
+        "use the OpenVINO that ./dev setup unpacks.")
+endif()
+foreach(file IN LISTS orvaneRuntimeFiles)
+    install(PROGRAMS ${file} DESTINATION ${libraryFolder})
+endforeach()
+install(DIRECTORY ${orvaneRuntimeFolder}/../licenses/ DESTINATION licenses/openvino)
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/package/README-${system}.txt DESTINATION . RENAME README.txt)
+
+set(CPACK_PACKAGE_FILE_NAME orvane-${PROJECT_VERSION}-${system}-x64)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/dist)
+set(CPACK_STRIP_FILES ON)
+include(CPack)

@@ -1,0 +1,27 @@
+# The files of OpenVINO that a program needs to run models on the CPU, from files of every kind that the SDK reads, in
+# `orvaneRuntimeFiles`; and where the runtime's libraries are, in `orvaneRuntimeFolder`.
+get_target_property(orvaneRuntimeLibrary openvino::runtime LOCATION)
+cmake_path(GET orvaneRuntimeLibrary PARENT_PATH orvaneRuntimeFolder)
+set(orvaneRuntimeFiles)
+foreach(part
+        openvino openvino_c openvino_intel_cpu_plugin
+        openvino_ir_frontend openvino_onnx_frontend openvino_paddle_frontend openvino_tensorflow_frontend
+        openvino_tensorflow_lite_frontend
+        tbb tbb12 tbbbind_2_5 hwloc)
+    file(GLOB files ${orvaneRuntimeFolder}/lib${part}.so* ${orvaneRuntimeFolder}/${part}.dll)
+    list(APPEND orvaneRuntimeFiles ${files})
+endforeach()
+
+if(WIN32)
+    # A program finds libraries beside itself.
+    foreach(file IN LISTS orvaneRuntimeFiles)
+        cmake_path(GET file FILENAME name)
+        file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+        file(CREATE_LINK ${file} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} SYMBOLIC COPY_ON_ERROR)
+    endforeach()
+elseif(ORVANE_PACKAGE)
+    set(CMAKE_INSTALL_RPATH $ORIGIN/../lib)
+else()
+    # An installed program still finds the libraries that it was linked with.
+    set(CMAKE_INSTALL_RPATH ${orvaneRuntimeFolder})
+endif()
