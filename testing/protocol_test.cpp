@@ -163,7 +163,7 @@ int PlayHost(const std::string& arguments) {
 TEST(RemoteWrapper, WritesAndReadsTheseBytes) {
     const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
     InterpreterParams params;
-    params.host = Platform::ProgramFolder() + "protocol_test";
+    params.host = Platform::ProgramBeside("protocol_test");
     const std::vector<ClientCase> cases = ClientCases();
     for (size_t i = 0; i < cases.size(); ++i) {
         params.modelName = std::to_string(i);
@@ -203,7 +203,7 @@ class HostUnderTest {
         Platform::Token token = Platform::Token::OpenCurrent();
         EXPECT_TRUE(job.SetKillOnClose());
         process =
-            Platform::Process::CreateSuspended(token, Platform::ProgramFolder() + "stub_host", channel.hostArguments);
+            Platform::Process::CreateSuspended(token, Platform::ProgramBeside("stub_host"), channel.hostArguments);
         token.Close();
         EXPECT_TRUE(process && job.Assign(process));
         process.Resume();

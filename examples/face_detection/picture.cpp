@@ -11,10 +11,10 @@
 #include <string>
 
 #define STBI_NO_STDIO
-#include <stb/stb_image.h>
-#include <stb/stb_image_resize.h>
+#include <stb_image.h>
+#include <stb_image_resize.h>
 #define STBI_WRITE_NO_STDIO
-#include <stb/stb_image_write.h>
+#include <stb_image_write.h>
 
 namespace {
 

@@ -1,4 +1,5 @@
-# Runs PROGRAM on the pictures in MATERIAL, by itself and with the host program HOST; FOLDER is emptied and filled.
+# Runs PROGRAM on the pictures in MATERIAL, by itself and with the host program HOST; FOLDER is emptied and filled. PROGRAM is
+# run by EMULATOR when there is one.
 cmake_minimum_required(VERSION 3.25)
 
 set(model ${MATERIAL}/face_detection_short_range.tflite)
@@ -19,11 +20,12 @@ file(WRITE ${FOLDER}/kept.png "an earlier file")
 # expect(EXIT TEXT argument...): the program exits so, and what it prints, or with a failure its errors, matches
 # TEXT. The runtime's own remarks may stand before an error.
 macro(expect exit text)
-    execute_process(COMMAND ${PROGRAM} ${ARGN} WORKING_DIRECTORY ${FOLDER}
+    execute_process(COMMAND ${EMULATOR} ${PROGRAM} ${ARGN} WORKING_DIRECTORY ${FOLDER}
         RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
     if(NOT ${exit} EQUAL 0)
         set(printed "${errors}")
     endif()
+    string(REPLACE "\r\n" "\n" printed "${printed}")
     if(NOT result STREQUAL "${exit}" OR NOT printed MATCHES "${text}")
         message(FATAL_ERROR "${ARGN}: expected exit ${exit} and \"${text}\", got exit ${result} and\n${printed}${errors}")
     endif()

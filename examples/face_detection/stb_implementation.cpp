@@ -1,9 +1,9 @@
 // The code behind the headers of stb: each of them wants to be compiled in one place.
 #define STB_IMAGE_IMPLEMENTATION
 #define STBI_NO_STDIO
-#include <stb/stb_image.h>
+#include <stb_image.h>
 #define STB_IMAGE_RESIZE_IMPLEMENTATION
-#include <stb/stb_image_resize.h>
+#include <stb_image_resize.h>
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STBI_WRITE_NO_STDIO
-#include <stb/stb_image_write.h>
+#include <stb_image_write.h>

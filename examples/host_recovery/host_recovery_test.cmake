@@ -1,4 +1,5 @@
-# Runs PROGRAM with models in MATERIAL and kills its host process, by KILL_HOST.
+# Runs PROGRAM with models in MATERIAL and kills its host process, by KILL_HOST. Programs are run by EMULATOR when there
+# is one.
 cmake_minimum_required(VERSION 3.25)
 
 set(models ${MATERIAL}/face_detection_short_range.tflite ${MATERIAL}/silero_vad_openvino_16k.onnx)
@@ -12,17 +13,19 @@ endforeach()
 # expect(EXIT TEXT command...): the command exits so, and what it prints, or with a failure its errors, matches
 # TEXT. The runtime's own remarks may stand before an error.
 function(expect exit text)
-    execute_process(COMMAND ${ARGN} TIMEOUT 150 RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
+    execute_process(COMMAND ${EMULATOR} ${ARGN} TIMEOUT 150
+        RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
     if(NOT exit EQUAL 0)
         set(printed "${errors}")
     endif()
+    string(REPLACE "\r\n" "\n" printed "${printed}")
     if(NOT result STREQUAL "${exit}" OR NOT printed MATCHES "${text}")
         message(FATAL_ERROR "${ARGN}: expected exit ${exit} and \"${text}\", got exit ${result} and\n${printed}${errors}")
     endif()
 endfunction()
 
 set(story "^In this process: the model runs\nIn a host process: the same bits\nRunning until the host process dies\n"
-    "[+] kill -KILL [0-9]+\nA call failed: [a-z' ]+: Orvane Host Exit\nIn a new host process: the same bits\n$")
+    "[+] (kill -KILL|end process) [0-9]+\nA call failed: [a-z' ]+: Orvane Host Exit\nIn a new host process: the same bits\n$")
 string(CONCAT story ${story})
 foreach(model ${models})
     expect(0 "${story}" ${KILL_HOST} ${PROGRAM} ${model})
@@ -32,4 +35,4 @@ list(GET models 0 model)
 expect(2 "^usage: host_recovery MODEL" ${PROGRAM})
 expect(1 "cannot load missing:\n.*missing" ${KILL_HOST} ${PROGRAM} missing)
 expect(1 "cannot load ${model} in a process of missing:\nCreateProcessAsUser error\n$" ${PROGRAM} ${model} missing)
-expect(1 "cannot load ${model} in a process of /bin/true: Orvane Host Exit\n$" ${PROGRAM} ${model} /bin/true)
+expect(1 "cannot load ${model} in a process of ${PROGRAM}: Orvane Host Exit\n$" ${PROGRAM} ${model} ${PROGRAM})

@@ -1,0 +1,96 @@
+// `orvane bench` in a process of its own, in a terminal's process group, and Ctrl-C.
+#include "testing/processes.h"
+#include "testing/tiny_models.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+namespace Orvane::Testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string TextOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The first child of a process; 0 when it has none.
+pid_t ChildOf(pid_t process) {
+    std::error_code error;
+    for (const auto& thread :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", error)) {
+        std::ifstream children(thread.path() / "children");
+        if (pid_t child = 0; children >> child) {
+            return child;
+        }
+    }
+    return 0;
+}
+
+bool Catches(pid_t process, int signal) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("SigCgt:", 0) == 0) {
+            return (std::stoull(line.substr(line.find('\t')), nullptr, 16) >> (signal - 1) & 1) != 0;
+        }
+    }
+    return false;
+}
+
+class BenchInterrupt : public testing::Test {
+ protected:
+    void SetUp() override { alarm(100); }
+    void TearDown() override { alarm(0); }
+
+    // Starts `orvane bench` through a host, as a shell does it: in a process group of its own.
+    pid_t StartBench(const char* warmup) {
+        return Fork([this, warmup] {
+            setpgid(0, 0);
+            const int out = open(printed.c_str(), O_CREAT | O_WRONLY, 0600);
+            dup2(out, STDOUT_FILENO);
+            execl(ORVANE_CLI_PATH, ORVANE_CLI_PATH, "bench", model.c_str(), "--remote", "--warmup", warmup, "--seconds",
+                  "90", "--json", json.c_str(), nullptr);
+        });
+    }
+
+    TemporaryFolder folder;
+    std::string model = AddModel({1, 2}).WriteTo(folder, "add");
+    std::string printed = folder.Path("printed");
+    std::string json = folder.Path("结果.json");
+};
+
+TEST_F(BenchInterrupt, EndsTheMeasurementWithTheResultsSoFar) {
+    const pid_t bench = StartBench("5");
+    ASSERT_TRUE(Within(60s, [bench] { return Catches(bench, SIGINT); }));
+    ASSERT_EQ(kill(-bench, SIGINT), 0);
+    EXPECT_EQ(End(bench), "exit 0");
+    EXPECT_NE(TextOf(printed).find(" until Ctrl-C, "), std::string::npos) << TextOf(printed);
+    EXPECT_NE(TextOf(json).find("\"interrupted\":true"), std::string::npos) << TextOf(json);
+    EXPECT_EQ(folder.Names().size(), 4U) << "the model's two files, and nothing beside the results";
+}
+
+TEST_F(BenchInterrupt, BeforeItMeasuresThereIsNothingToKeep) {
+    const pid_t bench = StartBench("4000000000");
+    pid_t host = 0;
+    ASSERT_TRUE(Within(60s, [&] { return (host = ChildOf(bench)) != 0; }));
+    ASSERT_EQ(kill(-bench, SIGINT), 0);
+    EXPECT_EQ(End(bench), "signal 2");
+    EXPECT_TRUE(Within(10s, [host] { return kill(host, 0) != 0; })) << "the host goes with it";
+    EXPECT_EQ(folder.Names().size(), 3U);
+    EXPECT_EQ(TextOf(printed), "");
+}
+
+}  // namespace
+}  // namespace Orvane::Testing
