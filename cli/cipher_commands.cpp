@@ -5,7 +5,6 @@
 #include "cli/progress_bar.h"
 #include "cli/whole_file.h"
 #include "platform/path.h"
-#include "platform/terminal.h"
 
 #include <orvane/model_file_cipher.h>
 
@@ -13,7 +12,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <vector>
 
@@ -78,13 +76,14 @@ void TransformFile(const CipherOptions& options, std::ostream& err, Transform tr
     WholeFile output(options.output);
     std::error_code unknown;
     const auto size = std::filesystem::file_size(Platform::PathFromUtf8(options.input), unknown);
-    ProgressBar progress(&err == &std::cerr && Platform::IsStandardErrorTerminal() ? &err : nullptr,
-                         unknown ? 0 : size);
+    ProgressBar progress(err);
+    double done = 0;
     Chunk chunk;
     do {
         chunk.resize(ModelFileCipher::kChunkSize);
         chunk.resize(ReadUpTo(input, options.input, chunk.data(), chunk.size()));
-        progress.Advance(chunk.size());
+        done += static_cast<double>(chunk.size());
+        progress.Show(done, unknown ? 0 : static_cast<double>(size));
         transform(chunk);
         output.Write(chunk.data(), chunk.size());
     } while (chunk.size() == ModelFileCipher::kChunkSize);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <iosfwd>
 
 namespace Orvane::Cli {
@@ -9,20 +8,19 @@ namespace Orvane::Cli {
 // Shows on a terminal how far a long piece of work is, once that has taken half a second, and is gone when destroyed.
 class ProgressBar {
  public:
-    // `screen` is null when there is no terminal. `whole` is in any unit; 0 when it is not known.
-    ProgressBar(std::ostream* screen, uint64_t whole);
+    // Shows nothing unless `err` is the standard error and that a terminal.
+    explicit ProgressBar(std::ostream& err);
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    void Advance(uint64_t amount);
+    // In any unit; `whole` is 0 when it is not known. Cheap enough to be called millions of times.
+    void Show(double done, double whole);
 
  private:
-    std::ostream* terminal;
-    uint64_t total;
-    uint64_t done = 0;
+    std::ostream* terminal;  // null for none
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-    bool visible = false;
+    int shownPercent = -1;
 };
 
 }  // namespace Orvane::Cli

@@ -1,5 +1,6 @@
 #include "cli/run_cli.h"
 
+#include "cli/bench_command.h"
 #include "cli/cipher_commands.h"
 #include "cli/command.h"
 #include "cli/failure.h"
@@ -53,8 +54,8 @@ int RunCli(const std::vector<std::string>& arguments, std::ostream& out, std::os
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", std::string("orvane ") + Version(), "Print the version and exit");
     app.require_subcommand(0, 1);  // `Execute` misses one; this would not name an unknown one
-    const std::vector<Command> commands = {AddInfoCommand(app), AddRunCommand(app), AddEncryptCommand(app),
-                                           AddDecryptCommand(app)};
+    const std::vector<Command> commands = {AddInfoCommand(app), AddRunCommand(app), AddBenchCommand(app),
+                                           AddEncryptCommand(app), AddDecryptCommand(app)};
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         Execute(commands, out, err);

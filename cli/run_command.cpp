@@ -1,9 +1,8 @@
 #include "cli/run_command.h"
 
-#include "cli/failure.h"
+#include "cli/inference.h"
 #include "cli/model_options.h"
 #include "cli/run_report.h"
-#include "cli/transfers.h"
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -21,32 +20,13 @@ struct RunOptions {
     bool json = false;
 };
 
-void Check(const Status& status, const std::vector<Transfer>& inputs) {
-    if (status.Ok()) {
-        return;
-    }
-    std::vector<std::string> hints;
-    for (const Transfer& input : inputs) {
-        if (input.tensor->shape.empty()) {
-            hints.push_back(Label(*input.tensor) +
-                            " has no dimensions, which cannot be run: export the model with [1].");
-        }
-    }
-    throw Failure(status.message, hints);
-}
-
 // Returns the time that `repeat` whole inferences took, in milliseconds.
-double Infer(Interpreter& interpreter, const std::vector<Transfer>& inputs, std::vector<Transfer>& outputs,
-             uint32_t repeat) {
+double Infer(Inference& inference, uint32_t repeat) {
     const auto start = std::chrono::steady_clock::now();
     for (uint32_t i = 0; i < repeat; ++i) {
-        for (const Transfer& input : inputs) {
-            Check(input.tensor->handle->CopyFrom(input.data.data(), input.tensor->Bytes()), inputs);
-        }
-        Check(interpreter.Invoke(), inputs);
-        for (Transfer& output : outputs) {
-            Check(output.tensor->handle->CopyTo(output.data.data(), output.tensor->Bytes()), inputs);
-        }
+        inference.CopyIn();
+        inference.Compute();
+        inference.CopyOut();
     }
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
@@ -61,14 +41,13 @@ void Run(const RunOptions& options, std::ostream& out, std::ostream& err) {
     const uint32_t maxBytes = options.model.MaxTensorBytes();
     const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput, maxBytes);
     const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput, maxBytes);
-    const std::vector<Transfer> copiedIn = ReadInputs(inputFiles, inputs);
-    std::vector<Transfer> copiedOut = PrepareOutputs(outputFiles, outputs);
+    Inference inference{interpreter, ReadInputs(inputFiles, inputs), PrepareOutputs(outputFiles, outputs)};
 
-    const double milliseconds = Infer(interpreter, copiedIn, copiedOut, options.repeat);
+    const double milliseconds = Infer(inference, options.repeat);
     if (!outputFiles.empty()) {
-        WriteOutputs(copiedOut);
+        WriteOutputs(inference.outputs);
     }
-    const RunReport report{outputs, copiedOut, options.repeat, milliseconds};
+    const RunReport report{outputs, inference.outputs, options.repeat, milliseconds};
     options.json ? PrintJsonReport(out, report) : PrintReport(out, report);
 }
 
