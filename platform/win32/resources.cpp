@@ -32,7 +32,7 @@ std::optional<MemoryUse> OwnMemoryUse() {
 }
 
 std::optional<MemoryUse> ChildMemoryUse() {
-    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     if (snapshot == INVALID_HANDLE_VALUE) {
         return std::nullopt;
     }
