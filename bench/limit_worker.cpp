@@ -1,0 +1,179 @@
+#include "bench/worker.h"
+#include "platform/event.h"
+#include "platform/section.h"
+
+#include <immintrin.h>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+// What an inference through a channel cannot avoid, and nothing else: between two processes, each on a processor of
+// its own, the input is copied into shared memory and from there into the model's, the output likewise; and three
+// exchanges, to set the input, to run and to fetch the output, hand over to the other side and back.
+namespace {
+
+using Orvane::Bench::Infer;
+using Orvane::Bench::Workload;
+using Orvane::Platform::Event;
+using Orvane::Platform::Section;
+using Orvane::Platform::View;
+
+// The two ways to hand over. The same functions for both sides: `Call` to the model's process, `Result` back.
+
+struct WithEvents {
+    explicit WithEvents(const std::string& name)
+        : call(Event::Create("BenchCall" + name)), result(Event::Create("BenchResult" + name)) {
+        if (!call || !result) {
+            throw std::runtime_error("cannot make the events");
+        }
+    }
+    void SetCall() { call.Set(); }
+    void WaitForCall() { call.Wait(Event::kForever); }
+    void SetResult() { result.Set(); }
+    void WaitForResult() { result.Wait(Event::kForever); }
+
+    Event call;
+    Event result;
+};
+
+// Both processors are busy all the time: not a way to wait, but the fastest one.
+struct WithSpinning {
+    struct Turns {
+        alignas(64) std::atomic<uint32_t> call{0};
+        alignas(64) std::atomic<uint32_t> result{0};
+    };
+
+    explicit WithSpinning(const std::string& name)
+        : section(Section::Create("BenchTurns" + name, sizeof(Turns))), view(section ? section.Map(0) : View()) {
+        if (!view) {
+            throw std::runtime_error("cannot make the shared turns");
+        }
+        turns = new (view.Data()) Turns;
+    }
+    void SetCall() const { turns->call.store(1); }
+    void WaitForCall() const { Await(turns->call); }
+    void SetResult() const { turns->result.store(1); }
+    void WaitForResult() const { Await(turns->result); }
+
+    static void Await(std::atomic<uint32_t>& turn) {
+        while (turn.load(std::memory_order_acquire) == 0) {
+            _mm_pause();
+        }
+        turn.store(0);
+    }
+
+    Section section;
+    View view;
+    Turns* turns = nullptr;
+};
+
+void PinTo(int processor) {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(static_cast<size_t>(processor), &set);
+    sched_setaffinity(0, sizeof set, &set);  // a machine with one processor just goes on
+}
+
+enum Step : uint32_t { kSetInput, kInvoke, kCopyOutput };
+
+template <typename HandOver>
+[[noreturn]] void Serve(HandOver& handOver, const Workload& workload, uint8_t* shared) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    PinTo(1);
+    std::vector<uint8_t> memory(workload.StubBytes());
+    for (;;) {
+        handOver.WaitForCall();
+        Step step{};
+        std::memcpy(&step, shared, sizeof step);
+        if (step == kSetInput) {
+            std::memcpy(memory.data(), shared + sizeof step, workload.InputBytes());
+        } else if (step == kCopyOutput) {
+            std::memcpy(shared + sizeof step, memory.data(), workload.OutputBytes());
+        }
+        handOver.SetResult();
+    }
+}
+
+template <typename HandOver>
+struct Pair {
+    explicit Pair(Workload theWorkload)
+        : workload(std::move(theWorkload)),
+          handOver(std::to_string(getpid())),
+          section(Section::Create("BenchData" + std::to_string(getpid()), workload.StubBytes() + sizeof(Step))),
+          view(section ? section.Map(0) : View()) {
+        if (!view) {
+            throw std::runtime_error("cannot make the shared memory");
+        }
+        child = fork();
+        if (child == 0) {
+            Serve(handOver, workload, view.Data());
+        }
+        if (child < 0) {
+            throw std::runtime_error("cannot start the other process");
+        }
+        PinTo(0);
+    }
+    ~Pair() {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+
+    void Run(const uint8_t* input, uint8_t* output) {
+        std::memcpy(view.Data() + sizeof(Step), input, workload.InputBytes());
+        Exchange(kSetInput);
+        Exchange(kInvoke);
+        Exchange(kCopyOutput);
+        std::memcpy(output, view.Data() + sizeof(Step), workload.OutputBytes());
+    }
+
+    void Exchange(Step step) {
+        std::memcpy(view.Data(), &step, sizeof step);
+        handOver.SetCall();
+        handOver.WaitForResult();
+    }
+
+    Workload workload;
+    HandOver handOver;
+    Section section;
+    View view;
+    pid_t child = -1;
+};
+
+template <typename HandOver>
+Infer Prepare(const Workload& workload) {
+    auto pair = std::make_shared<Pair<HandOver>>(workload);
+    return [pair](const uint8_t* input, uint8_t* output) { pair->Run(input, output); };
+}
+
+// The copies alone, in one process.
+Infer PrepareCopies(const Workload& workload) {
+    auto shared = std::make_shared<std::vector<uint8_t>>(workload.StubBytes());
+    auto memory = std::make_shared<std::vector<uint8_t>>(workload.StubBytes());
+    return [=, in = workload.InputBytes(), out = workload.OutputBytes()](const uint8_t* input, uint8_t* output) {
+        std::memcpy(shared->data(), input, in);
+        std::memcpy(memory->data(), shared->data(), in);
+        std::memcpy(shared->data(), memory->data(), out);
+        std::memcpy(output, shared->data(), out);
+    };
+}
+
+}  // namespace
+
+// Times what cannot be avoided: the argument says `events`, which wait like a channel's, `spinning` or `copies`.
+int main(int argc, char** argv) {
+    return Orvane::Bench::RunWorker(argc, argv, [](const Workload& workload, const std::string& way) {
+        return way == "events"     ? Prepare<WithEvents>(workload)
+               : way == "spinning" ? Prepare<WithSpinning>(workload)
+               : way == "copies"   ? PrepareCopies(workload)
+                                   : throw std::invalid_argument("say events, spinning or copies");
+    });
+}

@@ -1,0 +1,210 @@
+"""Runs the programs of the benchmark and gathers what they print. Every sample comes from a fresh process."""
+
+import contextlib
+import dataclasses
+import json
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import tempfile
+
+TIME_LIMIT = 120  # seconds that any one program may take
+PERCENTILES = (50, 90, 99, 99.9)
+
+
+class Failure(Exception):
+    """A program that did not do its work; the text says which and why."""
+
+
+@dataclasses.dataclass(frozen=True)
+class Case:
+    """What is timed together: each variant in a process of its own, once in every repetition."""
+
+    workload: str
+    variants: tuple
+    warm_up: int
+    count: int
+    repetitions: int
+
+
+class Programs:
+    """The built programs, and a folder for what they write."""
+
+    def __init__(self, folder, scratch):
+        self.folder = pathlib.Path(folder).resolve()
+        self.scratch = pathlib.Path(scratch)
+        self.host = self.folder / "orvane_host"
+        self.stub_host = self.folder / "bench" / "bench_stub_host"
+
+    def path(self, name):
+        return self.folder / "bench" / name
+
+    def run(self, *command):
+        """The standard output of a program; a failure when it says that it failed."""
+        words = [str(word) for word in command]
+        try:
+            done = subprocess.run(words, capture_output=True, text=True, timeout=TIME_LIMIT, check=False)
+        except (OSError, subprocess.TimeoutExpired) as error:
+            raise Failure(f"{' '.join(words)}: {error}") from error
+        if done.returncode != 0:
+            raise Failure(f"{' '.join(words)} ended with {done.returncode}: {done.stderr.strip()}")
+        return done.stdout
+
+    @contextlib.contextmanager
+    def server(self, name, workload, address):
+        """A peer's server; gives the port that it chose, 0 where it has none."""
+        words = [str(self.path(name)), workload, address]
+        with subprocess.Popen(words, stdout=subprocess.PIPE, text=True) as server:
+            try:
+                port = server.stdout.readline().strip()
+                if not port:
+                    raise Failure(f"{' '.join(words)} did not start")
+                yield port
+            finally:
+                server.terminate()
+
+    def infer(self, variant, workload, warm_up, count):
+        """One fresh process: its samples in nanoseconds and the checksum of what the model gave."""
+        arguments = [workload, warm_up, count]
+        host = self.stub_host if workload.startswith("stub") else self.host
+        if variant in ("direct", "in process"):
+            text = self.run(self.path("direct_worker" if variant == "direct" else "in_process_worker"), *arguments)
+        elif variant == "remote":
+            text = self.run(self.path("remote_worker"), *arguments, host)
+        elif variant in LIMITS:
+            text = self.run(self.path("limit_worker"), *arguments, LIMITS[variant])
+        else:
+            text = self.infer_with_peer(variant, workload, arguments)
+        return json.loads(text)
+
+    def infer_with_peer(self, variant, workload, arguments):
+        server, worker, address = {
+            "gRPC, TCP": ("grpc_server", "grpc_worker", "127.0.0.1:0"),
+            "gRPC, Unix socket": ("grpc_server", "grpc_worker", f"unix:{self.scratch}/grpc"),
+            "ZeroMQ, ipc": ("zmq_server", "zmq_worker", f"ipc://{self.scratch}/zmq"),
+        }[variant]
+        with self.server(server, workload, address) as port:
+            return self.run(self.path(worker), *arguments, address.replace(":0", f":{port}"))
+
+
+# Variants that bound what a channel can reach, by what the limit's worker calls them.
+LIMITS = {"limit": "events", "limit, spinning": "spinning", "copies alone": "copies"}
+PEERS = ("gRPC, TCP", "gRPC, Unix socket", "ZeroMQ, ipc")
+
+
+def run_case(programs, case, progress):
+    """Samples by variant, a list for each repetition. All variants must give the same bytes."""
+    samples = {variant: [] for variant in case.variants}
+    checksums = {}
+    for repetition in range(case.repetitions):
+        progress(f"{case.workload}: {repetition + 1} of {case.repetitions}")
+        # Each repetition starts with another variant, so that none always follows the same one.
+        first = repetition % len(case.variants)
+        for variant in case.variants[first:] + case.variants[:first]:
+            result = programs.infer(variant, case.workload, case.warm_up, case.count)
+            samples[variant].append(result["nanoseconds"])
+            checksums[variant] = result["checksum"]
+    if len(set(checksums.values())) != 1:
+        raise Failure(f"{case.workload}: the variants did not do the same work: {checksums}")
+    return {variant: summarise(repetitions) for variant, repetitions in samples.items()}
+
+
+def percentile(ordered, percent):
+    return ordered[min(len(ordered) - 1, int(len(ordered) * percent / 100))]
+
+
+def summarise(repetitions):
+    """Figures in nanoseconds: the medians of the repetitions, theirs, and percentiles over all samples."""
+    medians = [statistics.median(samples) for samples in repetitions]
+    everything = sorted(sample for samples in repetitions for sample in samples)
+    return {
+        "median": statistics.median(medians),
+        "medians": medians,
+        "samples": len(everything),
+        "percentiles": {str(percent): percentile(everything, percent) for percent in PERCENTILES},
+        # Enough of the distribution to draw it.
+        "quantiles": [percentile(everything, percent / 4) for percent in range(1, 400)],
+    }
+
+
+def repeat(repetitions, measure):
+    return summarise([[measure()] for _ in range(repetitions)])
+
+
+def measure_starts(programs, model, repetitions, progress):
+    """Initialisation of one model in fresh processes: nanoseconds by the way to start."""
+    scratch = programs.scratch
+    worker = programs.path("init_worker")
+    encrypted = scratch / "encrypted"
+    encrypted.mkdir()
+    for file in (model, model.with_suffix(".bin")):
+        programs.run(programs.folder / "orvane", "encrypt", file, encrypted / file.name, "--key", "key!")
+    programs.run(worker, "direct-export", model, scratch / "plain.blob")
+    programs.run(worker, "cached", model, scratch / "model.cache")
+    ways = {
+        "direct, cold": ("direct", model),
+        "cold": ("plain", model),
+        "encrypted": ("encrypted", encrypted / model.name, "key!"),
+        "direct, imported": ("direct-import", scratch / "plain.blob"),
+        "cached": ("cached", model, scratch / "model.cache"),
+    }
+    samples = {way: [] for way in ways}
+    for repetition in range(repetitions):
+        progress(f"start: {repetition + 1} of {repetitions}")
+        for way, arguments in ways.items():
+            samples[way].append(json.loads(programs.run(worker, *arguments))["nanoseconds"])
+    return {way: summarise(lists) for way, lists in samples.items()}
+
+
+def measure_processes(programs, repetitions, progress):
+    """What a host costs besides the time of calls; nanoseconds, and kilobytes of memory."""
+    worker = programs.path("process_worker")
+    plan = {
+        "launch": (programs.host, 5 * repetitions),
+        "start": (programs.path("empty_program"), 5 * repetitions),
+        "idle": (programs.stub_host, repetitions),
+        "waiting": (programs.stub_host, repetitions),
+        "memory": (programs.stub_host, repetitions),
+    }
+    figures = {what: [] for what in plan}
+    for repetition in range(5 * repetitions):
+        progress(f"processes: {repetition + 1} of {5 * repetitions}")
+        for what, (program, count) in plan.items():
+            if repetition < count:
+                figures[what].append([int(programs.run(worker, what, program))])
+    return {what: summarise(lists) for what, lists in figures.items()}
+
+
+def measure_parts(programs, repetitions, progress):
+    """Nanoseconds and bytes per second of the parts that need only one process."""
+    progress("parts")
+    text = programs.run(programs.path("parts_bench"), "--benchmark_format=json", "--benchmark_min_time=0.1",
+                        f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true")
+    parts = {}
+    for entry in json.loads(text)["benchmarks"]:
+        if entry.get("aggregate_name") == "median":
+            scale = {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]]
+            parts[entry["run_name"].removesuffix("/real_time")] = {
+                "nanoseconds": entry["real_time"] * scale,
+                "bytes_per_second": entry.get("bytes_per_second"),
+            }
+    return parts
+
+
+@contextlib.contextmanager
+def scratch_folder():
+    folder = tempfile.mkdtemp(prefix="orvane-bench-")
+    try:
+        yield pathlib.Path(folder)
+    finally:
+        shutil.rmtree(folder)
+
+
+def write_whole(path, text):
+    """Written beside and renamed: the file is never half there."""
+    path = pathlib.Path(path)
+    beside = path.with_name(path.name + ".part")
+    beside.write_text(text, encoding="utf-8")
+    os.replace(beside, path)

@@ -1,0 +1,142 @@
+#include <orvane/model_file_cipher.h>
+
+#include "backends/openvino/cache_keystream.h"
+#include "ipc/call_protocol.h"
+#include "platform/event.h"
+
+#include <benchmark/benchmark.h>
+
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Orvane::Platform::Event;
+
+constexpr size_t kPiece = 4096;  // what the streams of the cache file work on at a time
+constexpr size_t kFile = size_t{64} << 20;
+
+void SetBytes(benchmark::State& state, size_t bytes) {
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(bytes));
+}
+
+// All pieces of a cache file, one after the other into the same buffer, as its streams see them.
+void KeystreamInPieces(benchmark::State& state) {
+    std::vector<uint8_t> piece(kPiece);
+    while (state.KeepRunning()) {
+        for (size_t position = 0; position < kFile; position += kPiece) {
+            Orvane::ApplyCacheKeystream(position, piece.data(), kPiece);
+            benchmark::ClobberMemory();
+        }
+    }
+    SetBytes(state, kFile);
+}
+BENCHMARK(KeystreamInPieces)->Unit(benchmark::kMillisecond);
+
+void MemcpyInPieces(benchmark::State& state) {
+    const std::vector<uint8_t> from(kPiece);
+    std::vector<uint8_t> to(kPiece);
+    while (state.KeepRunning()) {
+        for (size_t position = 0; position < kFile; position += kPiece) {
+            std::memcpy(to.data(), from.data(), kPiece);
+            benchmark::ClobberMemory();
+        }
+    }
+    SetBytes(state, kFile);
+}
+BENCHMARK(MemcpyInPieces)->Unit(benchmark::kMillisecond);
+
+// The same over 64 MiB that no cache holds.
+void KeystreamOverMemory(benchmark::State& state) {
+    std::vector<uint8_t> file(kFile);
+    while (state.KeepRunning()) {
+        for (size_t position = 0; position < kFile; position += kPiece) {
+            Orvane::ApplyCacheKeystream(position, file.data() + position, kPiece);
+        }
+        benchmark::ClobberMemory();
+    }
+    SetBytes(state, kFile);
+}
+BENCHMARK(KeystreamOverMemory)->Unit(benchmark::kMillisecond);
+
+void MemcpyOverMemory(benchmark::State& state) {
+    const std::vector<uint8_t> from(kFile, 1);
+    std::vector<uint8_t> to(kFile);
+    while (state.KeepRunning()) {
+        for (size_t position = 0; position < kFile; position += kPiece) {
+            std::memcpy(to.data() + position, from.data() + position, kPiece);
+        }
+        benchmark::ClobberMemory();
+    }
+    SetBytes(state, kFile);
+}
+BENCHMARK(MemcpyOverMemory)->Unit(benchmark::kMillisecond);
+
+void Decipher(benchmark::State& state) {
+    const Orvane::ModelFileCipher cipher{.key = {'k', 'e', 'y', '!'}};
+    std::vector<uint8_t> chunk(Orvane::ModelFileCipher::kChunkSize);
+    for (size_t i = 0; i < chunk.size(); ++i) {
+        chunk[i] = static_cast<uint8_t>(i * i >> 8);
+    }
+    while (state.KeepRunning()) {
+        cipher.Decrypt(chunk.data(), Orvane::ModelFileCipher::kChunkSize);
+        benchmark::ClobberMemory();
+    }
+    SetBytes(state, chunk.size());
+}
+BENCHMARK(Decipher)->Unit(benchmark::kMillisecond);
+
+// The messages of an exchange that carries no data: both sides' part of it.
+void EncodeInvoke(benchmark::State& state) {
+    std::vector<uint8_t> memory(1024);
+    Orvane::MessageBuffer message;
+    message.Attach(memory.data(), static_cast<uint32_t>(memory.size()));
+    while (state.KeepRunning()) {
+        Orvane::WriteRequest(message, Orvane::CallInvoke);
+        message.Rewind();
+        benchmark::DoNotOptimize(message.ReadUInt32());
+        message.Rewind();
+        message.WriteStatus(Orvane::Status());
+        message.Rewind();
+        benchmark::DoNotOptimize(message.ReadStatus());
+    }
+}
+BENCHMARK(EncodeInvoke);
+
+void SetAndTakeEvent(benchmark::State& state) {
+    Event event = Event::Create("BenchEvent" + std::to_string(getpid()));
+    while (state.KeepRunning()) {
+        event.Set();
+        event.Wait(Event::kForever);
+    }
+}
+BENCHMARK(SetAndTakeEvent);
+
+// To another thread and back.
+void HandOver(benchmark::State& state) {
+    const std::string name = std::to_string(getpid());
+    Event call = Event::Create("BenchCall" + name);
+    Event result = Event::Create("BenchResult" + name);
+    bool isOver = false;
+    std::thread other([&] {
+        while (call.Wait(Event::kForever), !isOver) {
+            result.Set();
+        }
+    });
+    while (state.KeepRunning()) {
+        call.Set();
+        result.Wait(Event::kForever);
+    }
+    isOver = true;
+    call.Set();
+    other.join();
+}
+BENCHMARK(HandOver)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();

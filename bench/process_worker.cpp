@@ -1,0 +1,182 @@
+#include <orvane/orvane.h>
+
+#include "core/backend_factory.h"
+#include "testing/processes.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <exception>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+// What a host process costs besides the time of calls. Linked to the SDK without its backend in the process, like an
+// application that only ever uses a host.
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::nanoseconds;
+
+constexpr auto kSettle = std::chrono::milliseconds(100);
+constexpr auto kObserved = std::chrono::seconds(1);
+constexpr uint32_t kStubBytes = 2048;
+
+void Check(const Orvane::Status& status) {
+    if (!status.Ok()) {
+        throw std::runtime_error(status.message);
+    }
+}
+
+Orvane::OptionHandle Options(const std::string& host, const std::string& sleepMilliseconds) {
+    Orvane::OptionHandle options = Orvane::CreateOption();
+    options->SetInt(Orvane::OptionCommonFramework, Orvane::FrameworkTypeOpenvino);
+    options->SetString(Orvane::OptionCommonModelPath, "stub:2048:2048");
+    options->SetString(Orvane::OptionCommonModelName, sleepMilliseconds.c_str());
+    options->SetString(Orvane::OptionCommonHost, host.c_str());
+    return options;
+}
+
+void Infer(Orvane::Interpreter& model) {
+    std::vector<char> bytes(kStubBytes);
+    Check(model.GetInput()->CopyFrom(bytes.data(), kStubBytes));
+    Check(model.Invoke());
+    Check(model.GetOutput()->CopyTo(bytes.data(), kStubBytes));
+}
+
+// Processor time that a process has used.
+nanoseconds ProcessorTime(pid_t process) {
+    clockid_t clock{};
+    timespec used{};
+    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &used) != 0) {
+        throw std::runtime_error("cannot tell a process's time");
+    }
+    return std::chrono::seconds(used.tv_sec) + nanoseconds(used.tv_nsec);
+}
+
+// Of a host that waits for its next call, in a second.
+nanoseconds IdleHost(const std::string& host) {
+    Orvane::Interpreter model;
+    Check(model.Init(*Options(host, "")));
+    Infer(model);
+    std::this_thread::sleep_for(kSettle);
+    const pid_t process = Orvane::Testing::Children().at(0);
+    const nanoseconds before = ProcessorTime(process);
+    std::this_thread::sleep_for(kObserved);
+    return ProcessorTime(process) - before;
+}
+
+// Of a client that waits for a run of a second.
+nanoseconds WaitingClient(const std::string& host) {
+    Orvane::Interpreter model;
+    Check(model.Init(*Options(host, std::to_string(std::chrono::milliseconds(kObserved).count()))));
+    const nanoseconds before = ProcessorTime(getpid());
+    Check(model.Invoke());
+    return ProcessorTime(getpid()) - before;
+}
+
+// From nothing to the reply of a first call that the host refuses. The backend itself, because an interpreter would
+// also end the host before it returns.
+nanoseconds Launch(const std::string& host) {
+    Orvane::InterpreterParams params;
+    params.framework = Orvane::FrameworkTypeInvalid;
+    params.host = host;
+    const std::unique_ptr<Orvane::IOrvane> backend = Orvane::CreateRemoteBackend();
+    const auto start = Clock::now();
+    const Orvane::Status status = backend->Init(params);
+    const nanoseconds time = Clock::now() - start;
+    if (status.message != "FrameworkType is invalid\n") {
+        throw std::runtime_error("the host did not refuse: " + status.message);
+    }
+    return time;
+}
+
+// From nothing until a program says a byte.
+nanoseconds StartOfProgram(const std::string& program) {
+    int said[2];
+    if (pipe(said) != 0) {
+        throw std::runtime_error("cannot make a pipe");
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, said[1], STDOUT_FILENO);
+    char* const words[] = {const_cast<char*>(program.c_str()), nullptr};
+    pid_t process = 0;
+    char byte = 0;
+    const auto start = Clock::now();
+    const bool started = posix_spawn(&process, program.c_str(), &actions, nullptr, words, environ) == 0;
+    close(said[1]);
+    const bool heard = started && read(said[0], &byte, 1) == 1;
+    const nanoseconds time = Clock::now() - start;
+    close(said[0]);
+    posix_spawn_file_actions_destroy(&actions);
+    if (!heard || Orvane::Testing::End(process) != "exit 0") {
+        throw std::runtime_error("cannot start " + program);
+    }
+    return time;
+}
+
+// Kilobytes of this process in memory, those of its channel's section left out.
+long ResidentKilobytes() {
+    std::ifstream map("/proc/self/smaps");
+    bool isChannel = false;
+    long sum = 0;
+    for (std::string line; std::getline(map, line);) {
+        if (line.find(" /dev/shm/Channel_") != std::string::npos) {
+            isChannel = true;
+        } else if (line.find(':') > line.find('-')) {  // the first line of a mapping: FIRST-LAST ...
+            isChannel = false;
+        } else if (line.rfind("Rss:", 0) == 0 && !isChannel) {
+            sum += std::stol(line.substr(4));
+        }
+    }
+    return sum;
+}
+
+long Memory(const std::string& host) {
+    Orvane::Interpreter model;
+    Check(model.Init(*Options(host, "")));
+    Infer(model);
+    return ResidentKilobytes();
+}
+
+long long Measure(const std::string& what, const std::string& program) {
+    if (what == "memory") {
+        return Memory(program);
+    }
+    const nanoseconds time = what == "idle"      ? IdleHost(program)
+                             : what == "waiting" ? WaitingClient(program)
+                             : what == "launch"  ? Launch(program)
+                             : what == "start"   ? StartOfProgram(program)
+                                                 : throw std::invalid_argument("no such measurement: " + what);
+    return time.count();
+}
+
+}  // namespace
+
+//   process_worker idle|waiting|memory STUB_HOST
+//   process_worker launch HOST
+//   process_worker start PROGRAM      how long another program takes to its first statement
+//
+// Prints one figure: kilobytes for `memory`, nanoseconds for all others.
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: %s idle|waiting|memory|launch|start PROGRAM\n", argv[0]);
+        return EXIT_FAILURE;
+    }
+    try {
+        std::printf("%lld\n", Measure(argv[1], argv[2]));
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return EXIT_FAILURE;
+    }
+}

@@ -1,0 +1,170 @@
+#!/usr/bin/env python3
+"""Times the SDK, its limits and its peers, all in one run, and writes a table, bench.json and bench.html.
+
+Timed figures are never asserted: a target that was not met is said, and the exit value is 0. What did not work at all
+is an error and ends with 1.
+"""
+
+import argparse
+import datetime
+import json
+import os
+import pathlib
+import platform
+import re
+import resource
+import subprocess
+import sys
+import time
+
+import large_model
+import measure
+import page
+import targets
+from measure import Case
+
+MODEL_VARIANTS = ("direct", "in process", "remote", *measure.PEERS)
+STUB_VARIANTS = ("remote", "limit", "limit, spinning", *measure.PEERS)
+SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
+
+
+def plan(quick):
+    """The cases; a quick run has fewer repetitions and samples, so that its figures are rougher."""
+    repetitions, share = (3, 4) if quick else (9, 1)
+    cases = [
+        Case("face", MODEL_VARIANTS, 100, 1000 // share, repetitions),
+        Case("voice", MODEL_VARIANTS, 200, 3000 // share, repetitions),
+        Case("pose", MODEL_VARIANTS, 10, 60 // share, repetitions),
+        Case(targets.PICTURE, STUB_VARIANTS, 300, 2000 // share, repetitions),
+        Case(targets.SMALL, STUB_VARIANTS, 300, 4000 // share, repetitions),
+    ]
+    for size in targets.SWEEP:
+        count = max(10, min(1000, 200_000_000 // size)) // share
+        cases.append(Case(targets.stub(size, targets.SWEEP_OUTPUT), SWEEP_VARIANTS, 20, count, 3 if quick else 5))
+    return cases
+
+
+class OtherWork:
+    """How much the processors did during a run that was not this program's, and so disturbed it."""
+
+    def __init__(self):
+        self.start = self.read()
+
+    @staticmethod
+    def read():
+        fields = [int(field) for field in pathlib.Path("/proc/stat").read_text().splitlines()[0].split()[1:]]
+        ticks = os.sysconf("SC_CLK_TCK")
+        busy = sum(fields[:3]) / ticks  # user, nice, system
+        own = sum(usage.ru_utime + usage.ru_stime for usage in
+                  (resource.getrusage(resource.RUSAGE_SELF), resource.getrusage(resource.RUSAGE_CHILDREN)))
+        return {"busy": busy, "own": own, "stolen": fields[7] / ticks, "time": time.monotonic()}
+
+    def shares(self):
+        """Of all processor time: that of other programs, and that which the machine's host took."""
+        change = {name: value - self.start[name] for name, value in self.read().items()}
+        whole = change["time"] * os.cpu_count()
+        return {"others": max(0.0, (change["busy"] - change["own"]) / whole), "stolen": change["stolen"] / whole}
+
+
+def first_match(pattern, path, default="unknown"):
+    found = re.search(pattern, pathlib.Path(path).read_text(encoding="utf-8", errors="replace"), re.MULTILINE)
+    return found.group(1).strip() if found else default
+
+
+def describe_machine(source):
+    revision = subprocess.run(["git", "-C", source, "describe", "--always", "--dirty"], capture_output=True, text=True,
+                              check=False).stdout.strip()
+    return {
+        "processor": first_match(r"^model name\s*:(.*)$", "/proc/cpuinfo"),
+        "cores": os.cpu_count(),
+        "virtual": bool(re.search(r"\bhypervisor\b", pathlib.Path("/proc/cpuinfo").read_text())),
+        "memory_gb": round(int(first_match(r"^MemTotal:\s*(\d+)", "/proc/meminfo", "0")) / 1e6, 1),
+        "system": first_match(r'^PRETTY_NAME="?([^"\n]*)', "/etc/os-release"),
+        "kernel": platform.release(),
+        "revision": revision or "unknown",
+        "load_before": os.getloadavg()[0],
+    }
+
+
+def run(arguments):
+    source = pathlib.Path(__file__).resolve().parent.parent
+    results = {"quick": arguments.quick, "machine": describe_machine(source),
+               "date": datetime.datetime.now(datetime.timezone.utc).isoformat(timespec="seconds")}
+    started, other_work = time.monotonic(), OtherWork()
+    repetitions = 3 if arguments.quick else 7
+
+    def progress(text):
+        if sys.stderr.isatty():
+            print(f"\r\x1b[K{time.monotonic() - started:4.0f} s  {text}", end="", file=sys.stderr, flush=True)
+
+    with measure.scratch_folder() as scratch:
+        programs = measure.Programs(arguments.programs, scratch)
+        results["cases"] = {case.workload: measure.run_case(programs, case, progress) for case in plan(arguments.quick)}
+        model = large_model.write_large_model(scratch)
+        results["starts"] = measure.measure_starts(programs, model, repetitions, progress)
+        results["processes"] = measure.measure_processes(programs, 1 if arguments.quick else 3, progress)
+        results["parts"] = measure.measure_parts(programs, repetitions, progress)
+    progress("")
+    results["machine"] |= other_work.shares()
+    results["seconds"] = round(time.monotonic() - started)
+    results["targets"] = targets.evaluate(results)
+    return results
+
+
+def print_table(results):
+    machine = results["machine"]
+    print(f"{machine['processor']}, {machine['cores']} cores, {machine['system']}, kernel {machine['kernel']}, "
+          f"revision {machine['revision']}")
+    print(f"{results['seconds']} s; other programs used {machine['others']:.0%} of the processors, "
+          f"the machine's host took {machine['stolen']:.1%}\n")
+    print(f"{'microseconds':32}{'median':>10}{'lowest':>10}{'highest':>10}{'p90':>10}{'p99':>10}{'p99.9':>10}")
+    for workload, case in results["cases"].items():
+        print(workload)
+        for variant, figures in case.items():
+            columns = [figures["median"], min(figures["medians"]), max(figures["medians"]),
+                       *(figures["percentiles"][name] for name in ("90", "99", "99.9"))]
+            print(f"  {variant:30}" + "".join(f"{column / 1e3:10.2f}" for column in columns))
+    for title, group in (("start, milliseconds", "starts"), ):
+        print(title)
+        for way, figures in results[group].items():
+            print(f"  {way:30}" + "".join(f"{column / 1e6:10.2f}" for column in
+                                          (figures["median"], min(figures["medians"]), max(figures["medians"]))))
+    print("parts")
+    for part, figures in results["parts"].items():
+        speed = figures["bytes_per_second"]
+        print(f"  {part:30}{figures['nanoseconds'] / 1e3:10.2f}" + (f"   {speed / 1e9:.1f} GB/s" if speed else ""))
+    print(f"\n{'target':68}{'reached':>9}{'wanted':>10}")
+    for entry in results["targets"]:
+        spread = f"{entry['low']:.3f} to {entry['high']:.3f}" if entry["low"] is not None else ""
+        print(f"{entry['number']} {entry['text']:66}{entry['value']:9.3f}{'>=' if entry['at_least'] else '<=':>4}"
+              f"{entry['limit']:6.3g}  {'met    ' if entry['met'] else 'NOT MET'}  {spread}")
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--programs", required=True, metavar="FOLDER", help="the folder `bin` of the built preset")
+    parser.add_argument("--output", default="build", metavar="FOLDER", help="where bench.json and bench.html go")
+    parser.add_argument("--quick", action="store_true", help="rougher figures in less than a minute")
+    return parser.parse_args()
+
+
+def main():
+    arguments = parse_arguments()
+    output = pathlib.Path(arguments.output)
+    if not output.is_dir():
+        print(f"run_bench: there is no folder {output}", file=sys.stderr)
+        return 1
+    try:
+        results = run(arguments)
+    except measure.Failure as failure:
+        print(f"\nrun_bench: {failure}", file=sys.stderr)
+        return 1
+    print_table(results)
+    measure.write_whole(output / "bench.json", json.dumps(results, indent=1) + "\n")
+    measure.write_whole(output / "bench.html", page.render(results))
+    print(f"\n{output / 'bench.json'} and {output / 'bench.html'} have been written")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,79 @@
+"""What the project wants to reach, and whether a run did."""
+
+import statistics
+
+MIB = 1 << 20
+
+
+def ratio(case, variant, base):
+    """The median of the ratios of the repetitions' medians, and their spread. Both sides of each ratio were timed
+    within a second or so, which takes most of a machine's slow changes of speed out of it."""
+    ratios = [ours / theirs for ours, theirs in zip(case[variant]["medians"], case[base]["medians"])]
+    return statistics.median(ratios), min(ratios), max(ratios)
+
+
+def target(number, text, figures, limit, at_least=False):
+    """`figures` are the value, and its lowest and highest over the repetitions where there are several."""
+    value, low, high = figures if isinstance(figures, tuple) else (figures, None, None)
+    met = value >= limit if at_least else value <= limit
+    return {"number": number, "text": text, "value": value, "low": low, "high": high, "limit": limit,
+            "at_least": at_least, "met": met}
+
+
+def stub(input_bytes, output_bytes=4000):
+    return f"stub:{input_bytes}:{output_bytes}"
+
+
+PICTURE = stub(602_112)
+SMALL = stub(2048)
+SWEEP_OUTPUT = 1024
+SWEEP = [1 << 10, 4 << 10, 16 << 10, 64 << 10, 256 << 10, MIB, 4 * MIB, 10 * MIB, 20 * MIB]
+
+
+def channel_targets(cases):
+    for workload, size in ((PICTURE, "588 KiB"), (SMALL, "2 KiB")):
+        case = cases[workload]
+        for peer in ("gRPC, TCP", "gRPC, Unix socket"):
+            yield target(3, f"channel with {size} / {peer}", ratio(case, "remote", peer), 1 / 4)
+        yield target(3, f"channel with {size} / ZeroMQ, ipc", ratio(case, "remote", "ZeroMQ, ipc"), 1 / 3)
+        yield target(3, f"channel with {size} / limit", ratio(case, "remote", "limit"), 1.5)
+
+
+def cost_targets(cases):
+    """The limit makes the same two copies of the payload, one in each process, and the same hand-overs."""
+    for size in (size for size in SWEEP if size >= MIB):
+        yield target(7, f"channel with {size // MIB} MiB / its copies and hand-overs",
+                     ratio(cases[stub(size, SWEEP_OUTPUT)], "remote", "limit"), 1.15)
+
+
+def evaluate(results):
+    cases, parts = results["cases"], results["parts"]
+    starts, processes = results["starts"], results["processes"]
+
+    def speed(part):
+        return parts[part]["bytes_per_second"]
+
+    def second(what):  # share of one core, in a measurement of one second
+        return max(processes[what]["medians"]) / 1e9
+
+    targets = [
+        target(1, "face: in process / direct", ratio(cases["face"], "in process", "direct"), 1.03),
+        target(1, "voice: in process / direct", ratio(cases["voice"], "in process", "direct"), 1.10),
+        target(2, "face: remote / in process", ratio(cases["face"], "remote", "in process"), 1.12),
+        target(2, "voice: remote / in process", ratio(cases["voice"], "remote", "in process"), 1.5),
+        target(2, "pose: remote / in process", ratio(cases["pose"], "remote", "in process"), 1.02),
+        *channel_targets(cases),
+        target(4, "idle host: share of a core", second("idle"), 0),
+        target(4, "client waiting for a run of 1 s: share of a core", second("waiting"), 0.01),
+        target(5, "keystream / memcpy, 64 MiB through one 4 KiB buffer: speed",
+               speed("KeystreamInPieces") / speed("MemcpyInPieces"), 0.5, at_least=True),
+        target(5, "keystream / memcpy, 64 MiB of memory: speed",
+               speed("KeystreamOverMemory") / speed("MemcpyOverMemory"), 0.5, at_least=True),
+        target(5, "start from the cache / direct import", ratio(starts, "cached", "direct, imported"), 1.15),
+        target(6, "deciphering on one core: GB/s", speed("Decipher") / 1e9, 1, at_least=True),
+        target(6, "start of an encrypted model / plain", ratio(starts, "encrypted", "cold"), 1.15),
+        *cost_targets(cases),
+        target(8, "resident besides the section: MB", processes["memory"]["median"] * 1024 / 1e6, 8),
+        target(8, "launch to a refused first call / start of a program", ratio(processes, "launch", "start"), 1.3),
+    ]
+    return targets

@@ -1,0 +1,66 @@
+#include "bench/worker.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <numeric>
+#include <span>
+
+namespace Orvane::Bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// FNV-1a.
+uint64_t Checksum(const std::vector<uint8_t>& bytes) {
+    return std::accumulate(bytes.begin(), bytes.end(), uint64_t{0xCBF29CE484222325},
+                           [](uint64_t sum, uint8_t byte) { return (sum ^ byte) * 0x100000001B3; });
+}
+
+std::vector<int64_t> TimeInferences(const Infer& infer, const std::vector<uint8_t>& input, std::vector<uint8_t>& output,
+                                    size_t warmUp, size_t count) {
+    std::vector<int64_t> nanoseconds;
+    nanoseconds.reserve(count);
+    for (size_t i = 0; i < warmUp + count; ++i) {
+        const auto start = Clock::now();
+        infer(input.data(), output.data());
+        const auto end = Clock::now();
+        if (i >= warmUp) {
+            nanoseconds.push_back(std::chrono::nanoseconds(end - start).count());
+        }
+    }
+    return nanoseconds;
+}
+
+}  // namespace
+
+int RunWorker(int argc, char** argv,
+              const std::function<Infer(const Workload& workload, const std::string& argument)>& prepare) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.size() < 3 || arguments.size() > 4) {
+        std::fprintf(stderr, "usage: %s WORKLOAD WARM_UP COUNT [ARGUMENT]\n", argv[0]);
+        return EXIT_FAILURE;
+    }
+    try {
+        const Workload workload = ParseWorkload(arguments[0]);
+        const Infer infer = prepare(workload, arguments.size() > 3 ? arguments[3] : "");
+        const std::vector<uint8_t> input = InputData(workload);
+        std::vector<uint8_t> output(workload.OutputBytes());
+        const std::vector<int64_t> times =
+            TimeInferences(infer, input, output, std::stoul(arguments[1]), std::stoul(arguments[2]));
+        std::printf("{\"checksum\": \"%016llx\", \"nanoseconds\": [",
+                    static_cast<unsigned long long>(Checksum(output)));
+        for (const int64_t& time : times) {
+            std::printf("%s%lld", &time == times.data() ? "" : ", ", static_cast<long long>(time));
+        }
+        std::printf("]}\n");
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return EXIT_FAILURE;
+    }
+}
+
+}  // namespace Orvane::Bench

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "bench/workload.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Orvane::Bench {
+
+// Runs the workload's model once: reads all inputs from `input` and writes all outputs to `output`.
+using Infer = std::function<void(const uint8_t* input, uint8_t* output)>;
+
+// The main function of a program that times one variant in a process of its own:
+//
+//   WORKER WORKLOAD WARM_UP COUNT [ARGUMENT]
+//
+// Lets `prepare` make the variant ready, runs it WARM_UP + COUNT times and prints one line of JSON: the time of
+// each of the last COUNT inferences in nanoseconds, and a checksum of all that they gave, which is the same for every
+// variant that does the same work. Returns the program's exit value; an exception is said on standard error.
+int RunWorker(int argc, char** argv,
+              const std::function<Infer(const Workload& workload, const std::string& argument)>& prepare);
+
+}  // namespace Orvane::Bench

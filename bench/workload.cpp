@@ -1,0 +1,79 @@
+#include "bench/workload.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <numeric>
+#include <random>
+#include <stdexcept>
+
+namespace Orvane::Bench {
+
+namespace {
+
+constexpr uint32_t kFloat = sizeof(float);
+
+std::string Material(const char* file) {
+    return std::string(ORVANE_MATERIAL_FOLDER "/") + file;
+}
+
+uint32_t Sum(const std::vector<uint32_t>& sizes) {
+    return std::accumulate(sizes.begin(), sizes.end(), 0U);
+}
+
+}  // namespace
+
+bool Workload::IsStub() const {
+    return modelPath.rfind("stub:", 0) == 0;
+}
+
+uint32_t Workload::InputBytes() const {
+    return Sum(inputs);
+}
+
+uint32_t Workload::OutputBytes() const {
+    return Sum(outputs);
+}
+
+uint32_t Workload::StubBytes() const {
+    return std::max(InputBytes(), OutputBytes());
+}
+
+Workload ParseWorkload(const std::string& text) {
+    if (text == "face") {
+        return {Material("face_detection_short_range.tflite"),
+                {1 * 128 * 128 * 3 * kFloat},
+                {1 * 896 * 16 * kFloat, 1 * 896 * 1 * kFloat}};
+    }
+    if (text == "voice") {  // the state goes in and comes out, as for every piece of a recording
+        return {Material("silero_vad_openvino_16k.onnx"),
+                {1 * 576 * kFloat, 2 * 1 * 128 * kFloat},
+                {1 * 1 * kFloat, 2 * 1 * 128 * kFloat}};
+    }
+    if (text == "pose") {
+        return {Material("pose_landmark_full.tflite"),
+                {1 * 256 * 256 * 3 * kFloat},
+                {1 * 195 * kFloat, 1 * 1 * kFloat, 1 * 256 * 256 * 1 * kFloat, 1 * 64 * 64 * 39 * kFloat,
+                 1 * 117 * kFloat}};
+    }
+    unsigned input = 0;
+    unsigned output = 0;
+    char rest = 0;
+    if (std::sscanf(text.c_str(), "stub:%u:%u%c", &input, &output, &rest) == 2) {
+        return {text, {input}, {output}};
+    }
+    throw std::invalid_argument("no such workload: " + text + "; use face, voice, pose or stub:INPUT:OUTPUT");
+}
+
+std::vector<uint8_t> InputData(const Workload& workload) {
+    std::vector<uint8_t> bytes(workload.InputBytes());
+    std::minstd_rand random(1);
+    constexpr auto kHalf = static_cast<float>(std::minstd_rand::max()) / 2;
+    for (size_t i = 0; i + kFloat <= bytes.size(); i += kFloat) {
+        const float value = static_cast<float>(random()) / kHalf - 1;
+        std::memcpy(bytes.data() + i, &value, kFloat);
+    }
+    return bytes;
+}
+
+}  // namespace Orvane::Bench

@@ -1,0 +1,53 @@
+#include "bench/direct_model.h"
+
+#include <zmq.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+void Check(bool done) {
+    if (!done) {
+        throw std::runtime_error(zmq_strerror(zmq_errno()));
+    }
+}
+
+// Serves a workload's model in the way that comes naturally: one request with all inputs, one reply with all outputs,
+// where the SDK makes a call for each step. That is in the peer's favour.
+[[noreturn]] void Serve(const std::string& name, const std::string& address) {
+    const Orvane::Bench::Workload workload = Orvane::Bench::ParseWorkload(name);
+    Orvane::Bench::DirectModel model(workload);
+    void* const socket = zmq_socket(zmq_ctx_new(), ZMQ_REP);
+    Check(socket != nullptr && zmq_bind(socket, address.c_str()) == 0);
+    std::printf("0\n");
+    std::fflush(stdout);
+    for (;;) {
+        zmq_msg_t request;
+        zmq_msg_t reply;
+        Check(zmq_msg_init(&request) == 0 && zmq_msg_recv(&request, socket, 0) >= 0);
+        Check(zmq_msg_init_size(&reply, workload.OutputBytes()) == 0);
+        model.Run(static_cast<const uint8_t*>(zmq_msg_data(&request)), static_cast<uint8_t*>(zmq_msg_data(&reply)));
+        zmq_msg_close(&request);
+        Check(zmq_msg_send(&reply, socket, 0) >= 0);
+    }
+}
+
+}  // namespace
+
+// zmq_server WORKLOAD ADDRESS: serves until it is ended. Prints a line when it is ready.
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: %s WORKLOAD ADDRESS\n", argv[0]);
+        return EXIT_FAILURE;
+    }
+    try {
+        Serve(argv[1], argv[2]);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return EXIT_FAILURE;
+    }
+}
