@@ -56,7 +56,11 @@ class Programs:
     def server(self, name, workload, address):
         """A peer's server; gives the port that it chose, 0 where it has none."""
         words = [str(self.path(name)), workload, address]
-        with subprocess.Popen(words, stdout=subprocess.PIPE, text=True) as server:
+        try:
+            process = subprocess.Popen(words, stdout=subprocess.PIPE, text=True)
+        except OSError as error:
+            raise Failure(f"{' '.join(words)}: {error}") from error
+        with process as server:
             try:
                 port = server.stdout.readline().strip()
                 if not port:

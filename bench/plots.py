@@ -33,10 +33,14 @@ class LogScale:
         share = (math.log(value) - self.low) / (self.high - self.low)
         return round(self.start + min(max(share, 0), 1) * (self.end - self.start), 1)
 
-    def ticks(self, steps=(1, 2, 5)):
-        values = (step * 10 ** power for power in range(12) for step in steps)
-        ticks = [value for value in values if self.low <= math.log(value) <= self.high]
-        return ticks if len(ticks) <= 8 or steps == (1, ) else self.ticks((1, ))
+    def ticks(self):
+        """Round values between the ends: as many of them as can be read beside each other."""
+        for steps in ((1, 1.5, 2, 3, 4, 5, 7), (1, 2, 5), (1, )):
+            values = (step * 10 ** power for power in range(12) for step in steps)
+            ticks = [value for value in values if self.low <= math.log(value) <= self.high]
+            if len(ticks) <= 9:
+                break
+        return ticks
 
 
 def svg(width, height, title, parts):
@@ -111,7 +115,7 @@ def lines(title, series, colour_of):
     for tick in sorted({x for x, _ in points}):
         parts += [line(across(tick), 10, across(tick), height - 30, "grid"),
                   label(across(tick), height - 12, text_of_bytes(tick), "middle", "axis")]
-    for tick in up.ticks((1, )):
+    for tick in up.ticks():
         parts += [line(left, up(tick), right, up(tick), "grid"),
                   label(left - 8, up(tick) + 4, text_of_time(tick), "end", "axis")]
     ends = spread_labels({name: up(values[-1][1]) for name, values in series.items()}, 15)

@@ -30,13 +30,13 @@ SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
 
 def plan(quick):
     """The cases; a quick run has fewer repetitions and samples, so that its figures are rougher."""
-    repetitions, share = (3, 4) if quick else (9, 1)
+    repetitions, share = (3, 2) if quick else (15, 1)
     cases = [
-        Case("face", MODEL_VARIANTS, 100, 1000 // share, repetitions),
-        Case("voice", MODEL_VARIANTS, 200, 3000 // share, repetitions),
-        Case("pose", MODEL_VARIANTS, 10, 60 // share, repetitions),
-        Case(targets.PICTURE, STUB_VARIANTS, 300, 2000 // share, repetitions),
-        Case(targets.SMALL, STUB_VARIANTS, 300, 4000 // share, repetitions),
+        Case("face", MODEL_VARIANTS, 100, 600 // share, repetitions),
+        Case("voice", MODEL_VARIANTS, 200, 2000 // share, repetitions),
+        Case("pose", MODEL_VARIANTS, 10, 40 // share, repetitions),
+        Case(targets.PICTURE, STUB_VARIANTS, 300, 1500 // share, repetitions),
+        Case(targets.SMALL, STUB_VARIANTS, 300, 3000 // share, repetitions),
     ]
     for size in targets.SWEEP:
         count = max(10, min(1000, 200_000_000 // size)) // share
