@@ -23,9 +23,10 @@ startKeeper() {
 }
 
 mkdir -p "$WINEPREFIX"
+# Whatever Wine leaves running must not hold the lock: it starts without it.
 (
     flock 9
-    [ -e "$WINEPREFIX/made" ] || makePrefix
+    [ -e "$WINEPREFIX/made" ] || makePrefix 9>&-
     kill -0 "$(cat "$keeper" 2>&1)" || startKeeper 9>&-
 ) 9>"$WINEPREFIX.lock" </dev/null >/dev/null 2>&1
 exec "$wine" "$@"
