@@ -1,5 +1,8 @@
 #include <orvane/model_file_cipher.h>
 
+#include "backends/openvino/encrypted_model_file.h"
+#include "testing/temporary_folder.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -110,6 +113,32 @@ TEST(ModelFileCipher, ThreeRoundsAtOnceAreThreeRounds) {
         ASSERT_EQ(Transformed(Transformed(stored, kBig, &ModelFileCipher::Encrypt), kBig, &ModelFileCipher::Decrypt),
                   stored);
     }
+}
+
+TEST(EncryptedModelFile, IsReadWholeWhateverItsSize) {
+    const Testing::TemporaryFolder folder;
+    constexpr size_t kChunk = ModelFileCipher::kChunkSize;
+    for (const size_t size : {size_t{100}, kChunk, 2 * kChunk - 1, 2 * kChunk, 5 * kChunk + 777}) {
+        Bytes stored(size);
+        std::generate(stored.begin(), stored.end(),
+                      [i = uint32_t{0}]() mutable { return static_cast<uint8_t>((i++ * 2654435761U) >> 24); });
+        const std::string path = folder.Write("权重", stored);
+        Bytes expected;
+        for (size_t offset = 0; offset < size; offset += kChunk) {
+            const Bytes chunk(stored.begin() + static_cast<ptrdiff_t>(offset),
+                              stored.begin() + static_cast<ptrdiff_t>(std::min(size, offset + kChunk)));
+            const Bytes plain = Transformed(chunk, kLittle, &ModelFileCipher::Decrypt);
+            expected.insert(expected.end(), plain.begin(), plain.end());
+        }
+        AlignedBuffer weights = ReadEncryptedWeights(path, kLittle);
+        ASSERT_EQ(weights.Size(), size);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), weights.Data())) << size;
+        const std::string description = ReadEncryptedDescription(path, kLittle);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), description.begin(), description.end(),
+                               [](uint8_t one, char other) { return one == static_cast<uint8_t>(other); }))
+            << size;
+    }
+    EXPECT_EQ(ReadEncryptedWeights(folder.Path("missing"), kLittle).Size(), 0U);
 }
 
 TEST(ModelFileCipher, EveryChunkOfABlockOrMoreComesBack) {

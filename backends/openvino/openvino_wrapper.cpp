@@ -198,6 +198,16 @@ Status OpenvinoWrapper::SetTensorShape(TensorType type, uint32_t index, const st
 }
 
 bool OpenvinoWrapper::HasDevice(const std::string& device) {
+    // To list the devices loads every plugin there is: the one that nearly everybody wants is asked for by name.
+    if (device == "CPU") {
+        try {
+            if (!core->get_property(device, ov::available_devices).empty()) {
+                return true;
+            }
+        } catch (const ov::Exception&) {
+            // no such plugin here: the list decides
+        }
+    }
     // A part of a name is enough, so that "GPU" finds "GPU.0".
     const std::vector<std::string> names = core->get_available_devices();
     return std::any_of(names.begin(), names.end(),

@@ -256,6 +256,12 @@ std::vector<std::string> Core::get_available_devices() const {
     return {devices.devices, devices.devices + devices.size};
 }
 
+std::vector<std::string> Core::get_property(const std::string& plugin, const AvailableDevices&) const {
+    char* devices = nullptr;
+    Check(ov_core_get_property(handle.get(), plugin.c_str(), ov_property_key_available_devices, &devices));
+    return {Text(devices).get()};
+}
+
 std::shared_ptr<Model> Core::read_model(const std::filesystem::path& model,
                                         const std::filesystem::path& weights) const {
     ov_model* read = nullptr;

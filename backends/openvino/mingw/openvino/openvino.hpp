@@ -70,8 +70,10 @@ class Dimension {
 using PartialShape = std::vector<Dimension>;
 using Shape = std::vector<size_t>;
 
-// The backend passes no properties.
+// The backend passes no properties, and asks for one.
 struct AnyMap {};
+struct AvailableDevices {};
+inline constexpr AvailableDevices available_devices;
 
 using Model = ::ov_model;
 class Node;
@@ -157,6 +159,9 @@ class Core {
     explicit Core(const std::string& configPath);
 
     std::vector<std::string> get_available_devices() const;
+
+    // Of one plugin, by its name. The C interface has them in one text, which is here the only element.
+    std::vector<std::string> get_property(const std::string& plugin, const AvailableDevices&) const;
 
     // An empty path of the weights lets the runtime find them.
     std::shared_ptr<Model> read_model(const std::filesystem::path& model, const std::filesystem::path& weights) const;
