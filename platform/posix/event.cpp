@@ -4,11 +4,13 @@
 
 #include <immintrin.h>
 #include <linux/futex.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -24,24 +26,54 @@ using Clock = std::chrono::steady_clock;
 struct Word {
     std::atomic<uint32_t> signalled;
     std::atomic<uint32_t> waiters;  // may stay too high when a waiter is killed; that costs a needless wake-up
+    std::atomic<uint32_t> setter;   // the processor that the last set came from, plus 1
 };
 static_assert(std::atomic<uint32_t>::is_always_lock_free);
 
-// A wait spins this long first when the last one was over within it. Long enough for a short exchange to come back
-// without two context switches, short enough not to take the processor from the inference that is waited for.
-constexpr auto kSpin = std::chrono::microseconds(50);
+// A wait watches the word before it sleeps, because waking a sleeper takes longer than a short exchange. For a few
+// microseconds it does nothing else: copies of common sizes are over by then. After that it lets whatever else
+// wants the processor run between two looks, such as a thread of the inference that is waited for.
+constexpr auto kWatchAlone = std::chrono::microseconds(5);
+
+// A wait without limit is for work that may never come; one with a limit is for the end of work that was started, and
+// whoever wakes up late from that has made it longer.
+constexpr auto kWatchForWork = std::chrono::microseconds(50);
+constexpr auto kWatchForResult = std::chrono::microseconds(500);
 
 bool Take(Word& word) {
     uint32_t set = 1;
     return word.signalled.load(std::memory_order_relaxed) == 1 && word.signalled.compare_exchange_strong(set, 0);
 }
 
-bool Spin(Word& word) {
-    for (const auto end = Clock::now() + kSpin; Clock::now() < end;) {
+// The peer, as it last set the word, was on the processor that this thread is on.
+bool SharesProcessor(const Word& word) {
+    return word.setter.load(std::memory_order_relaxed) == static_cast<uint32_t>(sched_getcpu()) + 1;
+}
+
+// Moves this thread to another processor that it may run on; false when there is none. Its affinity is as before.
+bool StepAside() {
+    cpu_set_t allowed;
+    if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) {
+        return false;
+    }
+    cpu_set_t others = allowed;
+    CPU_CLR(static_cast<size_t>(sched_getcpu()), &others);
+    return sched_setaffinity(0, sizeof others, &others) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
+}
+
+// False when it was not set meanwhile. Watching where the peer is to run would only hold it up: then every look is
+// followed by a yield.
+bool Watch(Word& word, std::chrono::nanoseconds atMost, bool sharesProcessor) {
+    const auto start = Clock::now();
+    for (auto now = start; now - start < atMost; now = Clock::now()) {
         if (Take(word)) {
             return true;
         }
-        _mm_pause();
+        if (sharesProcessor || now - start > kWatchAlone) {
+            sched_yield();
+        } else {
+            _mm_pause();
+        }
     }
     return false;
 }
@@ -86,7 +118,6 @@ struct Event::State {
 
     Word& word;
     std::string name;  // to be removed at the end; empty on the side that opened
-    bool lastWaitWasShort = false;
 };
 
 Event Event::Create(const std::string& name) {
@@ -106,6 +137,7 @@ Event Event::Open(const std::string& name) {
 }
 
 bool Event::Set() {
+    state->word.setter.store(static_cast<uint32_t>(sched_getcpu()) + 1, std::memory_order_relaxed);
     // Both sides first write and then read the other's word, so that at least one of them sees the other.
     state->word.signalled.store(1);
     if (state->word.waiters.load() != 0) {
@@ -116,14 +148,21 @@ bool Event::Set() {
 
 bool Event::Wait(uint32_t milliseconds) {
     Word& word = state->word;
-    const auto start = Clock::now();
-    const auto end = start + std::chrono::milliseconds(milliseconds);
-    bool taken = Take(word) || (state->lastWaitWasShort && Spin(word));
-    for (auto now = start; !taken && (milliseconds == kForever || now < end); now = Clock::now()) {
-        Sleep(word, end - now, milliseconds == kForever);
+    if (Take(word)) {
+        return true;
+    }
+    // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
+    // long. The side that made the event moves away, and not both, which would meet again.
+    const bool together = SharesProcessor(word) && (state->name.empty() || !StepAside());
+    const bool forever = milliseconds == kForever;
+    const auto limit = std::chrono::milliseconds(milliseconds);
+    const auto end = Clock::now() + limit;
+    bool taken =
+        Watch(word, forever ? kWatchForWork : std::min<std::chrono::nanoseconds>(kWatchForResult, limit), together);
+    for (auto now = Clock::now(); !taken && (forever || now < end); now = Clock::now()) {
+        Sleep(word, end - now, forever);
         taken = Take(word);
     }
-    state->lastWaitWasShort = taken && Clock::now() - start < kSpin;
     return taken;
 }
 
