@@ -25,6 +25,8 @@ class Event {
     explicit operator bool() const { return state != nullptr; }
 
     // Not for an empty event. `Wait` returns false after `milliseconds` without a set, and on failure.
+    // On Linux a wait of the side that made the event may move its thread to another of the processors that it may run
+    // on; its affinity is afterwards as it was.
     bool Set();
     bool Wait(uint32_t milliseconds);
 
