@@ -30,6 +30,7 @@ class MessageBuffer {
     // Works on `size` bytes of the caller's `memory` from now on; null for none.
     void Attach(uint8_t* memory, uint32_t size);
     bool IsAttached() const { return base != nullptr; }
+    uint32_t Capacity() const { return capacity; }
 
     // Before a request is written or read, and before its reply is.
     void Rewind() { cursor = 0; }

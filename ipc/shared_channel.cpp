@@ -2,6 +2,7 @@
 
 #include "core/system_exception.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdlib>
@@ -61,7 +62,7 @@ void SharedChannel::Create(uint32_t size) {
     callEvent = CreateEvent(callName, "CreateEvent call error");
     Platform::Section created = Platform::Section::Create(sectionName, size);
     if (!created) {
-        ThrowSystemError("CreateFileMapping error");
+        ThrowSystemError(kSectionError);
     }
     view = MapView(created, size);
     hostArguments = resultName + "|" + callName + "|" + sectionName + "|" + std::to_string(size);
@@ -87,6 +88,12 @@ void SharedChannel::Open(const std::string& arguments) {
     const long long size = std::strtoll(sizeText.c_str(), nullptr, 10);
     view = MapView(opened, static_cast<uint64_t>(size));
     message.Attach(view.Data(), static_cast<uint32_t>(size));
+}
+
+bool SharedChannel::Reserve(uint32_t dataSize) {
+    // Ample for what a message consists of beside data: numbers, a name, a shape, the text of a status.
+    constexpr uint64_t kBesideData = 65'536;
+    return !section || section.Reserve(std::min<uint64_t>(dataSize + kBesideData, message.Capacity()));
 }
 
 void SharedChannel::ReleaseSection() {

@@ -10,6 +10,9 @@
 
 namespace Orvane {
 
+// The text of a failure to get memory for a section: when it is created, or when a call needs more of it.
+constexpr const char* kSectionError = "CreateFileMapping error";
+
 // What joins one client to one host: a section that holds a request or its reply, and two events that hand it over.
 // The client owns the section until it sets the Call event; the host owns it from then until it sets the Result
 // event. One exchange is in flight at a time.
@@ -21,6 +24,11 @@ struct SharedChannel {
 
     // Host: opens what a client's argument string names: "RESULT|CALL|SECTION|SIZE". Throws `SystemException`.
     void Open(const std::string& arguments);
+
+    // Client: makes sure of the memory for requests and replies that carry `dataSize` bytes of data, or for the whole
+    // section when that is less. False, with the system's last error, when there is not enough. Does nothing without a
+    // section.
+    bool Reserve(uint32_t dataSize);
 
     // Unmaps and closes the section. The events stay open, deliberately: the next `Create` replaces them.
     void ReleaseSection();

@@ -30,14 +30,20 @@ class Section {
     Section(Section&& other) noexcept = default;
     Section& operator=(Section&& other) noexcept = default;  // closes the section that is held
 
-    // `size` zero bytes, which are certain to be there: a system that has no room fails here and not at first touch.
-    // Or the section of that name, in the size that it has, when there is one already. Empty on failure.
+    // `size` zero bytes. Or the section of that name, in the size that it has, when there is one already. Empty on
+    // failure. `Reserve` those that are to be used.
     static Section Create(const std::string& name, uint32_t size);
 
     // Empty when there is no such section. On Linux the name is gone afterwards: nobody else is to open it.
     static Section Open(const std::string& name);
 
     explicit operator bool() const { return state != nullptr; }
+
+    // Makes the first `size` bytes certain to be there: a system that has no room for them fails here, and does not end
+    // the process that touches them. False on failure. What was reserved before costs nothing.
+    // Linux gives memory page by page, which for many megabytes takes longer than starting a program; on Windows all
+    // bytes of a section are certain from the beginning.
+    bool Reserve(uint64_t size);
 
     // The first `size` bytes, or all of them when it is 0. Empty on failure, also when the section is smaller.
     // The view keeps the memory alive when the section is closed.

@@ -12,6 +12,8 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -119,6 +121,38 @@ TEST_F(HostProcess, FailedStartsHaveTheSystemsError) {
         _exit(failed && Names(getpid()) == 0 ? 0 : 1);
     });
     EXPECT_EQ(End(noMemory), "exit 0");
+}
+
+TEST_F(HostProcess, ACallWithoutRoomForItsDataFailsAndNothingElse) {
+    constexpr size_t kLarge = 4 << 20;
+    const std::string noRoom = std::to_string(ENOSPC) + " CreateFileMapping error";
+    const pid_t client = Fork([&] {
+        const auto limitMemory = [](const char* size) {
+            return mount("tmpfs", "/dev/shm", "tmpfs", 0, (std::string("size=") + size).c_str()) == 0;
+        };
+        if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            !limitMemory("8k")) {
+            _exit(2);
+        }
+        EXPECT_EQ(Init(Params("echo 4")), noRoom);
+        EXPECT_EQ(Names(getpid()), 0U);
+
+        ASSERT_TRUE(limitMemory("1m"));
+        std::vector<char> data(kLarge);
+        const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
+        EXPECT_EQ(Shown(backend->Init(Params("echo " + std::to_string(kLarge)))), kOk);
+        EXPECT_EQ(Shown(backend->SetInputData(0, data.data(), kLarge)), noRoom);
+        EXPECT_EQ(Shown(backend->CopyOutputTo(0, data.data(), kLarge)), noRoom);
+        EXPECT_EQ(backend->GetTensorData(TensorTypeOutput, 0), nullptr);
+        EXPECT_EQ(Shown(backend->SetInputData(0, data.data(), kLarge / 8)), kOk);
+        EXPECT_EQ(Shown(backend->Invoke()), kOk);
+        _exit(HasFailure() ? 1 : 0);
+    });
+    const std::string end = End(client);
+    if (end == "exit 2") {
+        GTEST_SKIP() << "limiting shared memory needs the right to mount";
+    }
+    EXPECT_EQ(end, "exit 0");
 }
 
 TEST_F(HostProcess, ExitValuesFollowTheArguments) {

@@ -5,6 +5,7 @@
 #include "core/backend_factory.h"
 #include "core/error_status.h"
 #include "core/system_exception.h"
+#include "platform/last_error.h"
 
 #include <cstring>
 #include <memory>
@@ -26,6 +27,11 @@ constexpr const char* kHostCallError = "host call  error";
 
 std::unique_ptr<IOrvane> CreateRemoteBackend() {
     return std::make_unique<RemoteWrapper>();
+}
+
+// What `SharedChannel::Reserve` failed with.
+Status SectionStatus() {
+    return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()));
 }
 
 // Lets `write` put a request into the channel and returns when the reply can be read from it. False when there is no
@@ -53,6 +59,9 @@ bool RemoteWrapper::Transact() {
 
 Status RemoteWrapper::Init(const InterpreterParams& params) {
     const std::lock_guard guard(channel.lock);
+    const OptionHandle option = CreateOption();
+    option->FromParams(params);
+    const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
     try {
         if (!host || !host.IsAlive()) {
             if (host) {
@@ -61,14 +70,14 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
             channel.Create(kChannelSize);
             LaunchHost(params.host);
         }
+        if (!channel.Reserve(size)) {
+            ThrowSystemError(kSectionError);
+        }
     } catch (const SystemException& error) {
         Release();
         return MakeErrorStatus(error.what(), static_cast<int32_t>(error.Code()));
     }
-    const bool answered = Exchange([&params](MessageBuffer& message) {
-        const OptionHandle option = CreateOption();
-        option->FromParams(params);
-        const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
+    const bool answered = Exchange([&option, size](MessageBuffer& message) {
         WriteRequest(message, CallInit, size);
         const uint32_t room = message.Room();
         if (option->Serialize(message.Reserve(size), room) != size) {
@@ -133,6 +142,9 @@ TensorInfo RemoteWrapper::GetTensorInfo(TensorType type, uint32_t index) {
 
 Status RemoteWrapper::SetInputData(uint32_t index, const void* data, uint32_t size) {
     const std::lock_guard guard(channel.lock);
+    if (!channel.Reserve(size)) {
+        return SectionStatus();
+    }
     const bool answered = Exchange([index, data, size](MessageBuffer& message) {
         WriteRequest(message, CallSetInputData, index);
         message.WriteRun(data, size);
@@ -148,6 +160,9 @@ Status RemoteWrapper::Invoke() {
 
 Status RemoteWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) {
     const std::lock_guard guard(channel.lock);
+    if (!channel.Reserve(size)) {
+        return SectionStatus();
+    }
     const bool answered =
         Exchange([index, size](MessageBuffer& message) { WriteRequest(message, CallCopyOutputTo, index, size); });
     if (!answered) {
@@ -166,7 +181,9 @@ void* RemoteWrapper::GetTensorData(TensorType type, uint32_t index) {
         return nullptr;
     }
     const std::lock_guard guard(channel.lock);
-    if (!Exchange([index](MessageBuffer& message) { WriteRequest(message, CallGetTensorData, index); })) {
+    // Only the host knows how much it will send.
+    if (!channel.Reserve(kChannelSize) ||
+        !Exchange([index](MessageBuffer& message) { WriteRequest(message, CallGetTensorData, index); })) {
         return nullptr;
     }
     const MessageBuffer::Run output = channel.message.ReadRun();

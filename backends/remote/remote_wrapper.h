@@ -19,6 +19,7 @@ namespace Orvane {
 //
 // A host that is found dead releases the wrapper; the operation then fails, with "Orvane Host Exit" where it has a
 // status, and so does every operation on a released or new wrapper. `Init` starts a new host.
+// A system without memory for the data of a call fails it, with "CreateFileMapping error", and nothing else.
 // A reply that is no reply throws `std::runtime_error`.
 class RemoteWrapper final : public IOrvane {
  public:

@@ -42,6 +42,7 @@ struct Section::State {
 
     Descriptor object;
     std::string name;  // to be removed at the end; empty on the side that opened
+    uint64_t reserved = 0;
 };
 
 namespace {
@@ -88,6 +89,16 @@ Section Section::Open(const std::string& name) {
         section.state = std::make_shared<State>(std::move(object), "");
     }
     return section;
+}
+
+bool Section::Reserve(uint64_t size) {
+    if (size > state->reserved) {
+        if (!ReserveSharedObject(state->object, size)) {
+            return false;
+        }
+        state->reserved = size;
+    }
+    return true;
 }
 
 View Section::Map(uint64_t size) const {

@@ -24,14 +24,18 @@ Descriptor CreateSharedObject(const std::string& name, size_t size) {
     if (!created) {
         return errno == EEXIST ? Descriptor(shm_open(path.c_str(), O_RDWR, 0)) : Descriptor();
     }
-    // A signal would undo the reservation of many pages, and one that comes often each new attempt.
-    const BlockedSignals blocked;
-    if (const int error = posix_fallocate(created.Number(), 0, static_cast<off_t>(size)); error != 0) {
+    if (ftruncate(created.Number(), static_cast<off_t>(size)) != 0 || !ReserveSharedObject(created, 1)) {
         RemoveSharedObjectName(name);
-        errno = error;
         return {};
     }
     return created;
+}
+
+bool ReserveSharedObject(const Descriptor& object, size_t size) {
+    // A signal would undo the reservation of many pages, and one that comes often each new attempt.
+    const BlockedSignals blocked;
+    errno = posix_fallocate(object.Number(), 0, static_cast<off_t>(size));
+    return errno == 0;
 }
 
 Descriptor OpenSharedObject(const std::string& name) {

@@ -27,8 +27,11 @@ class Descriptor {
     int number = -1;
 };
 
-// The object of that name: a new one with `size` bytes, all of them reserved, or the one that there is.
+// The object of that name: a new one with `size` bytes, the first page of which is reserved, or the one that there is.
 Descriptor CreateSharedObject(const std::string& name, size_t size);
+
+// Gives the first `size` bytes of the object their memory. False, with `errno`, when there is not enough.
+bool ReserveSharedObject(const Descriptor& object, size_t size);
 
 // Opens the object and takes its name away: it lives on in those who have it open, and whoever dies leaves nothing.
 Descriptor OpenSharedObject(const std::string& name);

@@ -45,6 +45,10 @@ Section Section::Open(const std::string& name) {
     return State::Own(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, WideFromUtf8(name).c_str()));
 }
 
+bool Section::Reserve(uint64_t /*size*/) {
+    return true;
+}
+
 View Section::Map(uint64_t size) const {
     View view;
     if (void* base = MapViewOfFile(state->handle.get(), FILE_MAP_ALL_ACCESS, 0, 0, size); base != nullptr) {
