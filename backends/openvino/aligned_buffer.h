@@ -10,8 +10,6 @@ namespace Orvane {
 // more.
 class AlignedBuffer {
  public:
-    static constexpr std::align_val_t kAlignment{64};
-
     // Both throw `std::bad_alloc` when there is no such memory.
     static AlignedBuffer ZeroFilled(uint64_t byteSize);
     static AlignedBuffer ForOverwrite(uint64_t byteSize);  // holds anything, and is to be filled as a whole
@@ -22,10 +20,11 @@ class AlignedBuffer {
 
  private:
     struct Free {
-        void operator()(uint8_t* memory) const { ::operator delete[](memory, kAlignment); }
+        void operator()(uint8_t* memory) const { ::operator delete[](memory, alignment); }
+        std::align_val_t alignment;
     };
 
-    explicit AlignedBuffer(uint64_t byteSize);
+    AlignedBuffer(uint64_t byteSize, std::align_val_t alignment);
 
     std::unique_ptr<uint8_t[], Free> bytes;
     uint64_t size;

@@ -1,6 +1,7 @@
 #include <orvane/model_file_cipher.h>
 
-#include <array>
+#include <emmintrin.h>
+
 #include <bit>
 #include <cstring>
 
@@ -13,7 +14,6 @@ static_assert(std::endian::native == std::endian::little, "groups are copied as 
 // Block sizes in bytes. A block is transformed in three rounds.
 constexpr uint32_t kBlock = 256;
 constexpr uint32_t kSmallBlock = 16;
-constexpr size_t kRounds = 3;
 
 // Bits by which a round of encryption rotates each 16-bit word, to the left.
 constexpr int kRotation = 3;
@@ -58,73 +58,67 @@ uint32_t SecondPlace(uint32_t hash) {
     return place == 0 ? 4 : place;
 }
 
-// What rounds do to a group as a rule: rotate its words, then XOR them with the round's mask. The exceptions are the
-// first group of a block and, in each round, one second group. A round computes these two alone and puts into the
-// second one's place what the rule will turn into its value. The rule then runs over the block once for all rounds.
-template <int kBits>
-class UniformRounds {
- public:
-    void Add(uint32_t mask) { masks[count++] = mask; }
+// What a round does to a group as a rule: it rotates its words, then XORs them with the round's mask. Several rounds
+// are one such step again, with the sum of their rotations and one mask, so the rule runs over the block once, at the
+// end. The exceptions are the first group of a block and, in each round, one second group. A round computes these two
+// alone and puts into the second one's place what the rule will turn into its value.
 
-    uint32_t Apply(uint32_t group) const {
-        for (size_t i = 0; i < count; ++i) {
-            group = RotateWords<kBits>(group) ^ masks[i];
-        }
-        return group;
-    }
-
-    uint32_t Undo(uint32_t group) const {
-        for (size_t i = count; i > 0; --i) {
-            group = RotateWords<-kBits>(group ^ masks[i - 1]);
-        }
-        return group;
-    }
-
-    // After the last round.
-    template <uint32_t kSize>
-    void ApplyTo(uint8_t* block) const {
-        const uint32_t mask = Apply(0);
-        std::array<uint32_t, kSize / 4> groups{};
-        std::memcpy(groups.data(), block, kSize);
-        for (uint32_t& group : groups) {
-            group = RotateWords<kBits* static_cast<int>(kRounds)>(group) ^ mask;
-        }
-        std::memcpy(block, groups.data(), kSize);
-    }
-
- private:
-    std::array<uint32_t, kRounds> masks{};
-    size_t count = 0;
+struct Rounds {
+    uint32_t first;     // the block's first group after the rounds so far
+    uint32_t mask = 0;  // that of the rounds so far together
 };
+
+template <uint32_t kSize, int kRound>
+void DecryptRound(uint8_t* block, Rounds& rounds, uint32_t key, uint8_t mode) {
+    constexpr int kTurn = -kRotation * kRound;
+    rounds.first = RotateWords<-kRotation>(rounds.first) ^ key;
+    uint8_t* const place = block + SecondPlace<kSize>(Hash(rounds.first));
+    const uint32_t mask = RotateWords<-kRotation>(rounds.mask);
+    const uint32_t second = RotateWords<kTurn>(Load(place)) ^ mask ^ rounds.first;
+    rounds.mask = mask ^ InModesOrder(Hash(second), mode);
+    Store(place, RotateWords<-kTurn>(second ^ rounds.mask));
+}
+
+template <uint32_t kSize, int kRound>
+void EncryptRound(uint8_t* block, Rounds& rounds, uint32_t key, uint8_t mode) {
+    constexpr int kTurn = kRotation * kRound;
+    uint8_t* const place = block + SecondPlace<kSize>(Hash(rounds.first));
+    const uint32_t second = RotateWords<kTurn - kRotation>(Load(place)) ^ rounds.mask;
+    rounds.mask = RotateWords<kRotation>(rounds.mask ^ InModesOrder(Hash(second), mode));
+    Store(place, RotateWords<-kTurn>(RotateWords<kRotation>(rounds.first ^ second) ^ rounds.mask));
+    rounds.first = RotateWords<kRotation>(rounds.first ^ key);
+}
+
+// What is left to do to a block after its rounds, which together rotate words by `kTurn` bits to the left.
+template <uint32_t kSize, int kTurn>
+void ApplyRule(uint8_t* block, const Rounds& rounds) {
+    constexpr int kLeft = (kTurn + 16) % 16;
+    const __m128i mask = _mm_set1_epi32(static_cast<int>(rounds.mask));
+    for (uint32_t offset = 0; offset < kSize; offset += sizeof mask) {
+        auto* const place = reinterpret_cast<__m128i*>(block + offset);
+        const __m128i words = _mm_loadu_si128(place);
+        const __m128i rotated = _mm_or_si128(_mm_slli_epi16(words, kLeft), _mm_srli_epi16(words, 16 - kLeft));
+        _mm_storeu_si128(place, _mm_xor_si128(rotated, mask));
+    }
+    Store(block, rounds.first);
+}
 
 template <uint32_t kSize>
 void DecryptBlock(uint8_t* block, uint32_t key, uint8_t mode) {
-    UniformRounds<-kRotation> rounds;
-    uint32_t first = Load(block);
-    for (size_t round = 0; round < kRounds; ++round) {
-        first = RotateWords<-kRotation>(first) ^ key;
-        uint8_t* const place = block + SecondPlace<kSize>(Hash(first));
-        const uint32_t second = RotateWords<-kRotation>(rounds.Apply(Load(place))) ^ first;
-        rounds.Add(InModesOrder(Hash(second), mode));
-        Store(place, rounds.Undo(second));
-    }
-    rounds.template ApplyTo<kSize>(block);
-    Store(block, first);
+    Rounds rounds{Load(block)};
+    DecryptRound<kSize, 1>(block, rounds, key, mode);
+    DecryptRound<kSize, 2>(block, rounds, key, mode);
+    DecryptRound<kSize, 3>(block, rounds, key, mode);
+    ApplyRule<kSize, -3 * kRotation>(block, rounds);
 }
 
 template <uint32_t kSize>
 void EncryptBlock(uint8_t* block, uint32_t key, uint8_t mode) {
-    UniformRounds<kRotation> rounds;
-    uint32_t first = Load(block);
-    for (size_t round = 0; round < kRounds; ++round) {
-        uint8_t* const place = block + SecondPlace<kSize>(Hash(first));
-        const uint32_t second = rounds.Apply(Load(place));
-        rounds.Add(RotateWords<kRotation>(InModesOrder(Hash(second), mode)));
-        Store(place, rounds.Undo(RotateWords<kRotation>(first ^ second)));
-        first = RotateWords<kRotation>(first ^ key);
-    }
-    rounds.template ApplyTo<kSize>(block);
-    Store(block, first);
+    Rounds rounds{Load(block)};
+    EncryptRound<kSize, 1>(block, rounds, key, mode);
+    EncryptRound<kSize, 2>(block, rounds, key, mode);
+    EncryptRound<kSize, 3>(block, rounds, key, mode);
+    ApplyRule<kSize, 3 * kRotation>(block, rounds);
 }
 
 // Applies a transform to the full 256-byte blocks of a chunk, then to the full 16-byte blocks of the rest.
