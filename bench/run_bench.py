@@ -92,6 +92,7 @@ def run(arguments):
                "date": datetime.datetime.now(datetime.timezone.utc).isoformat(timespec="seconds")}
     started, other_work = time.monotonic(), OtherWork()
     repetitions = 3 if arguments.quick else 7
+    starts = 7 if arguments.quick else 21
 
     def progress(text):
         if sys.stderr.isatty():
@@ -101,7 +102,7 @@ def run(arguments):
         programs = measure.Programs(arguments.programs, scratch)
         results["cases"] = {case.workload: measure.run_case(programs, case, progress) for case in plan(arguments.quick)}
         model = large_model.write_large_model(scratch)
-        results["starts"] = measure.measure_starts(programs, model, repetitions, progress)
+        results["starts"] = measure.measure_starts(programs, model, starts, progress)
         results["processes"] = measure.measure_processes(programs, 1 if arguments.quick else 3, progress)
         results["parts"] = measure.measure_parts(programs, repetitions, progress)
     progress("")

@@ -64,8 +64,8 @@ uint32_t SecondPlace(uint32_t hash) {
 // alone and puts into the second one's place what the rule will turn into its value.
 
 struct Rounds {
-    uint32_t first;     // the block's first group after the rounds so far
-    uint32_t mask = 0;  // that of the rounds so far together
+    uint32_t first = 0;  // the block's first group after the rounds so far
+    uint32_t mask = 0;   // that of the rounds so far together
 };
 
 template <uint32_t kSize, int kRound>
