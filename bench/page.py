@@ -109,7 +109,7 @@ def starts(results):
 
 def parts_and_processes(results):
     rows = []
-    for part, figures in results["parts"].items():
+    for part, figures in sorted(results["parts"].items()):
         speed = figures["bytes_per_second"]
         rows.append((html.escape(part), plots.text_of_time(figures["nanoseconds"]),
                      f"{speed / 1e9:.1f} GB/s" if speed else ""))

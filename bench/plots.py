@@ -96,11 +96,11 @@ def distributions(title, case, colour_of):
 
 
 def spread_labels(places, gap):
-    """Moves labels that would cover each other apart, from the top."""
+    """Moves labels that would cover each other apart, from the top or the left."""
     moved = {}
     last = -gap
-    for name, y in sorted(places.items(), key=lambda item: item[1]):
-        last = max(y, last + gap)
+    for name, place in sorted(places.items(), key=lambda item: item[1]):
+        last = max(place, last + gap)
         moved[name] = last
     return moved
 
@@ -112,9 +112,10 @@ def lines(title, series, colour_of):
     across = LogScale(min(x for x, _ in points), max(x for x, _ in points), left, right)
     up = LogScale(min(y for _, y in points) * 0.8, max(y for _, y in points) * 1.2, height - 30, 10)
     parts = []
-    for tick in sorted({x for x, _ in points}):
-        parts += [line(across(tick), 10, across(tick), height - 30, "grid"),
-                  label(across(tick), height - 12, text_of_bytes(tick), "middle", "axis")]
+    sizes = spread_labels({x: across(x) for x, _ in points}, 48)
+    for size, middle in sizes.items():
+        parts += [line(across(size), 10, across(size), height - 30, "grid"),
+                  label(middle, height - 12, text_of_bytes(size), "middle", "axis")]
     for tick in up.ticks():
         parts += [line(left, up(tick), right, up(tick), "grid"),
                   label(left - 8, up(tick) + 4, text_of_time(tick), "end", "axis")]

@@ -131,7 +131,7 @@ def print_table(results):
             print(f"  {way:30}" + "".join(f"{column / 1e6:10.2f}" for column in
                                           (figures["median"], min(figures["medians"]), max(figures["medians"]))))
     print("parts")
-    for part, figures in results["parts"].items():
+    for part, figures in sorted(results["parts"].items()):
         speed = figures["bytes_per_second"]
         print(f"  {part:30}{figures['nanoseconds'] / 1e3:10.2f}" + (f"   {speed / 1e9:.1f} GB/s" if speed else ""))
     print(f"\n{'target':68}{'reached':>9}{'wanted':>10}")
