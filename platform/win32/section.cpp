@@ -46,7 +46,7 @@ Section Section::Open(const std::string& name) {
 }
 
 bool Section::Reserve(uint64_t /*size*/) {
-    return true;
+    return state != nullptr;
 }
 
 View Section::Map(uint64_t size) const {
