@@ -1,14 +1,14 @@
 #include "bench/direct_model.h"
+#include "bench/worker.h"
 
 #include <inference.grpc.pb.h>
 
 #include <grpcpp/grpcpp.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <limits>
 #include <memory>
+#include <stdexcept>
 
 namespace {
 
@@ -31,8 +31,8 @@ class Service final : public orvane::bench::Inference::Service {
     size_t outputBytes;
 };
 
-void Serve(const std::string& workload, const std::string& address) {
-    Service service(Orvane::Bench::ParseWorkload(workload));
+void Serve(const Orvane::Bench::Workload& workload, const std::string& address) {
+    Service service(workload);
     int port = 0;
     grpc::ServerBuilder builder;
     builder.AddListeningPort(address, grpc::InsecureServerCredentials(), &port);
@@ -49,17 +49,7 @@ void Serve(const std::string& workload, const std::string& address) {
 
 }  // namespace
 
-// grpc_server WORKLOAD ADDRESS: serves until it is ended. Prints its port when it is ready.
+// Prints its port when it is ready.
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s WORKLOAD ADDRESS\n", argv[0]);
-        return EXIT_FAILURE;
-    }
-    try {
-        Serve(argv[1], argv[2]);
-        return EXIT_SUCCESS;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
-        return EXIT_FAILURE;
-    }
+    return Orvane::Bench::RunServer(argc, argv, Serve);
 }

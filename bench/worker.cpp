@@ -63,4 +63,18 @@ int RunWorker(int argc, char** argv,
     }
 }
 
+int RunServer(int argc, char** argv, void (*serve)(const Workload& workload, const std::string& address)) {
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: %s WORKLOAD ADDRESS\n", argv[0]);
+        return EXIT_FAILURE;
+    }
+    try {
+        serve(ParseWorkload(argv[1]), argv[2]);
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return EXIT_FAILURE;
+    }
+}
+
 }  // namespace Orvane::Bench

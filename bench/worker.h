@@ -23,4 +23,11 @@ using Infer = std::function<void(const uint8_t* input, uint8_t* output)>;
 int RunWorker(int argc, char** argv,
               const std::function<Infer(const Workload& workload, const std::string& argument)>& prepare);
 
+// The main function of a peer's server, which prints a line when it is ready and serves until it is ended:
+//
+//   SERVER WORKLOAD ADDRESS
+//
+// Returns the program's exit value; an exception is said on standard error.
+int RunServer(int argc, char** argv, void (*serve)(const Workload& workload, const std::string& address));
+
 }  // namespace Orvane::Bench

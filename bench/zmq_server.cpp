@@ -1,10 +1,9 @@
 #include "bench/direct_model.h"
+#include "bench/worker.h"
 
 #include <zmq.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -18,8 +17,7 @@ void Check(bool done) {
 
 // Serves a workload's model in the way that comes naturally: one request with all inputs, one reply with all outputs,
 // where the SDK makes a call for each step. That is in the peer's favour.
-[[noreturn]] void Serve(const std::string& name, const std::string& address) {
-    const Orvane::Bench::Workload workload = Orvane::Bench::ParseWorkload(name);
+[[noreturn]] void Serve(const Orvane::Bench::Workload& workload, const std::string& address) {
     Orvane::Bench::DirectModel model(workload);
     void* const socket = zmq_socket(zmq_ctx_new(), ZMQ_REP);
     Check(socket != nullptr && zmq_bind(socket, address.c_str()) == 0);
@@ -38,16 +36,6 @@ void Check(bool done) {
 
 }  // namespace
 
-// zmq_server WORKLOAD ADDRESS: serves until it is ended. Prints a line when it is ready.
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s WORKLOAD ADDRESS\n", argv[0]);
-        return EXIT_FAILURE;
-    }
-    try {
-        Serve(argv[1], argv[2]);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
-        return EXIT_FAILURE;
-    }
+    return Orvane::Bench::RunServer(argc, argv, Serve);
 }
