@@ -1,6 +1,7 @@
 // `orvane bench` in a process of its own, in a terminal's process group, and Ctrl-C.
 #include "testing/processes.h"
 #include "testing/tiny_models.h"
+#include "testing/within.h"
 
 #include <gtest/gtest.h>
 

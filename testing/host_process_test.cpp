@@ -7,6 +7,7 @@
 #include "platform/process.h"
 #include "testing/processes.h"
 #include "testing/round_trips.h"
+#include "testing/within.h"
 
 #include <gtest/gtest.h>
 
@@ -333,28 +334,17 @@ TEST_F(HostProcess, TwoHostsAtOnce) {
     StartHost("echo 4096");
     EXPECT_EQ(Shown(other.Init(Params("echo 4096"))), kOk);
     EXPECT_EQ(Children().size(), 2U);
-    auto outcome = std::async(std::launch::async, [&] { return RoundTrips(other, 0, 500); });
-    EXPECT_EQ(RoundTrips(*interpreter, 0, 500), kOk);
-    EXPECT_EQ(outcome.get(), kOk);
+    const auto outcomes =
+        AtOnce({[this] { return RoundTrips(*interpreter, 0, 500); }, [&other] { return RoundTrips(other, 0, 500); }});
+    EXPECT_EQ(outcomes, std::vector<std::string>(2, kOk));
 }
 
 TEST_F(HostProcess, FourThreadsShareAHost) {
-    for (const bool killed : {false, true}) {
-        const pid_t host = StartHost("echo 4096 4");
-        std::vector<std::future<std::string>> outcomes;
-        for (uint32_t i = 0; i < 4; ++i) {
-            outcomes.push_back(std::async(std::launch::async, [this, i, rounds = killed ? SIZE_MAX : 500] {
-                return RoundTrips(*interpreter, i, rounds);
-            }));
-        }
-        if (killed) {
-            std::this_thread::sleep_for(200ms);
-            kill(host, SIGKILL);
-        }
-        for (auto& outcome : outcomes) {
-            EXPECT_EQ(outcome.get(), killed ? kHostExit : kOk);
-        }
-    }
+    StartHost("echo 4096 4");
+    EXPECT_EQ(RoundTripsOfFour(*interpreter, 500), std::vector<std::string>(4, kOk));
+    const pid_t host = StartHost("echo 4096 4");
+    const auto killSoon = [&host] { std::this_thread::sleep_for(200ms), kill(host, SIGKILL); };
+    EXPECT_EQ(RoundTripsOfFour(*interpreter, SIZE_MAX, killSoon), std::vector<std::string>(4, kHostExit));
 }
 
 TEST_F(HostProcess, TheChannelBoundsATensor) {

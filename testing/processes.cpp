@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 namespace Orvane::Testing {
 
@@ -32,16 +31,6 @@ size_t Names(pid_t process) {
         count += entry.path().filename().string().find(word) != std::string::npos ? 1 : 0;
     }
     return count;
-}
-
-bool Within(std::chrono::steady_clock::duration limit, const std::function<bool()>& done) {
-    for (const auto end = std::chrono::steady_clock::now() + limit; !done();) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 pid_t Fork(const std::function<void()>& work) noexcept {

@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -19,9 +18,6 @@ std::vector<pid_t> Children();
 
 // How many shared objects there are under a process's names.
 size_t Names(pid_t process);
-
-// True as soon as `done` is; false when it is not within the limit.
-bool Within(std::chrono::steady_clock::duration limit, const std::function<bool()>& done);
 
 // Runs `work` in a child process, which does not outlive this one. An exception ends it.
 pid_t Fork(const std::function<void()>& work) noexcept;

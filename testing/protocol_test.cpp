@@ -4,6 +4,7 @@
 #include "core/backend_factory.h"
 #include "ipc/shared_channel.h"
 #include "platform/process.h"
+#include "testing/shown_replies.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,6 @@
 #include <functional>
 #include <future>
 #include <iostream>
-#include <sstream>
 
 namespace Orvane {
 namespace {
@@ -40,9 +40,7 @@ std::string Text(const std::string& text) {
 
 const std::string kOk = Word(0) + Text("");
 
-std::string Shown(const Status& status) {
-    return std::to_string(status.code) + " " + status.message;
-}
+using Testing::Shown;
 
 // --- The client, against a host that this program plays ---
 
@@ -56,26 +54,6 @@ struct ClientCase {
     std::string result;
 };
 
-std::string ShownInfo(IOrvane& backend) {
-    const TensorInfo info = backend.GetTensorInfo(TensorTypeOutput, 3);
-    std::ostringstream text;
-    text << info.name << " " << info.dataType << " " << info.format;
-    for (const int64_t dimension : info.shape) {
-        text << " " << dimension;
-    }
-    return text.str();
-}
-
-std::string ShownCopy(IOrvane& backend) {
-    char data[] = "___";
-    return Shown(backend.CopyOutputTo(1, data, 3)) + " " + data;
-}
-
-std::string ShownData(IOrvane& backend) {
-    const auto* data = static_cast<const char*>(backend.GetTensorData(TensorTypeOutput, 4));
-    return data != nullptr ? std::string(data, 2) : "null";
-}
-
 std::string ShownExtraInfo(IOrvane& backend) {
     std::string text;
     for (const auto& [key, value] : backend.GetExtraInfo()) {
@@ -85,6 +63,9 @@ std::string ShownExtraInfo(IOrvane& backend) {
 }
 
 std::vector<ClientCase> ClientCases() {
+    const auto info = [](IOrvane& b) { return Testing::ShownInfo(b, 3); };
+    const auto copy = [](IOrvane& b) { return Testing::ShownCopy(b, 1); };
+    const auto data = [](IOrvane& b) { return Testing::ShownData(b, 4, 2); };
     const auto invoke = [](IOrvane& b) { return Shown(b.Invoke()); };
     const auto shape = [](const std::vector<int64_t>& dimensions) {
         return [dimensions](IOrvane& b) { return Shown(b.SetTensorShape(TensorTypeOutput, 2, dimensions)); };
@@ -95,22 +76,21 @@ std::vector<ClientCase> ClientCases() {
     return {
         {[](IOrvane& b) { return std::to_string(b.GetTensorCount(TensorTypeOutput)); }, Word(1) + Word(1),
          Word(0xFFFFFFFE), "-2"},
-        {ShownInfo, infoRequest, Text("y") + Word(9) + Word(6) + Word(2) + Word(0xFFFFFFFF) + Word(7),
-         "y 9 6 4294967295 7"},
-        {ShownInfo, infoRequest, Word(1) + Word(9) + Word(6) + Word(0), throws},
-        {ShownInfo, infoRequest, Text("y") + LongWord(9) + Word(6) + Word(0), throws},
-        {ShownInfo, infoRequest, Text("y") + Word(9) + Text("") + Word(0), throws},
-        {ShownInfo, infoRequest, Text("y") + Word(9) + Word(6) + Word(1) + LongWord(7), throws},
+        {info, infoRequest, Text("y") + Word(9) + Word(6) + Word(2) + Word(0xFFFFFFFF) + Word(7), "y 9 6 4294967295 7"},
+        {info, infoRequest, Word(1) + Word(9) + Word(6) + Word(0), throws},
+        {info, infoRequest, Text("y") + LongWord(9) + Word(6) + Word(0), throws},
+        {info, infoRequest, Text("y") + Word(9) + Text("") + Word(0), throws},
+        {info, infoRequest, Text("y") + Word(9) + Word(6) + Word(1) + LongWord(7), throws},
         {[](IOrvane& b) { return Shown(b.SetInputData(2, "abc", 3)); }, Word(3) + Word(2) + Word(3) + "abc",
          Word(5) + Text("no"), "5 no"},
         {invoke, Word(4), kOk, "0 "},
         {invoke, Word(4), Word(7) + Text(""), "7 Unknown Error"},
         {invoke, Word(4), Word(0) + Text("odd"), "0 odd"},
         {invoke, Word(4), Text("") + Text(""), throws},
-        {ShownCopy, copyRequest, Word(3) + "abc" + kOk, "0  abc"},
-        {ShownCopy, copyRequest, Word(3) + "abc" + Word(0xFFFFFFFF) + Text("no"), "-1 no ___"},
-        {ShownData, Word(6) + Word(4), Word(2) + "ab" + kOk, "ab"},
-        {ShownData, Word(6) + Word(4), Word(2) + "ab" + Word(1) + Text("no"), "null"},
+        {copy, copyRequest, Word(3) + "abc" + kOk, "0  abc"},
+        {copy, copyRequest, Word(3) + "abc" + Word(0xFFFFFFFF) + Text("no"), "-1 no ___"},
+        {data, Word(6) + Word(4), Word(2) + "ab" + kOk, "ab"},
+        {data, Word(6) + Word(4), Word(2) + "ab" + Word(1) + Text("no"), "null"},
         {ShownExtraInfo, Word(7), Word(2) + Text("k") + Text("a") + Text("k") + Text("b"), "k=b"},
         {ShownExtraInfo, Word(7), Word(1) + Text("k") + Word(1), throws},
         {shape({5, -1}), Word(8) + Word(1) + Word(2) + Word(2) + LongWord(5) + LongWord(~uint64_t{0}), kOk, "0 "},

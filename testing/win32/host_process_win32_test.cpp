@@ -4,15 +4,15 @@
 #include "core/backend_factory.h"
 #include "platform/event.h"
 #include "platform/process.h"
-#include "testing/round_trips.h"
+#include "testing/shown_replies.h"
 #include "testing/win32/processes.h"
+#include "testing/within.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <functional>
 #include <future>
-#include <sstream>
 #include <thread>
 
 namespace Orvane {
@@ -53,26 +53,6 @@ class HostProcessWin32 : public testing::Test {
 
 // --- What each operation gives ---
 
-std::string ShownInfo(IOrvane& backend) {
-    const TensorInfo info = backend.GetTensorInfo(TensorTypeOutput, 1);
-    std::ostringstream text;
-    text << info.name << " " << info.dataType << " " << info.format;
-    for (const int64_t dimension : info.shape) {
-        text << " " << dimension;
-    }
-    return text.str();
-}
-
-std::string ShownCopy(IOrvane& backend) {
-    char data[] = "___";
-    return Shown(backend.CopyOutputTo(0, data, 3)) + " " + data;
-}
-
-std::string ShownData(IOrvane& backend) {
-    const auto* data = static_cast<const char*>(backend.GetTensorData(TensorTypeOutput, 0));
-    return data != nullptr ? std::string(data, 3) : "null";
-}
-
 struct Operation {
     std::function<std::string(IOrvane&)> act;
     std::string answered;
@@ -83,11 +63,11 @@ struct Operation {
 // By the number of the call that they make, from 1. The first of all, initialisation, is the tests' own.
 const Operation kOperations[] = {
     {[](IOrvane& b) { return std::to_string(b.GetTensorCount(TensorTypeOutput)); }, "3", "0", "0"},
-    {ShownInfo, "y 4 1 5 6", " 0 0", " 0 0"},
+    {[](IOrvane& b) { return ShownInfo(b, 1); }, "y 4 1 5 6", " 0 0", " 0 0"},
     {[](IOrvane& b) { return Shown(b.SetInputData(0, "abcd", 4)); }, kOk, "7 no", kHostExit},
     {[](IOrvane& b) { return Shown(b.Invoke()); }, kOk, "7 no", kHostExit},
-    {ShownCopy, "0  zzz", "7 no ___", kHostExit + " ___"},
-    {ShownData, "zzz", "null", "null"},
+    {[](IOrvane& b) { return ShownCopy(b, 0); }, "0  zzz", "7 no ___", kHostExit + " ___"},
+    {[](IOrvane& b) { return ShownData(b, 0, 3); }, "zzz", "null", "null"},
     {[](IOrvane& b) { return std::to_string(b.GetExtraInfo().size()); }, "4", "0", "0"},
     {[](IOrvane& b) { return Shown(b.SetTensorShape(TensorTypeOutput, 0, {5})); }, kOk, "7 no", kHostCallError},
 };
@@ -233,28 +213,17 @@ TEST_F(HostProcessWin32, TwoHostsAtOnce) {
     StartHost("echo 4096");
     EXPECT_EQ(Shown(other.Init(Params("echo 4096"))), kOk);
     EXPECT_EQ(Children().size(), 2U);
-    auto outcome = std::async(std::launch::async, [&] { return RoundTrips(other, 0, 500); });
-    EXPECT_EQ(RoundTrips(*interpreter, 0, 500), kOk);
-    EXPECT_EQ(outcome.get(), kOk);
+    const auto outcomes =
+        AtOnce({[this] { return RoundTrips(*interpreter, 0, 500); }, [&other] { return RoundTrips(other, 0, 500); }});
+    EXPECT_EQ(outcomes, std::vector<std::string>(2, kOk));
 }
 
 TEST_F(HostProcessWin32, FourThreadsShareAHost) {
-    for (const bool killed : {false, true}) {
-        const Handle host = StartHost("echo 4096 4");
-        std::vector<std::future<std::string>> outcomes;
-        for (uint32_t i = 0; i < 4; ++i) {
-            outcomes.push_back(std::async(std::launch::async, [this, i, rounds = killed ? SIZE_MAX : 250] {
-                return RoundTrips(*interpreter, i, rounds);
-            }));
-        }
-        if (killed) {
-            std::this_thread::sleep_for(200ms);
-            TerminateProcess(host.get(), 1);
-        }
-        for (auto& outcome : outcomes) {
-            EXPECT_EQ(outcome.get(), killed ? kHostExit : kOk);
-        }
-    }
+    StartHost("echo 4096 4");
+    EXPECT_EQ(RoundTripsOfFour(*interpreter, 250), std::vector<std::string>(4, kOk));
+    const Handle host = StartHost("echo 4096 4");
+    const auto killSoon = [&host] { std::this_thread::sleep_for(200ms), TerminateProcess(host.get(), 1); };
+    EXPECT_EQ(RoundTripsOfFour(*interpreter, SIZE_MAX, killSoon), std::vector<std::string>(4, kHostExit));
 }
 
 // --- Ways to die ---

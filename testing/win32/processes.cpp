@@ -1,6 +1,7 @@
 #include "testing/win32/processes.h"
 
 #include "platform/win32/wide_text.h"
+#include "testing/within.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,6 @@
 #include <cstdio>
 #include <cwchar>
 #include <stdexcept>
-#include <thread>
 
 namespace Orvane::Testing {
 
@@ -17,17 +17,37 @@ bool UnderWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
+namespace {
+
+// In units of 100 ns. 0 for no process.
+uint64_t StartTime(const Handle& process) {
+    FILETIME start{};
+    FILETIME other{};
+    GetProcessTimes(process.get(), &start, &other, &other, &other);
+    return uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
+}
+
+Handle OpenProcessToWatch(DWORD process) {
+    return Handle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));
+}
+
+}  // namespace
+
 std::vector<DWORD> Children(DWORD parent) {
     std::vector<DWORD> children;
+    // Numbers are used again: who has this parent's, but is older, is the child of an earlier process.
+    const uint64_t parentStart = StartTime(OpenProcessToWatch(parent));
     const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
     for (BOOL found = Process32FirstW(snapshot.get(), &entry); found != 0;
          found = Process32NextW(snapshot.get(), &entry)) {
         const bool console = std::wcscmp(entry.szExeFile, L"conhost.exe") == 0;  // the system's, for whom had none
-        if (entry.th32ParentProcessID == parent && !console &&
-            Lives(Handle(OpenProcess(SYNCHRONIZE, FALSE, entry.th32ProcessID)))) {
-            children.push_back(entry.th32ProcessID);
+        if (entry.th32ParentProcessID == parent && !console) {
+            const Handle child = OpenProcessToWatch(entry.th32ProcessID);
+            if (Lives(child) && StartTime(child) >= parentStart) {
+                children.push_back(entry.th32ProcessID);
+            }
         }
     }
     return children;
@@ -93,16 +113,6 @@ size_t HandleCount() {
         count += GetHandleInformation(handle, &flags) != 0 ? 1 : 0;
     }
     return count;
-}
-
-bool Within(std::chrono::steady_clock::duration limit, const std::function<bool()>& done) {
-    for (const auto end = std::chrono::steady_clock::now() + limit; !done();) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 Watchdog::Watchdog() {

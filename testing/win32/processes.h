@@ -4,9 +4,7 @@
 
 #include <windows.h>
 
-#include <chrono>
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -43,9 +41,6 @@ Program Start(const std::string& path, const std::string& arguments);
 
 // How many handles this process has. Counted one by one, because Wine does not answer the question as a whole.
 size_t HandleCount();
-
-// True as soon as `done` is; false when it is not within the limit.
-bool Within(std::chrono::steady_clock::duration limit, const std::function<bool()>& done);
 
 // Ends this process when it lives for more than two minutes.
 class Watchdog {
