@@ -30,11 +30,11 @@ SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
 
 def plan(quick):
     """The cases; a quick run has fewer repetitions and samples, so that its figures are rougher."""
-    repetitions, share = (3, 2) if quick else (15, 1)
+    repetitions, share = (3, 3) if quick else (15, 1)
     cases = [
         Case("face", MODEL_VARIANTS, 100, 600 // share, repetitions),
         Case("voice", MODEL_VARIANTS, 200, 2000 // share, repetitions),
-        Case("pose", MODEL_VARIANTS, 10, 40 // share, repetitions),
+        Case("pose", MODEL_VARIANTS, 10, 20 if quick else 40, repetitions),
         Case(targets.PICTURE, STUB_VARIANTS, 300, 1500 // share, repetitions),
         Case(targets.SMALL, STUB_VARIANTS, 300, 3000 // share, repetitions),
     ]
