@@ -23,15 +23,15 @@ constexpr int64_t kWaitBudget = 200'000'000;
 // The two blanks are deliberate: applications compare the text.
 constexpr const char* kHostCallError = "host call  error";
 
+// What `SharedChannel::Reserve` failed with.
+Status SectionStatus() {
+    return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()));
+}
+
 }  // namespace
 
 std::unique_ptr<IOrvane> CreateRemoteBackend() {
     return std::make_unique<RemoteWrapper>();
-}
-
-// What `SharedChannel::Reserve` failed with.
-Status SectionStatus() {
-    return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()));
 }
 
 // Lets `write` put a request into the channel and returns when the reply can be read from it. False when there is no
