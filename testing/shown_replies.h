@@ -3,6 +3,8 @@
 #include "core/i_orvane.h"
 #include "testing/round_trips.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <sstream>
 #include <string>
 

@@ -7,15 +7,12 @@
 
 #include <tlhelp32.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cwchar>
 #include <stdexcept>
 
 namespace Orvane::Testing {
-
-bool UnderWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
 
 namespace {
 
@@ -32,6 +29,10 @@ Handle OpenProcessToWatch(DWORD process) {
 }
 
 }  // namespace
+
+bool UnderWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
 
 std::vector<DWORD> Children(DWORD parent) {
     std::vector<DWORD> children;
