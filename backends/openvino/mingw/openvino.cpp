@@ -259,7 +259,8 @@ std::vector<std::string> Core::get_available_devices() const {
 std::vector<std::string> Core::get_property(const std::string& plugin, const AvailableDevices&) const {
     char* devices = nullptr;
     Check(ov_core_get_property(handle.get(), plugin.c_str(), ov_property_key_available_devices, &devices));
-    return {Text(devices).get()};
+    const Text text(devices);
+    return *text.get() == '\0' ? std::vector<std::string>() : std::vector<std::string>{text.get()};
 }
 
 std::shared_ptr<Model> Core::read_model(const std::filesystem::path& model,

@@ -160,7 +160,7 @@ class Core {
 
     std::vector<std::string> get_available_devices() const;
 
-    // Of one plugin, by its name. The C interface has them in one text, which is here the only element.
+    // Of one plugin, by its name. The C interface has them in one text, which is here the only element, if not empty.
     std::vector<std::string> get_property(const std::string& plugin, const AvailableDevices&) const;
 
     // An empty path of the weights lets the runtime find them.
