@@ -37,7 +37,7 @@ struct WithEvents {
     void SetCall() { call.Set(); }
     void WaitForCall() { call.Wait(Event::kForever); }
     void SetResult() { result.Set(); }
-    void WaitForResult() {
+    void WaitForResult() {  // in slices, as the client of a channel does: that is another way to wait
         while (!result.Wait(200)) {
         }
     }
