@@ -4,9 +4,9 @@
 
 namespace Orvane {
 
-Status MakeErrorStatus(const std::string& message, int32_t code) {
+Status MakeErrorStatus(const std::string& message, int32_t code, FailureReason reason) {
     Log(kLogLevelError, "[ORVANE]:error=%s, status=%d", message.c_str(), code);
-    return {message.empty() ? "Unknown Error" : message, code};
+    return {message.empty() ? "Unknown Error" : message, code, reason};
 }
 
 Status MakeSuccessStatus() {

@@ -67,6 +67,10 @@ std::vector<TensorInfo> DescribeAll(const std::vector<ov::Output<const ov::Node>
     return infos;
 }
 
+Status RuntimeFailure(const ov::Exception& error) {
+    return MakeErrorStatus(error.what(), kErrorCode, FailureReasonRuntime);
+}
+
 // Throws `std::bad_alloc` for a size that no memory has: a dynamic dimension, -1, gives one.
 uint64_t ByteSize(uint64_t elementSize, const ov::Shape& shape) {
     uint64_t size = elementSize;
@@ -117,7 +121,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
         outputInfos = DescribeAll(compiledModel.outputs());
         return MakeSuccessStatus();
     } catch (const ov::Exception& error) {
-        return MakeErrorStatus(error.what());
+        return RuntimeFailure(error);
     }
 }
 
@@ -158,7 +162,7 @@ Status OpenvinoWrapper::Invoke() {
         inferRequest.infer();
         return MakeSuccessStatus();
     } catch (const ov::Exception& error) {
-        return MakeErrorStatus(error.what());
+        return RuntimeFailure(error);
     }
 }
 
@@ -173,7 +177,7 @@ Status OpenvinoWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) 
         }
         return MakeSuccessStatus();
     } catch (const ov::Exception& error) {
-        return MakeErrorStatus(error.what());
+        return RuntimeFailure(error);
     }
 }
 
@@ -260,7 +264,7 @@ Status OpenvinoWrapper::PrepareRequest() {
         }
         return MakeSuccessStatus();
     } catch (const ov::Exception& error) {
-        return MakeErrorStatus(error.what());
+        return RuntimeFailure(error);
     }
 }
 

@@ -23,9 +23,13 @@ constexpr int64_t kWaitBudget = 200'000'000;
 // The two blanks are deliberate: applications compare the text.
 constexpr const char* kHostCallError = "host call  error";
 
+Status HostEnded(const char* text = kHostExit) {
+    return MakeErrorStatus(text, kErrorCode, FailureReasonHostEnded);
+}
+
 // What `SharedChannel::Reserve` failed with.
 Status SectionStatus() {
-    return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()));
+    return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()), FailureReasonSystem);
 }
 
 }  // namespace
@@ -62,20 +66,23 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
     const OptionHandle option = CreateOption();
     option->FromParams(params);
     const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
+    FailureReason reason = FailureReasonSystem;
     try {
         if (!host || !host.IsAlive()) {
             if (host) {
                 Release();
             }
             channel.Create(kChannelSize);
+            reason = FailureReasonHostStart;
             LaunchHost(params.host);
         }
+        reason = FailureReasonSystem;
         if (!channel.Reserve(size)) {
             ThrowSystemError(kSectionError);
         }
     } catch (const SystemException& error) {
         Release();
-        return MakeErrorStatus(error.what(), static_cast<int32_t>(error.Code()));
+        return MakeErrorStatus(error.what(), static_cast<int32_t>(error.Code()), reason);
     }
     const bool answered = Exchange([&option, size](MessageBuffer& message) {
         WriteRequest(message, CallInit, size);
@@ -84,7 +91,7 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
             Platform::FailFast();  // like every write that does not fit
         }
     });
-    return answered ? channel.message.ReadStatus() : MakeErrorStatus(kHostExit);
+    return answered ? channel.message.ReadStatus() : HostEnded();
 }
 
 void RemoteWrapper::LaunchHost(const std::string& program) {
@@ -149,13 +156,13 @@ Status RemoteWrapper::SetInputData(uint32_t index, const void* data, uint32_t si
         WriteRequest(message, CallSetInputData, index);
         message.WriteRun(data, size);
     });
-    return answered ? channel.message.ReadStatus() : MakeErrorStatus(kHostExit);
+    return answered ? channel.message.ReadStatus() : HostEnded();
 }
 
 Status RemoteWrapper::Invoke() {
     const std::lock_guard guard(channel.lock);
     const bool answered = Exchange([](MessageBuffer& message) { WriteRequest(message, CallInvoke); });
-    return answered ? channel.message.ReadStatus() : MakeErrorStatus(kHostExit);
+    return answered ? channel.message.ReadStatus() : HostEnded();
 }
 
 Status RemoteWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) {
@@ -166,7 +173,7 @@ Status RemoteWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) {
     const bool answered =
         Exchange([index, size](MessageBuffer& message) { WriteRequest(message, CallCopyOutputTo, index, size); });
     if (!answered) {
-        return MakeErrorStatus(kHostExit);
+        return HostEnded();
     }
     const MessageBuffer::Run output = channel.message.ReadRun();
     Status status = channel.message.ReadStatus();
@@ -204,7 +211,7 @@ Status RemoteWrapper::SetTensorShape(TensorType type, uint32_t index, const std:
         WriteRequest(message, CallSetTensorShape, uint32_t{type}, index);
         WriteShape(message, shape);
     });
-    return answered ? channel.message.ReadStatus() : MakeErrorStatus(kHostCallError);
+    return answered ? channel.message.ReadStatus() : HostEnded(kHostCallError);
 }
 
 }  // namespace Orvane

@@ -2,7 +2,7 @@
 """Real models give under Windows what they give on Linux.
 
 same_outputs_test.py MATERIAL FOLDER NATIVE WINDOWS...: runs the models in MATERIAL with `orvane` of this system, NATIVE,
-and with that of Windows, which the command WINDOWS... starts, in the process and in a host process. The two on Windows
+and with that of Windows, which the command WINDOWS... (wine.sh and the program) starts, in the process and in a host process. The two on Windows
 give the same bits; the two systems differ by no more than the rounding of the precision that the runtime picks: the
 bfloat16 of a processor that has it, or float32. FOLDER is emptied and filled.
 """
@@ -57,6 +57,7 @@ def main(material, folder, native, *windows):
         print(f"SKIPPED: {native} is missing, with whose outputs these are compared; ./dev build makes it")
         return
     shutil.rmtree(folder, ignore_errors=True)
+    native_command = [windows[0], "--native", native]  # on the instruction set that there is under Wine
     cpu = pathlib.Path("/proc/cpuinfo").read_text()
     bfloat16 = "avx512_bf16" in cpu or "amx_bf16" in cpu
     for model in (material / name for name in MODELS):
@@ -65,9 +66,9 @@ def main(material, folder, native, *windows):
             return
         place = folder / model.stem
         place.mkdir(parents=True)
-        tensors = json.loads(run([native], "info", model, "--json"))
+        tensors = json.loads(run(native_command, "info", model, "--json"))
         write_inputs(place, tensors["inputs"])
-        expected = outputs([native], model, place, "native", tensors)
+        expected = outputs(native_command, model, place, "native", tensors)
         here = outputs(windows, model, place, "windows", tensors)
         remote = outputs(windows, model, place, "remote", tensors, "--remote")
         if here != remote:

@@ -1,7 +1,17 @@
 #!/usr/bin/env bash
 # wine.sh PROGRAM ARGUMENT...: runs a Windows program in this project's own Wine prefix, build/wine unless WINEPREFIX
 # says otherwise; the first call makes it. Wine's remarks are left out unless WINEDEBUG asks for them.
+# wine.sh --native PROGRAM ARGUMENT...: runs a program of this system, to compare with, on the same instruction set.
 set -euo pipefail
+
+# A program under Wine is not granted the state of the processor's tiles (AMX), and the runtime's code for them then is an
+# illegal instruction: on a processor that has them the runtime is told to do without. A choice of the caller's stays.
+if grep -qw amx_tile /proc/cpuinfo; then
+    export ONEDNN_MAX_CPU_ISA=${ONEDNN_MAX_CPU_ISA:-AVX512_CORE}
+fi
+if [ "$1" = --native ]; then
+    exec "${@:2}"
+fi
 
 wine=/usr/lib/wine/wine64
 export WINEPREFIX=${WINEPREFIX:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/build/wine}
