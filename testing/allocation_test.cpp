@@ -50,10 +50,10 @@ void CallHost(SharedChannel& channel, size_t inferences) {
         WriteRequest(channel.message, number, fields...);
         if (number == CallSetInputData) {
             const Data data{};
-            channel.message.WriteRun(data.data(), sizeof data);
+            channel.message.WriteBytes(data.data(), sizeof data);
         }
         channel.callEvent.Set();
-        channel.resultEvent.Wait(60'000);
+        channel.resultEvent.Wait(60'000, Platform::Awaited::Result);
     };
     for (size_t i = 0; i < inferences; ++i) {
         call(CallSetInputData, 0U);

@@ -183,10 +183,10 @@ TEST_F(HostProcess, ExitValuesFollowTheArguments) {
         const pid_t host = Fork([&] { execl(kStubHost.c_str(), kStubHost.c_str(), arguments.c_str(), nullptr); });
         WriteRequest(channel.message, CallInit, 0U);
         channel.callEvent.Set();
-        if (end == "exit 0" && channel.resultEvent.Wait(5000)) {
+        if (end == "exit 0" && channel.resultEvent.Wait(5000, Platform::Awaited::Result)) {
             WriteRequest(channel.message, CallExit);
             channel.callEvent.Set();
-            EXPECT_TRUE(channel.resultEvent.Wait(5000));
+            EXPECT_TRUE(channel.resultEvent.Wait(5000, Platform::Awaited::Result));
         }
         EXPECT_EQ(End(host), end) << arguments;
     }

@@ -3,6 +3,7 @@
 
 #include "core/backend_factory.h"
 #include "ipc/shared_channel.h"
+#include "platform/host_process.h"
 #include "platform/process.h"
 #include "testing/shown_replies.h"
 
@@ -114,7 +115,7 @@ int PlayHost(const std::string& arguments) {
     auto* const region = reinterpret_cast<char*>(channel.view.Data());
     std::string expected;
     const ClientCase* next = nullptr;
-    while (channel.callEvent.Wait(30'000)) {
+    while (channel.callEvent.Wait(30'000, Platform::Awaited::Work)) {
         const std::string request(region, kWindow);
         std::string reply = kOk;
         if (request.compare(0, 12, Word(0) + LittleEndian(4, 4)) == 0) {
@@ -178,15 +179,9 @@ std::string InitRequest(const std::string& modelPath, const std::string& host = 
 // A host program and the client's side of its channel.
 class HostUnderTest {
  public:
-    HostUnderTest() : job(Platform::Job::Create()) {
+    HostUnderTest() {
         channel.Create(kSize);
-        Platform::Token token = Platform::Token::OpenCurrent();
-        EXPECT_TRUE(job.SetKillOnClose());
-        process =
-            Platform::Process::CreateSuspended(token, Platform::ProgramBeside("stub_host"), channel.hostArguments);
-        token.Close();
-        EXPECT_TRUE(process && job.Assign(process));
-        process.Resume();
+        EXPECT_FALSE(process.Launch(Platform::ProgramBeside("stub_host"), channel.hostArguments));
     }
 
     // Sends the request, with zeros behind it. False when the host ended instead of answering; it has 5 seconds.
@@ -195,7 +190,7 @@ class HostUnderTest {
         std::memcpy(channel.view.Data(), request.data(), request.size());
         channel.callEvent.Set();
         for (const auto end = Now() + std::chrono::seconds(5); Now() < end;) {
-            if (channel.resultEvent.Wait(1)) {
+            if (channel.resultEvent.Wait(1, Platform::Awaited::Result)) {
                 return true;
             }
             if (!process.IsAlive()) {
@@ -215,8 +210,7 @@ class HostUnderTest {
     static std::chrono::steady_clock::time_point Now() { return std::chrono::steady_clock::now(); }
 
     SharedChannel channel;
-    Platform::Process process;
-    Platform::Job job;
+    Platform::HostProcess process;
 };
 
 const std::string kRefused = Word(0xFFFFFFFF) + Text("refused");

@@ -100,7 +100,7 @@ TEST_F(HostProcessWin32, EveryOperationFailsAtADeadHost) {
         return std::async(std::launch::async, [] {
             EXPECT_TRUE(Within(10s, [] { return !Children().empty(); }));
             std::this_thread::sleep_for(300ms);
-            TerminateProcess(OpenProcessToEnd(Children().at(0)).get(), 1);
+            TerminateProcess(OpenProcessToEnd(Children().at(0)).Get(), 1);
         });
     };
     for (size_t number = 0; number <= std::size(kOperations); ++number) {
@@ -128,7 +128,7 @@ TEST_F(HostProcessWin32, DeathIsAFailedCallAndTheNextInitialisationWorks) {
         DWORD exitCode;
         std::string outcome = kHostExit;
     } cases[] = {
-        {"", [&] { return TerminateProcess(OpenProcessToEnd(Children().at(0)).get(), 5), invoke(); }, 5},
+        {"", [&] { return TerminateProcess(OpenProcessToEnd(Children().at(0)).Get(), 5), invoke(); }, 5},
         {"crash", invoke, kFastFail},
         {"throw", invoke, kFastFail},
         {"", [this] { return Shown(interpreter->GetInput()->Resize({1})); }, kFastFail, kHostCallError},
@@ -153,7 +153,7 @@ TEST_F(HostProcessWin32, HundredDeathsLeaveNothing) {
         const std::vector<DWORD> hosts = Children();
         ASSERT_EQ(hosts.size(), 1U) << "a second host for the second initialisation";
         const Handle host = OpenProcessToEnd(hosts[0]);
-        TerminateProcess(host.get(), 1);
+        TerminateProcess(host.Get(), 1);
         ASSERT_EQ(End(host), 1U);
         if (cycle % 10 == 0) {
             EXPECT_EQ(Shown(backend->Invoke()), kHostExit);
@@ -182,12 +182,12 @@ TEST_F(HostProcessWin32, DiesWithItsClient) {
     for (const std::string state : {"idle", "computing"}) {
         Platform::Event ready = Platform::Event::Create(kReadyEvent);
         const Program client = Start(kThisProgram, "--client " + state);
-        ASSERT_TRUE(ready.Wait(20'000));
+        ASSERT_TRUE(ready.Wait(20'000, Platform::Awaited::Work));
         const std::vector<DWORD> hosts = Children(client.id);
         ASSERT_EQ(hosts.size(), 1U);
         const Handle host = OpenProcessToEnd(hosts[0]);
         EXPECT_TRUE(Lives(client.process, 100));
-        TerminateProcess(client.process.get(), 9);
+        TerminateProcess(client.process.Get(), 9);
         EXPECT_EQ(End(client.process), 9U);
         End(host);
     }
@@ -222,7 +222,7 @@ TEST_F(HostProcessWin32, FourThreadsShareAHost) {
     StartHost("echo 4096 4");
     EXPECT_EQ(RoundTripsOfFour(*interpreter, 250), std::vector<std::string>(4, kOk));
     const Handle host = StartHost("echo 4096 4");
-    const auto killSoon = [&host] { std::this_thread::sleep_for(200ms), TerminateProcess(host.get(), 1); };
+    const auto killSoon = [&host] { std::this_thread::sleep_for(200ms), TerminateProcess(host.Get(), 1); };
     EXPECT_EQ(RoundTripsOfFour(*interpreter, SIZE_MAX, killSoon), std::vector<std::string>(4, kHostExit));
 }
 

@@ -132,7 +132,7 @@ TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
             EXPECT_STREQ(call, "AssignProcessToJobObject") << "only what is in no job is left behind, deliberately";
             const Handle host = OpenProcessToEnd(child);
             EXPECT_TRUE(Lives(host, 100)) << "it never ran";
-            TerminateProcess(host.get(), 1);
+            TerminateProcess(host.Get(), 1);
             End(host);
         }
         EXPECT_EQ(Init(kScriptedHost), kOk) << "after " << call;
@@ -179,13 +179,13 @@ struct InheritablePipe {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
         HANDLE ends[2]{};
         CreatePipe(&ends[0], &ends[1], &inheritable, 0);
-        reading.reset(ends[0]);
-        writing.reset(ends[1]);
+        reading = Handle(ends[0]);
+        writing = Handle(ends[1]);
     }
 
     // True when nobody can write into it any more.
     bool IsBroken() const {
-        return PeekNamedPipe(reading.get(), nullptr, 0, nullptr, nullptr, nullptr) == 0 &&
+        return PeekNamedPipe(reading.Get(), nullptr, 0, nullptr, nullptr, nullptr) == 0 &&
                GetLastError() == ERROR_BROKEN_PIPE;
     }
 
@@ -197,12 +197,12 @@ TEST_F(Launch, HandsOnNoHandle) {
     InheritablePipe any;
     InheritablePipe output;
     HANDLE before = GetStdHandle(STD_OUTPUT_HANDLE);
-    SetStdHandle(STD_OUTPUT_HANDLE, output.writing.get());
+    SetStdHandle(STD_OUTPUT_HANDLE, output.writing.Get());
     EXPECT_EQ(Init(kScriptedHost), kOk);
     SetStdHandle(STD_OUTPUT_HANDLE, before);
     EXPECT_FALSE(any.IsBroken());
-    any.writing.reset();
-    output.writing.reset();
+    any.writing.Close();
+    output.writing.Close();
     EXPECT_TRUE(any.IsBroken());
     // Wine gives the standard three to every program, Windows only to one for the console, which a host is not.
     EXPECT_TRUE(output.IsBroken() || UnderWine());
@@ -290,9 +290,9 @@ TEST(Channel, EventsReleaseOneWaitAndAreShared) {
     Platform::Event opened = Platform::Event::Open("OrvaneTestEvent");
     event.Set();
     again.Set();
-    EXPECT_TRUE(opened.Wait(0));
-    EXPECT_FALSE(event.Wait(0));
-    EXPECT_FALSE(again.Wait(10));
+    EXPECT_TRUE(opened.Wait(0, Platform::Awaited::Work));
+    EXPECT_FALSE(event.Wait(0, Platform::Awaited::Work));
+    EXPECT_FALSE(again.Wait(10, Platform::Awaited::Work));
     event = Platform::Event();
     again = Platform::Event();
     opened = Platform::Event();

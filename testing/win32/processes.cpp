@@ -20,7 +20,7 @@ namespace {
 uint64_t StartTime(const Handle& process) {
     FILETIME start{};
     FILETIME other{};
-    GetProcessTimes(process.get(), &start, &other, &other, &other);
+    GetProcessTimes(process.Get(), &start, &other, &other, &other);
     return uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
 }
 
@@ -41,8 +41,8 @@ std::vector<DWORD> Children(DWORD parent) {
     const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
-    for (BOOL found = Process32FirstW(snapshot.get(), &entry); found != 0;
-         found = Process32NextW(snapshot.get(), &entry)) {
+    for (BOOL found = Process32FirstW(snapshot.Get(), &entry); found != 0;
+         found = Process32NextW(snapshot.Get(), &entry)) {
         const bool console = std::wcscmp(entry.szExeFile, L"conhost.exe") == 0;  // the system's, for whom had none
         if (entry.th32ParentProcessID == parent && !console) {
             const Handle child = OpenProcessToWatch(entry.th32ProcessID);
@@ -56,23 +56,23 @@ std::vector<DWORD> Children(DWORD parent) {
 
 Handle OpenProcessToEnd(DWORD process) {
     Handle handle(OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, process));
-    if (handle == nullptr) {
+    if (!handle) {
         throw std::runtime_error("no process " + std::to_string(process));
     }
     return handle;
 }
 
 bool Lives(const Handle& process, DWORD milliseconds) {
-    return WaitForSingleObject(process.get(), milliseconds) == WAIT_TIMEOUT;
+    return WaitForSingleObject(process.Get(), milliseconds) == WAIT_TIMEOUT;
 }
 
 DWORD End(const Handle& process) {
     if (Lives(process, 10'000)) {
         ADD_FAILURE() << "the process does not end";
-        TerminateProcess(process.get(), STILL_ACTIVE);
+        TerminateProcess(process.Get(), STILL_ACTIVE);
     }
     DWORD exitCode = STILL_ACTIVE;
-    GetExitCodeProcess(process.get(), &exitCode);
+    GetExitCodeProcess(process.Get(), &exitCode);
     return exitCode;
 }
 
@@ -81,7 +81,7 @@ bool NoChildren() {
         return true;
     }
     for (const DWORD child : Children()) {
-        TerminateProcess(Handle(OpenProcess(PROCESS_TERMINATE, FALSE, child)).get(), 1);
+        TerminateProcess(Handle(OpenProcess(PROCESS_TERMINATE, FALSE, child)).Get(), 1);
     }
     return false;
 }
@@ -94,14 +94,14 @@ Program Start(const std::string& path, const std::string& arguments) {
     startup.cb = sizeof startup;
     PROCESS_INFORMATION created{};
     Handle job(CreateJobObjectW(nullptr, nullptr));
-    if (SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) == 0 ||
+    if (SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) == 0 ||
         CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
                        &startup, &created) == 0) {
         throw std::runtime_error("cannot start " + path);
     }
     const Handle thread(created.hThread);
-    AssignProcessToJobObject(job.get(), created.hProcess);
-    ResumeThread(thread.get());
+    AssignProcessToJobObject(job.Get(), created.hProcess);
+    ResumeThread(thread.Get());
     return {std::move(job), Handle(created.hProcess), created.dwProcessId};
 }
 
