@@ -5,12 +5,12 @@
 #include "core/backend_factory.h"
 #include "core/error_status.h"
 #include "core/system_exception.h"
+#include "ipc/call_protocol.h"
 #include "platform/last_error.h"
 #include "platform/process.h"
 
 #include <cstring>
 #include <memory>
-#include <utility>
 
 namespace Orvane {
 

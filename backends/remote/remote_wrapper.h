@@ -3,7 +3,6 @@
 #include <orvane/host.h>
 
 #include "core/i_orvane.h"
-#include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
 #include "platform/host_process.h"
 

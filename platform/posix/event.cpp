@@ -14,7 +14,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <utility>
 
 namespace Orvane::Platform {
 

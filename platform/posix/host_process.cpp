@@ -18,7 +18,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <future>
-#include <memory>
 #include <system_error>
 #include <thread>
 #include <utility>
