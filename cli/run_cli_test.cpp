@@ -1,5 +1,5 @@
 #include "cli/captured_run.h"
-#include "cli/npy.h"
+#include "cli/files/npy.h"
 #include "testing/tiny_models.h"
 
 #include <orvane/log.h>
