@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <sstream>
 
 namespace Orvane::Cli {
 namespace {
@@ -14,8 +15,7 @@ std::string SummaryOf(DataType type, const std::vector<Element>& elements) {
     const auto [range, notNumbers] = Summarise(type, {bytes, bytes + elements.size() * sizeof(Element)});
     std::ostringstream text;
     if (range) {
-        std::visit([&](auto least) { text << least << " "; }, range->minimum);
-        std::visit([&](auto most) { text << most << " "; }, range->maximum);
+        std::visit([&](auto least, auto most) { text << least << " " << most << " "; }, range->minimum, range->maximum);
         text << range->mean << " at " << range->indexOfMaximum;
     }
     text << "; " << notNumbers;
@@ -23,12 +23,12 @@ std::string SummaryOf(DataType type, const std::vector<Element>& elements) {
 }
 
 TEST(TensorSummary, CoversEveryElementTypeAndCountsNaNs) {
-    EXPECT_EQ(SummaryOf<float>(DataTypeFloat32, {1.5F, -2, 3.5F, 3.5F}), "-2 3.5 1.625 at 2; 0");
-    EXPECT_EQ(SummaryOf<float>(DataTypeFloat32, {NAN, -3, NAN, -1}), "-3 -1 -2 at 3; 2");
+    EXPECT_EQ(SummaryOf<float>(DataTypeFloat32, {NAN, 1.5F, -2, NAN, 3.5F, 3.5F}), "-2 3.5 1.625 at 4; 2");
+    EXPECT_EQ(SummaryOf<float>(DataTypeFloat32, {-3, -1}), "-3 -1 -2 at 1; 0");
     EXPECT_EQ(SummaryOf<float>(DataTypeFloat32, {NAN}), "; 1");
     EXPECT_EQ(SummaryOf<double>(DataTypeFloat64, {-1e300}), "-1e+300 -1e+300 -1e+300 at 0; 0");
-    // Halves: 1 and -2; the largest and the smallest one above zero; NaN and minus infinity.
-    EXPECT_EQ(SummaryOf<uint16_t>(DataTypeFloat16, {0x3c00, 0xc000}), "-2 1 -0.5 at 0; 0");
+    // Halves: 1.5 and -2; the largest and the smallest one above zero; NaN and minus infinity.
+    EXPECT_EQ(SummaryOf<uint16_t>(DataTypeFloat16, {0x3e00, 0xc000}), "-2 1.5 -0.25 at 0; 0");
     EXPECT_EQ(SummaryOf<uint16_t>(DataTypeFloat16, {0x7bff, 0x0001}), "5.96046e-08 65504 32752 at 0; 0");
     EXPECT_EQ(SummaryOf<uint16_t>(DataTypeFloat16, {0x7e00, 0xfc00}), "-inf -inf -inf at 1; 1");
     EXPECT_EQ(SummaryOf<int64_t>(DataTypeInt64, {1 - INT64_MAX, INT64_MAX}),
