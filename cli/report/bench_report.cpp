@@ -115,7 +115,8 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
 
 void PrintJsonBenchReport(std::ostream& out, const BenchReport& report) {
     const SteadyState steady = Summarise(report.inferences);
-    PrintJson(out, {{"model", report.model.value_or("")},
+    const std::string model = report.model.value_or("");  // deliberately a text even where only a cache was given
+    PrintJson(out, {{"model", model},
                     {"host", report.host ? Json(*report.host) : Json()},
                     {"start_up",
                      {{"launch_ms", report.launch ? Json(*report.launch) : Json()},
