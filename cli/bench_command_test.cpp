@@ -1,6 +1,6 @@
 #include "cli/captured_run.h"
 #include "cli/distribution.h"
-#include "testing/tiny_models.h"
+#include "testing/support/tiny_models.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

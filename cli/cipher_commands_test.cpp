@@ -1,5 +1,5 @@
 #include "cli/captured_run.h"
-#include "testing/temporary_folder.h"
+#include "testing/support/temporary_folder.h"
 
 #include <orvane/model_file_cipher.h>
 

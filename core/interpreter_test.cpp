@@ -1,8 +1,8 @@
 #include <orvane/interpreter.h>
 
 #include "core/backend_factory.h"
-#include "testing/captured_log.h"
-#include "testing/fake_backend.h"
+#include "testing/support/captured_log.h"
+#include "testing/support/fake_backend.h"
 
 #include <gtest/gtest.h>
 

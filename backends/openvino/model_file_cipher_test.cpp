@@ -1,7 +1,7 @@
 #include <orvane/model_file_cipher.h>
 
 #include "backends/openvino/encrypted_model_file.h"
-#include "testing/temporary_folder.h"
+#include "testing/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 
 #include "backends/openvino/openvino_wrapper.h"
 
-#include "testing/captured_log.h"
-#include "testing/temporary_folder.h"
-#include "testing/tiny_models.h"
+#include "testing/support/captured_log.h"
+#include "testing/support/temporary_folder.h"
+#include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
 

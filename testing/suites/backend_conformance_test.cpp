@@ -4,8 +4,8 @@
 #include <orvane/model_file_cipher.h>
 
 #include "core/backend_factory.h"
-#include "testing/temporary_folder.h"
-#include "testing/tiny_models.h"
+#include "testing/support/temporary_folder.h"
+#include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
 

@@ -5,16 +5,12 @@
 #include <cstddef>
 #include <functional>
 #include <string>
-#include <vector>
 
-// What a test on Linux asks about processes.
+// What a test asks about processes that only Linux can tell.
 namespace Orvane::Testing {
 
 // How many entries a folder has.
 size_t Entries(const std::string& folder);
-
-// This process's children, also dead ones that were not reaped.
-std::vector<pid_t> Children();
 
 // How many shared objects there are under a process's names.
 size_t Names(pid_t process);

@@ -1,4 +1,4 @@
-#include "testing/processes.h"
+#include "testing/posix/processes.h"
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -6,22 +6,12 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 
 namespace Orvane::Testing {
 
 size_t Entries(const std::string& folder) {
     return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
-std::vector<pid_t> Children() {
-    std::vector<pid_t> children;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream file(thread.path() / "children");
-        children.insert(children.end(), std::istream_iterator<pid_t>(file), {});
-    }
-    return children;
 }
 
 size_t Names(pid_t process) {

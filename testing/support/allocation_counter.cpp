@@ -1,4 +1,4 @@
-#include "testing/allocation_counter.h"
+#include "testing/support/allocation_counter.h"
 
 #include <cstdlib>
 #include <new>

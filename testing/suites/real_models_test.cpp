@@ -3,7 +3,7 @@
 #include "backends/openvino/cache_keystream.h"
 #include "cli/captured_run.h"
 #include "platform/path.h"
-#include "testing/temporary_folder.h"
+#include "testing/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <openvino/openvino.hpp>
