@@ -35,10 +35,10 @@ struct WithEvents {
         }
     }
     void SetCall() { call.Set(); }
-    void WaitForCall() { call.Wait(Event::kForever); }
+    void WaitForCall() { call.Wait(Event::kForever, Orvane::Platform::Awaited::Work); }
     void SetResult() { result.Set(); }
     void WaitForResult() {  // in slices, as the client of a channel does: that is another way to wait
-        while (!result.Wait(200)) {
+        while (!result.Wait(200, Orvane::Platform::Awaited::Result)) {
         }
     }
 
@@ -113,7 +113,7 @@ struct Pair {
           handOver(std::to_string(getpid())),
           section(Section::Create("BenchData" + std::to_string(getpid()), workload.StubBytes() + kData)),
           view(section ? section.Map(0) : View()) {
-        if (!view || !section.Reserve(workload.StubBytes() + kData)) {
+        if (!view || !section.Commit(workload.StubBytes() + kData)) {
             throw std::runtime_error("cannot make the shared memory");
         }
         child = fork();

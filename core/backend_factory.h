@@ -2,13 +2,17 @@
 
 #include "core/i_orvane.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace Orvane {
 
-// The two backends. `core` only declares them: a library links the ones that it has and, for the other one, the
-// definition that answers null.
-std::unique_ptr<IOrvane> CreateOpenvinoBackend();
+// The backends of the library that this is linked into, which defines these two.
+
+// The one that runs models of this framework, a `FrameworkType`, in this process; null when the library has none.
+std::unique_ptr<IOrvane> CreateLocalBackend(uint32_t framework);
+
+// The one that runs models in a host process.
 std::unique_ptr<IOrvane> CreateRemoteBackend();
 
 }  // namespace Orvane

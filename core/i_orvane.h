@@ -12,8 +12,11 @@
 namespace Orvane {
 
 // What an interpreter asks of the thing that runs its model. The order of the operations is fixed.
-// Failed inferences are statuses; of exceptions only a failed allocation may leave an operation.
-// Apart from `Init`, operations expect a successful `Init`.
+// Failed inferences are statuses. Of exceptions a failed allocation may leave any operation; the remote backend throws
+// a `std::runtime_error` at a reply that is none, and the local one passes on what the runtime throws and is not the
+// runtime's own class of exceptions. A backend stays usable for `Init` after each of them.
+// Apart from `Init`, operations expect a successful `Init`. The local backend is used from one thread at a time; the
+// remote one may be from several.
 class IOrvane {
  public:
     virtual ~IOrvane() = default;

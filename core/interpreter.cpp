@@ -3,7 +3,7 @@
 
 #include "core/backend_factory.h"
 #include "core/error_status.h"
-#include "core/interpreter_proxy_impl.h"
+#include "core/interpreter_impl.h"
 
 #include <utility>
 
@@ -11,8 +11,8 @@ namespace Orvane {
 
 namespace {
 
-// Why a framework cannot be had; null for the enabled ones. Spelling and line ends are deliberate: applications
-// compare these texts.
+// Why a framework that has no backend here cannot be had. Spelling and line ends are deliberate: applications compare
+// these texts.
 const char* Refusal(uint32_t framework) {
     switch (framework) {
         case FrameworkTypeTFLite:
@@ -31,7 +31,7 @@ const char* Refusal(uint32_t framework) {
             return "QNN is not enabled\n";
         case FrameworkTypeOpenvinoPlain:
         case FrameworkTypeOpenvino:
-            return nullptr;
+            return "OpenVINO is not enabled\n";
         default:
             Log(kLogLevelError, "[ORVANE]:Orvane::Interpreter::init FrameworkType is invalid");
             return "Orvane::Interpreter::init FrameworkType is invalid\n";
@@ -54,13 +54,9 @@ Status Interpreter::Init(const OptionV2& options) {
 
 Status Interpreter::Init(const InterpreterParams& params) {
     framework = params.framework;
-    const bool remote = !params.host.empty();
-    if (const char* refusal = remote ? nullptr : Refusal(framework); refusal != nullptr) {
-        return MakeErrorStatus(refusal);
-    }
-    std::unique_ptr<IOrvane> backend = remote ? CreateRemoteBackend() : CreateOpenvinoBackend();
-    if (backend == nullptr) {  // not in `orvane_client`
-        return MakeErrorStatus("OpenVINO is not enabled\n");
+    std::unique_ptr<IOrvane> backend = params.host.empty() ? CreateLocalBackend(framework) : CreateRemoteBackend();
+    if (backend == nullptr) {
+        return MakeErrorStatus(Refusal(framework));
     }
     interpreter.reset();  // an earlier model goes before the next one is loaded
     auto initialised = std::make_unique<InterpreterProxyImpl>(std::move(backend));

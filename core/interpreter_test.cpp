@@ -129,8 +129,10 @@ TEST_F(InterpreterTest, SeparateInterpretersRunOnSeparateThreads) {
 
 }  // namespace
 
-std::unique_ptr<IOrvane> CreateOpenvinoBackend() {
-    return openvinoEnabled ? std::make_unique<Testing::FakeBackend>(record, "openvino") : nullptr;
+std::unique_ptr<IOrvane> CreateLocalBackend(uint32_t framework) {
+    return openvinoEnabled && (framework == 5 || framework == 9)
+               ? std::make_unique<Testing::FakeBackend>(record, "openvino")
+               : nullptr;
 }
 std::unique_ptr<IOrvane> CreateRemoteBackend() {
     return std::make_unique<Testing::FakeBackend>(record, "remote");

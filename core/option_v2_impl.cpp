@@ -1,10 +1,10 @@
 #include "core/option_v2_impl.h"
 
 #include "core/error_status.h"
-#include "core/flat_form.h"
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -37,9 +37,14 @@ void OptionV2Impl::Destroy() {
 }
 
 void OptionV2Impl::SetBuffer(const char* key, const void* data, uint32_t size) {
-    if (data != nullptr) {
-        StoreBuffer(key, {data, size, nullptr});
+    if (data == nullptr) {
+        return;
     }
+    OptionValue& value = values[key];
+    if (auto* old = std::get_if<OptionBuffer>(&value); old != nullptr && old->owned != nullptr) {
+        replacedBuffers.push_back(std::move(old->owned));
+    }
+    value = OptionBuffer{data, size, nullptr};
 }
 
 void OptionV2Impl::SetString(const char* key, const char* text) {
@@ -106,7 +111,7 @@ const char* OptionV2Impl::GetString(const char* key) const {
 }
 
 const void* OptionV2Impl::GetBuffer(const char* key, uint32_t& size) const {
-    const auto* buffer = Find<Buffer>(key);
+    const auto* buffer = Find<OptionBuffer>(key);
     size = buffer != nullptr ? buffer->size : 0;
     return buffer != nullptr ? buffer->data : nullptr;
 }
@@ -162,103 +167,19 @@ Status OptionV2Impl::ToParams(InterpreterParams& params) const {
     return MakeSuccessStatus();
 }
 
-template <typename T>
-void OptionV2Impl::WriteValue(FlatWriter& writer, const T& value) {
-    if constexpr (std::is_same_v<T, std::string>) {
-        writer.Write<uint64_t>(value.size());
-        writer.WriteRun(value.data(), value.size());
-    } else if constexpr (std::is_same_v<T, Buffer>) {
-        writer.Write(value.size);
-        writer.WriteRun(value.data, value.size);
-    } else {
-        writer.Write(value);
-    }
-}
-
 uint64_t OptionV2Impl::Serialize(void* buffer, uint64_t capacity) const {
-    FlatWriter writer(buffer, capacity);
-    try {
-        writer.Write<uint64_t>(values.size());
-        for (const auto& [key, value] : values) {
-            writer.Write<uint64_t>(key.size());
-            writer.WriteRun(key.data(), key.size());
-            writer.Write(static_cast<uint8_t>(value.index()));
-            std::visit([&writer](const auto& alternative) { WriteValue(writer, alternative); }, value);
-        }
-    } catch (const FlatFormError&) {
-        return 0;
-    }
-    return writer.Size();
+    return WriteFlatForm(values, buffer, capacity);
 }
 
 bool OptionV2Impl::Deserialize(const void* data, uint64_t size) {
     values.clear();
-    FlatReader reader(data, size);
-    try {
-        for (auto count = reader.Read<uint64_t>(); count > 0; --count) {
-            ReadEntry(reader);
-        }
-    } catch (const FlatFormError&) {
-        return false;
-    }
-    return true;
-}
-
-void OptionV2Impl::ReadEntry(FlatReader& reader) {
-    const auto keyLength = reader.Read<uint64_t>();
-    const std::string key(reader.ReadRun(keyLength), keyLength);
-    switch (reader.ReadTag()) {
-        case 0:
-            SetBool(key.c_str(), reader.Read<uint8_t>() != 0);
-            break;
-        case 1:
-            SetFloat(key.c_str(), reader.Read<float>());
-            break;
-        case 2:
-            SetDouble(key.c_str(), reader.Read<double>());
-            break;
-        case 3:
-            SetInt(key.c_str(), reader.Read<int32_t>());
-            break;
-        case 4:
-            SetInt64(key.c_str(), reader.Read<int64_t>());
-            break;
-        case 5: {
-            const auto length = reader.Read<uint64_t>();
-            SetString(key.c_str(), std::string(reader.ReadRun(length), length).c_str());
-            break;
-        }
-        case 6: {
-            const auto length = reader.Read<int32_t>();
-            if (length <= 0) {
-                values[key] = false;
-                break;
-            }
-            const auto byteCount = static_cast<uint32_t>(length);
-            const char* bytes = reader.ReadRun(byteCount);
-            Buffer copy{nullptr, byteCount, std::make_unique<uint8_t[]>(byteCount)};
-            std::memcpy(copy.owned.get(), bytes, byteCount);
-            copy.data = copy.owned.get();
-            StoreBuffer(key, std::move(copy));
-            break;
-        }
-        default:  // not ours: nothing is stored, its value is not skipped
-            break;
-    }
+    return ReadFlatForm(data, size, values);
 }
 
 template <typename T>
 const T* OptionV2Impl::Find(const char* key) const {
     const auto entry = values.find(std::string_view(key));
     return entry != values.end() ? std::get_if<T>(&entry->second) : nullptr;
-}
-
-void OptionV2Impl::StoreBuffer(const std::string& key, Buffer buffer) {
-    Value& value = values[key];
-    if (auto* old = std::get_if<Buffer>(&value); old != nullptr && old->owned != nullptr) {
-        replacedBuffers.push_back(std::move(old->owned));
-    }
-    value = std::move(buffer);
 }
 
 }  // namespace Orvane

@@ -2,17 +2,13 @@
 
 #include <orvane/option_v2.h>
 
+#include "core/flat_form.h"
+
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <string>
-#include <variant>
 #include <vector>
 
 namespace Orvane {
-
-class FlatReader;
-class FlatWriter;
 
 class OptionV2Impl final : public OptionV2 {
  public:
@@ -37,26 +33,11 @@ class OptionV2Impl final : public OptionV2 {
     bool Deserialize(const void* data, uint64_t size) override;
 
  private:
-    // Bytes of the caller, or of the set's own when they came from a flat form.
-    struct Buffer {
-        const void* data = nullptr;
-        uint32_t size = 0;
-        std::unique_ptr<uint8_t[]> owned;
-    };
-
-    // The place of a type in this list is its tag in the flat form.
-    using Value = std::variant<bool, float, double, int32_t, int64_t, std::string, Buffer>;
-
     ~OptionV2Impl() = default;
 
     template <typename T>
     const T* Find(const char* key) const;
-    void StoreBuffer(const std::string& key, Buffer buffer);
-    template <typename T>
-    static void WriteValue(FlatWriter& writer, const T& value);
-    void ReadEntry(FlatReader& reader);
-
-    std::map<std::string, Value, std::less<>> values;
+    OptionValues values;
 
     // A buffer that replaces a buffer deliberately does not free the old bytes: whoever asked for their address
     // may still use it. They go with the set.

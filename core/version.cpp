@@ -5,6 +5,10 @@
 
 namespace Orvane {
 
+int VersionNumber() {
+    return ORVANE_VERSION;
+}
+
 const char* Version() {
     return ORVANE_TEXT(ORVANE_VERSION_MAJOR) "." ORVANE_TEXT(ORVANE_VERSION_MINOR) "." ORVANE_TEXT(
         ORVANE_VERSION_PATCH);

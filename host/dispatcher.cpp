@@ -3,7 +3,10 @@
 #include "ipc/call_protocol.h"
 #include "platform/process.h"
 
-#include <utility>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <vector>
 
 namespace Orvane {
 
@@ -33,86 +36,96 @@ void ReplyStatus(MessageBuffer& message, const Status& status) {
 void ReplyOutput(MessageBuffer& message, TensorImpl& tensor, uint32_t size) {
     message.Rewind();
     message.WriteUInt32(size);
-    message.WriteStatus(tensor.CopyTo(message.Reserve(size), size));
+    message.WriteStatus(tensor.CopyTo(message.ReserveBytes(size), size));
 }
 
-Status Initialise(HostSession& session, const MessageBuffer::Run& flatForm) {
+// --- The calls. Each reads its request, and writes its reply over it. ---
+
+void Init(HostSession& session) {
+    const MessageBuffer::Bytes flatForm = session.channel.message.ReadBytes();
     InterpreterParams params;
     const OptionHandle option = CreateOption();
-    option->Deserialize(flatForm.data, flatForm.size);
-    const Status converted = option->ToParams(params);
+    option->Deserialize(flatForm.data, flatForm.size);  // deliberately whatever it answers: what was read counts
+    Status status = option->ToParams(params);
     params.host.clear();  // the model runs here, whatever the client's own options say
 
     session.interpreter = std::make_unique<Interpreter>();  // an earlier model goes before the next one is loaded
-    return converted.Ok() ? session.interpreter->Init(params) : converted;
+    if (status.Ok()) {
+        status = session.interpreter->Init(params);
+    }
+    ReplyStatus(session.channel.message, status);
 }
 
-void Carry(HostSession& session, uint32_t call) {
+void GetTensorCount(HostSession& session) {
     MessageBuffer& message = session.channel.message;
-    switch (call) {
-        case CallInit:
-            ReplyStatus(message, Initialise(session, message.ReadRun()));
-            break;
-        case CallGetTensorCount: {
-            const bool outputs = message.ReadUInt32() != 0;
-            Interpreter& interpreter = InterpreterOf(session);
-            const int32_t count = outputs ? interpreter.GetOutputCount() : interpreter.GetInputCount();
-            message.Rewind();
-            message.WriteUInt32(static_cast<uint32_t>(count));
-            break;
-        }
-        case CallGetTensorInfo: {
-            const uint32_t type = message.ReadUInt32();
-            const TensorHandle tensor = TensorOf(session, type, message.ReadUInt32());
-            message.Rewind();
-            WriteTensorInfo(message, *tensor);
-            break;
-        }
-        case CallSetInputData: {
-            const TensorHandle tensor = TensorOf(session, TensorTypeInput, message.ReadUInt32());
-            const MessageBuffer::Run data = message.ReadRun();
-            ReplyStatus(message, tensor->CopyFrom(data.data, data.size));
-            break;
-        }
-        case CallInvoke:
-            ReplyStatus(message, InterpreterOf(session).Invoke());
-            break;
-        case CallCopyOutputTo: {
-            const TensorHandle tensor = TensorOf(session, TensorTypeOutput, message.ReadUInt32());
-            ReplyOutput(message, *tensor, message.ReadUInt32());
-            break;
-        }
-        case CallGetTensorData: {
-            const TensorHandle tensor = TensorOf(session, TensorTypeOutput, message.ReadUInt32());
-            ReplyOutput(message, *tensor, static_cast<uint32_t>(tensor->GetByteSize()));
-            break;
-        }
-        case CallGetExtraInfo: {
-            const auto info = InterpreterOf(session).GetExtraInfo();
-            message.Rewind();
-            WriteExtraInfo(message, info);
-            break;
-        }
-        case CallSetTensorShape: {
-            const uint32_t type = message.ReadUInt32();
-            const uint32_t index = message.ReadUInt32();
-            const std::vector<int64_t> shape = ReadShape(message);
-            ReplyStatus(message, TensorOf(session, type, index)->Resize(shape));
-            break;
-        }
-        default:  // no call: the client reads what it wrote
-            break;
-    }
+    const bool outputs = message.ReadUInt32() != 0;
+    const Interpreter& interpreter = InterpreterOf(session);
+    const int32_t count = outputs ? interpreter.GetOutputCount() : interpreter.GetInputCount();
+    message.Rewind();
+    message.WriteUInt32(static_cast<uint32_t>(count));
 }
+
+void GetTensorInfo(HostSession& session) {
+    MessageBuffer& message = session.channel.message;
+    const uint32_t type = message.ReadUInt32();
+    const TensorHandle tensor = TensorOf(session, type, message.ReadUInt32());
+    message.Rewind();
+    WriteTensorInfo(message, *tensor);
+}
+
+void SetInputData(HostSession& session) {
+    MessageBuffer& message = session.channel.message;
+    const TensorHandle tensor = TensorOf(session, TensorTypeInput, message.ReadUInt32());
+    const MessageBuffer::Bytes data = message.ReadBytes();
+    ReplyStatus(message, tensor->CopyFrom(data.data, data.size));
+}
+
+void Invoke(HostSession& session) {
+    ReplyStatus(session.channel.message, InterpreterOf(session).Invoke());
+}
+
+void CopyOutputTo(HostSession& session) {
+    MessageBuffer& message = session.channel.message;
+    const TensorHandle tensor = TensorOf(session, TensorTypeOutput, message.ReadUInt32());
+    ReplyOutput(message, *tensor, message.ReadUInt32());
+}
+
+void GetTensorData(HostSession& session) {
+    MessageBuffer& message = session.channel.message;
+    const TensorHandle tensor = TensorOf(session, TensorTypeOutput, message.ReadUInt32());
+    ReplyOutput(message, *tensor, static_cast<uint32_t>(tensor->GetByteSize()));
+}
+
+void GetExtraInfo(HostSession& session) {
+    MessageBuffer& message = session.channel.message;
+    const auto info = InterpreterOf(session).GetExtraInfo();
+    message.Rewind();
+    WriteExtraInfo(message, info);
+}
+
+void SetTensorShape(HostSession& session) {
+    MessageBuffer& message = session.channel.message;
+    const uint32_t type = message.ReadUInt32();
+    const uint32_t index = message.ReadUInt32();
+    const std::vector<int64_t> shape = ReadShape(message);
+    ReplyStatus(message, TensorOf(session, type, index)->Resize(shape));
+}
+
+// By their numbers. `CallExit` and what is no call have no answer: the client finds its own request.
+constexpr void (*kCalls[])(HostSession&) = {Init,         GetTensorCount, GetTensorInfo, SetInputData,  Invoke,
+                                            CopyOutputTo, GetTensorData,  GetExtraInfo,  SetTensorShape};
+static_assert(std::size(kCalls) == CallExit);
 
 }  // namespace
 
 void Serve(HostSession& session) {
     for (uint32_t call = CallInit; call != CallExit;) {
-        session.channel.callEvent.Wait(Platform::Event::kForever);
+        session.channel.callEvent.Wait(Platform::Event::kForever, Platform::Awaited::Work);
         session.channel.message.Rewind();
         call = session.channel.message.ReadUInt32();
-        Carry(session, call);
+        if (call < std::size(kCalls)) {
+            kCalls[call](session);
+        }
         session.channel.resultEvent.Set();
     }
 }

@@ -42,12 +42,12 @@ void MessageBuffer::WriteStatus(const Status& status) {
     WriteString(status.message);
 }
 
-void MessageBuffer::WriteRun(const void* data, uint32_t size) {
+void MessageBuffer::WriteBytes(const void* data, uint32_t size) {
     WriteUInt32(size);
     Write(data, size);
 }
 
-uint8_t* MessageBuffer::Reserve(uint32_t size) {
+uint8_t* MessageBuffer::ReserveBytes(uint32_t size) {
     uint8_t* const run = base + cursor;
     cursor += size;
     return run;
@@ -61,7 +61,7 @@ uint32_t MessageBuffer::ReadUInt32() {
 std::string MessageBuffer::ReadString() {
     ExpectTag(sizeof(char));
     const uint32_t length = ReadWord();
-    return {reinterpret_cast<const char*>(Reserve(length)), length};
+    return {reinterpret_cast<const char*>(ReserveBytes(length)), length};
 }
 
 Status MessageBuffer::ReadStatus() {
@@ -70,9 +70,9 @@ Status MessageBuffer::ReadStatus() {
     return message.empty() && code == 0 ? MakeSuccessStatus() : MakeErrorStatus(message, code);
 }
 
-MessageBuffer::Run MessageBuffer::ReadRun() {
+MessageBuffer::Bytes MessageBuffer::ReadBytes() {
     const uint32_t size = ReadUInt32();
-    return {Reserve(size), size};
+    return {ReserveBytes(size), size};
 }
 
 void MessageBuffer::Write(const void* item, uint32_t size) {

@@ -21,8 +21,8 @@ namespace Orvane {
 // A write that does not fit ends the process. Reads are not bounded: whoever sends a length keeps it inside.
 class MessageBuffer {
  public:
-    // Bytes that a view points to, inside the buffer.
-    struct Run {
+    // A byte run, inside the buffer.
+    struct Bytes {
         uint8_t* data;
         uint32_t size;
     };
@@ -39,10 +39,10 @@ class MessageBuffer {
     void WriteUInt64(uint64_t value);
     void WriteString(std::string_view text);
     void WriteStatus(const Status& status);
-    void WriteRun(const void* data, uint32_t size);
+    void WriteBytes(const void* data, uint32_t size);
 
     // The next `size` bytes, for the caller to fill in place. Not bounded.
-    uint8_t* Reserve(uint32_t size);
+    uint8_t* ReserveBytes(uint32_t size);
 
     // How many bytes can still be written.
     uint32_t Room() const { return capacity - cursor; }
@@ -54,7 +54,7 @@ class MessageBuffer {
     Status ReadStatus();
 
     // Points into the buffer; nothing is copied.
-    Run ReadRun();
+    Bytes ReadBytes();
 
  private:
     void Write(const void* item, uint32_t size);

@@ -46,7 +46,7 @@ TEST(MessageBuffer, WritesTheseBytes) {
         {[](auto& m) { m.WriteUInt64(0x0102030405060708); }, "08000000 08070605 04030201"},
         {[](auto& m) { m.WriteString(""); }, "01000000 00000000"},
         {[](auto& m) { m.WriteString("不"); }, "01000000 03000000 E4B88D"},
-        {[](auto& m) { m.WriteRun("abcd", 4); }, "04000000 04000000 61626364"},
+        {[](auto& m) { m.WriteBytes("abcd", 4); }, "04000000 04000000 61626364"},
         {[](auto& m) {
              m.WriteStatus({"Not Init success!", -1});
          },

@@ -90,10 +90,10 @@ void SharedChannel::Open(const std::string& arguments) {
     message.Attach(view.Data(), static_cast<uint32_t>(size));
 }
 
-bool SharedChannel::Reserve(uint32_t dataSize) {
+bool SharedChannel::EnsureMemory(uint32_t dataSize) {
     // Ample for what a message consists of beside data: numbers, a name, a shape, the text of a status.
     constexpr uint64_t kBesideData = 65'536;
-    return !section || section.Reserve(std::min<uint64_t>(dataSize + kBesideData, message.Capacity()));
+    return !section || section.Commit(std::min<uint64_t>(dataSize + kBesideData, message.Capacity()));
 }
 
 void SharedChannel::ReleaseSection() {

@@ -28,7 +28,7 @@ struct SharedChannel {
     // Client: makes sure of the memory for requests and replies that carry `dataSize` bytes of data, or for the whole
     // section when that is less. False, with the system's last error, when there is not enough. Does nothing without a
     // section.
-    bool Reserve(uint32_t dataSize);
+    bool EnsureMemory(uint32_t dataSize);
 
     // Unmaps and closes the section. The events stay open, deliberately: the next `Create` replaces them.
     void ReleaseSection();

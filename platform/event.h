@@ -1,10 +1,15 @@
 #pragma once
 
+#include "platform/handle.h"
+
 #include <cstdint>
-#include <memory>
 #include <string>
 
 namespace Orvane::Platform {
+
+// What a wait is for: work that may never come, or the result of work that was handed over, for which whoever wakes up
+// late has made it longer.
+enum class Awaited { Work, Result };
 
 // A named auto-reset event that two processes share. A set is never lost and releases exactly one wait; what was
 // written before it is seen after the wait. What fails leaves the system's last error readable.
@@ -13,8 +18,6 @@ class Event {
     static constexpr uint32_t kForever = 0xFFFFFFFF;
 
     Event() = default;  // empty: no event
-    Event(Event&& other) noexcept = default;
-    Event& operator=(Event&& other) noexcept = default;  // closes the event that is held
 
     // Not signalled; or the event of that name, as it is, when there is one already. Empty on failure.
     static Event Create(const std::string& name);
@@ -22,18 +25,23 @@ class Event {
     // Empty when there is no such event. On Linux the name is gone afterwards: nobody else is to open it.
     static Event Open(const std::string& name);
 
-    explicit operator bool() const { return state != nullptr; }
+    explicit operator bool() const { return static_cast<bool>(state); }
 
     // Not for an empty event. `Wait` returns false after `milliseconds` without a set, and on failure.
-    // On Linux a wait of the side that made the event may move its thread to another of the processors that it may run
-    // on; its affinity is afterwards as it was.
+    // On Linux a wait for a result may move its thread to another of the processors that it may run on; its affinity
+    // is afterwards as it was.
     bool Set();
-    bool Wait(uint32_t milliseconds);
+    bool Wait(uint32_t milliseconds, Awaited awaited);
 
  private:
-    struct State;  // closes in its destructor and keeps the last error
+    struct State;
+    struct Closing {
+        using Value = State*;
+        static constexpr Value kNone = nullptr;
+        static void Close(Value event) noexcept;
+    };
 
-    std::shared_ptr<State> state;
+    UniqueHandle<Closing> state;
 };
 
 }  // namespace Orvane::Platform

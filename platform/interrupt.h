@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include "platform/handle.h"
 
 namespace Orvane::Platform {
 
@@ -13,9 +13,14 @@ class InterruptFlag {
     bool IsSet() const;
 
  private:
-    struct State;  // ends the watch in its destructor
+    struct State;
+    struct Closing {
+        using Value = State*;
+        static constexpr Value kNone = nullptr;
+        static void Close(Value watch) noexcept;  // ends the watch
+    };
 
-    std::shared_ptr<State> state;
+    UniqueHandle<Closing> state;
 };
 
 }  // namespace Orvane::Platform

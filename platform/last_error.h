@@ -7,4 +7,16 @@ namespace Orvane::Platform {
 // The calling thread's last system error: `errno` or `GetLastError()`.
 uint32_t LastError() noexcept;
 
+// When it ends, the last error is again what it was when it began.
+class LastErrorKept {
+ public:
+    LastErrorKept() noexcept : error(LastError()) {}
+    ~LastErrorKept();
+    LastErrorKept(const LastErrorKept&) = delete;
+    LastErrorKept& operator=(const LastErrorKept&) = delete;
+
+ private:
+    uint32_t error;
+};
+
 }  // namespace Orvane::Platform

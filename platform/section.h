@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/handle.h"
+
 #include <cstdint>
-#include <memory>
 #include <string>
 
 namespace Orvane::Platform {
@@ -10,49 +11,55 @@ namespace Orvane::Platform {
 class View {
  public:
     View() = default;  // empty: nothing is mapped
-    View(View&& other) noexcept = default;
-    View& operator=(View&& other) noexcept = default;  // unmaps what is held
 
-    explicit operator bool() const { return state != nullptr; }
+    explicit operator bool() const { return static_cast<bool>(state); }
     uint8_t* Data() const;
 
  private:
     friend class Section;
-    struct State;  // unmaps in its destructor and keeps the last error
+    struct State;
+    struct Closing {
+        using Value = State*;
+        static constexpr Value kNone = nullptr;
+        static void Close(Value view) noexcept;
+    };
 
-    std::shared_ptr<State> state;
+    UniqueHandle<Closing> state;
 };
 
 // A named section of shared memory. What fails leaves the system's last error readable.
 class Section {
  public:
     Section() = default;  // empty: no section
-    Section(Section&& other) noexcept = default;
-    Section& operator=(Section&& other) noexcept = default;  // closes the section that is held
 
     // `size` zero bytes. Or the section of that name, in the size that it has, when there is one already. Empty on
-    // failure. `Reserve` those that are to be used.
+    // failure. `Commit` those that are to be used.
     static Section Create(const std::string& name, uint32_t size);
 
     // Empty when there is no such section. On Linux the name is gone afterwards: nobody else is to open it.
     static Section Open(const std::string& name);
 
-    explicit operator bool() const { return state != nullptr; }
+    explicit operator bool() const { return static_cast<bool>(state); }
 
     // Makes the first `size` bytes certain to be there: a system that has no room for them fails here, and does not end
-    // the process that touches them. False on failure. What was reserved before costs nothing.
+    // the process that touches them. False on failure. What was committed before costs nothing.
     // Linux gives memory page by page, which for many megabytes takes longer than starting a program; on Windows all
     // bytes of a section are certain from the beginning.
-    bool Reserve(uint64_t size);
+    bool Commit(uint64_t size);
 
     // The first `size` bytes, or all of them when it is 0. Empty on failure, also when the section is smaller.
     // The view keeps the memory alive when the section is closed.
     View Map(uint64_t size) const;
 
  private:
-    struct State;  // closes in its destructor and keeps the last error
+    struct State;
+    struct Closing {
+        using Value = State*;
+        static constexpr Value kNone = nullptr;
+        static void Close(Value section) noexcept;
+    };
 
-    std::shared_ptr<State> state;
+    UniqueHandle<Closing> state;
 };
 
 // Removes the sections and events that clients left behind by dying before their host had opened them: those whose

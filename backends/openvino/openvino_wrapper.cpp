@@ -6,7 +6,7 @@
 #include "backends/openvino/decode_input_stream_buf.h"
 #include "backends/openvino/decode_output_stream_buf.h"
 #include "backends/openvino/encrypted_model_file.h"
-#include "core/backend_factory.h"
+#include "backends/openvino/openvino_backend.h"
 #include "core/error_status.h"
 #include "platform/path.h"
 
@@ -71,7 +71,17 @@ Status RuntimeFailure(const ov::Exception& error) {
     return MakeErrorStatus(error.what(), kErrorCode, FailureReasonRuntime);
 }
 
-// Throws `std::bad_alloc` for a size that no memory has: a dynamic dimension, -1, gives one.
+// The model file with the ending "bin". Its ending is what stands in its name from the last "." on, also when that is
+// all of the name, which the standard library takes for a name without an ending.
+std::string WeightsFileOf(const std::string& modelFile) {
+    std::filesystem::path file = Platform::PathFromUtf8(modelFile);
+    const std::filesystem::path name = file.filename();
+    const bool isEnding = name.native().size() > 1 && name.native().rfind('.') == 0;
+    return Platform::Utf8FromPath(isEnding ? file.replace_filename(".bin") : file.replace_extension("bin"));
+}
+
+// Throws `std::bad_alloc` for a size that no memory has, which a dynamic dimension, -1, gives: a product that wrapped
+// around could be small, and the runtime would write behind the buffer.
 uint64_t ByteSize(uint64_t elementSize, const ov::Shape& shape) {
     uint64_t size = elementSize;
     for (const uint64_t dimension : shape) {
@@ -230,8 +240,7 @@ std::shared_ptr<ov::Model> OpenvinoWrapper::ReadEncryptedModel(const Interpreter
                                                                const std::string& modelFile) {
     const ModelFileCipher cipher{.key = params.openvinoMakeEncryptedKey};
     const std::string description = ReadEncryptedDescription(modelFile, cipher);
-    const std::filesystem::path weightsFile = Platform::PathFromUtf8(modelFile).replace_extension("bin");
-    weightsBuffer = ReadEncryptedWeights(Platform::Utf8FromPath(weightsFile), cipher);
+    weightsBuffer = ReadEncryptedWeights(WeightsFileOf(modelFile), cipher);
     const ov::Tensor weights(ov::element::u8, ov::Shape{weightsBuffer.Size()}, weightsBuffer.Data());
     return core->read_model(description, weights);
 }

@@ -5,11 +5,12 @@
 #include "core/backend_factory.h"
 #include "core/error_status.h"
 #include "core/system_exception.h"
+#include "ipc/call_protocol.h"
 #include "platform/last_error.h"
+#include "platform/process.h"
 
 #include <cstring>
 #include <memory>
-#include <utility>
 
 namespace Orvane {
 
@@ -23,13 +24,29 @@ constexpr int64_t kWaitBudget = 200'000'000;
 // The two blanks are deliberate: applications compare the text.
 constexpr const char* kHostCallError = "host call  error";
 
-Status HostEnded(const char* text = kHostExit) {
-    return MakeErrorStatus(text, kErrorCode, FailureReasonHostEnded);
+const char* LaunchError(Platform::LaunchStep step) {
+    switch (step) {
+        case Platform::LaunchStep::OpenToken:
+            return "OpenProcessToken error";
+        case Platform::LaunchStep::CreateJob:
+            return "CreateJobObject error";
+        case Platform::LaunchStep::LimitJob:
+            return "SetInformationJobObject error";
+        case Platform::LaunchStep::StartProgram:
+            return "CreateProcessAsUser error";
+        default:
+            return "AssignProcessToJobObject error";
+    }
 }
 
-// What `SharedChannel::Reserve` failed with.
-Status SectionStatus() {
-    return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()), FailureReasonSystem);
+// Writes a call and its u32 fields.
+template <typename... Fields>
+auto Request(Call call, Fields... fields) {
+    return [=](MessageBuffer& message) { WriteRequest(message, call, fields...); };
+}
+
+Status ReadStatus(MessageBuffer& message) {
+    return message.ReadStatus();
 }
 
 }  // namespace
@@ -38,20 +55,36 @@ std::unique_ptr<IOrvane> CreateRemoteBackend() {
     return std::make_unique<RemoteWrapper>();
 }
 
-// Lets `write` put a request into the channel and returns when the reply can be read from it. False when there is no
-// channel, or no host any more. The caller holds the lock until it has read the reply.
-template <typename Write>
-bool RemoteWrapper::Exchange(Write write) {
+template <typename Write, typename Read, typename Fail>
+std::invoke_result_t<Read, MessageBuffer&> RemoteWrapper::Exchange(uint32_t dataSize, Write write, Read read,
+                                                                   Fail fail) {
+    const std::lock_guard guard(channel.lock);
+    if (!channel.EnsureMemory(dataSize)) {
+        return fail(Obstacle::NoMemory);
+    }
     if (!channel.message.IsAttached()) {
-        return false;
+        return fail(Obstacle::NoHost);
     }
     write(channel.message);
-    return Transact();
+    return Transact() ? read(channel.message) : fail(Obstacle::NoHost);
+}
+
+template <typename Write>
+Status RemoteWrapper::ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost) {
+    return Exchange(dataSize, write, ReadStatus, [noHost](Obstacle obstacle) { return Failed(obstacle, noHost); });
+}
+
+Status RemoteWrapper::Failed(Obstacle obstacle, const char* noHost) {
+    if (obstacle == Obstacle::NoMemory) {
+        return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()), FailureReasonSystem);
+    }
+    return MakeErrorStatus(noHost, kErrorCode, FailureReasonHostEnded);
 }
 
 bool RemoteWrapper::Transact() {
     channel.callEvent.Set();
-    for (int64_t budget = kWaitBudget; !channel.resultEvent.Wait(kWaitSlice); budget -= kWaitSlice) {
+    for (int64_t budget = kWaitBudget; !channel.resultEvent.Wait(kWaitSlice, Platform::Awaited::Result);
+         budget -= kWaitSlice) {
         if (!host.IsAlive() || budget < 1) {
             Release();
             return false;
@@ -66,152 +99,119 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
     const OptionHandle option = CreateOption();
     option->FromParams(params);
     const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
+    if (Status status = EnsureHost(params.host, size); !status.Ok()) {
+        return status;
+    }
+    return ExchangeForStatus(size, [&option, size](MessageBuffer& message) {
+        WriteRequest(message, CallInit, size);
+        const uint32_t room = message.Room();
+        if (option->Serialize(message.ReserveBytes(size), room) != size) {
+            Platform::FailFast();  // like every write that does not fit
+        }
+    });
+}
+
+// A living host, and a channel to it that has memory for a first call of this size.
+Status RemoteWrapper::EnsureHost(const std::string& program, uint32_t dataSize) {
     FailureReason reason = FailureReasonSystem;
     try {
-        if (!host || !host.IsAlive()) {
-            if (host) {
-                Release();
-            }
+        if (host && !host.IsAlive()) {
+            Release();
+        }
+        if (!host) {
             channel.Create(kChannelSize);
             reason = FailureReasonHostStart;
-            LaunchHost(params.host);
+            LaunchHost(program);
+            reason = FailureReasonSystem;
         }
-        reason = FailureReasonSystem;
-        if (!channel.Reserve(size)) {
+        if (!channel.EnsureMemory(dataSize)) {
             ThrowSystemError(kSectionError);
         }
+        return MakeSuccessStatus();
     } catch (const SystemException& error) {
         Release();
         return MakeErrorStatus(error.what(), static_cast<int32_t>(error.Code()), reason);
     }
-    const bool answered = Exchange([&option, size](MessageBuffer& message) {
-        WriteRequest(message, CallInit, size);
-        const uint32_t room = message.Room();
-        if (option->Serialize(message.Reserve(size), room) != size) {
-            Platform::FailFast();  // like every write that does not fit
-        }
-    });
-    return answered ? channel.message.ReadStatus() : HostEnded();
 }
 
 void RemoteWrapper::LaunchHost(const std::string& program) {
-    Platform::Token token = Platform::Token::OpenCurrent();
-    if (!token) {
-        ThrowSystemError("OpenProcessToken error");
+    if (const auto failed = host.Launch(program, channel.hostArguments)) {
+        ThrowSystemError(LaunchError(*failed));
     }
-    job = Platform::Job::Create();
-    if (!job) {
-        ThrowSystemError("CreateJobObject error");
-    }
-    if (!job.SetKillOnClose()) {
-        ThrowSystemError("SetInformationJobObject error");
-    }
-    Platform::Process process;
-    {
-        const Platform::QuietErrors quiet;
-        process = Platform::Process::CreateSuspended(token, program, channel.hostArguments);
-    }
-    if (!process) {
-        ThrowSystemError("CreateProcessAsUser error");
-    }
-    if (!job.Assign(process)) {
-        process.Abandon();
-        ThrowSystemError("AssignProcessToJobObject error");
-    }
-    process.Resume();
-    host = std::move(process);
-    token.Close();
 }
 
 void RemoteWrapper::Release() {
     const std::lock_guard guard(channel.lock);
     if (channel.message.IsAttached()) {
-        WriteRequest(channel.message, CallExit);  // never signalled: closing the job is what ends the host
+        WriteRequest(channel.message, CallExit);  // never signalled: closing the host is what ends it
     }
-    job = {};
-    host = {};
+    host.Close();
     channel.ReleaseSection();
 }
 
 int32_t RemoteWrapper::GetTensorCount(TensorType type) {
-    const std::lock_guard guard(channel.lock);
-    const bool answered =
-        Exchange([type](MessageBuffer& message) { WriteRequest(message, CallGetTensorCount, uint32_t{type}); });
-    return answered ? static_cast<int32_t>(channel.message.ReadUInt32()) : 0;
+    return Exchange(
+        0, Request(CallGetTensorCount, uint32_t{type}),
+        [](MessageBuffer& reply) { return static_cast<int32_t>(reply.ReadUInt32()); }, [](Obstacle) { return 0; });
 }
 
 TensorInfo RemoteWrapper::GetTensorInfo(TensorType type, uint32_t index) {
-    const std::lock_guard guard(channel.lock);
-    const bool answered = Exchange(
-        [type, index](MessageBuffer& message) { WriteRequest(message, CallGetTensorInfo, uint32_t{type}, index); });
-    return answered ? ReadTensorInfo(channel.message) : TensorInfo();
+    return Exchange(0, Request(CallGetTensorInfo, uint32_t{type}, index), ReadTensorInfo,
+                    [](Obstacle) { return TensorInfo(); });
 }
 
 Status RemoteWrapper::SetInputData(uint32_t index, const void* data, uint32_t size) {
-    const std::lock_guard guard(channel.lock);
-    if (!channel.Reserve(size)) {
-        return SectionStatus();
-    }
-    const bool answered = Exchange([index, data, size](MessageBuffer& message) {
+    return ExchangeForStatus(size, [index, data, size](MessageBuffer& message) {
         WriteRequest(message, CallSetInputData, index);
-        message.WriteRun(data, size);
+        message.WriteBytes(data, size);
     });
-    return answered ? channel.message.ReadStatus() : HostEnded();
 }
 
 Status RemoteWrapper::Invoke() {
-    const std::lock_guard guard(channel.lock);
-    const bool answered = Exchange([](MessageBuffer& message) { WriteRequest(message, CallInvoke); });
-    return answered ? channel.message.ReadStatus() : HostEnded();
+    return ExchangeForStatus(0, Request(CallInvoke));
 }
 
 Status RemoteWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) {
-    const std::lock_guard guard(channel.lock);
-    if (!channel.Reserve(size)) {
-        return SectionStatus();
-    }
-    const bool answered =
-        Exchange([index, size](MessageBuffer& message) { WriteRequest(message, CallCopyOutputTo, index, size); });
-    if (!answered) {
-        return HostEnded();
-    }
-    const MessageBuffer::Run output = channel.message.ReadRun();
-    Status status = channel.message.ReadStatus();
-    if (status.Ok() && output.size != 0) {
-        std::memcpy(data, output.data, output.size);
-    }
-    return status;
+    return Exchange(
+        size, Request(CallCopyOutputTo, index, size),
+        [data](MessageBuffer& reply) {
+            const MessageBuffer::Bytes output = reply.ReadBytes();
+            Status status = reply.ReadStatus();
+            if (status.Ok() && output.size != 0) {
+                std::memcpy(data, output.data, output.size);
+            }
+            return status;
+        },
+        [](Obstacle obstacle) { return Failed(obstacle, kHostExit); });
 }
 
 void* RemoteWrapper::GetTensorData(TensorType type, uint32_t index) {
     if (type == TensorTypeInput) {
         return nullptr;
     }
-    const std::lock_guard guard(channel.lock);
-    // Only the host knows how much it will send.
-    if (!channel.Reserve(kChannelSize) ||
-        !Exchange([index](MessageBuffer& message) { WriteRequest(message, CallGetTensorData, index); })) {
-        return nullptr;
-    }
-    const MessageBuffer::Run output = channel.message.ReadRun();
-    return channel.message.ReadStatus().Ok() ? output.data : nullptr;
+    return Exchange(
+        kChannelSize,  // only the host knows how much it will send
+        Request(CallGetTensorData, index),
+        [](MessageBuffer& reply) -> void* {
+            const MessageBuffer::Bytes output = reply.ReadBytes();
+            return reply.ReadStatus().Ok() ? output.data : nullptr;
+        },
+        [](Obstacle) { return nullptr; });
 }
 
 std::unordered_map<std::string, std::string> RemoteWrapper::GetExtraInfo() {
-    const std::lock_guard guard(channel.lock);
-    if (!Exchange([](MessageBuffer& message) { WriteRequest(message, CallGetExtraInfo); })) {
-        return {};
-    }
-    return ReadExtraInfo(channel.message);
+    return Exchange(0, Request(CallGetExtraInfo), ReadExtraInfo,
+                    [](Obstacle) { return std::unordered_map<std::string, std::string>(); });
 }
 
 Status RemoteWrapper::SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) {
-    const std::lock_guard guard(channel.lock);
-    const bool answered = Exchange([type, index, &shape](MessageBuffer& message) {
-        WriteRequest(message, CallSetTensorShape, uint32_t{type}, index);
-        WriteShape(message, shape);
-    });
-    return answered ? channel.message.ReadStatus() : HostEnded(kHostCallError);
+    return ExchangeForStatus(
+        0,
+        [type, index, &shape](MessageBuffer& message) {
+            WriteRequest(message, CallSetTensorShape, uint32_t{type}, index);
+            WriteShape(message, shape);
+        },
+        kHostCallError);
 }
 
 }  // namespace Orvane

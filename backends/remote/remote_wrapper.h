@@ -3,12 +3,12 @@
 #include <orvane/host.h>
 
 #include "core/i_orvane.h"
-#include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
-#include "platform/process.h"
+#include "platform/host_process.h"
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -52,14 +52,25 @@ class RemoteWrapper final : public IOrvane {
     Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override;
 
  private:
+    // Why an exchange did not take place or got no reply.
+    enum class Obstacle { NoMemory, NoHost };
+
+    // The frame of every operation: under the lock, `write` puts a request into the channel, which has memory for
+    // `dataSize` bytes of data; the host gets it; and `read` makes the result of the reply. Or `fail` makes it.
+    template <typename Write, typename Read, typename Fail>
+    std::invoke_result_t<Read, MessageBuffer&> Exchange(uint32_t dataSize, Write write, Read read, Fail fail);
+
+    // The same for a reply that is a status.
     template <typename Write>
-    bool Exchange(Write write);
+    Status ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost = kHostExit);
+
+    static Status Failed(Obstacle obstacle, const char* noHost);
     bool Transact();
+    Status EnsureHost(const std::string& program, uint32_t dataSize);
     void LaunchHost(const std::string& program);
 
     // The order is that of destruction, from the last to the first.
-    Platform::Job job;       // ends the host when it is closed
-    Platform::Process host;  // empty when there is none
+    Platform::HostProcess host;
     SharedChannel channel;
 };
 

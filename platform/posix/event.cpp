@@ -14,7 +14,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <utility>
 
 namespace Orvane::Platform {
 
@@ -35,10 +34,8 @@ static_assert(std::atomic<uint32_t>::is_always_lock_free);
 // wants the processor run between two looks, such as a thread of the inference that is waited for.
 constexpr auto kWatchAlone = std::chrono::microseconds(5);
 
-// A wait without limit is for work that may never come; one with a limit is for the end of work that was started, and
-// whoever wakes up late from that has made it longer.
-constexpr auto kWatchForWork = std::chrono::microseconds(50);
-constexpr auto kWatchForResult = std::chrono::microseconds(500);
+constexpr std::chrono::nanoseconds kWatchForWork = std::chrono::microseconds(50);
+constexpr std::chrono::nanoseconds kWatchForResult = std::chrono::microseconds(500);
 
 bool Take(Word& word) {
     uint32_t set = 1;
@@ -90,75 +87,72 @@ void Sleep(Word& word, std::chrono::nanoseconds atMost, bool forever) {
 }  // namespace
 
 struct Event::State {
-    explicit State(Word& mapped, std::string ownName) : word(mapped), name(std::move(ownName)) {}
-    ~State() {
-        const int error = errno;
-        munmap(&word, sizeof word);
-        errno = error;
-        if (!name.empty()) {
-            RemoveSharedObjectName(name);
+    // Takes the event's name, to be removed at the end, from the side that made it; no name from the other.
+    static Event Own(Word* word, const std::string& ownName) {
+        Event event;
+        if (word != nullptr) {
+            event.state = UniqueHandle<Closing>(new State{*word, ownName});
         }
+        return event;
     }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
 
     // The word of an open object; null, with EINVAL, for one that is no event.
     static Word* Map(const Descriptor& object) {
         struct stat attributes {};
-        if (!object || fstat(object.Number(), &attributes) != 0) {
+        if (!object || fstat(object.Get(), &attributes) != 0) {
             return nullptr;
         }
         if (attributes.st_size != sizeof(Word)) {
             errno = EINVAL;
             return nullptr;
         }
-        void* memory = mmap(nullptr, sizeof(Word), PROT_READ | PROT_WRITE, MAP_SHARED, object.Number(), 0);
+        void* memory = mmap(nullptr, sizeof(Word), PROT_READ | PROT_WRITE, MAP_SHARED, object.Get(), 0);
         return memory != MAP_FAILED ? static_cast<Word*>(memory) : nullptr;
     }
 
     Word& word;
-    std::string name;  // to be removed at the end; empty on the side that opened
+    std::string name;  // empty on the side that opened
 };
 
-Event Event::Create(const std::string& name) {
-    Event event;
-    if (Word* word = State::Map(CreateSharedObject(name, sizeof(Word))); word != nullptr) {
-        event.state = std::make_shared<State>(*word, name);
+void Event::Closing::Close(Value event) noexcept {
+    munmap(&event->word, sizeof(Word));
+    if (!event->name.empty()) {
+        RemoveSharedObjectName(event->name);
     }
-    return event;
+    delete event;
+}
+
+Event Event::Create(const std::string& name) {
+    return State::Own(State::Map(CreateSharedObject(name, sizeof(Word))), name);
 }
 
 Event Event::Open(const std::string& name) {
-    Event event;
-    if (Word* word = State::Map(OpenSharedObject(name)); word != nullptr) {
-        event.state = std::make_shared<State>(*word, "");
-    }
-    return event;
+    return State::Own(State::Map(OpenSharedObject(name)), "");
 }
 
 bool Event::Set() {
-    state->word.setter.store(static_cast<uint32_t>(sched_getcpu()) + 1, std::memory_order_relaxed);
+    Word& word = state.Get()->word;
+    word.setter.store(static_cast<uint32_t>(sched_getcpu()) + 1, std::memory_order_relaxed);
     // Both sides first write and then read the other's word, so that at least one of them sees the other.
-    state->word.signalled.store(1);
-    if (state->word.waiters.load() != 0) {
-        syscall(SYS_futex, &state->word.signalled, FUTEX_WAKE, 1, nullptr, nullptr, 0);
+    word.signalled.store(1);
+    if (word.waiters.load() != 0) {
+        syscall(SYS_futex, &word.signalled, FUTEX_WAKE, 1, nullptr, nullptr, 0);
     }
     return true;
 }
 
-bool Event::Wait(uint32_t milliseconds) {
-    Word& word = state->word;
+bool Event::Wait(uint32_t milliseconds, Awaited awaited) {
+    Word& word = state.Get()->word;
     if (Take(word)) {
         return true;
     }
     // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
-    // long. The side that made the event moves away, and not both, which would meet again.
-    const bool together = SharesProcessor(word) && (state->name.empty() || !StepAside());
+    // long. The side that waits for the result moves away, and not both, which would meet again.
+    const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
     const bool forever = milliseconds == kForever;
-    const auto limit = std::chrono::milliseconds(milliseconds);
+    const std::chrono::nanoseconds limit = std::chrono::milliseconds(milliseconds);
     const auto end = Clock::now() + limit;
-    bool taken =
-        Watch(word, forever ? kWatchForWork : std::min<std::chrono::nanoseconds>(kWatchForResult, limit), together);
+    bool taken = Watch(word, std::min(awaited == Awaited::Work ? kWatchForWork : kWatchForResult, limit), together);
     for (auto now = Clock::now(); !taken && (forever || now < end); now = Clock::now()) {
         Sleep(word, end - now, forever);
         taken = Take(word);

@@ -8,4 +8,8 @@ uint32_t LastError() noexcept {
     return static_cast<uint32_t>(errno);
 }
 
+LastErrorKept::~LastErrorKept() {
+    errno = static_cast<int>(error);
+}
+
 }  // namespace Orvane::Platform

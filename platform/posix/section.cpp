@@ -17,32 +17,14 @@
 namespace Orvane::Platform {
 
 struct View::State {
-    State(uint8_t* first, size_t byteCount) : base(first), reserved(byteCount) {}
-    ~State() {
-        const int error = errno;
-        munmap(base, reserved);
-        errno = error;
-    }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-
     uint8_t* base;
     size_t reserved;  // bytes of address space that go with it
 };
 
 struct Section::State {
-    State(Descriptor opened, std::string ownName) : object(std::move(opened)), name(std::move(ownName)) {}
-    ~State() {
-        if (!name.empty()) {
-            RemoveSharedObjectName(name);
-        }
-    }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-
     Descriptor object;
     std::string name;  // to be removed at the end; empty on the side that opened
-    uint64_t reserved = 0;
+    uint64_t committed = 0;
 };
 
 namespace {
@@ -71,14 +53,26 @@ std::optional<pid_t> OwnerOf(const std::string& name, const std::string& prefix)
 
 }  // namespace
 
+void View::Closing::Close(Value view) noexcept {
+    munmap(view->base, view->reserved);
+    delete view;
+}
+
+void Section::Closing::Close(Value section) noexcept {
+    if (!section->name.empty()) {
+        RemoveSharedObjectName(section->name);
+    }
+    delete section;
+}
+
 uint8_t* View::Data() const {
-    return state->base;
+    return state.Get()->base;
 }
 
 Section Section::Create(const std::string& name, uint32_t size) {
     Section section;
     if (Descriptor object = CreateSharedObject(name, size); object) {
-        section.state = std::make_shared<State>(std::move(object), name);
+        section.state = UniqueHandle<Closing>(new State{std::move(object), name});
     }
     return section;
 }
@@ -86,24 +80,25 @@ Section Section::Create(const std::string& name, uint32_t size) {
 Section Section::Open(const std::string& name) {
     Section section;
     if (Descriptor object = OpenSharedObject(name); object) {
-        section.state = std::make_shared<State>(std::move(object), "");
+        section.state = UniqueHandle<Closing>(new State{std::move(object), ""});
     }
     return section;
 }
 
-bool Section::Reserve(uint64_t size) {
-    if (size > state->reserved) {
-        if (!ReserveSharedObject(state->object, size)) {
+bool Section::Commit(uint64_t size) {
+    uint64_t& committed = state.Get()->committed;
+    if (size > committed) {
+        if (!AllocateSharedObject(state.Get()->object, size)) {
             return false;
         }
-        state->reserved = size;
+        committed = size;
     }
     return true;
 }
 
 View Section::Map(uint64_t size) const {
     struct stat attributes {};
-    if (fstat(state->object.Number(), &attributes) != 0) {
+    if (fstat(state.Get()->object.Get(), &attributes) != 0) {
         return {};
     }
     const auto available = static_cast<uint64_t>(attributes.st_size);
@@ -118,8 +113,9 @@ View Section::Map(uint64_t size) const {
         return {};
     }
     View view;
-    view.state = std::make_shared<View::State>(static_cast<uint8_t*>(space), reserved);
-    if (mmap(space, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, state->object.Number(), 0) == MAP_FAILED) {
+    view.state = UniqueHandle<View::Closing>(new View::State{static_cast<uint8_t*>(space), reserved});
+    if (mmap(space, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, state.Get()->object.Get(), 0) ==
+        MAP_FAILED) {
         return {};
     }
     return view;

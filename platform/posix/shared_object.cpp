@@ -10,12 +10,8 @@
 
 namespace Orvane::Platform {
 
-Descriptor::~Descriptor() {
-    if (number >= 0) {
-        const int error = errno;
-        close(number);
-        errno = error;
-    }
+void DescriptorPolicy::Close(Value descriptor) noexcept {
+    close(descriptor);
 }
 
 Descriptor CreateSharedObject(const std::string& name, size_t size) {
@@ -24,17 +20,17 @@ Descriptor CreateSharedObject(const std::string& name, size_t size) {
     if (!created) {
         return errno == EEXIST ? Descriptor(shm_open(path.c_str(), O_RDWR, 0)) : Descriptor();
     }
-    if (ftruncate(created.Number(), static_cast<off_t>(size)) != 0 || !ReserveSharedObject(created, 1)) {
+    if (ftruncate(created.Get(), static_cast<off_t>(size)) != 0 || !AllocateSharedObject(created, 1)) {
         RemoveSharedObjectName(name);
         return {};
     }
     return created;
 }
 
-bool ReserveSharedObject(const Descriptor& object, size_t size) {
-    // A signal would undo the reservation of many pages, and one that comes often each new attempt.
+bool AllocateSharedObject(const Descriptor& object, size_t size) {
+    // A signal would undo the allocation of many pages, and one that comes often each new attempt.
     const BlockedSignals blocked;
-    errno = posix_fallocate(object.Number(), 0, static_cast<off_t>(size));
+    errno = posix_fallocate(object.Get(), 0, static_cast<off_t>(size));
     return errno == 0;
 }
 
@@ -47,9 +43,8 @@ Descriptor OpenSharedObject(const std::string& name) {
 }
 
 void RemoveSharedObjectName(const std::string& name) {
-    const int error = errno;
+    const LastErrorKept kept;
     shm_unlink(("/" + name).c_str());
-    errno = error;
 }
 
 }  // namespace Orvane::Platform

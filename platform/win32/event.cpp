@@ -11,13 +11,17 @@ struct Event::State {
     static Event Own(HANDLE handle) {
         Event event;
         if (handle != nullptr) {
-            event.state = std::make_shared<State>(State{Handle(handle)});
+            event.state = UniqueHandle<Closing>(new State{Handle(handle)});
         }
         return event;
     }
 
     Handle handle;
 };
+
+void Event::Closing::Close(Value event) noexcept {
+    delete event;
+}
 
 Event Event::Create(const std::string& name) {
     return State::Own(CreateEventW(nullptr, FALSE, FALSE, WideFromUtf8(name).c_str()));
@@ -28,11 +32,11 @@ Event Event::Open(const std::string& name) {
 }
 
 bool Event::Set() {
-    return SetEvent(state->handle.get()) != 0;
+    return SetEvent(state.Get()->handle.Get()) != 0;
 }
 
-bool Event::Wait(uint32_t milliseconds) {
-    return WaitForSingleObject(state->handle.get(), milliseconds) == WAIT_OBJECT_0;
+bool Event::Wait(uint32_t milliseconds, Awaited /*awaited*/) {
+    return WaitForSingleObject(state.Get()->handle.Get(), milliseconds) == WAIT_OBJECT_0;
 }
 
 }  // namespace Orvane::Platform

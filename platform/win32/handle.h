@@ -1,20 +1,18 @@
 #pragma once
 
-#include <windows.h>
+#include "platform/handle.h"
 
-#include <memory>
+#include <windows.h>
 
 namespace Orvane::Platform {
 
-struct HandleCloser {
-    void operator()(HANDLE handle) const noexcept {
-        const DWORD error = GetLastError();
-        CloseHandle(handle);
-        SetLastError(error);
-    }
+struct KernelObject {
+    using Value = HANDLE;
+    static constexpr Value kNone = nullptr;
+    static void Close(Value handle) noexcept { CloseHandle(handle); }
 };
 
-// Owns a handle of a kind whose empty value is null; closing keeps the last error.
-using Handle = std::unique_ptr<void, HandleCloser>;
+// Owns a handle of a kind whose empty value is null.
+using Handle = UniqueHandle<KernelObject>;
 
 }  // namespace Orvane::Platform

@@ -27,7 +27,11 @@ struct InterruptFlag::State {
     State& operator=(const State&) = delete;
 };
 
-InterruptFlag::InterruptFlag() : state(std::make_shared<State>()) {}
+void InterruptFlag::Closing::Close(Value watch) noexcept {
+    delete watch;
+}
+
+InterruptFlag::InterruptFlag() : state(new State) {}
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the watch lasts as long as the object
 bool InterruptFlag::IsSet() const {

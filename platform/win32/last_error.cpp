@@ -8,4 +8,8 @@ uint32_t LastError() noexcept {
     return GetLastError();
 }
 
+LastErrorKept::~LastErrorKept() {
+    SetLastError(error);
+}
+
 }  // namespace Orvane::Platform

@@ -48,9 +48,9 @@ std::optional<MemoryUse> ChildMemoryUse() {
         }
         const Handle process(
             OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_VM_READ, FALSE, entry.th32ProcessID));
-        const uint64_t start = process != nullptr ? StartTime(process.get()) : 0;
+        const uint64_t start = process ? StartTime(process.Get()) : 0;
         if (start >= lastStart) {
-            last = MemoryUseOf(process.get());
+            last = MemoryUseOf(process.Get());
             lastStart = start;
         }
     }

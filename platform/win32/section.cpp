@@ -8,15 +8,6 @@ namespace Orvane::Platform {
 static_assert(FILE_MAP_ALL_ACCESS == 0x000F001F);
 
 struct View::State {
-    explicit State(void* mapped) : base(static_cast<uint8_t*>(mapped)) {}
-    ~State() {
-        const DWORD error = GetLastError();
-        UnmapViewOfFile(base);
-        SetLastError(error);
-    }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-
     uint8_t* base;
 };
 
@@ -24,7 +15,7 @@ struct Section::State {
     static Section Own(HANDLE handle) {
         Section section;
         if (handle != nullptr) {
-            section.state = std::make_shared<State>(State{Handle(handle)});
+            section.state = UniqueHandle<Closing>(new State{Handle(handle)});
         }
         return section;
     }
@@ -32,8 +23,17 @@ struct Section::State {
     Handle handle;
 };
 
+void View::Closing::Close(Value view) noexcept {
+    UnmapViewOfFile(view->base);
+    delete view;
+}
+
+void Section::Closing::Close(Value section) noexcept {
+    delete section;
+}
+
 uint8_t* View::Data() const {
-    return state->base;
+    return state.Get()->base;
 }
 
 Section Section::Create(const std::string& name, uint32_t size) {
@@ -45,14 +45,14 @@ Section Section::Open(const std::string& name) {
     return State::Own(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, WideFromUtf8(name).c_str()));
 }
 
-bool Section::Reserve(uint64_t /*size*/) {
-    return state != nullptr;
+bool Section::Commit(uint64_t /*size*/) {
+    return static_cast<bool>(state);
 }
 
 View Section::Map(uint64_t size) const {
     View view;
-    if (void* base = MapViewOfFile(state->handle.get(), FILE_MAP_ALL_ACCESS, 0, 0, size); base != nullptr) {
-        view.state = std::make_shared<View::State>(base);
+    if (void* base = MapViewOfFile(state.Get()->handle.Get(), FILE_MAP_ALL_ACCESS, 0, 0, size); base != nullptr) {
+        view.state = UniqueHandle<View::Closing>(new View::State{static_cast<uint8_t*>(base)});
     }
     return view;
 }

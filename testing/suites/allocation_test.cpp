@@ -60,10 +60,10 @@ void CallHost(SharedChannel& channel, size_t inferences) {
         WriteRequest(channel.message, number, fields...);
         if (number == CallSetInputData) {
             const uint8_t data[kSize] = {};
-            channel.message.WriteRun(data, kSize);
+            channel.message.WriteBytes(data, kSize);
         }
         channel.callEvent.Set();
-        channel.resultEvent.Wait(60'000);
+        channel.resultEvent.Wait(60'000, Platform::Awaited::Result);
     };
     for (size_t i = 0; i < inferences; ++i) {
         call(CallSetInputData, 0U);

@@ -67,7 +67,7 @@ class Backend : public testing::TestWithParam<const char*> {
     bool remote = std::string(GetParam()) == "remote";
     Testing::TemporaryFolder folder;
     std::string addModel = AddModel({10, 20, 30}).WriteTo(folder, "加法");
-    std::unique_ptr<IOrvane> backend = remote ? CreateRemoteBackend() : CreateOpenvinoBackend();
+    std::unique_ptr<IOrvane> backend = remote ? CreateRemoteBackend() : CreateLocalBackend(FrameworkTypeOpenvino);
 };
 
 TEST_P(Backend, RunsAModelFromEndToEnd) {

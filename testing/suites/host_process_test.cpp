@@ -121,7 +121,7 @@ TEST_F(HostProcess, DiesWithItsClient) {
     for (const std::string state : {"idle", "computing", "idle-started-by-a-thread", "computing-started-by-a-thread"}) {
         Platform::Event ready = Platform::Event::Create(kReadyEvent);
         const Process client(kThisProgram, kClientSwitch + state);
-        ASSERT_TRUE(ready.Wait(20'000));
+        ASSERT_TRUE(ready.Wait(20'000, Platform::Awaited::Work));
         const Process host(Children(client.Number()).at(0));
         EXPECT_TRUE(host.Lives(100ms));
         client.Kill();

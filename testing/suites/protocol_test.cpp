@@ -123,7 +123,7 @@ int PlayHost(const std::string& arguments) {
     std::string expected;
     ClientCase next;
     std::string behaviour;
-    while (channel.callEvent.Wait(30'000)) {
+    while (channel.callEvent.Wait(30'000, Platform::Awaited::Work)) {
         const std::string request(region, kWindow);
         const bool initialises = request.compare(0, 12, Word(0) + LittleEndian(4, 4)) == 0;
         if (initialises) {

@@ -148,7 +148,7 @@ class StubBackend final : public IOrvane {
 
 }  // namespace
 
-std::unique_ptr<IOrvane> CreateOpenvinoBackend() {
+std::unique_ptr<IOrvane> CreateLocalBackend(uint32_t /*framework*/) {
     return std::make_unique<StubBackend>();
 }
 

@@ -63,11 +63,11 @@ bool HostUnderTest::Answers(const std::string& request) {
     channel.callEvent.Set();
     for (const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
          std::chrono::steady_clock::now() < end;) {
-        if (channel.resultEvent.Wait(1)) {
+        if (channel.resultEvent.Wait(1, Platform::Awaited::Result)) {
             return true;
         }
         if (!process.Lives()) {
-            return channel.resultEvent.Wait(0);  // the exit call's answer is a host's last
+            return channel.resultEvent.Wait(0, Platform::Awaited::Result);  // the exit call's answer is a host's last
         }
     }
     ADD_FAILURE() << "neither answer nor end: " << testing::PrintToString(request);

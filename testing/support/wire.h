@@ -35,7 +35,7 @@ class HostUnderTest {
     bool Answers(const std::string& request, const std::string& reply);
 
     std::string Region() const { return {reinterpret_cast<const char*>(channel.view.Data()), kSize}; }
-    bool AnswersAgain() { return channel.resultEvent.Wait(0); }
+    bool AnswersAgain() { return channel.resultEvent.Wait(0, Platform::Awaited::Result); }
     std::string End() const { return process.End(); }
 
  private:

@@ -113,7 +113,7 @@ TEST_F(Launch, MakesTheseCallsAndReleasesInThisOrder) {
 
     const std::wstring name = Platform::WideFromUtf8("Channel" + suffix);
     const Platform::Handle section(OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
-    const void* const view = MapViewOfFile(section.get(), FILE_MAP_READ, 0, 0, 8);
+    const void* const view = MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 8);
     ASSERT_NE(view, nullptr);
     seenCalls.clear();
     backend->Release();
@@ -193,13 +193,13 @@ struct InheritablePipe {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
         HANDLE ends[2]{};
         CreatePipe(&ends[0], &ends[1], &inheritable, 0);
-        reading.reset(ends[0]);
-        writing.reset(ends[1]);
+        reading = Platform::Handle(ends[0]);
+        writing = Platform::Handle(ends[1]);
     }
 
     // True when nobody can write into it any more.
     bool IsBroken() const {
-        return PeekNamedPipe(reading.get(), nullptr, 0, nullptr, nullptr, nullptr) == 0 &&
+        return PeekNamedPipe(reading.Get(), nullptr, 0, nullptr, nullptr, nullptr) == 0 &&
                GetLastError() == ERROR_BROKEN_PIPE;
     }
 
@@ -211,12 +211,12 @@ TEST_F(Launch, HandsOnNoHandle) {
     InheritablePipe any;
     InheritablePipe output;
     HANDLE before = GetStdHandle(STD_OUTPUT_HANDLE);
-    SetStdHandle(STD_OUTPUT_HANDLE, output.writing.get());
+    SetStdHandle(STD_OUTPUT_HANDLE, output.writing.Get());
     EXPECT_EQ(Init(), kOk);
     SetStdHandle(STD_OUTPUT_HANDLE, before);
     EXPECT_FALSE(any.IsBroken());
-    any.writing.reset();
-    output.writing.reset();
+    any.writing.Close();
+    output.writing.Close();
     EXPECT_TRUE(any.IsBroken());
     // Wine gives the standard three to every program, Windows only to one for the console, which a host is not.
     EXPECT_TRUE(output.IsBroken() || UnderWine());
@@ -257,7 +257,7 @@ TEST_F(Launch, AHostLooksAtTheRequestWhateverItsWaitReturns) {
         EXPECT_EQ(seenCalls, Calls{"WaitForSingleObject(*, 4294967295) = 4294967295"});
     }
     failingCall.clear();
-    EXPECT_TRUE(client.resultEvent.Wait(0));
+    EXPECT_TRUE(client.resultEvent.Wait(0, Platform::Awaited::Result));
 }
 
 TEST_F(Launch, AHostOpensItsChannelWithTheseCalls) {

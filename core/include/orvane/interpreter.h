@@ -9,15 +9,20 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 namespace Orvane {
 
 class InterpreterImpl;
 
 /// Drives one model. Empty until `Init` succeeds; an empty interpreter has no tensors and does not run.
-/// An interpreter and its tensors are used from one thread at a time; separate interpreters are independent.
-/// No operation throws for a failed inference; a failed allocation does throw.
+///
+/// A failed inference is a status and never an exception. What an operation may throw: `std::bad_alloc`; from a host
+/// process that answers with what is no reply, a `std::runtime_error`; in this process, what the inference runtime
+/// throws and is not its own class of exceptions. None of these leaves the interpreter unusable for another `Init`.
+///
+/// Threads: in this process an interpreter and its tensors are used from one thread at a time. With a host process any
+/// number of threads may copy, run and ask at the same time, one after the other reaching the host; `Init`, `Release`
+/// and destruction still want to be alone. Separate interpreters are independent.
 class Interpreter {
  public:
     Interpreter();
@@ -27,7 +32,7 @@ class Interpreter {
 
     /// Loads and compiles the model that the options name. A failure leaves the interpreter empty, but one
     /// that refuses the options or the framework themselves leaves a model loaded earlier in place.
-    /// Tensors of an earlier model are dead after a successful call.
+    /// Tensors of an earlier model are dead after every other call.
     Status Init(const OptionV2& options);
     Status Init(const InterpreterParams& params);
 
@@ -58,7 +63,8 @@ class Interpreter {
     /// Number of the framework that the last `Init` asked for, whether it succeeded or not.
     uint32_t GetFramework() const { return framework; }
 
-    /// True after a successful `Init`.
+    /// True from a successful `Init` to the next one that fails, so also after `Release` and after the death of a host
+    /// process, when every operation fails until `Init`.
     explicit operator bool() const { return interpreter != nullptr; }
 
  private:

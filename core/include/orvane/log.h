@@ -2,6 +2,15 @@
 
 #include <cstdint>
 
+/// Lets a compiler that can compare the format with the arguments behind it.
+#if defined(__MINGW32__) && !defined(__clang__)
+#define ORVANE_LOG_FORMAT __attribute__((format(gnu_printf, 2, 3)))
+#elif defined(__GNUC__)
+#define ORVANE_LOG_FORMAT __attribute__((format(printf, 2, 3)))
+#else
+#define ORVANE_LOG_FORMAT
+#endif
+
 namespace Orvane {
 
 /// Level at which the SDK logs every error; it uses no other. Higher is more severe.
@@ -20,6 +29,6 @@ void SetLogLevel(uint32_t minimum);
 
 /// Formats like `printf` and hands the line to the callback. Any thread.
 /// Returns 0 when the text could be formatted, whether or not anybody received it, and -1 when not.
-int32_t Log(uint32_t level, const char* format, ...);
+int32_t Log(uint32_t level, const char* format, ...) ORVANE_LOG_FORMAT;
 
 }  // namespace Orvane

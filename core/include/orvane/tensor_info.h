@@ -35,7 +35,8 @@ struct TensorInfo {
     bool flag = false;                    ///< free for a backend's use; no backend sets it
     DataType dataType = DataTypeUnknown;  ///< element type
     uint32_t format = 0;                  ///< format word; 1 from OpenVINO
-    std::vector<int64_t> shape = {};      ///< dimensions, outermost first; -1 is a dynamic one
+    std::vector<int64_t> shape =
+        {};  ///< dimensions, outermost first; a dynamic one is -1, from a host process 4294967295
 };
 
 }  // namespace Orvane

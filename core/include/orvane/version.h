@@ -10,6 +10,9 @@
 
 namespace Orvane {
 
+/// Version of the linked library as one number, to compare with `ORVANE_VERSION`.
+int VersionNumber();
+
 /// Version of the linked library as "major.minor.patch"; static storage.
 const char* Version();
 

@@ -1,4 +1,4 @@
-#include "core/interpreter_proxy_impl.h"
+#include "core/interpreter_impl.h"
 
 #include "core/tensor_proxy_impl.h"
 

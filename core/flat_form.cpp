@@ -1,0 +1,179 @@
+#include "core/flat_form.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <stdexcept>
+#include <type_traits>
+
+namespace Orvane {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "values are copied as they lie in memory");
+
+// A flat form that does not fit or cannot be read. Does not leave this file.
+class FlatFormError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+// Writes pieces one behind the other; over no memory it only measures.
+class Writer {
+ public:
+    Writer(void* buffer, uint64_t byteCapacity) : bytes(static_cast<uint8_t*>(buffer)), capacity(byteCapacity) {}
+
+    uint64_t Size() const { return position; }
+
+    void WriteBytes(const void* data, uint64_t length) {
+        if (bytes != nullptr) {
+            if (length > capacity - position) {
+                throw FlatFormError("空间不足");
+            }
+            if (length != 0) {
+                std::memcpy(bytes + position, data, length);
+            }
+        }
+        position += length;
+    }
+
+    template <typename T>
+    void Write(T value) {
+        static_assert(std::is_arithmetic_v<T>);
+        WriteBytes(&value, sizeof value);
+    }
+
+    void Write(const std::string& text) {
+        Write<uint64_t>(text.size());
+        WriteBytes(text.data(), text.size());
+    }
+
+    void Write(const OptionBuffer& buffer) {
+        Write(buffer.size);
+        WriteBytes(buffer.data, buffer.size);
+    }
+
+ private:
+    uint8_t* bytes;
+    uint64_t capacity;
+    uint64_t position = 0;
+};
+
+// Reads pieces one behind the other.
+class Reader {
+ public:
+    Reader(const void* data, uint64_t byteSize) : bytes(static_cast<const uint8_t*>(data)), size(byteSize) {}
+
+    template <typename T>
+    T Read() {
+        static_assert(std::is_arithmetic_v<T>);
+        if (Remaining() < sizeof(T)) {
+            throw FlatFormError("读取错误");
+        }
+        T value;
+        std::memcpy(&value, bytes + position, sizeof value);
+        position += sizeof value;
+        return value;
+    }
+
+    // Points to the next `length` bytes, inside the form.
+    const char* ReadBytes(uint64_t length) {
+        if (length > Remaining()) {
+            throw FlatFormError("Buffer overflow");
+        }
+        const uint8_t* run = bytes + position;
+        position += length;
+        return reinterpret_cast<const char*>(run);
+    }
+
+    // With its length in front, and with zero bytes in it.
+    std::string ReadText() {
+        const auto length = Read<uint64_t>();
+        return {ReadBytes(length), length};
+    }
+
+    // Deliberately without a test of the bounds: a producer always writes the tag behind the key.
+    // May so read the one byte behind the form.
+    uint8_t ReadTag() { return bytes[position++]; }
+
+ private:
+    // The position stands one behind the end after a tag that was not there.
+    uint64_t Remaining() const { return size - std::min(size, position); }
+
+    const uint8_t* bytes;
+    uint64_t size;
+    uint64_t position = 0;
+};
+
+OptionValue ReadBuffer(Reader& reader) {
+    const auto length = reader.Read<int32_t>();
+    if (length <= 0) {
+        return false;
+    }
+    const auto byteCount = static_cast<uint32_t>(length);
+    const char* bytes = reader.ReadBytes(byteCount);
+    OptionBuffer copy{nullptr, byteCount, std::make_unique<uint8_t[]>(byteCount)};
+    std::memcpy(copy.owned.get(), bytes, byteCount);
+    copy.data = copy.owned.get();
+    return copy;
+}
+
+void ReadEntry(Reader& reader, OptionValues& values) {
+    const std::string key = reader.ReadText();
+    switch (reader.ReadTag()) {
+        case 0:
+            values[key.c_str()] = reader.Read<uint8_t>() != 0;
+            break;
+        case 1:
+            values[key.c_str()] = reader.Read<float>();
+            break;
+        case 2:
+            values[key.c_str()] = reader.Read<double>();
+            break;
+        case 3:
+            values[key.c_str()] = reader.Read<int32_t>();
+            break;
+        case 4:
+            values[key.c_str()] = reader.Read<int64_t>();
+            break;
+        case 5:
+            values[key.c_str()] = std::string(reader.ReadText().c_str());
+            break;
+        case 6:
+            values[key] = ReadBuffer(reader);
+            break;
+        default:  // not ours: nothing is stored, its value is not skipped
+            break;
+    }
+}
+
+}  // namespace
+
+uint64_t WriteFlatForm(const OptionValues& values, void* buffer, uint64_t capacity) {
+    Writer writer(buffer, capacity);
+    try {
+        writer.Write<uint64_t>(values.size());
+        for (const auto& [key, value] : values) {
+            writer.Write(key);
+            writer.Write(static_cast<uint8_t>(value.index()));
+            std::visit([&writer](const auto& alternative) { writer.Write(alternative); }, value);
+        }
+    } catch (const FlatFormError&) {
+        return 0;
+    }
+    return writer.Size();
+}
+
+bool ReadFlatForm(const void* data, uint64_t size, OptionValues& values) {
+    Reader reader(data, size);
+    try {
+        for (auto count = reader.Read<uint64_t>(); count > 0; --count) {
+            ReadEntry(reader, values);
+        }
+    } catch (const FlatFormError&) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace Orvane

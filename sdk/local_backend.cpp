@@ -1,0 +1,17 @@
+// What runs models in the process of an application that links `orvane`.
+#include "backends/openvino/openvino_backend.h"
+#include "core/backend_factory.h"
+
+namespace Orvane {
+
+std::unique_ptr<IOrvane> CreateLocalBackend(uint32_t framework) {
+    switch (framework) {
+        case FrameworkTypeOpenvinoPlain:
+        case FrameworkTypeOpenvino:
+            return CreateOpenvinoBackend();
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace Orvane
