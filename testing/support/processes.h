@@ -46,6 +46,19 @@ std::string LeftBehind();
 // How much this process holds of what a leak would make more: handles or descriptors, mappings, threads, names.
 std::vector<size_t> Footprint();
 
+// Sets a variable of this process's environment while the object lives. One that is empty is not there.
+class EnvironmentVariable {
+ public:
+    EnvironmentVariable(std::string variable, const std::string& value);
+    ~EnvironmentVariable();
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+ private:
+    std::string name;
+    std::string before;
+};
+
 // Ends this process when it lives for more than two minutes.
 class Watchdog {
  public:

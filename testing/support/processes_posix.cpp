@@ -10,10 +10,12 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 namespace Orvane::Testing {
 
@@ -106,6 +108,16 @@ std::vector<size_t> Footprint() {
     std::ifstream maps("/proc/self/maps");
     const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
     return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"), Names(getpid())};
+}
+
+EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
+    const char* const old = std::getenv(name.c_str());
+    before = old != nullptr ? old : "";
+    setenv(name.c_str(), value.c_str(), 1);
+}
+
+EnvironmentVariable::~EnvironmentVariable() {
+    before.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), before.c_str(), 1);
 }
 
 Watchdog::Watchdog() {

@@ -8,8 +8,10 @@
 #include <tlhelp32.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cwchar>
 #include <stdexcept>
+#include <utility>
 
 namespace Orvane::Testing {
 
@@ -140,6 +142,16 @@ std::vector<size_t> Footprint() {
         count += GetHandleInformation(handle, &flags) != 0 ? 1 : 0;
     }
     return {count};
+}
+
+EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
+    const char* const old = std::getenv(name.c_str());
+    before = old != nullptr ? old : "";
+    _putenv_s(name.c_str(), value.c_str());
+}
+
+EnvironmentVariable::~EnvironmentVariable() {
+    _putenv_s(name.c_str(), before.c_str());
 }
 
 Watchdog::Watchdog() {
