@@ -212,7 +212,7 @@ TEST_P(Backend, TheCacheReplacesTheModelFiles) {
     }
     params.openvinoCachePath = folder.Path("");
     EXPECT_NE(Init(params), "") << "a folder is there, but no cache";
-    params.openvinoCachePath = folder.Path(std::string(300, 'x'));
+    params.openvinoCachePath = folder.Path(std::string(300, '*'));
     EXPECT_NE(Init(params), "") << "only a name that does not exist is no cache, not one that cannot";
     params.openvinoCachePath = folder.Path("missing/缓存.blob");
     EXPECT_EQ(Init(params), "") << "a cache that cannot be written is no failure";
