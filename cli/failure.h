@@ -2,6 +2,7 @@
 
 #include "platform/last_error.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -22,6 +23,14 @@ struct Failure : std::runtime_error {
 struct WrongUsage : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
+
+// No argument may be given as an empty text: that is no way to leave it out. Throws `WrongUsage`.
+inline void RefuseEmpty(const std::string& argument, const std::optional<std::string>& given,
+                        const std::string& whatItTakes) {
+    if (given && given->empty()) {
+        throw WrongUsage(argument + " is empty; it takes " + whatItTakes);
+    }
+}
 
 // The system's words for the calling thread's last error.
 inline std::string SystemReason() {

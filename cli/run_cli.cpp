@@ -1,11 +1,7 @@
 #include "cli/run_cli.h"
 
-#include "cli/bench_command.h"
-#include "cli/cipher_commands.h"
-#include "cli/command.h"
+#include "cli/commands/commands.h"
 #include "cli/failure.h"
-#include "cli/info_command.h"
-#include "cli/run_command.h"
 
 #include <orvane/version.h>
 

@@ -5,11 +5,14 @@
 #include <orvane/tensor_info.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace Orvane {
+
+class HostControl;
 
 // What an interpreter asks of the thing that runs its model. The order of the operations is fixed.
 // Failed inferences are statuses. Of exceptions a failed allocation may leave any operation; the remote backend throws
@@ -52,6 +55,9 @@ class IOrvane {
 
     // Replaces the recorded shape only; the model keeps its own.
     virtual Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) = 0;
+
+    // Null for a backend that has no host process.
+    virtual std::shared_ptr<HostControl> GetHostControl() { return nullptr; }
 };
 
 }  // namespace Orvane

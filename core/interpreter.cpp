@@ -3,8 +3,10 @@
 
 #include "core/backend_factory.h"
 #include "core/error_status.h"
+#include "core/host_control.h"
 #include "core/interpreter_impl.h"
 
+#include <mutex>
 #include <utility>
 
 namespace Orvane {
@@ -40,7 +42,14 @@ const char* Refusal(uint32_t framework) {
 
 }  // namespace
 
-Interpreter::Interpreter() = default;
+struct Interpreter::Shared {
+    std::mutex mutex;
+    std::shared_ptr<HostControl> host;  // of the last backend, which may be gone; null for one without
+    uint32_t timeLimit = 0;
+};
+
+// `shared` is null in an interpreter that was moved from.
+Interpreter::Interpreter() : shared(std::make_unique<Shared>()) {}
 Interpreter::~Interpreter() = default;
 Interpreter::Interpreter(Interpreter&& other) noexcept = default;
 Interpreter& Interpreter::operator=(Interpreter&& other) noexcept = default;
@@ -58,6 +67,7 @@ Status Interpreter::Init(const InterpreterParams& params) {
     if (backend == nullptr) {
         return MakeErrorStatus(Refusal(framework));
     }
+    ShareHost(backend->GetHostControl());
     interpreter.reset();  // an earlier model goes before the next one is loaded
     auto initialised = std::make_unique<InterpreterProxyImpl>(std::move(backend));
     Status status = initialised->Init(params);
@@ -65,6 +75,50 @@ Status Interpreter::Init(const InterpreterParams& params) {
         interpreter = std::move(initialised);
     }
     return status;
+}
+
+void Interpreter::ShareHost(std::shared_ptr<HostControl> host) {
+    if (shared == nullptr) {
+        shared = std::make_unique<Shared>();
+    }
+    const std::lock_guard guard(shared->mutex);
+    shared->host = std::move(host);
+    if (shared->host != nullptr) {
+        shared->host->SetTimeLimit(shared->timeLimit);
+    }
+}
+
+std::shared_ptr<HostControl> Interpreter::SharedHost() const {
+    if (shared == nullptr) {
+        return nullptr;
+    }
+    const std::lock_guard guard(shared->mutex);
+    return shared->host;
+}
+
+Status Interpreter::Interrupt() {
+    const std::shared_ptr<HostControl> host = SharedHost();
+    if (host == nullptr) {
+        return MakeErrorStatus("不支持此操作");
+    }
+    host->Interrupt();
+    return MakeSuccessStatus();
+}
+
+void Interpreter::SetTimeLimit(uint32_t milliseconds) {
+    if (shared == nullptr) {
+        shared = std::make_unique<Shared>();
+    }
+    const std::lock_guard guard(shared->mutex);
+    shared->timeLimit = milliseconds;
+    if (shared->host != nullptr) {
+        shared->host->SetTimeLimit(milliseconds);
+    }
+}
+
+HostEnd Interpreter::GetHostEnd() const {
+    const std::shared_ptr<HostControl> host = SharedHost();
+    return host != nullptr ? host->GetEnd() : HostEnd();
 }
 
 void Interpreter::Release() {

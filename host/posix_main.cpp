@@ -3,6 +3,6 @@
 
 // The client hands the argument string over as one word.
 int main(int argc, char** argv) {
-    Orvane::Platform::EndSilently();
+    Orvane::Platform::BeginHost();
     return Orvane::RunHost(argc > 1 ? argv[1] : "");
 }

@@ -7,6 +7,6 @@
 // The command line comes without the program's own name, and may hold blanks.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name,readability-non-const-parameter): the system's
 int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR commandLine, int /*show*/) {
-    Orvane::Platform::EndSilently();
+    Orvane::Platform::BeginHost();
     return Orvane::RunHost(Orvane::Platform::Utf8FromWide(commandLine));
 }

@@ -11,10 +11,11 @@ namespace Orvane {
 
 static_assert(std::endian::native == std::endian::little, "values are copied as they lie in memory");
 
-void MessageBuffer::Attach(uint8_t* memory, uint32_t size) {
+void MessageBuffer::Attach(uint8_t* memory, uint32_t size, Reads reading) {
     base = memory;
     capacity = size;
     cursor = 0;
+    reads = reading;
 }
 
 void MessageBuffer::WriteUInt32(uint32_t value) {
@@ -61,7 +62,7 @@ uint32_t MessageBuffer::ReadUInt32() {
 std::string MessageBuffer::ReadString() {
     ExpectTag(sizeof(char));
     const uint32_t length = ReadWord();
-    return {reinterpret_cast<const char*>(ReserveBytes(length)), length};
+    return {reinterpret_cast<const char*>(Read(length)), length};
 }
 
 Status MessageBuffer::ReadStatus() {
@@ -72,7 +73,7 @@ Status MessageBuffer::ReadStatus() {
 
 MessageBuffer::Bytes MessageBuffer::ReadBytes() {
     const uint32_t size = ReadUInt32();
-    return {ReserveBytes(size), size};
+    return {Read(size), size};
 }
 
 void MessageBuffer::Write(const void* item, uint32_t size) {
@@ -92,13 +93,19 @@ void MessageBuffer::Write(const void* item, uint32_t size) {
     cursor += size;
 }
 
-uint32_t MessageBuffer::ReadWord() {
+uint8_t* MessageBuffer::Read(uint32_t size) {
     if (base == nullptr) {
         Platform::FailFast();
     }
+    if (reads == Reads::Bounded && (cursor > capacity || size > Room())) {
+        throw OverrunError();
+    }
+    return ReserveBytes(size);
+}
+
+uint32_t MessageBuffer::ReadWord() {
     uint32_t word = 0;
-    std::memcpy(&word, base + cursor, sizeof word);
-    cursor += sizeof word;
+    std::memcpy(&word, Read(sizeof word), sizeof word);
     return word;
 }
 

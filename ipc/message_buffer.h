@@ -3,6 +3,7 @@
 #include <orvane/status.h>
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -18,9 +19,15 @@ namespace Orvane {
 //
 // A tag is a u32 with the byte size of one element. A typed read that finds another tag throws a
 // `std::runtime_error`; the host catches none, so that a request that does not fit it ends it.
-// A write that does not fit ends the process. Reads are not bounded: whoever sends a length keeps it inside.
+// A write that does not fit ends the process.
 class MessageBuffer {
  public:
+    // What a read does about a length that passes the end. A host trusts it, as hosts always did, and may so meet its
+    // end: whoever sends a length keeps it inside. A client does not trust its host, and throws `OverrunError`.
+    enum class Reads { Trusting, Bounded };
+
+    class OverrunError : public std::exception {};
+
     // A byte run, inside the buffer.
     struct Bytes {
         uint8_t* data;
@@ -28,7 +35,7 @@ class MessageBuffer {
     };
 
     // Works on `size` bytes of the caller's `memory` from now on; null for none.
-    void Attach(uint8_t* memory, uint32_t size);
+    void Attach(uint8_t* memory, uint32_t size, Reads reading = Reads::Trusting);
     bool IsAttached() const { return base != nullptr; }
     uint32_t Capacity() const { return capacity; }
 
@@ -58,12 +65,14 @@ class MessageBuffer {
 
  private:
     void Write(const void* item, uint32_t size);
+    uint8_t* Read(uint32_t size);
     uint32_t ReadWord();
     void ExpectTag(uint32_t tag);
 
     uint8_t* base = nullptr;
     uint32_t capacity = 0;
     uint32_t cursor = 0;
+    Reads reads = Reads::Trusting;
 };
 
 }  // namespace Orvane

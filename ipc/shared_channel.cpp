@@ -50,10 +50,21 @@ Platform::View MapView(const Platform::Section& section, uint64_t size) {
 }  // namespace
 
 void SharedChannel::Create(uint32_t size) {
-    for (const char* prefix : {"Result", "Call", "Channel"}) {
-        Platform::RemoveAbandoned(prefix);
-    }
+    Platform::RemoveAbandoned({"Result", "Call", "Channel"});
     const int32_t number = NextChannelNumber();
+    for (;;) {
+        try {
+            CreateObjects(number, size);
+            return;
+        } catch (const SystemException& error) {
+            if (!Platform::RenewModuleWord(error.Code())) {
+                throw;
+            }
+        }
+    }
+}
+
+void SharedChannel::CreateObjects(int32_t number, uint32_t size) {
     const std::string resultName = ObjectName("Result", number);
     const std::string callName = ObjectName("Call", number);
     const std::string sectionName = ObjectName("Channel", number);
@@ -67,7 +78,7 @@ void SharedChannel::Create(uint32_t size) {
     view = MapView(created, size);
     hostArguments = resultName + "|" + callName + "|" + sectionName + "|" + std::to_string(size);
     section = std::move(created);
-    message.Attach(view.Data(), size);
+    message.Attach(view.Data(), size, MessageBuffer::Reads::Bounded);
 }
 
 void SharedChannel::Open(const std::string& arguments) {

@@ -5,6 +5,7 @@
 #include "platform/section.h"
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -40,11 +41,14 @@ struct SharedChannel {
 
     // Client only: held for a whole exchange. It outlives the section that it guards, because threads may still be
     // waiting for it when that is released; they then find `message` without memory.
-    std::recursive_mutex lock;
+    std::unique_ptr<std::recursive_mutex> lock = std::make_unique<std::recursive_mutex>();
 
     Platform::Section section;  // client only: the host closes it once it is mapped
     Platform::View view;
     MessageBuffer message;  // over the view
+
+ private:
+    void CreateObjects(int32_t number, uint32_t size);
 };
 
 }  // namespace Orvane

@@ -19,10 +19,12 @@ class Event {
 
     Event() = default;  // empty: no event
 
-    // Not signalled; or the event of that name, as it is, when there is one already. Empty on failure.
+    // Not signalled. Empty on failure. When there is an event of that name already, it fails on Linux (see
+    // `RenewModuleWord`) and is that event, as it is, on Windows.
     static Event Create(const std::string& name);
 
-    // Empty when there is no such event. On Linux the name is gone afterwards: nobody else is to open it.
+    // Empty when there is no such event. On Linux also when it is another user's or its maker is dead; and the name is
+    // gone afterwards: nobody else is to open it.
     static Event Open(const std::string& name);
 
     explicit operator bool() const { return static_cast<bool>(state); }

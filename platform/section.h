@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace Orvane::Platform {
 
@@ -32,11 +33,12 @@ class Section {
  public:
     Section() = default;  // empty: no section
 
-    // `size` zero bytes. Or the section of that name, in the size that it has, when there is one already. Empty on
-    // failure. `Commit` those that are to be used.
+    // `size` zero bytes; `Commit` those that are to be used. Empty on failure. When there is a section of that name
+    // already, it fails on Linux (see `RenewModuleWord`) and is that section, in the size that it has, on Windows.
     static Section Create(const std::string& name, uint32_t size);
 
-    // Empty when there is no such section. On Linux the name is gone afterwards: nobody else is to open it.
+    // Empty when there is no such section. On Linux also when it is another user's or its maker is dead; and the name
+    // is gone afterwards: nobody else is to open it.
     static Section Open(const std::string& name);
 
     explicit operator bool() const { return static_cast<bool>(state); }
@@ -62,13 +64,17 @@ class Section {
     UniqueHandle<Closing> state;
 };
 
-// Removes the sections and events that clients left behind by dying before their host had opened them: those whose
-// name is PREFIX_%ud_%d, with a `ModuleWord` of which no process lives. Does nothing where the system removes an
-// object with its last handle.
-void RemoveAbandoned(const std::string& prefix);
+// Removes the sections and events that this user's clients left behind by dying before their host had opened them:
+// those whose name is one of the prefixes with _%ud_%d behind it. Does nothing where the system removes an object with
+// its last handle.
+void RemoveAbandoned(const std::vector<std::string>& prefixes);
 
-// A number that the names of this process's shared objects carry: the process id on Linux, where no two living
-// processes share one; the low half of the program's load address on Windows.
+// A number that the names of this process's shared objects carry: a random one on Linux, and another one after a fork;
+// the low half of the program's load address on Windows.
 uint32_t ModuleWord();
+
+// After a failure with this system error: takes another number for `ModuleWord` and returns true when the error says
+// that a name was taken. Always false on Windows, where names that are taken are shared.
+bool RenewModuleWord(uint32_t error);
 
 }  // namespace Orvane::Platform

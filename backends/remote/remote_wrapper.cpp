@@ -1,5 +1,6 @@
 #include "backends/remote/remote_wrapper.h"
 
+#include <orvane/log.h>
 #include <orvane/option_v2.h>
 
 #include "core/backend_factory.h"
@@ -9,6 +10,8 @@
 #include "platform/last_error.h"
 #include "platform/process.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <memory>
 
@@ -45,6 +48,38 @@ auto Request(Call call, Fields... fields) {
     return [=](MessageBuffer& message) { WriteRequest(message, call, fields...); };
 }
 
+// A time from now on, or none.
+class TimeLimit {
+ public:
+    explicit TimeLimit(uint32_t milliseconds)
+        : end(milliseconds != 0 ? Clock::now() + std::chrono::milliseconds(milliseconds) : Clock::time_point::max()) {}
+
+    bool IsOver() const { return end != Clock::time_point::max() && Clock::now() >= end; }
+
+    // Milliseconds: `atMost`, or what is left when that is less.
+    uint32_t Within(uint32_t atMost) const {
+        if (end == Clock::time_point::max()) {
+            return atMost;
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        return static_cast<uint32_t>(std::clamp<int64_t>(left, 0, atMost));
+    }
+
+ private:
+    using Clock = std::chrono::steady_clock;
+
+    Clock::time_point end;
+};
+
+// The memory that a tensor's data takes in a channel: at most all of it.
+uint32_t BytesInChannel(const TensorInfo& info) {
+    uint64_t size = DataTypeSize(info.dataType);
+    for (const int64_t dimension : info.shape) {  // each has 32 bits, and the product is bounded after each
+        size = std::min<uint64_t>(size * static_cast<uint64_t>(dimension), RemoteWrapper::kChannelSize);
+    }
+    return static_cast<uint32_t>(size);
+}
+
 Status ReadStatus(MessageBuffer& message) {
     return message.ReadStatus();
 }
@@ -58,7 +93,10 @@ std::unique_ptr<IOrvane> CreateRemoteBackend() {
 template <typename Write, typename Read, typename Fail>
 std::invoke_result_t<Read, MessageBuffer&> RemoteWrapper::Exchange(uint32_t dataSize, Write write, Read read,
                                                                    Fail fail) {
-    const std::lock_guard guard(channel.lock);
+    if (!owner.IsThisProcess()) {
+        return fail(Obstacle::NoHost);
+    }
+    const std::lock_guard guard(*channel.lock);
     if (!channel.EnsureMemory(dataSize)) {
         return fail(Obstacle::NoMemory);
     }
@@ -66,7 +104,12 @@ std::invoke_result_t<Read, MessageBuffer&> RemoteWrapper::Exchange(uint32_t data
         return fail(Obstacle::NoHost);
     }
     write(channel.message);
-    return Transact() ? read(channel.message) : fail(Obstacle::NoHost);
+    try {
+        return Transact() ? read(channel.message) : fail(Obstacle::NoHost);
+    } catch (const MessageBuffer::OverrunError&) {
+        ReleaseFor(HostEndCauseBadReply);
+        return fail(Obstacle::NoHost);
+    }
 }
 
 template <typename Write>
@@ -82,11 +125,13 @@ Status RemoteWrapper::Failed(Obstacle obstacle, const char* noHost) {
 }
 
 bool RemoteWrapper::Transact() {
+    const TimeLimit limit(host->TimeLimit());
     channel.callEvent.Set();
-    for (int64_t budget = kWaitBudget; !channel.resultEvent.Wait(kWaitSlice, Platform::Awaited::Result);
+    for (int64_t budget = kWaitBudget; !channel.resultEvent.Wait(limit.Within(kWaitSlice), Platform::Awaited::Result);
          budget -= kWaitSlice) {
-        if (!host.IsAlive() || budget < 1) {
-            Release();
+        const bool isAlive = host->IsAlive();
+        if (!isAlive || limit.IsOver() || budget < 1) {
+            ReleaseFor(isAlive ? HostEndCauseTimeLimit : HostEndCauseUnknown);
             return false;
         }
     }
@@ -94,11 +139,32 @@ bool RemoteWrapper::Transact() {
     return true;
 }
 
+void RemoteWrapper::ReleaseFor(HostEndCause cause) {
+    host->NoteEnd(cause);
+    Release();
+}
+
+// The child has copies of everything and owns none of it: neither the host nor what is in the section is touched, and
+// whatever another thread had locked when the process was forked stays locked here.
+void RemoteWrapper::ForgetTheParents() {
+    const uint32_t timeLimit = host->TimeLimit();
+    host = std::make_shared<RunningHost>();
+    host->SetTimeLimit(timeLimit);
+    channel.lock = std::make_unique<std::recursive_mutex>();
+    channel.ReleaseSection();
+    owner = {};
+}
+
 Status RemoteWrapper::Init(const InterpreterParams& params) {
-    const std::lock_guard guard(channel.lock);
+    if (!owner.IsThisProcess()) {
+        ForgetTheParents();
+    }
+    host->BeginInitialisation();
+    const std::lock_guard guard(*channel.lock);
     const OptionHandle option = CreateOption();
     option->FromParams(params);
     const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
+    outputBytes.clear();
     if (Status status = EnsureHost(params.host, size); !status.Ok()) {
         return status;
     }
@@ -115,14 +181,16 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
 Status RemoteWrapper::EnsureHost(const std::string& program, uint32_t dataSize) {
     FailureReason reason = FailureReasonSystem;
     try {
-        if (host && !host.IsAlive()) {
+        if (host->Exists() && !host->IsAlive()) {
             Release();
         }
-        if (!host) {
+        if (!host->Exists()) {
             channel.Create(kChannelSize);
-            reason = FailureReasonHostStart;
-            LaunchHost(program);
-            reason = FailureReasonSystem;
+            if (const auto failed = host->Launch(program, channel.hostArguments)) {
+                const bool started = *failed != Platform::LaunchStep::StartProgram;
+                reason = started ? FailureReasonSystem : FailureReasonHostStart;
+                ThrowSystemError(LaunchError(*failed));
+            }
         }
         if (!channel.EnsureMemory(dataSize)) {
             ThrowSystemError(kSectionError);
@@ -134,18 +202,21 @@ Status RemoteWrapper::EnsureHost(const std::string& program, uint32_t dataSize) 
     }
 }
 
-void RemoteWrapper::LaunchHost(const std::string& program) {
-    if (const auto failed = host.Launch(program, channel.hostArguments)) {
-        ThrowSystemError(LaunchError(*failed));
-    }
-}
-
 void RemoteWrapper::Release() {
-    const std::lock_guard guard(channel.lock);
+    if (!owner.IsThisProcess()) {
+        ForgetTheParents();
+        return;
+    }
+    const std::lock_guard guard(*channel.lock);
     if (channel.message.IsAttached()) {
         WriteRequest(channel.message, CallExit);  // never signalled: closing the host is what ends it
     }
-    host.Close();
+    if (!host->Terminate()) {
+        const auto error = static_cast<int>(Platform::LastError());
+        channel.callEvent.Set();  // all that is left is to ask it, and it listens once it has nothing to do
+        Log(kLogLevelError, "[ORVANE]:the system does not let the host process be ended: error %d", error);
+    }
+    host->Close();
     channel.ReleaseSection();
 }
 
@@ -156,8 +227,16 @@ int32_t RemoteWrapper::GetTensorCount(TensorType type) {
 }
 
 TensorInfo RemoteWrapper::GetTensorInfo(TensorType type, uint32_t index) {
-    return Exchange(0, Request(CallGetTensorInfo, uint32_t{type}, index), ReadTensorInfo,
-                    [](Obstacle) { return TensorInfo(); });
+    return Exchange(
+        0, Request(CallGetTensorInfo, uint32_t{type}, index),
+        [this, type, index](MessageBuffer& reply) {
+            TensorInfo info = ReadTensorInfo(reply);
+            if (type != TensorTypeInput) {
+                outputBytes[index] = BytesInChannel(info);
+            }
+            return info;
+        },
+        [](Obstacle) { return TensorInfo(); });
 }
 
 Status RemoteWrapper::SetInputData(uint32_t index, const void* data, uint32_t size) {
@@ -190,8 +269,7 @@ void* RemoteWrapper::GetTensorData(TensorType type, uint32_t index) {
         return nullptr;
     }
     return Exchange(
-        kChannelSize,  // only the host knows how much it will send
-        Request(CallGetTensorData, index),
+        OutputBytes(index), Request(CallGetTensorData, index),
         [](MessageBuffer& reply) -> void* {
             const MessageBuffer::Bytes output = reply.ReadBytes();
             return reply.ReadStatus().Ok() ? output.data : nullptr;
@@ -204,10 +282,18 @@ std::unordered_map<std::string, std::string> RemoteWrapper::GetExtraInfo() {
                     [](Obstacle) { return std::unordered_map<std::string, std::string>(); });
 }
 
+// What the host was heard to have; a channel's worth where it was not asked.
+uint32_t RemoteWrapper::OutputBytes(uint32_t index) {
+    const std::lock_guard guard(*channel.lock);
+    const auto known = outputBytes.find(index);
+    return known != outputBytes.end() ? known->second : kChannelSize;
+}
+
 Status RemoteWrapper::SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) {
     return ExchangeForStatus(
         0,
-        [type, index, &shape](MessageBuffer& message) {
+        [this, type, index, &shape](MessageBuffer& message) {
+            outputBytes.clear();
             WriteRequest(message, CallSetTensorShape, uint32_t{type}, index);
             WriteShape(message, shape);
         },

@@ -2,11 +2,13 @@
 
 #include <orvane/host.h>
 
+#include "backends/remote/running_host.h"
 #include "core/i_orvane.h"
 #include "ipc/shared_channel.h"
-#include "platform/host_process.h"
+#include "platform/process.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <unordered_map>
@@ -20,7 +22,8 @@ namespace Orvane {
 // A host that is found dead releases the wrapper; the operation then fails, with "Orvane Host Exit" where it has a
 // status, and so does every operation on a released or new wrapper. `Init` starts a new host.
 // A system without memory for the data of a call fails it, with "CreateFileMapping error", and nothing else.
-// A reply that is no reply throws `std::runtime_error`.
+// A reply with a value of another type than there must be throws `std::runtime_error`; one whose lengths pass the end
+// of the section counts as a dead host. In a forked child the wrapper has no host.
 class RemoteWrapper final : public IOrvane {
  public:
     // Bytes of a channel: the largest tensor, and room for what travels with it.
@@ -51,6 +54,8 @@ class RemoteWrapper final : public IOrvane {
     // Any shape but an empty one ends the host, deliberately.
     Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override;
 
+    std::shared_ptr<HostControl> GetHostControl() override { return host; }
+
  private:
     // Why an exchange did not take place or got no reply.
     enum class Obstacle { NoMemory, NoHost };
@@ -65,13 +70,20 @@ class RemoteWrapper final : public IOrvane {
     Status ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost = kHostExit);
 
     static Status Failed(Obstacle obstacle, const char* noHost);
+    uint32_t OutputBytes(uint32_t index);
     bool Transact();
+    void ReleaseFor(HostEndCause cause);
+    void ForgetTheParents();
     Status EnsureHost(const std::string& program, uint32_t dataSize);
-    void LaunchHost(const std::string& program);
 
     // The order is that of destruction, from the last to the first.
-    Platform::HostProcess host;
+    std::shared_ptr<RunningHost> host = std::make_shared<RunningHost>();
     SharedChannel channel;
+
+    Platform::ProcessMark owner;
+
+    // Of the outputs that were described since the last initialisation, by index: how much memory their data takes.
+    std::unordered_map<uint32_t, uint32_t> outputBytes;
 };
 
 }  // namespace Orvane

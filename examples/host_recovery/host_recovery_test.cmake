@@ -1,27 +1,10 @@
-# Runs PROGRAM with models in MATERIAL, and lets its host process crash. Programs are run by EMULATOR when there is one.
+# Runs PROGRAM with models in MATERIAL, and lets its host process crash. Programs are run in FOLDER, by EMULATOR when
+# there is one.
 cmake_minimum_required(VERSION 3.25)
+include(${CMAKE_CURRENT_LIST_DIR}/../expect.cmake)
 
 set(models ${MATERIAL}/face_detection_short_range.tflite ${MATERIAL}/silero_vad_openvino_16k.onnx)
-foreach(model ${models})
-    if(NOT EXISTS ${model})
-        message("SKIPPED: ${model} is missing; ./dev setup fetches it")
-        return()
-    endif()
-endforeach()
-
-# expect(EXIT TEXT command...): the command exits so, and what it prints, or with a failure its errors, matches
-# TEXT. The runtime's own remarks may stand before an error.
-function(expect exit text)
-    execute_process(COMMAND ${EMULATOR} ${ARGN} TIMEOUT 150
-        RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
-    if(NOT exit EQUAL 0)
-        set(printed "${errors}")
-    endif()
-    string(REPLACE "\r\n" "\n" printed "${printed}")
-    if(NOT result STREQUAL "${exit}" OR NOT printed MATCHES "${text}")
-        message(FATAL_ERROR "${ARGN}: expected exit ${exit} and \"${text}\", got exit ${result} and\n${printed}${errors}")
-    endif()
-endfunction()
+need(${models})
 
 string(CONCAT story "^In this process: the model runs\nIn a host process: the same bits\n"
     "Running until the host process dies\nCrashing the host process\n"

@@ -24,7 +24,7 @@ struct HostExit : std::runtime_error {
 };
 
 void Check(const Orvane::Status& status, const std::string& explanation) {
-    if (status.message == Orvane::kHostExit) {
+    if (status.reason == Orvane::FailureReasonHostEnded) {
         throw HostExit(explanation + ": " + status.message);
     }
     if (!status.Ok()) {

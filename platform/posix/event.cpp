@@ -1,6 +1,7 @@
 #include "platform/event.h"
 
 #include "platform/posix/shared_object.h"
+#include "platform/process.h"
 
 #include <immintrin.h>
 #include <linux/futex.h>
@@ -14,6 +15,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <utility>
 
 namespace Orvane::Platform {
 
@@ -87,16 +89,18 @@ void Sleep(Word& word, std::chrono::nanoseconds atMost, bool forever) {
 }  // namespace
 
 struct Event::State {
-    // Takes the event's name, to be removed at the end, from the side that made it; no name from the other.
-    static Event Own(Word* word, const std::string& ownName) {
+    // `ownName` is empty on the side that opened. Empty, and nothing of a new object stays, for what is no event.
+    static Event Own(Descriptor object, const std::string& ownName) {
         Event event;
-        if (word != nullptr) {
-            event.state = UniqueHandle<Closing>(new State{*word, ownName});
+        if (Word* word = Map(object); word != nullptr) {
+            event.state = UniqueHandle<Closing>(new State{*word, std::move(object), ownName, {}});
+        } else if (object && !ownName.empty()) {
+            RemoveSharedObjectName(ownName, object);
         }
         return event;
     }
 
-    // The word of an open object; null, with EINVAL, for one that is no event.
+    // Null, with EINVAL, for an object of another size.
     static Word* Map(const Descriptor& object) {
         struct stat attributes {};
         if (!object || fstat(object.Get(), &attributes) != 0) {
@@ -111,23 +115,31 @@ struct Event::State {
     }
 
     Word& word;
-    std::string name;  // empty on the side that opened
+    Descriptor object;  // with its maker's lock on it; none on the side that opened
+    std::string name;
+    ProcessMark maker;
 };
 
 void Event::Closing::Close(Value event) noexcept {
     munmap(&event->word, sizeof(Word));
-    if (!event->name.empty()) {
-        RemoveSharedObjectName(event->name);
+    if (!event->name.empty() && event->maker.IsThisProcess()) {
+        RemoveSharedObjectName(event->name, event->object);
     }
     delete event;
 }
 
 Event Event::Create(const std::string& name) {
-    return State::Own(State::Map(CreateSharedObject(name, sizeof(Word))), name);
+    return State::Own(CreateSharedObject(name, sizeof(Word)), name);
 }
 
 Event Event::Open(const std::string& name) {
-    return State::Own(State::Map(OpenSharedObject(name)), "");
+    Event event = State::Own(OpenSharedObject(name), "");
+    if (event) {
+        Descriptor& object = event.state.Get()->object;
+        RemoveSharedObjectName(name, object);
+        object.Close();
+    }
+    return event;
 }
 
 bool Event::Set() {

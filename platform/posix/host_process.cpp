@@ -1,27 +1,32 @@
 #include "platform/host_process.h"
 
 #include "platform/posix/blocked_signals.h"
-#include "platform/posix/shared_object.h"
+#include "platform/posix/descriptor.h"
+#include "platform/process.h"
 
 #include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <future>
+#include <memory>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <utility>
-#include <vector>
 
 // `clone` by the library's other name for it: the thread sanitizer replaces the first by a function that cannot share
 // memory.
@@ -32,18 +37,26 @@ namespace Orvane::Platform {
 
 namespace {
 
-void WaitForEnd(const Descriptor& process) {
+bool HasEnded(const Descriptor& process, int milliseconds) {
     pollfd end{process.Get(), POLLIN, 0};
-    while (poll(&end, 1, -1) < 0 && errno == EINTR) {
+    int found = 0;
+    while ((found = poll(&end, 1, milliseconds)) < 0 && errno == EINTR) {
     }
+    return found != 0;  // also when the system cannot tell
 }
 
 // Takes the dead process off the client's list of children. The client may have done so itself, by a wait for any
 // child or by ignoring their ends.
-void Reap(const Descriptor& process) {
+ProcessEnd Reap(const Descriptor& process) {
     siginfo_t information{};
-    while (waitid(P_PIDFD, static_cast<id_t>(process.Get()), &information, WEXITED) < 0 && errno == EINTR) {
+    int result = 0;
+    while ((result = waitid(P_PIDFD, static_cast<id_t>(process.Get()), &information, WEXITED)) < 0 && errno == EINTR) {
     }
+    if (result != 0) {
+        return {};
+    }
+    const auto kind = information.si_code == CLD_EXITED ? ProcessEnd::Kind::ExitValue : ProcessEnd::Kind::Signal;
+    return {kind, static_cast<uint32_t>(information.si_status)};
 }
 
 // The command line has a buffer of 1,048 characters, the last of them zero.
@@ -59,6 +72,19 @@ struct Start {
     int error;
 };
 
+// An older system does it one by one.
+void CloseAllButTheStandardThree() {
+    if (close_range(STDERR_FILENO + 1, UINT_MAX, 0) == 0) {
+        return;
+    }
+    constexpr rlim_t kMostByDefault = 1 << 20;
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    for (rlim_t number = STDERR_FILENO + 1; number < std::min(limit.rlim_max, kMostByDefault); ++number) {
+        close(static_cast<int>(number));
+    }
+}
+
 // Runs in the new process. Bare system calls where a library's function would touch the client's memory.
 int RunProgram(void* argument) {
     auto* start = static_cast<Start*>(argument);
@@ -66,8 +92,8 @@ int RunProgram(void* argument) {
     // that was gone before the request would never send it.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() == start->client) {
-        setpgid(0, 0);  // a Ctrl-C in the terminal is the client's business
-        close_range(STDERR_FILENO + 1, UINT_MAX, 0);
+        setsid();  // a Ctrl-C in the terminal is the client's business, and no terminal can stop what it is not of
+        CloseAllButTheStandardThree();
         constexpr size_t kSignalSetSize = 8;
         constexpr int kLastSignal = 64;
         const std::array<uint64_t, 4> defaultAction{};
@@ -85,24 +111,32 @@ int RunProgram(void* argument) {
     return EXIT_FAILURE;
 }
 
-// Returns a descriptor of the new process; none, with `errno`, when the program could not be started.
-// The calling thread takes no signals: no handler of the client's may run in a process that shares its memory.
-Descriptor CreateProcess(const std::string& program, const std::string& arguments) {
-    Start start{program.c_str(), arguments.c_str(), getpid(), 0};
-    std::vector<char> stack(size_t{64} * 1024);
+// What a launch and the thread that keeps the process share.
+struct Kept {
+    Descriptor process;
+    pid_t number = -1;
+    std::promise<int> started;  // with the error; 0 for none
+    std::promise<ProcessEnd> ended;
+};
+
+// Bytes of the new process's stack, until its program starts.
+constexpr size_t kStack = size_t{64} * 1024;
+
+// Returns the error. The calling thread takes no signals: no handler of the client's may run in a process that shares
+// its memory.
+int CreateProcess(Kept& kept, Start& start, char* stack) {
     int descriptor = -1;
-    const int created = __clone(RunProgram, stack.data() + stack.size(), CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD,
-                                &start, &descriptor);
-    const int error = created < 0 ? errno : start.error;
-    Descriptor process(created < 0 ? -1 : descriptor);
-    if (error == 0) {
-        return process;
+    const int created =
+        __clone(RunProgram, stack + kStack, CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD, &start, &descriptor);
+    if (created < 0) {
+        return errno;
     }
-    if (process) {
-        Reap(process);
+    kept.number = created;
+    kept.process = OwnDescriptor(descriptor);
+    if (start.error != 0) {
+        Reap(kept.process);
     }
-    errno = error;
-    return {};
+    return start.error;
 }
 
 }  // namespace
@@ -112,18 +146,17 @@ Descriptor CreateProcess(const std::string& program, const std::string& argument
 // The process is known by a descriptor and not by its number, which another one could have by then.
 struct HostProcess::State {
     bool Launch(const std::string& program, const std::string& arguments) {
-        std::promise<int> started;
-        std::future<int> error = started.get_future();
+        std::future<int> error = kept->started.get_future();
+        Start start{program.c_str(), arguments.c_str(), getpid(), 0};
+        const std::unique_ptr<char[]> stack(new char[kStack]);  // here, where it may fail
         try {
             const BlockedSignals inKeeper;
-            keeper = std::thread([this, &program, &arguments, result = std::move(started)]() mutable {
-                process = CreateProcess(program, arguments);
-                alive = static_cast<bool>(process);
-                result.set_value(process ? 0 : errno);
-                if (process) {
-                    WaitForEnd(process);
-                    alive = false;
-                    Reap(process);
+            keeper = std::thread([kept = kept, &start, stack = stack.get()] {
+                const int failure = CreateProcess(*kept, start, stack);
+                kept->started.set_value(failure);
+                if (failure == 0) {
+                    HasEnded(kept->process, -1);
+                    kept->ended.set_value(Reap(kept->process));
                 }
             });
         } catch (const std::system_error& failure) {  // the system has no more threads
@@ -134,17 +167,30 @@ struct HostProcess::State {
         return errno == 0;
     }
 
-    Descriptor process;  // written by the keeper before `Launch` returns
-    std::atomic<bool> alive{false};
+    bool Terminate() const {
+        if (!maker.IsThisProcess() || !kept->process || HasEnded(kept->process, 0)) {
+            return true;
+        }
+        // The second way is for a system, or a filter of system calls, without the first. The number is still the
+        // process's: it was alive just now, and if it ended meanwhile, it has hardly been given away.
+        return syscall(SYS_pidfd_send_signal, kept->process.Get(), SIGKILL, nullptr, 0) == 0 ||
+               kill(kept->number, SIGKILL) == 0 || HasEnded(kept->process, 0);
+    }
+
+    ProcessMark maker;
+    std::shared_ptr<Kept> kept = std::make_shared<Kept>();
+    std::shared_future<ProcessEnd> end = kept->ended.get_future().share();
     std::thread keeper;
 };
 
 void HostProcess::Closing::Close(Value process) noexcept {
-    if (process->process) {
-        syscall(SYS_pidfd_send_signal, process->process.Get(), SIGKILL, nullptr, 0);
+    if (!process->maker.IsThisProcess()) {
+        process->kept->process.Close();
+        return;  // the rest stays: its thread is not in this process
     }
     if (process->keeper.joinable()) {
-        process->keeper.join();
+        // A process that cannot be ended keeps its keeper until it ends by itself.
+        process->Terminate() ? process->keeper.join() : process->keeper.detach();
     }
     delete process;
 }
@@ -154,20 +200,48 @@ std::optional<LaunchStep> HostProcess::Launch(const std::string& program, const 
         errno = ENAMETOOLONG;
         return LaunchStep::StartProgram;
     }
-    UniqueHandle<Closing> launched(new State);
-    if (!launched.Get()->Launch(program, arguments)) {
-        return LaunchStep::StartProgram;
+    try {
+        UniqueHandle<Closing> launched(new State);
+        if (launched.Get()->Launch(program, arguments)) {
+            state = std::move(launched);
+            return std::nullopt;
+        }
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
     }
-    state = std::move(launched);
-    return std::nullopt;
+    return LaunchStep::StartProgram;
 }
 
 bool HostProcess::IsAlive() const {
-    return state.Get()->alive;
+    return state.Get()->maker.IsThisProcess() && !HasEnded(state.Get()->kept->process, 0);
+}
+
+ProcessEnd HostProcess::End() const {
+    // The keeper has noticed it too, or is about to.
+    const bool known = state.Get()->maker.IsThisProcess() &&
+                       state.Get()->end.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
+    return known ? state.Get()->end.get() : ProcessEnd();
+}
+
+bool HostProcess::Terminate() {
+    return !state || state.Get()->Terminate();
 }
 
 void HostProcess::Close() {
     state.Close();
+}
+
+std::string Describe(const ProcessEnd& end) {
+    switch (end.kind) {
+        case ProcessEnd::Kind::ExitValue:
+            return "exit value " + std::to_string(end.value);
+        case ProcessEnd::Kind::Signal: {
+            const char* name = sigabbrev_np(static_cast<int>(end.value));
+            return "signal " + std::to_string(end.value) + (name != nullptr ? std::string(" (SIG") + name + ")" : "");
+        }
+        default:
+            return "unknown";
+    }
 }
 
 }  // namespace Orvane::Platform

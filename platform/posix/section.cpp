@@ -1,30 +1,29 @@
 #include "platform/section.h"
 
 #include "platform/posix/shared_object.h"
+#include "platform/process.h"
 
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <charconv>
-#include <csignal>
-#include <filesystem>
-#include <optional>
-#include <string_view>
+#include <random>
 #include <utility>
 
 namespace Orvane::Platform {
 
 struct View::State {
     uint8_t* base;
-    size_t reserved;  // bytes of address space that go with it
+    size_t mapped;  // bytes of address space, with the guard
 };
 
 struct Section::State {
     Descriptor object;
-    std::string name;  // to be removed at the end; empty on the side that opened
+    std::string name;  // empty on the side that opened
     uint64_t committed = 0;
+    ProcessMark maker;
 };
 
 namespace {
@@ -33,34 +32,35 @@ namespace {
 // passes the end of the view faults at once instead of reaching something else.
 constexpr size_t kGuard = (size_t{1} << 32) + (size_t{1} << 16);
 
-bool IsAlive(pid_t process) {
-    return kill(process, 0) == 0 || errno != ESRCH;
+// Where address space is limited, as much of it as there is.
+void* MapWithGuard(size_t length, size_t& mapped) {
+    for (size_t guard = kGuard;; guard /= 2) {
+        mapped = length + guard;
+        void* space = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (space != MAP_FAILED || guard == 0 || errno != ENOMEM) {
+            return space;
+        }
+    }
 }
 
-// The process whose number stands in PREFIX_%ud_%d; none for another name.
-std::optional<pid_t> OwnerOf(const std::string& name, const std::string& prefix) {
-    const std::string start = prefix + "_";
-    if (name.rfind(start, 0) != 0) {
-        return std::nullopt;
-    }
-    pid_t owner = 0;
-    const char* const end = name.data() + name.size();
-    const auto [rest, error] = std::from_chars(name.data() + start.size(), end, owner);
-    const bool isOurs =
-        error == std::errc() && std::string_view(rest, static_cast<size_t>(end - rest)).rfind("d_", 0) == 0;
-    return isOurs && owner > 0 ? std::optional(owner) : std::nullopt;
+// The process in its upper half, its number in the lower one.
+std::atomic<uint64_t> moduleWord{0};
+
+uint32_t RandomWord() {
+    std::random_device random;
+    return static_cast<uint32_t>(random());
 }
 
 }  // namespace
 
 void View::Closing::Close(Value view) noexcept {
-    munmap(view->base, view->reserved);
+    munmap(view->base, view->mapped);
     delete view;
 }
 
 void Section::Closing::Close(Value section) noexcept {
-    if (!section->name.empty()) {
-        RemoveSharedObjectName(section->name);
+    if (!section->name.empty() && section->maker.IsThisProcess()) {
+        RemoveSharedObjectName(section->name, section->object);
     }
     delete section;
 }
@@ -72,7 +72,7 @@ uint8_t* View::Data() const {
 Section Section::Create(const std::string& name, uint32_t size) {
     Section section;
     if (Descriptor object = CreateSharedObject(name, size); object) {
-        section.state = UniqueHandle<Closing>(new State{std::move(object), name});
+        section.state = UniqueHandle<Closing>(new State{std::move(object), name, 0, {}});
     }
     return section;
 }
@@ -80,7 +80,8 @@ Section Section::Create(const std::string& name, uint32_t size) {
 Section Section::Open(const std::string& name) {
     Section section;
     if (Descriptor object = OpenSharedObject(name); object) {
-        section.state = UniqueHandle<Closing>(new State{std::move(object), ""});
+        RemoveSharedObjectName(name, object);
+        section.state = UniqueHandle<Closing>(new State{std::move(object), "", 0, {}});
     }
     return section;
 }
@@ -107,13 +108,13 @@ View Section::Map(uint64_t size) const {
         errno = EINVAL;
         return {};
     }
-    const size_t reserved = length + kGuard;
-    void* space = mmap(nullptr, reserved, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    size_t mapped = 0;
+    void* space = MapWithGuard(length, mapped);
     if (space == MAP_FAILED) {
         return {};
     }
     View view;
-    view.state = UniqueHandle<View::Closing>(new View::State{static_cast<uint8_t*>(space), reserved});
+    view.state = UniqueHandle<View::Closing>(new View::State{static_cast<uint8_t*>(space), mapped});
     if (mmap(space, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, state.Get()->object.Get(), 0) ==
         MAP_FAILED) {
         return {};
@@ -121,20 +122,21 @@ View Section::Map(uint64_t size) const {
     return view;
 }
 
-void RemoveAbandoned(const std::string& prefix) {
-    std::error_code error;
-    const std::filesystem::directory_iterator end;
-    for (std::filesystem::directory_iterator entry("/dev/shm", error); !error && entry != end; entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        const std::optional<pid_t> owner = OwnerOf(name, prefix);
-        if (owner.has_value() && !IsAlive(*owner)) {
-            RemoveSharedObjectName(name);
-        }
+uint32_t ModuleWord() {
+    const auto process = static_cast<uint32_t>(getpid());
+    uint64_t word = moduleWord;
+    if (word >> 32 != process) {
+        word = uint64_t{process} << 32 | RandomWord();
+        moduleWord = word;
     }
+    return static_cast<uint32_t>(word);
 }
 
-uint32_t ModuleWord() {
-    return static_cast<uint32_t>(getpid());
+bool RenewModuleWord(uint32_t error) {
+    if (error == EEXIST) {
+        moduleWord = 0;
+    }
+    return error == EEXIST;
 }
 
 }  // namespace Orvane::Platform

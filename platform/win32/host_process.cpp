@@ -4,6 +4,8 @@
 #include "platform/win32/wide_text.h"
 
 #include <array>
+#include <cstdint>
+#include <cstdio>
 #include <utility>
 
 namespace Orvane::Platform {
@@ -81,11 +83,43 @@ bool HostProcess::IsAlive() const {
     return GetExitCodeProcess(state.Get()->process.Get(), &exitCode) != 0 && exitCode == STILL_ACTIVE;
 }
 
-void HostProcess::Close() {
+ProcessEnd HostProcess::End() const {
+    DWORD exitCode = 0;
+    const bool known = GetExitCodeProcess(state.Get()->process.Get(), &exitCode) != 0;
+    return known ? ProcessEnd{ProcessEnd::Kind::ExitValue, exitCode} : ProcessEnd();
+}
+
+bool HostProcess::Terminate() {
     if (state) {
-        state.Get()->job.Close();  // first: this is what ends the host
-        state.Close();
+        state.Get()->job.Close();  // this is what ends the host
     }
+    return true;
+}
+
+void HostProcess::Close() {
+    Terminate();
+    state.Close();
+}
+
+std::string Describe(const ProcessEnd& end) {
+    if (end.kind == ProcessEnd::Kind::Unknown) {
+        return "unknown";
+    }
+    if (end.value < 0xC0000000) {
+        return "exit value " + std::to_string(static_cast<int32_t>(end.value));
+    }
+    const std::pair<uint32_t, const char*> names[] = {
+        {0xC0000005, "access violation"}, {0xC0000017, "no memory"},        {0xC000001D, "illegal instruction"},
+        {0xC00000FD, "stack overflow"},   {0xC0000135, "a DLL is missing"}, {0xC0000139, "a DLL is of another version"},
+        {0xC000013A, "Ctrl-C"},           {0xC0000374, "heap corruption"},  {0xC0000409, "fast fail"},
+    };
+    char number[16];
+    std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned int>(end.value));
+    std::string text = std::string("exit value ") + number;
+    for (const auto& [value, name] : names) {
+        text += value == end.value ? std::string(" (") + name + ")" : "";
+    }
+    return text;
 }
 
 }  // namespace Orvane::Platform

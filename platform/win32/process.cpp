@@ -13,6 +13,13 @@
 
 namespace Orvane::Platform {
 
+// Windows has no fork.
+ProcessMark::ProcessMark() noexcept : process(GetCurrentProcessId()) {}
+
+bool ProcessMark::IsThisProcess() const noexcept {
+    return process == int64_t{GetCurrentProcessId()};
+}
+
 // The fast-fail instruction and `RaiseFailFastException` would start the system's error reporting, which may show a
 // dialogue. The exit code is theirs.
 void FailFast() noexcept {
@@ -22,7 +29,7 @@ void FailFast() noexcept {
     }
 }
 
-void EndSilently() {
+void BeginHost() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     SetUnhandledExceptionFilter([](EXCEPTION_POINTERS*) -> LONG { FailFast(); });
     std::set_terminate(FailFast);

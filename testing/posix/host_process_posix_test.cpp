@@ -1,6 +1,7 @@
 // What only Linux has: the errors of a start, signals, descriptors, limits on memory, names that stay.
 #include "core/backend_factory.h"
 #include "ipc/shared_channel.h"
+#include "platform/section.h"
 #include "testing/posix/processes.h"
 #include "testing/support/host_fixture.h"
 
@@ -41,7 +42,7 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
     };
     for (const auto& [host, outcome] : cases) {
         EXPECT_EQ(Init(Params("echo 4", "", host)), outcome);
-        EXPECT_EQ(Names(getpid()), 0U) << host;
+        EXPECT_EQ(Names(Platform::ModuleWord()), 0U) << host;
     }
     const pid_t noThread = Fork([&] {
         pthread_attr_t attributes;
@@ -56,7 +57,7 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
         setrlimit(RLIMIT_FSIZE, &limit);
         std::signal(SIGXFSZ, SIG_IGN);
         const bool failed = Init(Params("echo 4")) == std::to_string(EFBIG) + " CreateFileMapping error";
-        _exit(failed && Names(getpid()) == 0 ? 0 : 1);
+        _exit(failed && Names(Platform::ModuleWord()) == 0 ? 0 : 1);
     });
     EXPECT_EQ(End(noMemory), "exit 0");
 }
@@ -73,7 +74,7 @@ TEST_F(HostProcessPosix, ACallWithoutRoomForItsDataFailsAndNothingElse) {
             _exit(2);
         }
         EXPECT_EQ(Init(Params("echo 4")), noRoom);
-        EXPECT_EQ(Names(getpid()), 0U);
+        EXPECT_EQ(Names(Platform::ModuleWord()), 0U);
 
         EXPECT_TRUE(limitMemory("1m"));
         std::vector<char> data(kLarge);
@@ -103,15 +104,23 @@ TEST_F(HostProcessPosix, AStoppedHostOnlyDelays) {
 }
 
 TEST_F(HostProcessPosix, NamesOfADeadClientAreSwept) {
-    const pid_t client = Fork([] {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t client = Fork([&] {
         SharedChannel channel;
         channel.Create(4096);
+        const uint32_t word = Platform::ModuleWord();
+        EXPECT_EQ(write(ends[1], &word, sizeof word), ssize_t{sizeof word});
         std::raise(SIGKILL);
     });
     EXPECT_EQ(End(client), "signal 9");
-    EXPECT_EQ(Names(client), 3U);
+    uint32_t word = 0;
+    EXPECT_EQ(read(ends[0], &word, sizeof word), ssize_t{sizeof word});
+    EXPECT_EQ(Names(word), 3U);
     StartHost();
-    EXPECT_EQ(Names(client), 0U);
+    EXPECT_EQ(Names(word), 0U);
+    close(ends[0]);
+    close(ends[1]);
 }
 
 TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignals) {

@@ -14,8 +14,8 @@ size_t Entries(const std::string& folder) {
     return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
 }
 
-size_t Names(pid_t process) {
-    const std::string word = std::string("_").append(std::to_string(process)).append("d_");
+size_t Names(uint32_t moduleWord) {
+    const std::string word = std::string("_").append(std::to_string(moduleWord)).append("d_");
     size_t count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
         count += entry.path().filename().string().find(word) != std::string::npos ? 1 : 0;

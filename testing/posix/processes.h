@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -12,8 +13,8 @@ namespace Orvane::Testing {
 // How many entries a folder has.
 size_t Entries(const std::string& folder);
 
-// How many shared objects there are under a process's names.
-size_t Names(pid_t process);
+// How many shared objects there are whose names carry a process's module word.
+size_t Names(uint32_t moduleWord);
 
 // Runs `work` in a child process, which does not outlive this one. An exception ends it.
 pid_t Fork(const std::function<void()>& work) noexcept;

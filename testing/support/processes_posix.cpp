@@ -1,5 +1,6 @@
 #include "testing/support/processes.h"
 
+#include "platform/section.h"
 #include "testing/posix/processes.h"
 #include "testing/support/within.h"
 
@@ -101,13 +102,13 @@ std::string LeftBehind() {
         }
         return "children";
     }
-    return Names(getpid()) == 0 ? "" : "names";
+    return Names(Platform::ModuleWord()) == 0 ? "" : "names";
 }
 
 std::vector<size_t> Footprint() {
     std::ifstream maps("/proc/self/maps");
     const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
-    return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"), Names(getpid())};
+    return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"), Names(Platform::ModuleWord())};
 }
 
 EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {

@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
         {"invalid-parameter", OverrunCopy},
         {"pure-call", [] { Finished(); }},
     };
-    Orvane::Platform::EndSilently();
+    Orvane::Platform::BeginHost();
     ways.at(argc == 2 ? argv[1] : "")();
     return 1;
 }

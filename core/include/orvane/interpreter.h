@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvane/host_end.h>
 #include <orvane/interpreter_params.h>
 #include <orvane/option_v2.h>
 #include <orvane/status.h>
@@ -12,6 +13,7 @@
 
 namespace Orvane {
 
+class HostControl;
 class InterpreterImpl;
 
 /// Drives one model. Empty until `Init` succeeds; an empty interpreter has no tensors and does not run.
@@ -22,7 +24,10 @@ class InterpreterImpl;
 ///
 /// Threads: in this process an interpreter and its tensors are used from one thread at a time. With a host process any
 /// number of threads may copy, run and ask at the same time, one after the other reaching the host; `Init`, `Release`
-/// and destruction still want to be alone. Separate interpreters are independent.
+/// and destruction still want to be alone, but for the three operations that say "any thread". Separate interpreters
+/// are independent.
+///
+/// After a fork the child has no host process: calls fail as with one that has ended, and `Init` starts one of its own.
 class Interpreter {
  public:
     Interpreter();
@@ -39,6 +44,19 @@ class Interpreter {
     /// Frees what the backend can free while the interpreter stays: ends a host process, does nothing in this
     /// process. The next operation that is of use is `Init`.
     void Release();
+
+    /// Ends the host process, from any thread and while another one waits for it in any operation, `Init` included:
+    /// that operation fails within 200 ms, with `FailureReasonHostEnded`, and `Init` starts a new host. Fails, and does
+    /// nothing, where there is no host process: a model that runs in this process cannot be ended.
+    Status Interrupt();
+
+    /// How many milliseconds an operation, `Init` included, may wait for the host process. One that waits longer ends
+    /// the host and fails like one whose host has ended. 0, the default, is no limit but that of some 55 hours. Holds
+    /// for the operations that begin afterwards, also over later `Init`s. Any thread.
+    void SetTimeLimit(uint32_t milliseconds);
+
+    /// How the last host process ended that nobody released, also after a failed `Init`. Any thread.
+    HostEnd GetHostEnd() const;
 
     /// Runs the model once on the data last copied in. Fails before a successful `Init` and before data was
     /// copied into an input.
@@ -68,6 +86,12 @@ class Interpreter {
     explicit operator bool() const { return interpreter != nullptr; }
 
  private:
+    struct Shared;  // what any thread may ask for
+
+    void ShareHost(std::shared_ptr<HostControl> host);
+    std::shared_ptr<HostControl> SharedHost() const;
+
+    std::unique_ptr<Shared> shared;
     std::unique_ptr<InterpreterImpl> interpreter;
     uint32_t framework = 0;
 };

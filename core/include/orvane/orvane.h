@@ -4,6 +4,7 @@
 /// invoke it, copy the results out of its output tensors.
 
 #include <orvane/host.h>
+#include <orvane/host_end.h>
 #include <orvane/interpreter.h>
 #include <orvane/interpreter_params.h>
 #include <orvane/log.h>

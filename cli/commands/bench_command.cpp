@@ -1,0 +1,174 @@
+#include "cli/commands/commands.h"
+
+#include "cli/failure.h"
+#include "cli/files/whole_file.h"
+#include "cli/model/inference.h"
+#include "cli/model/load_model.h"
+#include "cli/model/model_options.h"
+#include "cli/report/bench_report.h"
+#include "cli/report/progress_bar.h"
+#include "platform/interrupt.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <sstream>
+#include <utility>
+
+namespace Orvane::Cli {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct BenchOptions {
+    ModelOptions model;
+    uint32_t warmup = 10;
+    std::optional<uint32_t> iterations;
+    double seconds = 5;
+    std::optional<std::string> json;
+};
+
+double Milliseconds(Clock::duration duration) {
+    return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+// Before the work, so that none of it is in vain.
+void Check(const BenchOptions& options) {
+    if (!(options.seconds > 0)) {  // also refuses what is no number
+        throw WrongUsage("--seconds takes a number above 0");
+    }
+    RefuseEmpty("--json", options.json, "the file to write");
+    if (options.json) {
+        const WholeFile trial(*options.json);
+    }
+}
+
+void WriteJson(const std::string& path, const BenchReport& report) {
+    std::ostringstream text;
+    PrintJsonBenchReport(text, report);
+    WholeFile file(path);
+    file.Write(text.str().data(), text.str().size());
+    file.Close();
+    file.Commit();
+}
+
+InferenceTimes TimeInference(Inference& inference) {
+    const auto start = Clock::now();
+    inference.CopyIn();
+    const auto copiedIn = Clock::now();
+    inference.Compute();
+    const auto computed = Clock::now();
+    inference.CopyOut();
+    return {Milliseconds(copiedIn - start), Milliseconds(computed - copiedIn), Milliseconds(Clock::now() - computed)};
+}
+
+void WarmUp(Inference& inference, uint32_t count, std::ostream& err) {
+    ProgressBar progress(err);
+    for (uint32_t i = 0; i < count; ++i) {
+        TimeInference(inference);
+        progress.Show(i + 1, count);
+    }
+}
+
+// Until Ctrl-C at the latest, which lets an inference come to its end.
+void Measure(Inference& inference, const BenchOptions& options, BenchReport& report, std::ostream& err) {
+    const Platform::InterruptFlag interrupt;
+    const double target = options.iterations ? *options.iterations : options.seconds;
+    ProgressBar progress(err);
+    const auto start = Clock::now();
+    for (double done = 0; done < target && !report.interrupted;) {
+        report.inferences.push_back(TimeInference(inference));
+        const std::chrono::duration<double> elapsed = Clock::now() - start;
+        done = options.iterations ? static_cast<double>(report.inferences.size()) : elapsed.count();
+        progress.Show(done, target);
+        report.interrupted = done < target && interrupt.IsSet();
+    }
+}
+
+Transfer Zeros(const ModelTensor& input) {
+    if (const std::optional<std::string> obstacle = input.Obstacle()) {
+        throw Failure(Label(input) + " cannot be filled: " + *obstacle);
+    }
+    return {&input, std::vector<uint8_t>(input.Bytes()), std::nullopt};
+}
+
+void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream& err) {
+    const LogLines lines(options.model.logLevel, err);
+    const auto start = Clock::now();
+    Interpreter interpreter = LoadModel(options.model);
+    report.initialisation = Milliseconds(Clock::now() - start);
+
+    const uint32_t maxBytes = options.model.MaxTensorBytes();
+    const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput, maxBytes);
+    const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput, maxBytes);
+    Inference inference{interpreter, {}, PrepareOutputs({}, outputs)};
+    std::transform(inputs.begin(), inputs.end(), std::back_inserter(inference.inputs), Zeros);
+
+    report.firstInference = TimeInference(inference);
+    WarmUp(inference, options.warmup, err);
+    // Before the measurements, which take memory of their own.
+    report.ownMemory = Platform::OwnMemoryUse();
+    report.hostMemory = report.host ? Platform::ChildMemoryUse() : std::nullopt;
+    Measure(inference, options, report, err);
+}
+
+// What it takes to start a host, to have it answer a call and to end it: the median of a few. The call asks for a
+// framework that no host has, and is refused without any work. None when that is not what a host answers.
+std::optional<double> TimeLaunch(const std::string& host) {
+    constexpr int kLaunches = 5;
+    InterpreterParams params;
+    params.framework = FrameworkTypeInvalid;
+    params.host = host;
+    std::vector<double> times;
+    for (int i = 0; i < kLaunches; ++i) {
+        Interpreter interpreter;
+        const auto start = Clock::now();
+        const Status status = interpreter.Init(params);
+        times.push_back(Milliseconds(Clock::now() - start));
+        if (status.reason != FailureReasonRefused) {
+            return std::nullopt;
+        }
+    }
+    return Distribute(std::move(times)).p50;
+}
+
+void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
+    Check(options);
+    BenchReport report;
+    report.model = options.model.model;
+    report.host = options.model.HostProgram();
+    report.warmup = options.warmup;
+    MeasureModel(options, report, err);
+    if (report.host) {
+        report.launch = TimeLaunch(*report.host);
+    }
+    PrintBenchReport(out, report);
+    if (options.json) {
+        WriteJson(*options.json, report);
+    }
+}
+
+}  // namespace
+
+Command AddBenchCommand(CLI::App& app) {
+    const auto options = std::make_shared<BenchOptions>();
+    CLI::App* command = app.add_subcommand("bench", "Measure how fast a model starts and runs");
+    AddModelOptions(*command, options->model);
+    command->add_option("--warmup", options->warmup, "Number of inferences before the measured ones (10 unless given)")
+        ->type_name("N");
+    CLI::Option* iterations =
+        command->add_option("--iterations", options->iterations, "Number of inferences to measure")
+            ->check(CLI::Range(1U, std::numeric_limits<uint32_t>::max()).description(""))
+            ->type_name("N");
+    command->add_option("--seconds", options->seconds, "How long to measure instead (5 unless given)")
+        ->excludes(iterations)
+        ->type_name("S");
+    command->add_option("--json", options->json, "Also write the results to this file, as a JSON object")
+        ->type_name("FILE");
+    return {command, [options](std::ostream& out, std::ostream& err) { Bench(*options, out, err); }};
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,62 @@
+#include "cli/commands/commands.h"
+
+#include "cli/model/load_model.h"
+#include "cli/model/model_options.h"
+#include "cli/model/model_tensor.h"
+#include "cli/report/print.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace Orvane::Cli {
+namespace {
+
+struct InfoOptions {
+    ModelOptions model;
+    bool json = false;
+};
+
+Json ToJson(const std::vector<ModelTensor>& tensors) {
+    Json list = Json::array();
+    for (const ModelTensor& tensor : tensors) {
+        Json entry = TensorJson(tensor);
+        entry["bytes"] = tensor.Obstacle() ? Json() : Json(tensor.Bytes());
+        list.push_back(entry);
+    }
+    return list;
+}
+
+void AddRows(const std::vector<ModelTensor>& tensors, std::vector<std::vector<std::string>>& rows) {
+    for (const ModelTensor& tensor : tensors) {
+        rows.push_back({SideName(tensor.side), std::to_string(tensor.index), Printable(tensor.name),
+                        ElementTypeName(tensor.elementType), ShapeText(tensor.shape),
+                        (tensor.Obstacle() ? "?" : std::to_string(tensor.Bytes())) + " bytes"});
+    }
+}
+
+void Info(const InfoOptions& options, std::ostream& out, std::ostream& err) {
+    const LogLines lines(options.model.logLevel, err);
+    Interpreter interpreter = LoadModel(options.model);
+    const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput);
+    const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput);
+    if (options.json) {
+        PrintJson(out, {{"inputs", ToJson(inputs)}, {"outputs", ToJson(outputs)}});
+        return;
+    }
+    std::vector<std::vector<std::string>> rows;
+    AddRows(inputs, rows);
+    AddRows(outputs, rows);
+    PrintTable(out, rows);
+}
+
+}  // namespace
+
+Command AddInfoCommand(CLI::App& app) {
+    const auto options = std::make_shared<InfoOptions>();
+    CLI::App* command = app.add_subcommand("info", "Show a model's inputs and outputs");
+    AddModelOptions(*command, options->model);
+    command->add_flag("--json", options->json, "Print one JSON object");
+    return {command, [options](std::ostream& out, std::ostream& err) { Info(*options, out, err); }};
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <orvane/tensor_info.h>
+
+#include <cstdint>
+#include <istream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Orvane::Cli {
+
+// What an .npy file says of the data behind its header.
+struct NpyArray {
+    DataType elementType = DataTypeUnknown;
+    std::vector<int64_t> shape;
+};
+
+// A file is no .npy file that can be read; the text says why.
+struct UnreadableNpy : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Reads the header of an .npy file (format 1.0, 2.0 or 3.0) and leaves `file` at the first byte of the data,
+// which are little-endian, the last dimension varying fastest. Throws `UnreadableNpy` for anything else.
+// Whether as much data follows is not looked at.
+NpyArray ReadNpyHeader(std::istream& file);
+
+// The header of format 1.0 that stands before the data, of elements of a known type. Throws `Failure` when the shape
+// does not fit into one.
+std::string NpyHeader(const NpyArray& array);
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,74 @@
+#include "cli/files/npy.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace Orvane::Cli {
+namespace {
+
+using namespace std::string_literals;
+using Shape = std::vector<int64_t>;
+
+// The beginning of a file with this format version and header text, its length written as that version does.
+std::string Header(char major, const std::string& text) {
+    return "\x93NUMPY"s + major + '\0' + static_cast<char>(text.size()) + (major > 1 ? "\0\0\0"s : "\0"s) + text;
+}
+
+NpyArray Read(const std::string& bytes) {
+    std::istringstream file(bytes);
+    return ReadNpyHeader(file);
+}
+
+TEST(Npy, HeaderIsWrittenAsFormat1WithDataAt64Bytes) {
+    EXPECT_EQ(NpyHeader({DataTypeFloat32, {1, 576}}),
+              "\x93NUMPY\x01\x00\x76\x00{'descr': '<f4', 'fortran_order': False, 'shape': (1, 576), }"s +
+                  std::string(56, ' ') + "\n");
+    for (const Shape& shape : {Shape{}, Shape{3}, Shape{0, 2}, Shape{1, 2, 3, 4, 5, 6}}) {
+        const std::string header = NpyHeader({DataTypeUInt8, shape});
+        EXPECT_EQ(header.size() % 64, 0U);
+        EXPECT_EQ(Read(header).shape, shape);
+        for (size_t size = 0; size < header.size(); ++size) {
+            EXPECT_THROW(Read(header.substr(0, size)), UnreadableNpy) << size;
+        }
+    }
+}
+
+TEST(Npy, ReadsEveryVersionTypeAndSpelling) {
+    const std::pair<std::string, DataType> types[] = {
+        {"<f4", DataTypeFloat32}, {"<f2", DataTypeFloat16}, {"<i4", DataTypeInt32},
+        {"|u1", DataTypeUInt8},   {"<i8", DataTypeInt64},   {"|b1", DataTypeBool},
+        {"<i2", DataTypeInt16},   {"|i1", DataTypeInt8},    {"<f8", DataTypeFloat64}};
+    for (const auto& [description, type] : types) {
+        for (const char version : {'\1', '\2', '\3'}) {
+            const std::string text = "{\"shape\":(7,),\"fortran_order\":True,'descr': '" + description + "', }\n";
+            EXPECT_EQ(Read(Header(version, text)).elementType, type);
+            EXPECT_EQ(Read(Header(version, text)).shape, Shape{7});
+        }
+    }
+}
+
+TEST(Npy, RefusesWhatItCannotReadAndSaysWhy) {
+    const std::string good = "{'descr': '<f4', 'fortran_order': False";
+    const std::pair<std::string, std::string> cases[] = {
+        {"\x89PNG\r\n\x1a\n0123456789", "does not begin like one"},
+        {Header(4, good + ", 'shape': (2, 3), }"), "version"},
+        {"\x93NUMPY\2\0\xff\xff\xff\xff{"s, "claims to be 4294967295 bytes"},
+        {Header(1, "{'descr': '>f4', 'fortran_order': False, 'shape': (2, 3), }"), "'>f4'"},
+        {Header(1, "{'descr': '<f4', 'fortran_order': True, 'shape': (2, 3), }"), "Fortran order"},
+        {Header(1, "{'descr': '<f4', 'fortran_order': 0, 'shape': (2, 3), }"), "malformed"},
+        {Header(1, good + ", }"), "lacks one"},
+        {Header(1, good + ", 'descr': '<f4', 'shape': (2, 3), }"), "malformed"},
+        {Header(1, good + ", 'shape': (-2, 3), }"), "malformed"},
+        {Header(1, good + ", 'shape': (99999999999999999999, 3), }"), "malformed"},
+        {Header(1, good + ", 'shape': (3), }"), "malformed"},
+        {Header(1, good + ", 'shape': (2, 3), }{"), "malformed"}};
+    for (const auto& [bytes, reason] : cases) {
+        EXPECT_THAT([&header = bytes] { Read(header); },
+                    ::testing::ThrowsMessage<UnreadableNpy>(::testing::HasSubstr(reason)));
+    }
+}
+
+}  // namespace
+}  // namespace Orvane::Cli

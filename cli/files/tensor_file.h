@@ -1,0 +1,37 @@
+#pragma once
+
+#include "cli/model/model_tensor.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Orvane::Cli {
+
+// WHICH=FILE of the command line: a tensor, by index or by name, and the file that it is read from or written to.
+struct TensorFileArgument {
+    std::string which;
+    std::string path;
+};
+
+// Throws `WrongUsage` when a text is not of that form.
+std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>& texts);
+
+// Throws `WrongUsage` when two arguments name the same file.
+void CheckFilesDiffer(const std::vector<TensorFileArgument>& arguments);
+
+// For each argument its tensor among `tensors`, which are all of one side. Throws `Failure` when there is no such
+// tensor or one is named twice.
+std::vector<const ModelTensor*> FindTensors(const std::vector<TensorFileArgument>& arguments,
+                                            const std::vector<ModelTensor>& tensors, TensorType side);
+
+// A tensor's data lies in a file either as an .npy array, when the path ends in ".npy", or else as its bare bytes.
+
+// Reads the data of `tensor`, exactly as many bytes as it holds. Throws `Failure` when the file cannot be read or
+// holds another element type, shape or number of bytes.
+std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor);
+
+// What stands in the file before the data that `tensor` gave; empty for bare bytes.
+std::string TensorFileHeader(const std::string& path, const ModelTensor& tensor);
+
+}  // namespace Orvane::Cli

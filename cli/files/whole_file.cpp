@@ -1,0 +1,76 @@
+#include "cli/files/whole_file.h"
+
+#include "cli/failure.h"
+#include "platform/path.h"
+
+#include <random>
+
+namespace Orvane::Cli {
+namespace {
+
+std::filesystem::path FinalPlace(const std::string& path) {
+    std::filesystem::path place = Platform::PathFromUtf8(path);
+    std::error_code ignored;
+    if (std::filesystem::is_symlink(place, ignored)) {
+        place = std::filesystem::weakly_canonical(place, ignored);
+    }
+    const std::filesystem::file_status status = std::filesystem::status(place, ignored);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        throw Failure(path + (std::filesystem::is_directory(status) ? " is a folder" : " is no ordinary file") +
+                      "; name a file to write");
+    }
+    if (place.has_parent_path() && Platform::IsMissing(place.parent_path())) {
+        throw Failure("there is no folder for " + path, {"Make the folder first."});
+    }
+    return place;
+}
+
+std::filesystem::path PartialBeside(const std::filesystem::path& place) {
+    std::random_device random;
+    std::filesystem::path partial = place;
+    partial += ".partial-" + std::to_string(random()) + std::to_string(random());
+    return partial;
+}
+
+}  // namespace
+
+WholeFile::WholeFile(const std::string& path) : name(path), target(FinalPlace(path)), partial(PartialBeside(target)) {
+    stream.open(partial, std::ios::binary);
+    if (!stream) {
+        throw Failure("cannot write " + name + ": " + SystemReason());
+    }
+    std::error_code ignored;
+    const std::filesystem::file_status old = std::filesystem::status(target, ignored);
+    if (std::filesystem::exists(old)) {
+        std::filesystem::permissions(partial, old.permissions(), ignored);
+    }
+}
+
+WholeFile::~WholeFile() {
+    stream.close();
+    std::error_code ignored;
+    std::filesystem::remove(partial, ignored);
+}
+
+void WholeFile::Write(const void* data, std::size_t size) {
+    if (!stream.write(static_cast<const char*>(data), static_cast<std::streamsize>(size))) {
+        throw Failure("cannot write " + name + ": " + SystemReason());
+    }
+}
+
+void WholeFile::Close() {
+    stream.close();
+    if (!stream) {
+        throw Failure("cannot write " + name + ": " + SystemReason());
+    }
+}
+
+void WholeFile::Commit() {
+    std::error_code error;
+    std::filesystem::rename(partial, target, error);
+    if (error) {
+        throw Failure("cannot write " + name + ": " + error.message());
+    }
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,110 @@
+#include "cli/model/inference.h"
+
+#include "cli/failure.h"
+#include "cli/files/whole_file.h"
+
+#include <algorithm>
+#include <deque>
+
+namespace Orvane::Cli {
+namespace {
+
+void CheckAllGiven(const std::vector<ModelTensor>& inputs, const std::vector<const ModelTensor*>& given) {
+    std::string missing;
+    for (const ModelTensor& input : inputs) {
+        if (std::find(given.begin(), given.end(), &input) == given.end()) {
+            missing += (missing.empty() ? "" : ", ") + Label(input);
+        }
+    }
+    if (!missing.empty()) {
+        throw Failure("the model also needs " + missing, {"Give each with --input WHICH=FILE."});
+    }
+}
+
+void CheckCopyable(const ModelTensor& tensor) {
+    if (const std::optional<std::string> obstacle = tensor.Obstacle()) {
+        throw Failure(Label(tensor) + " cannot be copied: " + *obstacle);
+    }
+}
+
+}  // namespace
+
+std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& arguments,
+                                 const std::vector<ModelTensor>& inputs) {
+    const std::vector<const ModelTensor*> given = FindTensors(arguments, inputs, TensorTypeInput);
+    CheckAllGiven(inputs, given);
+    std::vector<Transfer> transfers;
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        CheckCopyable(*given[i]);
+        transfers.push_back({given[i], ReadTensorFile(arguments[i].path, *given[i]), std::nullopt});
+    }
+    return transfers;
+}
+
+std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& arguments,
+                                     const std::vector<ModelTensor>& outputs) {
+    std::vector<Transfer> transfers;
+    const std::vector<const ModelTensor*> named = FindTensors(arguments, outputs, TensorTypeOutput);
+    for (std::size_t i = 0; i < named.size(); ++i) {
+        CheckCopyable(*named[i]);
+        transfers.push_back({named[i], {}, arguments[i].path});
+    }
+    for (const ModelTensor& tensor : outputs) {
+        if (arguments.empty() && !tensor.Obstacle()) {
+            transfers.push_back({&tensor, {}, std::nullopt});
+        }
+    }
+    for (Transfer& transfer : transfers) {
+        transfer.data.resize(transfer.tensor->Bytes());
+    }
+    return transfers;
+}
+
+void WriteOutputs(const std::vector<Transfer>& outputs) {
+    std::deque<WholeFile> files;
+    for (const Transfer& output : outputs) {
+        if (!output.path) {
+            continue;
+        }
+        const std::string header = TensorFileHeader(*output.path, *output.tensor);
+        WholeFile& file = files.emplace_back(*output.path);
+        file.Write(header.data(), header.size());
+        file.Write(output.data.data(), output.data.size());
+        file.Close();
+    }
+    for (WholeFile& file : files) {
+        file.Commit();
+    }
+}
+
+void Inference::CopyIn() const {
+    for (const Transfer& input : inputs) {
+        Check(input.tensor->handle->CopyFrom(input.data.data(), input.tensor->Bytes()));
+    }
+}
+
+void Inference::Compute() const {
+    Check(interpreter.Invoke());
+}
+
+void Inference::CopyOut() {
+    for (Transfer& output : outputs) {
+        Check(output.tensor->handle->CopyTo(output.data.data(), output.tensor->Bytes()));
+    }
+}
+
+void Inference::Check(const Status& status) const {
+    if (status.Ok()) {
+        return;
+    }
+    std::vector<std::string> hints;
+    for (const Transfer& input : inputs) {
+        if (input.tensor->shape.empty()) {
+            hints.push_back(Label(*input.tensor) +
+                            " has no dimensions, which cannot be run: export the model with [1].");
+        }
+    }
+    throw Failure(status.message, hints);
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "cli/model/model_options.h"
+
+#include <orvane/interpreter.h>
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+
+namespace Orvane::Cli {
+
+// Throws `WrongUsage` for options that mean nothing, and `Failure` with the SDK's message, and hints, when the model
+// does not load.
+Interpreter LoadModel(const ModelOptions& options);
+
+// While it lives, the SDK's log lines of `minimum` and above go to `err`; without a level none does.
+// At most one at a time.
+class LogLines {
+ public:
+    LogLines(std::optional<uint32_t> minimum, std::ostream& err);
+    ~LogLines();
+    LogLines(const LogLines&) = delete;
+    LogLines& operator=(const LogLines&) = delete;
+};
+
+}  // namespace Orvane::Cli

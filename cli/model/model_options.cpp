@@ -1,0 +1,58 @@
+#include "cli/model/model_options.h"
+
+#include "cli/failure.h"
+#include "cli/model/model_tensor.h"
+
+#include <orvane/host.h>
+
+#include <CLI/CLI.hpp>
+
+namespace Orvane::Cli {
+
+std::optional<std::string> ModelOptions::HostProgram() const {
+    return remote ? HostPathBesideProgram() : host;
+}
+
+uint32_t ModelOptions::MaxTensorBytes() const {
+    return HostProgram() ? kMaxHostTensorBytes : kMaxTensorBytes;
+}
+
+void AddModelOptions(CLI::App& app, ModelOptions& options) {
+    app.add_option("MODEL", options.model, "Model file; may be left out when --cache names an existing file")
+        ->type_name("");
+    app.add_option("--device", options.device, "Device that runs the model (CPU unless given)")->type_name("D");
+    app.add_option("--framework", options.framework, "Number of the inference framework (9 unless given)")
+        ->type_name("N");
+    app.add_option("--cache", options.cache, "Compiled-model cache; when the file exists, MODEL is not read")
+        ->type_name("FILE");
+    app.add_flag("--make-cache", options.makeCache, "Write the cache file if it does not exist yet");
+    app.add_option("--key", options.key, "The model files are encrypted with this key of up to 4 bytes")
+        ->type_name("K");
+    app.add_option("--host", options.host, "Run the model in a host process of this program")->type_name("PATH");
+    app.add_flag("--remote", options.remote, "Run it in a host process of the program orvane_host beside this one");
+    app.add_option("--log-level", options.logLevel, "Log lines of this level and above go to standard error")
+        ->type_name("L");
+}
+
+void CheckUsage(const ModelOptions& options) {
+    RefuseEmpty("MODEL", options.model, "the path of a model file");
+    RefuseEmpty("--device", options.device, "the name of a device");
+    RefuseEmpty("--cache", options.cache, "the path of a cache file");
+    RefuseEmpty("--host", options.host, "the path of a host program");
+    RefuseEmpty("--key", options.key, "1 to 4 bytes");
+    const bool hasOpenvinoOptions = options.device || options.cache || options.makeCache || options.key;
+    if (options.framework != FrameworkTypeOpenvino && hasOpenvinoOptions) {
+        throw WrongUsage("--device, --cache, --make-cache and --key go with framework 9 only");
+    }
+    if (options.remote && options.host) {
+        throw WrongUsage("--remote and --host exclude each other: both name the host program");
+    }
+    if (!options.model && !options.cache) {
+        throw WrongUsage("MODEL is missing; it may be left out only when --cache names a cache file");
+    }
+    if (options.makeCache && !options.cache) {
+        throw WrongUsage("--make-cache needs --cache FILE, the file to write");
+    }
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <orvane/interpreter_params.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace Orvane::Cli {
+
+// The arguments that say which model a command loads, and how. None of the texts is empty.
+struct ModelOptions {
+    std::optional<std::string> model;   // path of the model file; may be missing when there is a cache
+    std::optional<std::string> device;  // the SDK's own choice unless given
+    std::optional<std::string> cache;   // path of the cache file
+    bool makeCache = false;
+    std::optional<std::string> key;
+    std::optional<std::string> host;  // path of the host program that runs the model
+    bool remote = false;              // the host program beside this one
+    int32_t framework = FrameworkTypeOpenvino;
+    std::optional<uint32_t> logLevel;
+
+    // Path of the host program; none when the model runs in this process.
+    std::optional<std::string> HostProgram() const;
+
+    // The largest tensor whose data can be copied, in bytes.
+    uint32_t MaxTensorBytes() const;
+};
+
+// Adds MODEL and the options to a subcommand. Parsing fills `options`, which must live as long.
+void AddModelOptions(CLI::App& app, ModelOptions& options);
+
+// Throws `WrongUsage` for an empty text and for a combination that means nothing.
+void CheckUsage(const ModelOptions& options);
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,137 @@
+#include "cli/report/bench_report.h"
+
+#include "cli/report/print.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <iterator>
+#include <numeric>
+#include <ostream>
+#include <utility>
+
+namespace Orvane::Cli {
+namespace {
+
+double Whole(const InferenceTimes& times) {
+    return times.copyIn + times.compute + times.copyOut;
+}
+
+// The measured inferences as a whole and step by step.
+struct SteadyState {
+    Distribution inference;
+    Distribution copyIn;
+    Distribution compute;
+    Distribution copyOut;
+    double perSecond;
+};
+
+template <typename Duration>
+Distribution DistributionOf(const std::vector<InferenceTimes>& inferences, Duration duration) {
+    std::vector<double> values;
+    std::transform(inferences.begin(), inferences.end(), std::back_inserter(values), duration);
+    return Distribute(std::move(values));
+}
+
+SteadyState Summarise(const std::vector<InferenceTimes>& inferences) {
+    const Distribution whole = DistributionOf(inferences, Whole);
+    return {whole, DistributionOf(inferences, [](const InferenceTimes& times) { return times.copyIn; }),
+            DistributionOf(inferences, [](const InferenceTimes& times) { return times.compute; }),
+            DistributionOf(inferences, [](const InferenceTimes& times) { return times.copyOut; }), 1000 / whole.mean};
+}
+
+std::string Text(const char* format, double value) {
+    char text[64];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+std::vector<std::string> Row(const std::string& name, const Distribution& times) {
+    std::vector<std::string> row = {name};
+    for (const double value : {times.minimum, times.p50, times.p90, times.p99, times.p999, times.maximum, times.mean}) {
+        row.push_back(Text("%.4f", value));
+    }
+    return row;
+}
+
+std::vector<std::string> Row(const std::string& name, const std::optional<Platform::MemoryUse>& memory) {
+    constexpr double kMegabyte = 1e6;
+    const auto text = [](uint64_t bytes) { return Text("%.1f MB", static_cast<double>(bytes) / kMegabyte); };
+    return {name, memory ? text(memory->resident) : "unknown", memory ? text(memory->peak) : "unknown"};
+}
+
+Json ToJson(const Distribution& times) {
+    return {{"min", times.minimum}, {"p50", times.p50},     {"p90", times.p90},  {"p99", times.p99},
+            {"p99_9", times.p999},  {"max", times.maximum}, {"mean", times.mean}};
+}
+
+Json ToJson(const std::optional<Platform::MemoryUse>& memory) {
+    return memory ? Json{{"resident_bytes", memory->resident}, {"peak_bytes", memory->peak}} : Json();
+}
+
+}  // namespace
+
+Distribution Distribute(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t count = values.size();
+    // In whole numbers, so that no rounding moves the rank.
+    const auto percentile = [&](std::size_t perMille) { return values[(count * perMille + 999) / 1000 - 1]; };
+    const double sum = std::accumulate(values.begin(), values.end(), 0.0);
+    return {values.front(),
+            percentile(500),
+            percentile(900),
+            percentile(990),
+            percentile(999),
+            values.back(),
+            sum / static_cast<double>(count)};
+}
+
+void PrintBenchReport(std::ostream& out, const BenchReport& report) {
+    std::vector<std::vector<std::string>> start;
+    if (report.host) {
+        start.push_back({"host launch", report.launch ? Text("%.3f ms", *report.launch) : "unknown"});
+    }
+    start.push_back({"initialisation", Text("%.3f ms", report.initialisation)});
+    start.push_back({"first inference", Text("%.3f ms", Whole(report.firstInference))});
+    PrintTable(out, start);
+
+    const SteadyState steady = Summarise(report.inferences);
+    out << "\n"
+        << report.inferences.size() << " inferences" << (report.interrupted ? " until Ctrl-C" : "") << ", "
+        << Text("%.1f", steady.perSecond) << " per second\n";
+    PrintTable(out, {{"ms", "min", "p50", "p90", "p99", "p99.9", "max", "mean"},
+                     Row("inference", steady.inference),
+                     Row("copy in", steady.copyIn),
+                     Row("compute", steady.compute),
+                     Row("copy out", steady.copyOut)});
+
+    std::vector<std::vector<std::string>> memory = {{"memory", "now", "peak"}, Row("orvane", report.ownMemory)};
+    if (report.host) {
+        memory.push_back(Row("host", report.hostMemory));
+    }
+    out << "\n";
+    PrintTable(out, memory);
+}
+
+void PrintJsonBenchReport(std::ostream& out, const BenchReport& report) {
+    const SteadyState steady = Summarise(report.inferences);
+    const std::string model = report.model.value_or("");  // deliberately a text even where only a cache was given
+    PrintJson(out, {{"model", model},
+                    {"host", report.host ? Json(*report.host) : Json()},
+                    {"start_up",
+                     {{"launch_ms", report.launch ? Json(*report.launch) : Json()},
+                      {"initialisation_ms", report.initialisation},
+                      {"first_inference_ms", Whole(report.firstInference)}}},
+                    {"steady_state",
+                     {{"warmup", report.warmup},
+                      {"iterations", report.inferences.size()},
+                      {"interrupted", report.interrupted},
+                      {"per_second", steady.perSecond},
+                      {"inference_ms", ToJson(steady.inference)},
+                      {"copy_in_ms", ToJson(steady.copyIn)},
+                      {"compute_ms", ToJson(steady.compute)},
+                      {"copy_out_ms", ToJson(steady.copyOut)}}},
+                    {"memory", {{"orvane", ToJson(report.ownMemory)}, {"host", ToJson(report.hostMemory)}}}});
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/resources.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Orvane::Cli {
+
+// What a number of measurements come to. A percentile is the smallest one that at least so many of 100 do not exceed.
+struct Distribution {
+    double minimum;
+    double p50;
+    double p90;
+    double p99;
+    double p999;  // 99.9
+    double maximum;
+    double mean;
+};
+
+// Of at least one measurement, in any order.
+Distribution Distribute(std::vector<double> values);
+
+// Times are in milliseconds.
+struct InferenceTimes {
+    double copyIn;
+    double compute;
+    double copyOut;
+};
+
+// What `orvane bench` has measured.
+struct BenchReport {
+    std::optional<std::string> model;  // path of the model file
+    std::optional<std::string> host;   // path of the host program, when the model ran in one
+    std::optional<double> launch;      // of a host process
+    double initialisation = 0;
+    InferenceTimes firstInference{};
+    uint32_t warmup = 0;
+    bool interrupted = false;
+    std::vector<InferenceTimes> inferences;  // at least one
+    std::optional<Platform::MemoryUse> ownMemory;
+    std::optional<Platform::MemoryUse> hostMemory;
+};
+
+void PrintBenchReport(std::ostream& out, const BenchReport& report);
+
+// The same as one JSON object on one line.
+void PrintJsonBenchReport(std::ostream& out, const BenchReport& report);
+
+}  // namespace Orvane::Cli

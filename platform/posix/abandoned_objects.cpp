@@ -1,0 +1,65 @@
+#include "platform/posix/shared_object.h"
+#include "platform/section.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace Orvane::Platform {
+
+namespace {
+
+// Takes a number off the front of the text; false when there is none.
+template <typename Number>
+bool TakeNumber(std::string_view& text) {
+    Number number{};
+    const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    text.remove_prefix(static_cast<size_t>(rest - text.data()));
+    return error == std::errc();
+}
+
+// PREFIX_%ud_%d and nothing behind it.
+bool IsNameOfAChannel(std::string_view name, const std::string& prefix) {
+    const auto take = [&name](std::string_view part) {
+        const bool isThere = name.substr(0, part.size()) == part;
+        name.remove_prefix(isThere ? part.size() : 0);
+        return isThere;
+    };
+    return take(prefix) && take("_") && TakeNumber<uint32_t>(name) && take("d_") && TakeNumber<int32_t>(name) &&
+           name.empty();
+}
+
+// An object as this SDK makes them for this user, and without its maker's lock.
+bool IsAbandoned(const Descriptor& object) {
+    struct stat attributes {};
+    return fstat(object.Get(), &attributes) == 0 && attributes.st_mode == (S_IFREG | S_IRUSR | S_IWUSR) &&
+           attributes.st_uid == geteuid() && attributes.st_nlink == 1 && flock(object.Get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+}  // namespace
+
+void RemoveAbandoned(const std::vector<std::string>& prefixes) {
+    std::error_code error;
+    const std::filesystem::directory_iterator end;
+    for (std::filesystem::directory_iterator entry("/dev/shm", error); !error && entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (std::any_of(prefixes.begin(), prefixes.end(),
+                        [&name](const std::string& prefix) { return IsNameOfAChannel(name, prefix); })) {
+            const Descriptor object =
+                OwnDescriptor(open(entry->path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+            if (object && IsAbandoned(object)) {
+                RemoveSharedObjectName(name, object);
+            }
+        }
+    }
+}
+
+}  // namespace Orvane::Platform
