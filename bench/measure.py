@@ -36,7 +36,7 @@ class Programs:
         self.folder = pathlib.Path(folder).resolve()
         self.scratch = pathlib.Path(scratch)
         self.host = self.folder / "orvane_host"
-        self.stub_host = self.folder / "bench" / "bench_stub_host"
+        self.stub_host = self.folder / "stub_host"
 
     def path(self, name):
         return self.folder / "bench" / name

@@ -1,7 +1,8 @@
 #include <orvane/orvane.h>
 
 #include "core/backend_factory.h"
-#include "testing/processes.h"
+#include "testing/posix/processes.h"
+#include "testing/support/processes.h"
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -36,11 +37,11 @@ void Check(const Orvane::Status& status) {
     }
 }
 
-Orvane::OptionHandle Options(const std::string& host, const std::string& sleepMilliseconds) {
+Orvane::OptionHandle Options(const std::string& host, const std::string& run) {
     Orvane::OptionHandle options = Orvane::CreateOption();
     options->SetInt(Orvane::OptionCommonFramework, Orvane::FrameworkTypeOpenvino);
-    options->SetString(Orvane::OptionCommonModelPath, "stub:2048:2048");
-    options->SetString(Orvane::OptionCommonModelName, sleepMilliseconds.c_str());
+    options->SetString(Orvane::OptionCommonModelPath, "share 2048 2048");
+    options->SetString(Orvane::OptionCommonModelName, run.c_str());
     options->SetString(Orvane::OptionCommonHost, host.c_str());
     return options;
 }
@@ -68,7 +69,7 @@ nanoseconds IdleHost(const std::string& host) {
     Check(model.Init(*Options(host, "")));
     Infer(model);
     std::this_thread::sleep_for(kSettle);
-    const pid_t process = Orvane::Testing::Children().at(0);
+    const auto process = static_cast<pid_t>(Orvane::Testing::Children().at(0));
     const nanoseconds before = ProcessorTime(process);
     std::this_thread::sleep_for(kObserved);
     return ProcessorTime(process) - before;
@@ -77,7 +78,7 @@ nanoseconds IdleHost(const std::string& host) {
 // Of a client that waits for a run of a second.
 nanoseconds WaitingClient(const std::string& host) {
     Orvane::Interpreter model;
-    Check(model.Init(*Options(host, std::to_string(std::chrono::milliseconds(kObserved).count()))));
+    Check(model.Init(*Options(host, "sleep " + std::to_string(std::chrono::milliseconds(kObserved).count()))));
     const nanoseconds before = ProcessorTime(getpid());
     Check(model.Invoke());
     return ProcessorTime(getpid()) - before;

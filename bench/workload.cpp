@@ -24,7 +24,7 @@ uint32_t Sum(const std::vector<uint32_t>& sizes) {
 }  // namespace
 
 bool Workload::IsStub() const {
-    return modelPath.rfind("stub:", 0) == 0;
+    return modelPath.rfind("share ", 0) == 0;
 }
 
 uint32_t Workload::InputBytes() const {
@@ -60,7 +60,7 @@ Workload ParseWorkload(const std::string& text) {
     unsigned output = 0;
     char rest = 0;
     if (std::sscanf(text.c_str(), "stub:%u:%u%c", &input, &output, &rest) == 2) {
-        return {text, {input}, {output}};
+        return {"share " + std::to_string(input) + " " + std::to_string(output), {input}, {output}};
     }
     throw std::invalid_argument("no such workload: " + text + "; use face, voice, pose or stub:INPUT:OUTPUT");
 }

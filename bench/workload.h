@@ -9,7 +9,7 @@ namespace Orvane::Bench {
 // What one inference runs and moves. Every variant gets the inputs as one run of bytes, one tensor behind the other,
 // and gives the outputs likewise.
 struct Workload {
-    std::string modelPath;          // for the stub, what the stub host takes for one: "stub:INPUT:OUTPUT"
+    std::string modelPath;          // for the stub, what the stub host takes for one
     std::vector<uint32_t> inputs;   // bytes of each tensor
     std::vector<uint32_t> outputs;  // the stub's output is the start of its input, and zeros where that is shorter
 

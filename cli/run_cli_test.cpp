@@ -1,6 +1,6 @@
 #include "cli/captured_run.h"
 #include "cli/files/npy.h"
-#include "testing/tiny_models.h"
+#include "testing/support/tiny_models.h"
 
 #include <orvane/log.h>
 #include <orvane/model_file_cipher.h>

@@ -4,7 +4,7 @@
 
 #include "core/system_exception.h"
 #include "platform/path.h"
-#include "testing/captured_log.h"
+#include "testing/support/captured_log.h"
 
 #include <gtest/gtest.h>
 

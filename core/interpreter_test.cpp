@@ -1,8 +1,8 @@
 #include <orvane/interpreter.h>
 
 #include "core/backend_factory.h"
-#include "testing/captured_log.h"
-#include "testing/fake_backend.h"
+#include "testing/support/captured_log.h"
+#include "testing/support/fake_backend.h"
 
 #include <gtest/gtest.h>
 
@@ -66,7 +66,12 @@ TEST_F(InterpreterTest, OneModelReplacesAnother) {
     option->SetString(OptionCommonModelPath, "first");
     option->SetString(OptionCommonHost, "host");
     ASSERT_TRUE(interpreter.Init(*option).Ok()) << "a host is chosen whatever the framework, here 0";
-    ASSERT_TRUE(interpreter.Init(Params(9, "second")).Ok());
+    ASSERT_TRUE(interpreter.Init(Params(5, "second")).Ok());
+    option->SetInt(OptionCommonFramework, 9);
+    option->SetString(OptionOpenvinoMakeEncryptedKey, "abcde");
+    EXPECT_FALSE(interpreter.Init(*option).Ok());
+    EXPECT_EQ(interpreter.GetFramework(), 9U);
+    EXPECT_TRUE(interpreter) << "options that no backend ever sees leave the model of before";
     interpreter.Release();
     record->answer = {"no model", 0};
     EXPECT_EQ(interpreter.Init(Params(9, "third")).message, "no model") << "the message alone decides, not the code";
@@ -98,6 +103,7 @@ TEST_F(InterpreterTest, TensorsAreFoundByPlaceAndName) {
     EXPECT_EQ(interpreter.GetOutput(), nullptr) << "a model without outputs";
     EXPECT_EQ(interpreter.GetTensor(TensorTypeInput, 2)->GetName(), "twice");
     EXPECT_EQ(interpreter.GetTensor(static_cast<TensorType>(2), 0), nullptr);
+    EXPECT_NE(interpreter.GetTensor(TensorTypeInput, 3), nullptr) << "whether it is there is the backend's to say";
     EXPECT_TRUE(interpreter.GetTensorByName(TensorTypeInput, "twice")->CopyFrom("", 1).Ok());
     EXPECT_EQ(record->calls.back(), "set 1 1") << "the lower place wins";
     EXPECT_EQ(interpreter.GetTensorByName(TensorTypeInput, "twic"), nullptr);

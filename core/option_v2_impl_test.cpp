@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <sstream>
+#include <tuple>
 
 namespace Orvane {
 namespace {
@@ -12,9 +14,10 @@ using namespace std::string_literals;
 using Key = std::array<uint8_t, 4>;
 
 // Lets `Deserialize` read exactly the form and the one byte behind it that it may read; the sanitizers see any other.
-bool Load(OptionV2& option, const std::string& form) {
+bool Load(OptionV2& option, const std::string& form, char behind = 0) {
     const auto block = std::make_unique<char[]>(form.size() + 1);
     std::memcpy(block.get(), form.data(), form.size());
+    block[form.size()] = behind;
     return option.Deserialize(block.get(), form.size());
 }
 
@@ -75,16 +78,26 @@ TEST(OptionV2, OddEntriesOfAFormAreReadAsProducersRelyOn) {
     EXPECT_EQ(Flat(*option), std::string(8, '\0')) << "a failed load leaves nothing of the old content";
 
     const std::string one = "\1\0\0\0\0\0\0\0"s;
+    const std::string two = "\2\0\0\0\0\0\0\0"s;
     const std::string falseAtK = one + one + "k\0\0"s;
-    const std::pair<std::string, const char*> cases[] = {
-        {one + one + "k\6\0\0\0\0"s, "a buffer without bytes leaves its key with the boolean false"},
-        {one + one + "k\6\xFF\xFF\xFF\xFF", "a negative length is none"},
-        {"\2\0\0\0\0\0\0\0"s + one + "m\7" + one + "k\0\0"s, "an unknown tag has no value and stores nothing"}};
-    for (const auto& [form, rule] : cases) {
+    const struct {
+        std::string form;
+        std::string kept;
+        const char* rule;
+    } cases[] = {{one + one + "k\6\0\0\0\0"s, falseAtK, "a buffer without bytes leaves its key with the boolean false"},
+                 {one + one + "k\6\xFF\xFF\xFF\xFF", falseAtK, "a negative length is none"},
+                 {two + one + "m\7" + one + "k\0\0"s, falseAtK, "an unknown tag has no value and stores nothing"},
+                 {one + one + "k\0\2"s, one + one + "k\0\1"s, "every boolean but 0 is true"},
+                 {one + one + "k\5" + two + "v\0"s, one + one + "k\5" + one + "v", "a text ends at its zero byte"},
+                 {one + two + "k\0\0\0"s, falseAtK, "a key too"},
+                 {one + two + "k\0\6\1\0\0\0v"s, one + two + "k\0\6\1\0\0\0v"s, "but not that of a buffer"}};
+    for (const auto& [form, kept, rule] : cases) {
         ASSERT_TRUE(Load(*option, form)) << rule;
-        EXPECT_EQ(Flat(*option), falseAtK) << rule;
+        EXPECT_EQ(Flat(*option), kept) << rule;
     }
-    EXPECT_FALSE(Load(*option, one + one + "k")) << "the tag is the byte behind the form, here 0; its value is missing";
+    const std::string cut = one + one + "k";
+    EXPECT_FALSE(Load(*option, cut)) << "the tag is the byte behind the form, here 0; its value is missing";
+    EXPECT_TRUE(Load(*option, cut, 7)) << "or an unknown one, which has no value";
 }
 
 // What every getter answers for `key`; a question mark stands behind the default, which is 9 or true.
@@ -147,6 +160,13 @@ std::string Joined(const Params& params) {
     return joined;
 }
 
+// Of the flat form: the keys, because numbers are below those of the letters here, and the texts.
+std::string Letters(const OptionV2& option) {
+    std::string letters = Flat(option);
+    letters.erase(std::remove_if(letters.begin(), letters.end(), [](char byte) { return byte < 'A'; }), letters.end());
+    return letters;
+}
+
 TEST(OptionV2, ParamsTravelThroughTheSetByFramework) {
     Params params;
     char letter = 'a';
@@ -155,25 +175,47 @@ TEST(OptionV2, ParamsTravelThroughTheSetByFramework) {
     }
     params.openvinoMakeCache = params.openvinoMakeEncrypted = params.qnnFromCache = true;
     params.openvinoMakeEncryptedKey = {'a', 'b', 0, 'd'};
-    const std::pair<uint32_t, std::string> cases[] = {{FrameworkTypeOpenvino, "abcdef++-"},
-                                                      {FrameworkTypeOpenvinoPlain, "abcd---"},
-                                                      {FrameworkTypeQnn, "abcdghi--+"}};
-    for (const auto& [framework, carried] : cases) {
-        params.framework = framework;
+    const struct {
+        uint32_t written;
+        uint32_t read;
+        const char* carried;
+    } cases[] = {{9, 9, "abcdef++-"}, {8, 8, "abcdghi--+"}, {5, 5, "abcd---"},
+                 {9, 5, "abcd---"},   {9, 8, "abcd---"},    {8, 9, "abcd---"}};
+    for (const auto& [written, read, carried] : cases) {
+        params.framework = written;
         const OptionHandle option = CreateOption();
         option->FromParams(params);
+        option->SetInt(OptionCommonFramework, static_cast<int32_t>(read));
         Params back;
         back.openvinoMakeEncryptedKey = {'w', 'x', 'y', 'z'};
         ASSERT_TRUE(option->ToParams(back).Ok());
-        EXPECT_EQ(back.framework, framework);
+        EXPECT_EQ(back.framework, read);
         EXPECT_EQ(Joined(back), carried);
         const Key key = {'a', 'b', 'y', 'z'};  // the text ends at its zero byte and leaves the rest as it was
-        EXPECT_EQ(back.openvinoMakeEncryptedKey == key, framework == FrameworkTypeOpenvino);
+        EXPECT_EQ(back.openvinoMakeEncryptedKey == key, written == 9 && read == 9);
     }
+}
+
+TEST(OptionV2, ParamsHaveTheirOwnRules) {
+    const std::pair<uint32_t, std::string> emptyTexts[] = {
+        {5, ""},
+        {8, "OptionQnnFromCacheOptionQnnOutputPathOptionQnnStubPathOptionQnnSystemPath"},
+        {9,
+         "OptionOpenvinoCachePathOptionOpenvinoDevieOptionOpenvinoMakeCacheOptionOpenvinoMakeEncrypted"
+         "OptionOpenvinoMakeEncryptedKey"}};
+    Params params;
+    for (const auto& [framework, keys] : emptyTexts) {
+        params.framework = framework;
+        const OptionHandle option = CreateOption();
+        option->FromParams(params);
+        EXPECT_EQ(Letters(*option), OptionCommonFramework + keys) << "empty texts but the common ones travel";
+    }
+    EXPECT_EQ(std::tie(params.reserved0, params.reserved4, params.reserved7), std::tuple(4, true, 2)) << "not zeros";
     const OptionHandle option = CreateOption();
-    option->FromParams({});
-    EXPECT_EQ(Flat(*option).size(), 8U + 8 + std::strlen(OptionCommonFramework) + 1 + 4) << "no empty common texts";
-    option->SetInt(OptionCommonFramework, FrameworkTypeOpenvino);
+    option->SetInt64(OptionCommonFramework, 9);
+    ASSERT_TRUE(option->ToParams(params).Ok());
+    EXPECT_EQ(params.framework, 0U) << "its type is a 32-bit number";
+    option->SetInt(OptionCommonFramework, 9);
     option->SetString(OptionOpenvinoMakeEncryptedKey, "abcde");
     EXPECT_EQ(option->ToParams(params).message, "OptionOpenvinoMakeEncryptedKey is longer than 4 bytes");
     EXPECT_EQ(params.openvinoMakeEncryptedKey, Key{}) << "refused, not cut";

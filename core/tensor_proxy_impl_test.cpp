@@ -1,6 +1,6 @@
 #include "core/tensor_proxy_impl.h"
 
-#include "testing/fake_backend.h"
+#include "testing/support/fake_backend.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "core/tensor_proxy_impl.h"
 #include "ipc/call_protocol.h"
 #include "platform/section.h"
-#include "testing/fake_backend.h"
+#include "testing/support/fake_backend.h"
 
 #include <gtest/gtest.h>
 

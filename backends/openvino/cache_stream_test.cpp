@@ -2,7 +2,7 @@
 #include "backends/openvino/decode_input_stream_buf.h"
 #include "backends/openvino/decode_output_stream_buf.h"
 #include "platform/path.h"
-#include "testing/temporary_folder.h"
+#include "testing/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,10 @@
 
 #include "backends/openvino/openvino_wrapper.h"
 
-#include "testing/captured_log.h"
-#include "testing/temporary_folder.h"
-#include "testing/tiny_models.h"
+#include "testing/support/captured_log.h"
+#include "testing/support/processes.h"
+#include "testing/support/temporary_folder.h"
+#include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
 
@@ -81,6 +82,21 @@ TEST_F(OpenvinoWrapperTest, ShapesThatCannotBePrepared) {
     Load(AddModel({10}));
     ASSERT_TRUE(wrapper.SetTensorShape(TensorTypeInput, 0, {1, 4}).Ok());
     EXPECT_NE(Set(0, 1), "") << "the runtime refuses a shape that is not the model's";
+}
+
+// Over the C interface an export goes through the folder for temporary files.
+TEST_F(OpenvinoWrapperTest, AnExportThatFailsIsNoFailure) {
+    InterpreterParams params;
+    params.modelPath = AddModel({10}).WriteTo(folder, "加法");
+    params.openvinoCachePath = folder.Path("缓存");
+    params.openvinoMakeCache = true;
+    {
+        const Testing::EnvironmentVariable onLinux("TMPDIR", folder.Path("missing"));
+        const Testing::EnvironmentVariable onWindows("TMP", folder.Path("missing"));
+        EXPECT_EQ(wrapper.Init(params).message, "");
+    }
+    EXPECT_EQ(Set(0, 4), "");
+    EXPECT_EQ(wrapper.Invoke().message, "");
 }
 
 TEST(AlignedBufferTest, StartsOnA64ByteBoundaryAndMovesWithItsBytes) {

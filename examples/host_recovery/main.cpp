@@ -7,9 +7,11 @@
 #include <chrono>
 #include <cstdint>
 #include <exception>
+#include <future>
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -107,7 +109,15 @@ void CheckSame(const Outputs& outputs, const Outputs& expected) {
     }
 }
 
-void LoseHostAndRecover(const std::string& path, const std::string& host) {
+// Lets the host process crash while another thread is at work with it: an exception that nothing catches ends it at any
+// shape that has dimensions.
+void CrashHost(Orvane::TensorImpl& tensor) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    std::cout << "Crashing the host process\n";
+    tensor.Resize({1}).Ok();
+}
+
+void LoseHostAndRecover(const std::string& path, const std::string& host, bool crashes) {
     Model local;
     Load(local, path, "");
     const Outputs expected = Infer(local);
@@ -119,7 +129,13 @@ void LoseHostAndRecover(const std::string& path, const std::string& host) {
     std::cout << "In a host process: the same bits\n";
 
     std::cout << "Running until the host process dies\n";
-    InferUntilHostExit(remote);
+    {
+        std::future<void> crash;  // over at the end of this block
+        if (crashes) {
+            crash = std::async(std::launch::async, [&remote] { CrashHost(*remote.inputs.at(0)); });
+        }
+        InferUntilHostExit(remote);
+    }
 
     Load(remote, path, host);
     CheckSame(Infer(remote), expected);
@@ -129,15 +145,22 @@ void LoseHostAndRecover(const std::string& path, const std::string& host) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 && argc != 3) {
-        std::cerr << "usage: host_recovery MODEL [HOST]\n"
-                     "Runs MODEL in a process of the program HOST until that process is ended, then in a new one.\n"
-                     "HOST is orvane_host beside this program unless given.\n";
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    const bool crashes = !arguments.empty() && arguments[0] == "--crash";
+    if (crashes) {
+        arguments.erase(arguments.begin());
+    }
+    if (arguments.size() != 1 && arguments.size() != 2) {
+        std::cerr << "usage: host_recovery [--crash] MODEL [HOST]\n"
+                     "Runs MODEL in a process of the program HOST until that process dies, then in a new one.\n"
+                     "HOST is orvane_host beside this program unless given.\n"
+                     "--crash lets the process crash; without it, end it while this program runs.\n";
         return 2;
     }
     std::cout << std::unitbuf;  // each line at once, for whoever reads along
     try {
-        LoseHostAndRecover(argv[1], argc == 3 ? argv[2] : Orvane::HostPathBesideProgram());
+        const std::string host = arguments.size() == 2 ? arguments[1] : Orvane::HostPathBesideProgram();
+        LoseHostAndRecover(arguments[0], host, crashes);
         return 0;
     } catch (const std::exception& error) {
         std::cerr << "host_recovery: " << error.what() << "\n";

@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <map>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -13,12 +16,44 @@
 // Sees what this program asks of Windows, and lets a single function fail that no test can make fail for real.
 namespace Orvane::Testing {
 
-// The place where this program keeps the address of a function that it imports.
-void** ImportOf(const char* function);
-void SetImport(void** import, void* address);
+template <typename T>
+T* At(uint8_t* address) {
+    return reinterpret_cast<T*>(address);
+}
 
-// What the spies saw, in order: "CreateJobObjectW(null, null) = *", and so on. Handles and other pointers are "*".
+// The place where this program keeps the address of a function that it imports.
+inline void** ImportOf(const char* function) {
+    auto* const base = reinterpret_cast<uint8_t*>(GetModuleHandleW(nullptr));
+    const auto* headers = At<IMAGE_NT_HEADERS>(base + At<IMAGE_DOS_HEADER>(base)->e_lfanew);
+    const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    for (auto* library = At<IMAGE_IMPORT_DESCRIPTOR>(base + imports.VirtualAddress); library->Name != 0; ++library) {
+        auto* name = At<IMAGE_THUNK_DATA>(base + library->OriginalFirstThunk);
+        auto* address = At<IMAGE_THUNK_DATA>(base + library->FirstThunk);
+        for (; name->u1.AddressOfData != 0; ++name, ++address) {
+            if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
+                std::string(At<IMAGE_IMPORT_BY_NAME>(base + name->u1.AddressOfData)->Name) == function) {
+                return reinterpret_cast<void**>(&address->u1.Function);
+            }
+        }
+    }
+    throw std::runtime_error(std::string("this program does not import ") + function);
+}
+
+inline void SetImport(void** import, void* address) {
+    DWORD protection = 0;
+    VirtualProtect(import, sizeof *import, PAGE_READWRITE, &protection);
+    *import = address;
+    VirtualProtect(import, sizeof *import, protection, &protection);
+}
+
+// What the spies saw, in order: "CreateJobObjectW(null, null) = job", and so on; and how many calls that were, of
+// which the first thousand are shown.
 inline std::vector<std::string> seenCalls;
+inline size_t seenCount;
+
+// What the spies saw come and not go: events and sections by the beginning of their name, others by their kind. Other
+// pointers are shown as "*".
+inline std::map<const void*, std::string> openHandles;
 
 // The function that fails from now on with `kForcedError`; empty for none.
 inline std::string failingCall;
@@ -33,9 +68,24 @@ std::string ShownValue(Value value) {
     if constexpr (std::is_same_v<Value, wchar_t*>) {
         return ShownValue(static_cast<const wchar_t*>(value));
     } else if constexpr (std::is_pointer_v<Value>) {
-        return value == nullptr ? "null" : reinterpret_cast<void*>(value) == INVALID_HANDLE_VALUE ? "invalid" : "*";
+        const auto open = openHandles.find(value);
+        return value == nullptr                ? "null"
+               : value == INVALID_HANDLE_VALUE ? "invalid"
+               : open != openHandles.end()     ? open->second
+                                               : "*";
     } else {
         return std::to_string(value);
+    }
+}
+
+// Notes handles that a call has put where an argument points.
+template <typename Value>
+void NoteHandles(Value argument) {
+    if constexpr (std::is_same_v<Value, PHANDLE>) {
+        openHandles[*argument] = "token";
+    } else if constexpr (std::is_same_v<Value, LPPROCESS_INFORMATION>) {
+        openHandles[argument->hProcess] = "process";
+        openHandles[argument->hThread] = "thread";
     }
 }
 
@@ -64,15 +114,51 @@ class Spy<name, Result WINAPI(Arguments...)> {
  private:
     using Real = Result(WINAPI*)(Arguments...);
 
+    // Of a call that fails.
+    static Result Failure() {
+        if constexpr (std::is_same_v<Result, DWORD>) {
+            return WAIT_FAILED;
+        } else {
+            return Result();
+        }
+    }
+
     static Result WINAPI Watch(Arguments... arguments) {
         const bool fails = failingCall == name.text;
-        const Result result = fails ? Result() : real(arguments...);
+        const Result result = fails ? Failure() : real(arguments...);
         const DWORD error = fails ? kForcedError : GetLastError();
-        std::string shown;
-        ((shown += (shown.empty() ? "" : ", ") + ShownValue(arguments)), ...);
-        seenCalls.push_back(std::string(name.text) + "(" + shown + ") = " + ShownValue(result));
+        if (++seenCount <= 1000) {
+            Note(result, arguments...);
+        }
         SetLastError(error);
         return result;
+    }
+
+    static void Note(Result result, Arguments... arguments) {
+        std::string shown;
+        ((shown += (shown.empty() ? "" : ", ") + ShownValue(arguments)), ...);
+        if constexpr (std::is_same_v<Result, HANDLE>) {
+            const std::string last = shown.substr(shown.rfind(' ') + 1);
+            const std::string function = name.text;
+            if (result != nullptr) {
+                openHandles[result] = function == "CreateJobObjectW" ? "job"
+                                      : function == "MapViewOfFile"  ? "view"
+                                                                     : last.substr(0, last.find('_'));
+            }
+        } else if (result != Result()) {
+            (NoteHandles(arguments), ...);
+        }
+        seenCalls.push_back(std::string(name.text) + "(" + shown + ") = " + ShownValue(result));
+        if (std::string(name.text) == "CloseHandle" || std::string(name.text) == "UnmapViewOfFile") {
+            (Forget(arguments), ...);
+        }
+    }
+
+    template <typename Value>
+    static void Forget([[maybe_unused]] Value handle) {
+        if constexpr (std::is_pointer_v<Value>) {
+            openHandles.erase(handle);
+        }
     }
 
     inline static Real real = nullptr;

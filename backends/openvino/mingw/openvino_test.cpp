@@ -8,8 +8,8 @@
 #include "backends/openvino/mingw/private_file.h"
 #include "backends/openvino/mingw/stream_content.h"
 #include "platform/path.h"
-#include "testing/temporary_folder.h"
-#include "testing/tiny_models.h"
+#include "testing/support/temporary_folder.h"
+#include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
 

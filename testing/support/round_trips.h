@@ -6,8 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <future>
 #include <string>
 #include <vector>
 
@@ -63,31 +61,6 @@ inline std::string RoundTrips(Interpreter& interpreter, uint32_t index, size_t r
         outcome = RoundTrip(interpreter, index, 4096, round * 7 + size_t{index} * 64);
     }
     return outcome;
-}
-
-// What works come to that run at the same time, each on a thread of its own, while this thread does something else.
-inline std::vector<std::string> AtOnce(
-    const std::vector<std::function<std::string()>>& works, const std::function<void()>& meanwhile = [] {}) {
-    std::vector<std::future<std::string>> running;
-    for (const auto& work : works) {
-        running.push_back(std::async(std::launch::async, work));
-    }
-    meanwhile();
-    std::vector<std::string> outcomes;
-    for (auto& outcome : running) {
-        outcomes.push_back(outcome.get());
-    }
-    return outcomes;
-}
-
-// Four threads at work on a host with four tensors.
-inline std::vector<std::string> RoundTripsOfFour(
-    Interpreter& interpreter, size_t rounds, const std::function<void()>& meanwhile = [] {}) {
-    std::vector<std::function<std::string()>> works;
-    for (uint32_t i = 0; i < 4; ++i) {
-        works.emplace_back([&interpreter, i, rounds] { return RoundTrips(interpreter, i, rounds); });
-    }
-    return AtOnce(works, meanwhile);
 }
 
 }  // namespace Orvane::Testing

@@ -1,7 +1,8 @@
 // `orvane bench` in a process of its own, in a terminal's process group, and Ctrl-C.
-#include "testing/processes.h"
-#include "testing/tiny_models.h"
-#include "testing/within.h"
+#include "testing/posix/processes.h"
+#include "testing/support/processes.h"
+#include "testing/support/tiny_models.h"
+#include "testing/support/within.h"
 
 #include <gtest/gtest.h>
 
@@ -27,19 +28,6 @@ std::string TextOf(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The first child of a process; 0 when it has none.
-pid_t ChildOf(pid_t process) {
-    std::error_code error;
-    for (const auto& thread :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", error)) {
-        std::ifstream children(thread.path() / "children");
-        if (pid_t child = 0; children >> child) {
-            return child;
-        }
-    }
-    return 0;
-}
-
 bool Catches(pid_t process, int signal) {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);) {
@@ -52,9 +40,6 @@ bool Catches(pid_t process, int signal) {
 
 class BenchInterrupt : public testing::Test {
  protected:
-    void SetUp() override { alarm(100); }
-    void TearDown() override { alarm(0); }
-
     // Starts `orvane bench` through a host, as a shell does it: in a process group of its own.
     pid_t StartBench(const char* warmup) {
         return Fork([this, warmup] {
@@ -66,6 +51,7 @@ class BenchInterrupt : public testing::Test {
         });
     }
 
+    Watchdog watchdog;
     TemporaryFolder folder;
     std::string model = AddModel({1, 2}).WriteTo(folder, "add");
     std::string printed = folder.Path("printed");
@@ -84,11 +70,12 @@ TEST_F(BenchInterrupt, EndsTheMeasurementWithTheResultsSoFar) {
 
 TEST_F(BenchInterrupt, BeforeItMeasuresThereIsNothingToKeep) {
     const pid_t bench = StartBench("4000000000");
-    pid_t host = 0;
-    ASSERT_TRUE(Within(60s, [&] { return (host = ChildOf(bench)) != 0; }));
+    const auto children = [bench] { return Children(static_cast<uint32_t>(bench)); };
+    ASSERT_TRUE(Within(60s, [&] { return !children().empty(); }));
+    const Process host(children().at(0));
     ASSERT_EQ(kill(-bench, SIGINT), 0);
     EXPECT_EQ(End(bench), "signal 2");
-    EXPECT_TRUE(Within(10s, [host] { return kill(host, 0) != 0; })) << "the host goes with it";
+    EXPECT_FALSE(host.Lives(10s)) << "the host goes with it";
     EXPECT_EQ(folder.Names().size(), 3U);
     EXPECT_EQ(TextOf(printed), "");
 }

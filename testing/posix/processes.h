@@ -3,21 +3,18 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
-// What a test on Linux asks about processes.
+// What a test asks about processes that only Linux can tell.
 namespace Orvane::Testing {
 
 // How many entries a folder has.
 size_t Entries(const std::string& folder);
 
-// This process's children, also dead ones that were not reaped.
-std::vector<pid_t> Children();
-
-// How many shared objects there are under a process's names.
-size_t Names(pid_t process);
+// How many shared objects there are whose names carry a process's module word.
+size_t Names(uint32_t moduleWord);
 
 // Runs `work` in a child process, which does not outlive this one. An exception ends it.
 pid_t Fork(const std::function<void()>& work) noexcept;

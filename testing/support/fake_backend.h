@@ -37,7 +37,9 @@ class FakeBackend final : public IOrvane {
     }
     void Release() override { record->calls.push_back("release " + name); }
     int32_t GetTensorCount(TensorType type) override { return static_cast<int32_t>(Infos(type).size()); }
-    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override { return Infos(type).at(index); }
+    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override {
+        return index < Infos(type).size() ? Infos(type)[index] : TensorInfo();
+    }
     Status SetInputData(uint32_t index, const void*, uint32_t size) override { return Answer("set", index, size); }
     Status Invoke() override { return Answer("invoke"); }
     Status CopyOutputTo(uint32_t index, void*, uint32_t size) override { return Answer("copy", index, size); }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "testing/temporary_folder.h"
+#include "testing/support/temporary_folder.h"
 
 #include <cstdint>
 #include <string>

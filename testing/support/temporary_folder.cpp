@@ -1,4 +1,4 @@
-#include "testing/temporary_folder.h"
+#include "testing/support/temporary_folder.h"
 
 #include "platform/path.h"
 

@@ -1,4 +1,4 @@
-#include "testing/processes.h"
+#include "testing/posix/processes.h"
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 
 namespace Orvane::Testing {
@@ -15,17 +14,8 @@ size_t Entries(const std::string& folder) {
     return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
 }
 
-std::vector<pid_t> Children() {
-    std::vector<pid_t> children;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream file(thread.path() / "children");
-        children.insert(children.end(), std::istream_iterator<pid_t>(file), {});
-    }
-    return children;
-}
-
-size_t Names(pid_t process) {
-    const std::string word = std::string("_").append(std::to_string(process)).append("d_");
+size_t Names(uint32_t moduleWord) {
+    const std::string word = std::string("_").append(std::to_string(moduleWord)).append("d_");
     size_t count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
         count += entry.path().filename().string().find(word) != std::string::npos ? 1 : 0;

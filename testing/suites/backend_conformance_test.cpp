@@ -4,8 +4,8 @@
 #include <orvane/model_file_cipher.h>
 
 #include "core/backend_factory.h"
-#include "testing/temporary_folder.h"
-#include "testing/tiny_models.h"
+#include "testing/support/temporary_folder.h"
+#include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
 
@@ -138,6 +138,9 @@ TEST_P(Backend, LoadsOneModelAfterAnother) {
     InterpreterParams params = Params(addModel);
     params.openvinoDevice = "TPU";
     EXPECT_EQ(Init(params), "不支持的设备类型");
+    params.modelPath.clear();
+    EXPECT_EQ(Init(params), "不支持的设备类型") << "the device is looked at before the model";
+    params.modelPath = addModel;
     params.openvinoDevice = "PU";  // a part of "CPU", so the runtime is asked, and refuses
     const std::string refusal = Init(params);
     EXPECT_NE(refusal.find("PU"), std::string::npos);
@@ -163,10 +166,12 @@ TEST_P(Backend, RunsEncryptedModelsWithoutTheirPlainFiles) {
     EXPECT_EQ(Run(), "11 22 33 ");
     EXPECT_EQ(folder.Names(), before);
 
-    params.modelPath = folder.Write("noextension", encrypted.description);
-    folder.Write("noextension.bin", encrypted.weights);
-    ASSERT_EQ(Init(params), "");
-    EXPECT_EQ(Run(), "11 22 33 ");
+    for (const auto& [name, weights] : {std::pair("noextension", "noextension.bin"), {".xml", ".bin"}}) {
+        params.modelPath = folder.Write(name, encrypted.description);
+        folder.Write(weights, encrypted.weights);
+        ASSERT_EQ(Init(params), "") << name;
+        EXPECT_EQ(Run(), "11 22 33 ");
+    }
 
     InterpreterParams weightless = params;
     weightless.modelPath = Encrypted(EchoModel({{"a", "f32", {"1"}}})).WriteTo(folder, "weightless");
@@ -207,6 +212,8 @@ TEST_P(Backend, TheCacheReplacesTheModelFiles) {
     }
     params.openvinoCachePath = folder.Path("");
     EXPECT_NE(Init(params), "") << "a folder is there, but no cache";
+    params.openvinoCachePath = folder.Path(std::string(300, '*'));
+    EXPECT_NE(Init(params), "") << "only a name that does not exist is no cache, not one that cannot";
     params.openvinoCachePath = folder.Path("missing/缓存.blob");
     EXPECT_EQ(Init(params), "") << "a cache that cannot be written is no failure";
     EXPECT_EQ(Run(), "11 22 33 ");

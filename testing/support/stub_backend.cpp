@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -20,14 +21,21 @@ constexpr size_t kMostPorts = 8;
 
 // Gives a host program a model that costs nothing. The model path says what loading it does:
 //   echo SIZE [OUTPUTS [INPUTS]]   u8 outputs "y0", "y1", ... of SIZE bytes, as many inputs "x0", ... unless said
+//   share INPUT OUTPUT             one input and one output of so many bytes in the same memory: running copies nothing
 //   fail TEXT                      a failure with that text
 //   hang                           never ends
 // and the model name what running it does before it copies each input to its output:
 //   sleep MILLISECONDS, crash, throw; anything else nothing
+// or "look" for a look at the data that came in last, when the model goes.
 class StubBackend final : public IOrvane {
  public:
     StubBackend() { ++living; }
-    ~StubBackend() override { --living; }
+    ~StubBackend() override {
+        --living;
+        if (run == "look") {
+            static_cast<void>(*lastInput);
+        }
+    }
 
     Status Init(const InterpreterParams& params) override {
         std::istringstream words(params.modelPath);
@@ -35,22 +43,28 @@ class StubBackend final : public IOrvane {
         size_t size = 0;
         size_t outputCount = 1;
         words >> kind >> size >> outputCount;
-        size_t inputCount = outputCount;
-        words >> inputCount;
         if (kind == "hang") {
             std::this_thread::sleep_for(std::chrono::hours(1));
-        }
-        if (kind != "echo" || size > kLargestPort || std::max(outputCount, inputCount) > kMostPorts) {
-            return MakeErrorStatus(kind == "fail" ? params.modelPath.substr(kind.size()) : "no such model");
         }
         if (living != 1) {
             return MakeErrorStatus("the earlier model is still there");
         }
-        modelName = params.modelName;
+        std::istringstream(params.modelName) >> run >> runTime;
+        if (kind == "share" && std::max(size, outputCount) <= kLargestPort) {
+            const auto memory = std::make_shared<std::vector<char>>(std::max(size, outputCount));
+            AddPort(inputs, "x", size, memory);
+            AddPort(outputs, "y", outputCount, memory);
+            return {};
+        }
+        size_t inputCount = outputCount;
+        words >> inputCount;
+        if (kind != "echo" || size > kLargestPort || std::max(outputCount, inputCount) > kMostPorts) {
+            return MakeErrorStatus(kind == "fail" ? params.modelPath.substr(kind.size()) : "no such model");
+        }
         for (const auto& [count, ports, letter] :
              {std::tuple(inputCount, &inputs, "x"), {outputCount, &outputs, "y"}}) {
-            for (size_t i = 0; i < count; ++i) {
-                ports->push_back({letter + std::to_string(i), {static_cast<int64_t>(size)}, std::vector<char>(size)});
+            while (ports->size() < count) {
+                AddPort(*ports, letter, size, std::make_shared<std::vector<char>>(size));
             }
         }
         return {};
@@ -68,36 +82,33 @@ class StubBackend final : public IOrvane {
     }
 
     Status SetInputData(uint32_t index, const void* data, uint32_t size) override {
-        if (index >= inputs.size() || size > inputs[index].data.size()) {
+        if (index >= inputs.size() || size > inputs[index].size) {
             return MakeErrorStatus("refused");
         }
-        std::memcpy(inputs[index].data.data(), data, size);
+        lastInput = static_cast<const volatile char*>(data);
+        std::memcpy(inputs[index].memory->data(), data, size);
         return {};
     }
 
     Status Invoke() override {
-        std::istringstream words(modelName);
-        std::string kind;
-        int milliseconds = 0;
-        words >> kind >> milliseconds;
-        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-        if (kind == "crash") {
+        std::this_thread::sleep_for(std::chrono::milliseconds(runTime));
+        if (run == "crash") {
             Platform::FailFast();
         }
-        if (kind == "throw") {
+        if (run == "throw") {
             throw std::runtime_error("thrown by a model");
         }
         for (size_t i = 0; i < std::min(inputs.size(), outputs.size()); ++i) {
-            outputs[i].data = inputs[i].data;
+            *outputs[i].memory = *inputs[i].memory;
         }
         return {};
     }
 
     Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override {
-        if (index >= outputs.size() || size != outputs[index].data.size()) {
+        if (index >= outputs.size() || size != outputs[index].size) {
             return MakeErrorStatus("refused");
         }
-        std::memcpy(data, outputs[index].data.data(), size);
+        std::memcpy(data, outputs[index].memory->data(), size);
         return {};
     }
 
@@ -115,16 +126,24 @@ class StubBackend final : public IOrvane {
  private:
     struct Port {
         std::string name;
+        size_t size;
         std::vector<int64_t> shape;
-        std::vector<char> data;
+        std::shared_ptr<std::vector<char>> memory;
     };
+
+    static void AddPort(std::vector<Port>& ports, const char* letter, size_t size,
+                        const std::shared_ptr<std::vector<char>>& memory) {
+        ports.push_back({letter + std::to_string(ports.size()), size, {static_cast<int64_t>(size)}, memory});
+    }
 
     std::vector<Port>& Ports(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
 
     inline static int living = 0;
     std::vector<Port> inputs;
     std::vector<Port> outputs;
-    std::string modelName;
+    std::string run;
+    int runTime = 0;
+    const volatile char* lastInput = nullptr;
 };
 
 }  // namespace

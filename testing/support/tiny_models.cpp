@@ -1,4 +1,4 @@
-#include "testing/tiny_models.h"
+#include "testing/support/tiny_models.h"
 
 #include <cstring>
 #include <sstream>

@@ -1,4 +1,4 @@
-#include "testing/captured_log.h"
+#include "testing/support/captured_log.h"
 
 #include <orvane/log.h>
 

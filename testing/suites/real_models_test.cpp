@@ -3,7 +3,7 @@
 #include "backends/openvino/cache_keystream.h"
 #include "cli/captured_run.h"
 #include "platform/path.h"
-#include "testing/temporary_folder.h"
+#include "testing/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <openvino/openvino.hpp>
@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -76,6 +77,9 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
         if (!std::filesystem::exists(Platform::PathFromUtf8(model))) {
             GTEST_SKIP() << model << " is missing; ./dev setup fetches it";
         }
+        direct.emplace(model);
+        inputs = direct->Inputs();
+        expected = direct->Run(inputs);
     }
 
     // The outputs of `orvane run` with more arguments in front, by way of files.
@@ -109,21 +113,19 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
 
     Testing::TemporaryFolder folder;
     std::string model = Material(std::get<0>(GetParam()));
+    std::optional<DirectModel> direct;
+    std::vector<Bytes> inputs;
+    std::vector<Bytes> expected;
 };
 
 TEST_P(RealModels, GiveTheRuntimesOwnBits) {
-    DirectModel direct(model);
-    const std::vector<Bytes> inputs = direct.Inputs();
-    const std::vector<Bytes> expected = direct.Run(inputs);
     EXPECT_TRUE(RunCommand({model, "--repeat", "3"}, inputs, expected.size()) == expected);
 }
 
 TEST_P(RealModels, RunEncrypted) {
     const std::string plain = folder.Path("模型.xml");
     ov::save_model(ov::Core().read_model(model), plain, false);
-    DirectModel direct(plain);
-    const std::vector<Bytes> inputs = direct.Inputs();
-    const std::vector<Bytes> expected = direct.Run(inputs);
+    expected = DirectModel(plain).Run(inputs);
     for (const char* name : {"模型.xml", "模型.bin"}) {
         ExpectSuccess({"encrypt", "--key", "k1!", "--pad", folder.Path(name), folder.Path(std::string("密") + name)});
         std::filesystem::remove(Platform::PathFromUtf8(folder.Path(name)));
@@ -135,9 +137,6 @@ TEST_P(RealModels, RunEncrypted) {
 }
 
 TEST_P(RealModels, RunFromTheirCacheAlone) {
-    DirectModel direct(model);
-    const std::vector<Bytes> inputs = direct.Inputs();
-    const std::vector<Bytes> expected = direct.Run(inputs);
     const std::string cache = folder.Path("缓存.blob");
     EXPECT_TRUE(RunCommand({model, "--cache", cache, "--make-cache"}, inputs, expected.size()) == expected);
     EXPECT_TRUE(RunCommand({"--cache", cache}, inputs, expected.size()) == expected);
@@ -158,11 +157,9 @@ INSTANTIATE_TEST_SUITE_P(Files, RealModels,
 using VoiceActivity = RealModels;
 
 TEST_P(VoiceActivity, CarriesItsStateOverManySteps) {
-    DirectModel direct(model);
-    std::vector<Bytes> inputs = direct.Inputs();
     std::vector<Bytes> carried = inputs;
     for (int step = 0; step < 20; ++step) {
-        const std::vector<Bytes> expected = direct.Run(inputs);
+        expected = direct->Run(inputs);
         const std::vector<Bytes> outputs = RunCommand({model}, carried, 2);
         ASSERT_TRUE(outputs == expected) << step;
         inputs[1] = expected[1];

@@ -1,0 +1,180 @@
+// What only Linux has: the errors of a start, signals, descriptors, limits on memory, names that stay.
+#include "core/backend_factory.h"
+#include "ipc/shared_channel.h"
+#include "platform/section.h"
+#include "testing/posix/processes.h"
+#include "testing/support/host_fixture.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <future>
+#include <sstream>
+#include <thread>
+
+namespace Orvane {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace Testing;
+
+class HostProcessPosix : public HostFixture {
+ protected:
+    pid_t StartHost() { return static_cast<pid_t>(HostFixture::StartHost().Number()); }
+};
+
+TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
+    const std::string launch = " CreateProcessAsUser error";
+    const std::pair<std::string, std::string> cases[] = {
+        {"/bin/true", kHostExit},
+        {"/dev/null", std::to_string(EACCES) + launch},
+        {std::string(2000, 'x'), std::to_string(ENAMETOOLONG) + launch},
+    };
+    for (const auto& [host, outcome] : cases) {
+        EXPECT_EQ(Init(Params("echo 4", "", host)), outcome);
+        EXPECT_EQ(Names(Platform::ModuleWord()), 0U) << host;
+    }
+    const pid_t noThread = Fork([&] {
+        pthread_attr_t attributes;
+        pthread_getattr_default_np(&attributes);
+        pthread_attr_setstacksize(&attributes, size_t{1} << 47);
+        pthread_setattr_default_np(&attributes);
+        _exit(Init(Params("echo 4")) == std::to_string(EAGAIN) + launch ? 0 : 1);
+    });
+    EXPECT_EQ(End(noThread), "exit 0");
+    const pid_t noMemory = Fork([&] {
+        const rlimit limit{65536, 65536};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_IGN);
+        const bool failed = Init(Params("echo 4")) == std::to_string(EFBIG) + " CreateFileMapping error";
+        _exit(failed && Names(Platform::ModuleWord()) == 0 ? 0 : 1);
+    });
+    EXPECT_EQ(End(noMemory), "exit 0");
+}
+
+TEST_F(HostProcessPosix, ACallWithoutRoomForItsDataFailsAndNothingElse) {
+    constexpr size_t kLarge = 4 << 20;
+    const std::string noRoom = std::to_string(ENOSPC) + " CreateFileMapping error";
+    const pid_t client = Fork([&] {
+        const auto limitMemory = [](const char* size) {
+            return mount("tmpfs", "/dev/shm", "tmpfs", 0, (std::string("size=") + size).c_str()) == 0;
+        };
+        if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            !limitMemory("8k")) {
+            _exit(2);
+        }
+        EXPECT_EQ(Init(Params("echo 4")), noRoom);
+        EXPECT_EQ(Names(Platform::ModuleWord()), 0U);
+
+        EXPECT_TRUE(limitMemory("1m"));
+        std::vector<char> data(kLarge);
+        const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
+        EXPECT_EQ(Shown(backend->Init(Params("echo " + std::to_string(kLarge)))), kOk);
+        EXPECT_EQ(Shown(backend->SetInputData(0, data.data(), kLarge)), noRoom);
+        EXPECT_EQ(Shown(backend->CopyOutputTo(0, data.data(), kLarge)), noRoom);
+        EXPECT_EQ(backend->GetTensorData(TensorTypeOutput, 0), nullptr);
+        EXPECT_EQ(Shown(backend->SetInputData(0, data.data(), kLarge / 8)), kOk);
+        EXPECT_EQ(Shown(backend->Invoke()), kOk);
+        _exit(HasFailure() ? 1 : 0);
+    });
+    const std::string end = End(client);
+    if (end == "exit 2") {
+        GTEST_SKIP() << "limiting shared memory needs the right to mount";
+    }
+    EXPECT_EQ(end, "exit 0");
+}
+
+TEST_F(HostProcessPosix, AStoppedHostOnlyDelays) {
+    const pid_t host = StartHost();
+    kill(host, SIGSTOP);
+    auto outcome = std::async(std::launch::async, [&] { return RoundTrip(*interpreter, 0, 4, 1); });
+    EXPECT_EQ(outcome.wait_for(500ms), std::future_status::timeout);
+    kill(host, SIGCONT);
+    EXPECT_EQ(outcome.get(), kOk);
+}
+
+TEST_F(HostProcessPosix, NamesOfADeadClientAreSwept) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t client = Fork([&] {
+        SharedChannel channel;
+        channel.Create(4096);
+        const uint32_t word = Platform::ModuleWord();
+        EXPECT_EQ(write(ends[1], &word, sizeof word), ssize_t{sizeof word});
+        std::raise(SIGKILL);
+    });
+    EXPECT_EQ(End(client), "signal 9");
+    uint32_t word = 0;
+    EXPECT_EQ(read(ends[0], &word, sizeof word), ssize_t{sizeof word});
+    EXPECT_EQ(Names(word), 3U);
+    StartHost();
+    EXPECT_EQ(Names(word), 0U);
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignals) {
+    const int marker = dup(STDERR_FILENO);
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    sigset_t blocked;
+    sigfillset(&blocked);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    const pid_t host = StartHost();
+    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
+    std::signal(SIGPIPE, before);
+    close(marker);
+
+    const std::string process = "/proc/" + std::to_string(host);
+    EXPECT_EQ(Entries(process + "/fd"), 3U);
+    EXPECT_EQ(getpgid(host), host);
+    std::stringstream status;
+    status << std::ifstream(process + "/status").rdbuf();
+    for (const char* line : {"SigIgn:\t0000000000000000\n", "SigBlk:\t0000000000000000\n"}) {
+        EXPECT_NE(status.str().find(line), std::string::npos) << status.str();
+    }
+}
+
+TEST_F(HostProcessPosix, LeavesSignalsToTheApplication) {
+    const auto reapAny = [](int) {
+        const int error = errno;
+        while (waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+        errno = error;
+    };
+    for (const sighandler_t handler : {SIG_IGN, static_cast<sighandler_t>(reapAny)}) {
+        const auto before = std::signal(SIGCHLD, handler);
+        kill(StartHost(), SIGKILL);
+        EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
+        StartHost();
+        interpreter->Release();
+        std::signal(SIGCHLD, before);
+    }
+    // A signal after the other, as a profiler's timer sends them.
+    const auto before = std::signal(SIGUSR1, [](int) {});
+    std::atomic<bool> done{false};
+    std::thread timer([&done, target = pthread_self()] {
+        for (; !done; std::this_thread::sleep_for(100us)) {
+            pthread_kill(target, SIGUSR1);
+        }
+    });
+    for (int i = 0; i < 10; ++i) {
+        StartHost();
+        EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
+    }
+    done = true;
+    timer.join();
+    std::signal(SIGUSR1, before);
+}
+
+}  // namespace
+}  // namespace Orvane

@@ -1,0 +1,153 @@
+// What an inference allocates on its way to a host, in the host, and in this process.
+#include "host/dispatcher.h"
+#include "ipc/call_protocol.h"
+#include "testing/support/round_trips.h"
+#include "testing/support/tiny_models.h"
+
+#include <gtest/gtest.h>
+#include <openvino/openvino.hpp>
+
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+namespace {
+
+thread_local size_t allocations = 0;
+
+}  // namespace
+
+// For the whole program, on Linux also for the shared libraries in it. The forms for arrays, and those that do not
+// throw, call these.
+
+void* operator new(size_t size) {
+    ++allocations;
+    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void* operator new(size_t size, std::align_val_t alignment) {
+    ++allocations;
+    const auto boundary = static_cast<size_t>(alignment);
+    if (void* const memory = std::aligned_alloc(boundary, size + (boundary - size % boundary))) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, size_t /*size*/) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+
+namespace Orvane {
+namespace {
+
+using namespace Testing;
+
+// How often `step` allocates on this thread once it has run a few times; the least of several times, because a library
+// that it calls may now and then do more.
+template <typename Step>
+size_t CountAllocations(Step step) {
+    size_t least = ~size_t{0};
+    for (int i = 0; i < 30; ++i) {
+        const size_t before = allocations;
+        step();
+        const size_t count = allocations - before;
+        least = i < 10 || count > least ? least : count;
+    }
+    return least;
+}
+
+struct Counts {
+    size_t input, run, output;
+};
+
+// Of the steps of an inference on a model with an input and an output of `size` bytes.
+Counts CountInference(const InterpreterParams& params, uint32_t size) {
+    Interpreter interpreter;
+    EXPECT_EQ(Shown(interpreter.Init(params)), kOk);
+    const TensorHandle input = interpreter.GetInput();
+    const TensorHandle output = interpreter.GetOutput();
+    std::vector<uint8_t> data(size);
+    bool ok = true;
+    const Counts counts = {CountAllocations([&] { ok = ok && input->CopyFrom(data.data(), size).Ok(); }),
+                           CountAllocations([&] { ok = ok && interpreter.Invoke().Ok(); }),
+                           CountAllocations([&] { ok = ok && output->CopyTo(data.data(), size).Ok(); })};
+    EXPECT_TRUE(ok);
+    return counts;
+}
+
+TEST(Allocation, AClientAllocatesNothing) {
+    const Counts counts = CountInference(Params("echo 1000"), 1000);
+    EXPECT_EQ(counts.input + counts.run + counts.output, 0U);
+}
+
+TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
+    const TemporaryFolder folder;
+    const std::string model = AddModel({10, 20}).WriteTo(folder, "add");
+    ov::Core core("");
+    const std::filesystem::path path(model);
+    ov::InferRequest request =
+        core.compile_model(core.read_model(path, std::filesystem::path()), "CPU", ov::AnyMap{}).create_infer_request();
+
+    const Counts counts = CountInference(Params(model, "", ""), 2 * sizeof(float));
+    EXPECT_EQ(counts.input, 0U);
+    EXPECT_EQ(counts.run, CountAllocations([&] { request.infer(); }));
+    EXPECT_EQ(counts.output, CountAllocations([&] { (void)request.get_output_tensor(0); }));
+}
+
+// Makes the calls of so many inferences, and the last one.
+void CallHost(SharedChannel& channel, size_t inferences) {
+    constexpr uint32_t kSize = 1000;
+    const auto call = [&channel](Call number, auto... fields) {
+        WriteRequest(channel.message, number, fields...);
+        if (number == CallSetInputData) {
+            const uint8_t data[kSize] = {};
+            channel.message.WriteBytes(data, kSize);
+        }
+        channel.callEvent.Set();
+        channel.resultEvent.Wait(60'000, Platform::Awaited::Result);
+    };
+    for (size_t i = 0; i < inferences; ++i) {
+        call(CallSetInputData, 0U);
+        call(CallInvoke);
+        call(CallCopyOutputTo, 0U, kSize);
+    }
+    call(CallExit);
+}
+
+// The host's calls on this thread; its model is another host's, so that what it does itself allocates nothing.
+TEST(Allocation, AHostMakesATensorForEachCallThatNamesOneAndNothingElse) {
+    SharedChannel client;
+    client.Create(4096);
+    HostSession session;
+    session.channel.Open(client.hostArguments);
+    session.interpreter = std::make_unique<Interpreter>();
+    ASSERT_EQ(Shown(session.interpreter->Init(Params("echo 1000"))), kOk);
+
+    constexpr size_t kInferences = 10;
+    std::thread caller(CallHost, std::ref(client), kInferences);
+    const size_t before = allocations;
+    Serve(session);
+    const size_t count = allocations - before;
+    caller.join();
+    constexpr size_t kTensor = 2;  // itself and its shape; a short name takes no memory
+    EXPECT_EQ(count, kInferences * 2 * kTensor);
+}
+
+}  // namespace
+}  // namespace Orvane

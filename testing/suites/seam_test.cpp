@@ -1,0 +1,197 @@
+// The seam's objects that two processes share, and the channel that is made of them, on both systems.
+#include "core/system_exception.h"
+#include "ipc/shared_channel.h"
+#include "platform/last_error.h"
+#include "testing/support/processes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Orvane {
+namespace {
+
+using Platform::Event;
+using Platform::Section;
+using Platform::View;
+
+constexpr auto kWork = Platform::Awaited::Work;
+constexpr uint32_t kNotFound = 2;  // on both systems
+
+const std::string kName = std::string("Test_").append(std::to_string(Platform::ModuleWord())).append("d_1");
+
+class Seam : public testing::Test {
+ protected:
+    void TearDown() override { EXPECT_EQ(Testing::LeftBehind(), ""); }
+
+ private:
+    Testing::Watchdog watchdog;
+};
+
+TEST_F(Seam, AnEventReleasesOneWaitAndIsShared) {
+    Event event = Event::Create(kName);
+    Event opened = Event::Open(kName);
+    ASSERT_TRUE(event && opened);
+    EXPECT_FALSE(opened.Wait(0, kWork));
+    EXPECT_TRUE(event.Set());
+    EXPECT_TRUE(opened.Set());
+    EXPECT_TRUE(opened.Wait(0, kWork));
+    EXPECT_FALSE(event.Wait(0, kWork)) << "two sets are one";
+    EXPECT_FALSE(event.Wait(10, Platform::Awaited::Result));
+    event = {};
+    EXPECT_TRUE(opened.Set()) << "it lives as long as anybody has it";
+    EXPECT_TRUE(opened.Wait(Event::kForever, kWork));
+    opened = {};
+    EXPECT_FALSE(Event::Open(kName));
+    EXPECT_EQ(Platform::LastError(), kNotFound);
+}
+
+TEST_F(Seam, EachSetReleasesOneOfTheThreadsThatWait) {
+    Event event = Event::Create(kName);
+    Event released = Event::Create(kName + "_released");
+    std::atomic<int> count{0};
+    std::vector<std::thread> waiting;
+    for (int i = 0; i < 3; ++i) {
+        waiting.emplace_back([&] {
+            event.Wait(Event::kForever, kWork);
+            ++count;
+            released.Set();
+        });
+    }
+    for (int i = 1; i <= 3; ++i) {
+        event.Set();
+        EXPECT_TRUE(released.Wait(10'000, kWork));
+        EXPECT_FALSE(released.Wait(50, kWork));
+        EXPECT_EQ(count, i);
+    }
+    for (std::thread& thread : waiting) {
+        thread.join();
+    }
+}
+
+TEST_F(Seam, NoSetIsLostAndWhatWasWrittenBeforeIsSeenAfter) {
+    Event call = Event::Create(kName + "_call");
+    Event result = Event::Create(kName + "_result");
+    constexpr int kRounds = 20'000;
+    int value = 0;  // no lock and no atomic: the events order the writes
+    std::thread other([&] {
+        for (int i = 0; i < kRounds; ++i) {
+            call.Wait(Event::kForever, kWork);
+            ++value;
+            result.Set();
+        }
+    });
+    for (int i = 1; i <= kRounds; ++i) {
+        ++value;
+        call.Set();
+        ASSERT_TRUE(result.Wait(10'000, Platform::Awaited::Result));
+        ASSERT_EQ(value, 2 * i);
+    }
+    other.join();
+}
+
+TEST_F(Seam, AViewOutlivesItsSection) {
+    Section section = Section::Create(kName, 4096);
+    Section opened = Section::Open(kName);
+    ASSERT_TRUE(section && opened);
+    EXPECT_TRUE(section.Commit(4096));
+    const View view = section.Map(4096);
+    const View whole = opened.Map(0);
+    ASSERT_TRUE(view && whole);
+    EXPECT_EQ(std::count(view.Data(), view.Data() + 4096, 0), 4096);
+    for (const uint64_t tooMuch : {uint64_t{4097}, uint64_t{8192}, ~uint64_t{0}}) {
+        EXPECT_FALSE(opened.Map(tooMuch)) << "it has the size that it was made with";
+    }
+    const View other = opened.Map(1);
+    section = {};
+    opened = {};
+    view.Data()[0] = 7;
+    EXPECT_EQ(whole.Data()[0], 7);
+    EXPECT_EQ(other.Data()[0], 7);
+}
+
+TEST_F(Seam, ClosingKeepsTheLastErrorAndTheNameGoes) {
+    Event event = Event::Create(kName);
+    Section section = Section::Create(kName + "_section", 1);
+    View view = section.Map(0);
+    EXPECT_FALSE(Section::Open("no such section"));
+    event = {};
+    view = {};
+    section = {};
+    EXPECT_EQ(Platform::LastError(), kNotFound);
+    EXPECT_FALSE(Event::Open(kName));
+    EXPECT_FALSE(Section::Open(kName + "_section"));
+}
+
+// --- The channel ---
+
+// What the exception says that this throws, or "made". There is always a system's error.
+std::string Failure(const std::function<void()>& action) {
+    try {
+        action();
+        return "made";
+    } catch (const SystemException& error) {
+        EXPECT_NE(error.Code(), 0U);
+        return error.what();
+    }
+}
+
+// The name that the next channel of this process gives to one of its objects.
+std::string NextName(const std::string& prefix) {
+    SharedChannel channel;
+    channel.Create(4096);
+    const std::string name = channel.hostArguments.substr(0, channel.hostArguments.find('|'));
+    const size_t number = name.find("d_") + 2;
+    return prefix + name.substr(name.find('_'), number - name.find('_')) +
+           std::to_string(std::stoi(name.substr(number)) + 1);
+}
+
+// Windows shares what has the name, if it is of the kind; Linux uses nothing that another one made, and takes other
+// names.
+TEST_F(Seam, AChannelFindsItsNamesTaken) {
+    constexpr uint32_t kExists = 17;
+    const bool shares = !Platform::RenewModuleWord(kExists);
+    const struct {
+        const char* prefix;
+        bool byEvent;
+        const char* whereShared;
+    } cases[] = {
+        {"Result", true, "made"},
+        {"Call", true, "made"},
+        {"Result", false, "CreateEvent result error "},
+        {"Call", false, "CreateEvent call error"},
+        {"Channel", true, "CreateFileMapping error"},
+        {"Channel", false, "MapViewOfFile error"},
+    };
+    for (const auto& [prefix, byEvent, whereShared] : cases) {
+        const std::string name = NextName(prefix);
+        const Event event = byEvent ? Event::Create(name) : Event();
+        const Section small = byEvent ? Section() : Section::Create(name, 1);
+        ASSERT_TRUE(event || small);
+        EXPECT_EQ(Failure([] { SharedChannel().Create(4097); }), shares ? whereShared : "made") << name;
+        EXPECT_EQ(static_cast<bool>(Event::Create(name)), shares && byEvent);
+    }
+}
+
+TEST_F(Seam, AChannelThatCannotBeOpenedSaysWhatIsMissing) {
+    const std::pair<std::string, std::string> cases[] = {{"Result", "OpenEvent result error"},
+                                                         {"Call", "OpenEvent call error"},
+                                                         {"Channel", "OpenFileMapping error"},
+                                                         {"4096", "MapViewOfFile error"}};
+    for (const auto& [from, failure] : cases) {
+        SharedChannel client;
+        client.Create(4096);
+        std::string arguments = client.hostArguments;
+        arguments.insert(arguments.rfind(from), 1, '5');
+        EXPECT_EQ(Failure([&] { SharedChannel().Open(arguments); }), failure);
+        EXPECT_EQ(Failure([&] { SharedChannel().Open(""); }), "OpenEvent result error");
+    }
+}
+
+}  // namespace
+}  // namespace Orvane

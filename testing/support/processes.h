@@ -1,0 +1,74 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+// What tests ask about processes, on both systems.
+namespace Orvane::Testing {
+
+// The right to watch a process and to end it.
+class Process {
+ public:
+    // A process that somebody else started; an exception when there is none of that number.
+    explicit Process(uint32_t number);
+
+    // Starts a program with one argument, both UTF-8. It goes with this object, or with this process.
+    Process(const std::string& program, const std::string& argument);
+
+    // True when it has not ended after this time.
+    bool Lives(std::chrono::milliseconds time = {}) const;
+
+    void Kill() const;
+
+    // Waits up to 10 seconds; a process that does not end is killed, and throws. Of one that was started here, how it
+    // ended: its exit value, "killed", or "failed fast".
+    std::string End() const;
+
+    uint32_t Number() const;
+
+ private:
+    struct State;
+    std::shared_ptr<State> state;
+};
+
+// The living processes that a process started, this one unless said.
+std::vector<uint32_t> Children();
+std::vector<uint32_t> Children(uint32_t parent);
+
+// Waits up to 10 seconds until this process has left nothing: no child, which is then killed, and no name. Returns what
+// there is.
+std::string LeftBehind();
+
+// How much this process holds of what a leak would make more: handles or descriptors, mappings, threads, names.
+std::vector<size_t> Footprint();
+
+// Sets a variable of this process's environment while the object lives. One that is empty is not there.
+class EnvironmentVariable {
+ public:
+    EnvironmentVariable(std::string variable, const std::string& value);
+    ~EnvironmentVariable();
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+ private:
+    std::string name;
+    std::string before;
+};
+
+// Ends this process when it lives for more than two minutes.
+class Watchdog {
+ public:
+    Watchdog();
+    ~Watchdog();
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+
+ private:
+    void* timer = nullptr;
+};
+
+}  // namespace Orvane::Testing

@@ -1,0 +1,132 @@
+#include "testing/support/processes.h"
+
+#include "platform/section.h"
+#include "testing/posix/processes.h"
+#include "testing/support/within.h"
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <utility>
+
+namespace Orvane::Testing {
+
+struct Process::State {
+    State(pid_t processNumber, bool startedHere)
+        : number(processNumber),
+          descriptor(static_cast<int>(syscall(SYS_pidfd_open, processNumber, 0))),
+          started(startedHere) {
+        if (descriptor < 0) {
+            throw std::runtime_error("no process " + std::to_string(number));
+        }
+    }
+    ~State() {
+        if (started) {
+            Kill();
+            Testing::End(number);
+        }
+        close(descriptor);
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    void Kill() const { syscall(SYS_pidfd_send_signal, descriptor, SIGKILL, nullptr, 0); }
+
+    pid_t number;
+    int descriptor;
+    bool started;  // and its end not looked at
+};
+
+Process::Process(uint32_t number) : state(std::make_shared<State>(static_cast<pid_t>(number), false)) {}
+
+Process::Process(const std::string& program, const std::string& argument)
+    : state(std::make_shared<State>(Fork([&] { execl(program.c_str(), program.c_str(), argument.c_str(), nullptr); }),
+                                    true)) {}
+
+bool Process::Lives(std::chrono::milliseconds time) const {
+    pollfd end{state->descriptor, POLLIN, 0};
+    return poll(&end, 1, static_cast<int>(time.count())) == 0;
+}
+
+void Process::Kill() const {
+    state->Kill();
+}
+
+std::string Process::End() const {
+    if (Lives(std::chrono::seconds(10))) {
+        Kill();
+        throw std::runtime_error("a process does not end");
+    }
+    if (!state->started) {
+        return "ended";
+    }
+    state->started = false;
+    const std::string end = Testing::End(state->number);
+    return end == "signal 6"   ? "failed fast"
+           : end == "signal 9" ? "killed"
+           : end == "exit 255" ? "-1"
+                               : end.substr(end.find(' ') + 1);
+}
+
+uint32_t Process::Number() const {
+    return static_cast<uint32_t>(state->number);
+}
+
+std::vector<uint32_t> Children() {
+    return Children(static_cast<uint32_t>(getpid()));
+}
+
+std::vector<uint32_t> Children(uint32_t parent) {
+    std::vector<uint32_t> children;
+    std::error_code error;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(parent) + "/task", error)) {
+        std::ifstream file(thread.path() / "children");
+        children.insert(children.end(), std::istream_iterator<uint32_t>(file), {});
+    }
+    return children;
+}
+
+std::string LeftBehind() {
+    if (!Within(std::chrono::seconds(10), [] { return Children().empty(); })) {
+        for (const uint32_t child : Children()) {
+            Process(child).Kill();
+        }
+        return "children";
+    }
+    return Names(Platform::ModuleWord()) == 0 ? "" : "names";
+}
+
+std::vector<size_t> Footprint() {
+    std::ifstream maps("/proc/self/maps");
+    const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
+    return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"), Names(Platform::ModuleWord())};
+}
+
+EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
+    const char* const old = std::getenv(name.c_str());
+    before = old != nullptr ? old : "";
+    setenv(name.c_str(), value.c_str(), 1);
+}
+
+EnvironmentVariable::~EnvironmentVariable() {
+    before.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), before.c_str(), 1);
+}
+
+Watchdog::Watchdog() {
+    alarm(120);
+}
+
+Watchdog::~Watchdog() {
+    alarm(0);
+}
+
+}  // namespace Orvane::Testing

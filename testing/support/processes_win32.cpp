@@ -1,0 +1,170 @@
+#include "testing/support/processes.h"
+
+#include "platform/win32/wide_text.h"
+#include "testing/support/within.h"
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <stdexcept>
+#include <utility>
+
+namespace Orvane::Testing {
+
+namespace {
+
+constexpr DWORD kKilled = 0xDEAD;
+constexpr DWORD kFastFail = 0xC0000409;
+
+struct Closer {
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<void, Closer>;
+
+// In units of 100 ns. 0 for no process.
+uint64_t StartTime(const Handle& process) {
+    FILETIME start{};
+    FILETIME other{};
+    GetProcessTimes(process.get(), &start, &other, &other, &other);
+    return uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
+}
+
+Handle Open(DWORD process, DWORD rights = 0) {
+    return Handle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION | rights, FALSE, process));
+}
+
+bool HasEndedAfter(const Handle& process, DWORD milliseconds) {
+    return WaitForSingleObject(process.get(), milliseconds) == WAIT_OBJECT_0;
+}
+
+}  // namespace
+
+struct Process::State {
+    Handle job;  // of one that was started here; closing it ends the process
+    Handle process;
+};
+
+Process::Process(uint32_t number) : state(std::make_shared<State>()) {
+    state->process = Open(number, PROCESS_TERMINATE);
+    if (state->process == nullptr) {
+        throw std::runtime_error("no process " + std::to_string(number));
+    }
+}
+
+Process::Process(const std::string& program, const std::string& argument) : state(std::make_shared<State>()) {
+    std::wstring commandLine = Platform::WideFromUtf8("\"" + program + "\" " + argument);
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION created{};
+    state->job = Handle(CreateJobObjectW(nullptr, nullptr));
+    if (SetInformationJobObject(state->job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) == 0 ||
+        CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
+                       &startup, &created) == 0) {
+        throw std::runtime_error("cannot start " + program);
+    }
+    const Handle thread(created.hThread);
+    state->process = Handle(created.hProcess);
+    AssignProcessToJobObject(state->job.get(), created.hProcess);
+    ResumeThread(thread.get());
+}
+
+bool Process::Lives(std::chrono::milliseconds time) const {
+    return !HasEndedAfter(state->process, static_cast<DWORD>(time.count()));
+}
+
+void Process::Kill() const {
+    TerminateProcess(state->process.get(), kKilled);
+}
+
+std::string Process::End() const {
+    if (Lives(std::chrono::seconds(10))) {
+        Kill();
+        throw std::runtime_error("a process does not end");
+    }
+    DWORD exitCode = STILL_ACTIVE;
+    GetExitCodeProcess(state->process.get(), &exitCode);
+    return exitCode == kFastFail ? "failed fast"
+           : exitCode == kKilled ? "killed"
+                                 : std::to_string(static_cast<int32_t>(exitCode));
+}
+
+uint32_t Process::Number() const {
+    return GetProcessId(state->process.get());
+}
+
+std::vector<uint32_t> Children() {
+    return Children(GetCurrentProcessId());
+}
+
+std::vector<uint32_t> Children(uint32_t parent) {
+    std::vector<uint32_t> children;
+    // Numbers are used again: who has this parent's, but is older, is the child of an earlier process.
+    const uint64_t parentStart = StartTime(Open(parent));
+    const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL found = Process32FirstW(snapshot.get(), &entry); found != 0;
+         found = Process32NextW(snapshot.get(), &entry)) {
+        const bool console = std::wcscmp(entry.szExeFile, L"conhost.exe") == 0;  // the system's, for whom had none
+        if (entry.th32ParentProcessID == parent && !console) {
+            const Handle child = Open(entry.th32ProcessID);
+            if (!HasEndedAfter(child, 0) && StartTime(child) >= parentStart) {
+                children.push_back(entry.th32ProcessID);
+            }
+        }
+    }
+    return children;
+}
+
+std::string LeftBehind() {
+    if (Within(std::chrono::seconds(10), [] { return Children().empty(); })) {
+        return "";
+    }
+    for (const uint32_t child : Children()) {
+        Process(child).Kill();
+    }
+    return "children";
+}
+
+// Handles, counted one by one, because Wine does not answer the question as a whole.
+std::vector<size_t> Footprint() {
+    constexpr uintptr_t kLast = 32'768;  // handles are multiples of 4; a leak fills the low ones first
+    size_t count = 0;
+    for (uintptr_t value = 4; value <= kLast; value += 4) {
+        DWORD flags = 0;
+        auto* const handle = reinterpret_cast<void*>(value);  // NOLINT(performance-no-int-to-ptr): handles are numbers
+        count += GetHandleInformation(handle, &flags) != 0 ? 1 : 0;
+    }
+    return {count};
+}
+
+EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
+    const char* const old = std::getenv(name.c_str());
+    before = old != nullptr ? old : "";
+    _putenv_s(name.c_str(), value.c_str());
+}
+
+EnvironmentVariable::~EnvironmentVariable() {
+    _putenv_s(name.c_str(), before.c_str());
+}
+
+Watchdog::Watchdog() {
+    const auto bite = [](void*, BOOLEAN) {
+        std::fputs("the test does not end\n", stderr);
+        std::fflush(stderr);
+        TerminateProcess(GetCurrentProcess(), 1);
+    };
+    CreateTimerQueueTimer(&timer, nullptr, bite, nullptr, 120'000, 0, WT_EXECUTEONLYONCE);
+}
+
+Watchdog::~Watchdog() {
+    DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE);
+}
+
+}  // namespace Orvane::Testing
