@@ -138,6 +138,7 @@ TEST(Allocation, AHostMakesATensorForEachCallThatNamesOneAndNothingElse) {
     session.channel.Open(client.hostArguments);
     session.interpreter = std::make_unique<Interpreter>();
     ASSERT_EQ(Shown(session.interpreter->Init(Params("echo 1000"))), kOk);
+    ASSERT_NE(session.interpreter->GetOutput(), nullptr) << "the other host's client notes once how large it is";
 
     constexpr size_t kInferences = 10;
     std::thread caller(CallHost, std::ref(client), kInferences);
