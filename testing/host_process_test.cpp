@@ -4,6 +4,7 @@
 #include "core/backend_factory.h"
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
+#include "platform/host_process.h"
 #include "platform/process.h"
 #include "testing/processes.h"
 #include "testing/round_trips.h"
@@ -276,17 +277,25 @@ TEST_F(HostProcess, TwoHundredDeathsLeaveNothing) {
     }
 }
 
+// Asked before the host has a model: then its descriptors are still shown to its user.
 TEST_F(HostProcess, InheritsNeitherDescriptorsNorSignals) {
+    SharedChannel channel;
+    channel.Create(4096);
     const int marker = dup(STDERR_FILENO);
     const auto before = std::signal(SIGPIPE, SIG_IGN);
     sigset_t blocked;
     sigfillset(&blocked);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    const pid_t host = StartHost();
+    Platform::HostProcess launched;
+    ASSERT_FALSE(launched.Launch(kStubHost, channel.hostArguments));
     pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
     std::signal(SIGPIPE, before);
     close(marker);
+    WriteRequest(channel.message, static_cast<Call>(CallExit + 1));
+    channel.callEvent.Set();
+    ASSERT_TRUE(channel.resultEvent.Wait(5000, Platform::Awaited::Result));
 
+    const pid_t host = Children().at(0);
     const std::string process = "/proc/" + std::to_string(host);
     EXPECT_EQ(Entries(process + "/fd"), 3U);
     EXPECT_EQ(getpgid(host), host);
