@@ -218,9 +218,8 @@ Instructions MakeFilter() {
     AnswerByArgument(filter, SYS_ioctl, 1, {{BPF_JEQ, TIOCSTI, kRefuse}, {BPF_JEQ, TIOCLINUX, kRefuse}}, kAllow);
     AnswerByArgument(filter, SYS_prlimit64, 0, {{BPF_JEQ, 0, kAllow}}, kRefuse);
     const auto self = static_cast<uint32_t>(getpid());
-    for (const uint32_t call : {SYS_kill, SYS_tgkill}) {
-        AnswerByArgument(filter, call, 0, {{BPF_JEQ, self, kAllow}}, kRefuse);
-    }
+    AnswerByArgument(filter, SYS_kill, 0, {{BPF_JEQ, self, kAllow}}, kRefuse);
+    AnswerByArgument(filter, SYS_tgkill, 0, {{BPF_JEQ, self, kAllow}}, kRefuse);
     if (!kInstrumented) {
         for (const uint32_t call : kRefusedUnlessInstrumented) {
             AnswerIf(filter, BPF_JEQ, call, kRefuse);
