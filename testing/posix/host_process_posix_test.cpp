@@ -1,6 +1,8 @@
 // What only Linux has: the errors of a start, signals, descriptors, limits on memory, names that stay.
 #include "core/backend_factory.h"
+#include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
+#include "platform/host_process.h"
 #include "platform/section.h"
 #include "testing/posix/processes.h"
 #include "testing/support/host_fixture.h"
@@ -55,7 +57,6 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
     const pid_t noMemory = Fork([&] {
         const rlimit limit{65536, 65536};
         setrlimit(RLIMIT_FSIZE, &limit);
-        std::signal(SIGXFSZ, SIG_IGN);
         const bool failed = Init(Params("echo 4")) == std::to_string(EFBIG) + " CreateFileMapping error";
         _exit(failed && Names(Platform::ModuleWord()) == 0 ? 0 : 1);
     });
@@ -123,16 +124,24 @@ TEST_F(HostProcessPosix, NamesOfADeadClientAreSwept) {
     close(ends[1]);
 }
 
+// Asked before the host has a model: then its descriptors are still shown to its user.
 TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignals) {
+    SharedChannel channel;
+    channel.Create(4096);
     const int marker = dup(STDERR_FILENO);
     const auto before = std::signal(SIGPIPE, SIG_IGN);
     sigset_t blocked;
     sigfillset(&blocked);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    const pid_t host = StartHost();
+    Platform::HostProcess launched;
+    ASSERT_FALSE(launched.Launch(kStubHost, channel.hostArguments));
     pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
     std::signal(SIGPIPE, before);
     close(marker);
+    WriteRequest(channel.message, static_cast<Call>(CallExit + 1));
+    channel.callEvent.Set();
+    ASSERT_TRUE(channel.resultEvent.Wait(5000, Platform::Awaited::Result));
+    const auto host = static_cast<pid_t>(Children().at(0));
 
     const std::string process = "/proc/" + std::to_string(host);
     EXPECT_EQ(Entries(process + "/fd"), 3U);
