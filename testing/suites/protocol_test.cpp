@@ -109,8 +109,8 @@ std::vector<ClientCase> ClientCases() {
 }
 
 // Serves a client: the model name that it sends is the number of a row and what to do at its request: "answer",
-// "damage" the first size tag of the answer, "forge N": put a length that nothing has at byte N of it, "exit" or "crash". Other requests for a model succeed. Returns when the
-// client sends anything else than the row says.
+// "damage" the first size tag of the answer, "forge N": put a length that nothing has at byte N of it, "exit" or
+// "crash". Other requests for a model succeed. Returns when the client sends anything else than the row says.
 int PlayHost(const std::string& arguments) {
     if (!std::regex_match(arguments, std::regex(R"(Result(_\d+d_\d+)\|Call\1\|Channel\1\|22021120)"))) {
         return 1;

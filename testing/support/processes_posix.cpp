@@ -108,7 +108,8 @@ std::string LeftBehind() {
 std::vector<size_t> Footprint() {
     std::ifstream maps("/proc/self/maps");
     const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
-    return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"), Names(Platform::ModuleWord())};
+    return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"),
+            Names(Platform::ModuleWord())};
 }
 
 EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
