@@ -2,6 +2,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/failure.h"
+#include "cli/printable.h"
 
 #include <orvane/version.h>
 
@@ -36,9 +37,9 @@ int ReportWrongUsage(const CLI::App& app, const std::string& message, std::ostre
 }
 
 int ReportFailure(const std::string& message, const std::vector<std::string>& hints, std::ostream& err) {
-    err << "orvane: " << message << "\n";
+    err << "orvane: " << PrintableLines(message) << "\n";
     for (const std::string& hint : hints) {
-        err << hint << "\n";
+        err << PrintableLines(hint) << "\n";
     }
     return kFailed;
 }

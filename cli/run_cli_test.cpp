@@ -192,7 +192,10 @@ const Refusal kWrongUsage[] = {
     {"bench @m.xml --json ''", "--json is empty"},
     {"decrypt --key k '' @y", "IN is empty"},
     {"encrypt --key k @x ''", "OUT is empty"},
-    {"encrypt --key '' @x @y", "--key takes 1 to 4 bytes"},
+    {"encrypt --key '' @x @y", "--key is empty; it takes 1 to 4 bytes"},
+    {"encrypt @x @y", "--key K or --key-file FILE is required"},
+    {"info @m.xml --remote --timeout 0", "--timeout takes a number of seconds"},
+    {"info @m.xml --timeout 1", "--timeout needs --remote or --host"},
     {"encrypt --key 12345 @x @y", "--key takes 1 to 4 bytes"},
 };
 
@@ -203,7 +206,7 @@ const Refusal kFailures[] = {
     {"info @m.xml --framework 4", "Framework 4 is not in this build"},
     {"info @m.xml --device NPX", "no device NPX"},
     {"info @m.xml --cache @x", "came from the cache file @x"},
-    {"info @m.xml --cache @no/cache --make-cache", "could not be written"},
+    {"info @m.xml --cache @no/cache --make-cache", "there is no folder for"},
     {"info --cache @no.cache", "There is no cache file"},
     {"info --cache @", "The cache cannot be read"},
     {"info @secret.onnx --key key", "Check --key"},
@@ -229,6 +232,13 @@ const Refusal kFailures[] = {
     {"encrypt --key k @old @", "is a folder"},
     {"encrypt --key k @short @old", "only 11 bytes"},
 };
+
+TEST_F(RunCliTest, AKeyMayStandInAFile) {
+    folder.Write("key", std::string("k3y\r\n"));
+    EXPECT_EQ(Run("encrypt --pad --key-file @key @m.xml @by-file").exitValue, 0);
+    EXPECT_EQ(Run("encrypt --pad --key k3y @m.xml @by-key").exitValue, 0);
+    EXPECT_EQ(Held("by-file"), Held("by-key"));
+}
 
 TEST_F(RunCliTest, WrongUsageShowsTheUsage) {
     for (const auto& [line, reason] : kWrongUsage) {

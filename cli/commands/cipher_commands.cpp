@@ -3,7 +3,9 @@
 #include "cli/failure.h"
 #include "cli/files/input_file.h"
 #include "cli/files/whole_file.h"
+#include "cli/model/key.h"
 #include "cli/report/progress_bar.h"
+#include "platform/interrupt.h"
 #include "platform/path.h"
 
 #include <orvane/model_file_cipher.h>
@@ -22,7 +24,7 @@ namespace {
 constexpr std::size_t kSmallestSafeChunk = 16;
 
 struct CipherOptions {
-    std::string key;
+    KeyOptions key;
     std::string input;
     std::string output;
     bool pad = false;
@@ -30,8 +32,13 @@ struct CipherOptions {
 
 using Chunk = std::vector<uint8_t>;
 
-ModelFileCipher MakeCipher(const std::string& key) {
+ModelFileCipher MakeCipher(const KeyOptions& options) {
     ModelFileCipher cipher;
+    const std::optional<std::string> given = ReadKey(options);
+    if (!given) {
+        throw WrongUsage("--key K or --key-file FILE is required");
+    }
+    const std::string& key = *given;
     if (key.empty() || key.size() > cipher.key.size()) {
         throw WrongUsage("--key takes 1 to 4 bytes, not " + std::to_string(key.size()));
     }
@@ -79,13 +86,17 @@ void CheckUsage(const CipherOptions& options) {
 template <typename Transform>
 void TransformFile(const CipherOptions& options, std::ostream& err, Transform transform) {
     std::ifstream input = OpenInputFile(options.input);
-    WholeFile output(options.output);
+    WholeFile output(options.output, options.input);
     std::error_code unknown;
     const auto size = std::filesystem::file_size(Platform::PathFromUtf8(options.input), unknown);
+    const Platform::InterruptFlag interrupt;
     ProgressBar progress(err);
     double done = 0;
     Chunk chunk;
     do {
+        if (interrupt.IsSet()) {
+            throw Failure("interrupted; nothing was written");
+        }
         chunk.resize(ModelFileCipher::kChunkSize);
         chunk.resize(ReadUpTo(input, options.input, chunk.data(), chunk.size()));
         done += static_cast<double>(chunk.size());
@@ -100,7 +111,7 @@ void TransformFile(const CipherOptions& options, std::ostream& err, Transform tr
 
 CLI::App* AddCipherCommand(CLI::App& app, CipherOptions& options, const char* name, const char* description) {
     CLI::App* command = app.add_subcommand(name, description);
-    command->add_option("--key", options.key, "Key of 1 to 4 bytes")->required()->type_name("K");
+    AddKeyOptions(*command, options.key, "Key of 1 to 4 bytes");
     command->add_option("IN", options.input, "File to read")->required()->type_name("");
     command->add_option("OUT", options.output, "File to write; may be IN")->required()->type_name("");
     return command;

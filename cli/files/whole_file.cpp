@@ -8,6 +8,15 @@
 namespace Orvane::Cli {
 namespace {
 
+// Of the file, when there is one.
+std::optional<std::filesystem::perms> PermissionsOf(const std::filesystem::path& path) {
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    return std::filesystem::exists(status) ? std::optional(status.permissions()) : std::nullopt;
+}
+
+}  // namespace
+
 std::filesystem::path FinalPlace(const std::string& path) {
     std::filesystem::path place = Platform::PathFromUtf8(path);
     std::error_code ignored;
@@ -32,17 +41,20 @@ std::filesystem::path PartialBeside(const std::filesystem::path& place) {
     return partial;
 }
 
-}  // namespace
-
-WholeFile::WholeFile(const std::string& path) : name(path), target(FinalPlace(path)), partial(PartialBeside(target)) {
+WholeFile::WholeFile(const std::string& path, const std::optional<std::string>& source)
+    : name(path), target(FinalPlace(path)), partial(PartialBeside(target)), permissions(PermissionsOf(target)) {
+    const std::optional<std::filesystem::perms> ofSource =
+        source ? PermissionsOf(Platform::PathFromUtf8(*source)) : std::nullopt;
+    if (ofSource) {
+        permissions = permissions.value_or(*ofSource) & *ofSource;
+    }
+    std::optional<Platform::OwnerOnlyFiles> ownerOnly;
+    if (permissions) {
+        ownerOnly.emplace();
+    }
     stream.open(partial, std::ios::binary);
     if (!stream) {
         throw Failure("cannot write " + name + ": " + SystemReason());
-    }
-    std::error_code ignored;
-    const std::filesystem::file_status old = std::filesystem::status(target, ignored);
-    if (std::filesystem::exists(old)) {
-        std::filesystem::permissions(partial, old.permissions(), ignored);
     }
 }
 
@@ -67,6 +79,9 @@ void WholeFile::Close() {
 
 void WholeFile::Commit() {
     std::error_code error;
+    if (permissions) {
+        std::filesystem::permissions(partial, *permissions, error);  // where the file system has none, there are none
+    }
     std::filesystem::rename(partial, target, error);
     if (error) {
         throw Failure("cannot write " + name + ": " + error.message());

@@ -3,17 +3,25 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 
 namespace Orvane::Cli {
+
+// Where a file is to be written to, with links followed. Throws `Failure` when there cannot be such a file: no folder
+// for it, or what stands in its place is no ordinary file.
+std::filesystem::path FinalPlace(const std::string& path);
+
+// A name beside `place` that no file has.
+std::filesystem::path PartialBeside(const std::filesystem::path& place);
 
 // A file that appears whole or not at all: it is written under another name beside its place and renamed there by
 // `Commit`. Without `Commit` nothing of it stays and a file that was there before is as it was.
 class WholeFile {
  public:
-    // Throws `Failure` when there cannot be such a file: no folder for it, not writable, or what stands in its
-    // place is no ordinary file. A link is followed.
-    explicit WholeFile(const std::string& path);
+    // Throws `Failure` when there cannot be such a file. One that is made from a file whose content is secret,
+    // `source`, is never for more readers than that one, nor than the file that it replaces.
+    explicit WholeFile(const std::string& path, const std::optional<std::string>& source = std::nullopt);
     ~WholeFile();
     WholeFile(const WholeFile&) = delete;
     WholeFile& operator=(const WholeFile&) = delete;
@@ -21,12 +29,13 @@ class WholeFile {
     // Each throws `Failure` when the system cannot, with a full disk for instance.
     void Write(const void* data, std::size_t size);
     void Close();   // all bytes are now with the system
-    void Commit();  // puts the closed file in its place
+    void Commit();  // puts the closed file in its place, with its permissions
 
  private:
     std::string name;
     std::filesystem::path target;
     std::filesystem::path partial;
+    std::optional<std::filesystem::perms> permissions;  // the system's own choice unless given
     std::ofstream stream;
 };
 

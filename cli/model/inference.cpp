@@ -2,6 +2,7 @@
 
 #include "cli/failure.h"
 #include "cli/files/whole_file.h"
+#include "cli/model/load_hints.h"
 
 #include <algorithm>
 #include <deque>
@@ -98,6 +99,9 @@ void Inference::Check(const Status& status) const {
         return;
     }
     std::vector<std::string> hints;
+    if (status.reason == FailureReasonHostEnded) {
+        hints.push_back(HostEndHint(interpreter.GetHostEnd()));
+    }
     for (const Transfer& input : inputs) {
         if (input.tensor->shape.empty()) {
             hints.push_back(Label(*input.tensor) +

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <tuple>
 
 namespace Orvane::Cli {
 namespace {
@@ -55,7 +56,7 @@ std::optional<std::string> CertainHint(const ModelOptions& options) {
     if (weights && Platform::IsMissing(*weights)) {
         return "Its weights are missing: put " + Platform::Utf8FromPath(*weights) + " beside the model.";
     }
-    if (options.key && BeginsLikeXml(*options.model)) {
+    if (options.IsEncrypted() && BeginsLikeXml(*options.model)) {
         return *options.model + " is not encrypted: leave --key out.";
     }
     return std::nullopt;
@@ -67,7 +68,7 @@ std::string LikelyHint(const ModelOptions& options) {
                ". If that is damaged, or from another version or machine, delete it and make it again: give MODEL "
                "and --make-cache.";
     }
-    if (options.key) {
+    if (options.IsEncrypted()) {
         return "Check --key: it must be the key that the model, and its .bin file, were encrypted with. An encrypted "
                "model is an .xml with its .bin, or an .onnx.";
     }
@@ -76,13 +77,17 @@ std::string LikelyHint(const ModelOptions& options) {
 }
 
 // Where a host process is to blame, and not the model.
-std::optional<std::string> HostHint(const ModelOptions& options, const Status& status) {
+std::optional<std::string> HostHint(const ModelOptions& options, const Status& status, const HostEnd& end) {
     const std::string program = options.HostProgram().value_or("the host program");
     const std::string systemReason = std::system_category().message(status.code);
     switch (status.reason) {
         case FailureReasonHostEnded:
-            return program + " ended before the model was loaded. If it is the host program, orvane_host, this model " +
-                   "ended it: see what happens without --host and --remote.";
+            if (end.cause == HostEndCauseTimeLimit) {
+                return "The model was not loaded in time. " + HostEndHint(end);
+            }
+            return program + " ended before the model was loaded. " + HostEndHint(end) +
+                   " If it is the host program, orvane_host, this model ended it: see what happens without --host and "
+                   "--remote.";
         case FailureReasonHostStart:
             return program + " cannot be started: " + systemReason + ". It must be the host program, orvane_host: " +
                    "--host takes its path, --remote finds it beside orvane.";
@@ -95,15 +100,34 @@ std::optional<std::string> HostHint(const ModelOptions& options, const Status& s
 
 }  // namespace
 
-std::vector<std::string> LoadHints(const ModelOptions& options, const Status& status) {
-    if (const std::optional<std::string> hint = HostHint(options, status)) {
+std::string HostEndHint(const HostEnd& end) {
+    // Signals are Linux's and large exit values are Windows'; neither has the other's.
+    static constexpr std::tuple<HostEndCause, uint32_t, const char*> kMeanings[] = {
+        {HostEndCauseExit, 127, "a library that it needs was not found"},
+        {HostEndCauseExit, 0xC0000135, "a DLL that it needs was not found"},
+        {HostEndCauseSignal, 4, "the processor lacks an instruction that the runtime used"},
+        {HostEndCauseExit, 0xC000001D, "the processor lacks an instruction that the runtime used"},
+        {HostEndCauseSignal, 6, "it gave up, for instance because there was not enough memory"},
+        {HostEndCauseSignal, 9, "somebody killed it, or the system did when memory ran out"},
+        {HostEndCauseExit, 0xC0000017, "there was not enough memory"},
+    };
+    std::string hint = "How it ended: " + (end.text.empty() ? "unknown" : end.text);
+    for (const auto& [cause, value, meaning] : kMeanings) {
+        hint += cause == end.cause && value == end.value ? std::string(", ") + meaning : "";
+    }
+    return hint + (end.cause == HostEndCauseTimeLimit ? "; --timeout SECONDS gives it more." : ".");
+}
+
+std::vector<std::string> LoadHints(const ModelOptions& options, const std::optional<std::string>& key,
+                                   const Status& status, const HostEnd& hostEnd) {
+    if (const std::optional<std::string> hint = HostHint(options, status, hostEnd)) {
         return {*hint};
     }
     if (options.framework != FrameworkTypeOpenvino && options.framework != FrameworkTypeOpenvinoPlain) {
         return {"Framework " + std::to_string(options.framework) + " is not in this build: leave --framework out."};
     }
-    if (options.key && options.key->size() > 4) {
-        return {"A key has at most 4 bytes; --key has " + std::to_string(options.key->size()) + "."};
+    if (key && key->size() > 4) {
+        return {"A key has at most 4 bytes; --key has " + std::to_string(key->size()) + "."};
     }
     if (const std::optional<std::string> hint = CertainHint(options)) {
         return {*hint};

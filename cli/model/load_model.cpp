@@ -1,12 +1,16 @@
 #include "cli/model/load_model.h"
 
 #include "cli/failure.h"
+#include "cli/files/whole_file.h"
 #include "cli/model/load_hints.h"
+#include "cli/printable.h"
+#include "platform/interrupt.h"
 #include "platform/path.h"
 
 #include <orvane/log.h>
 
 #include <filesystem>
+#include <memory>
 #include <ostream>
 #include <string>
 
@@ -21,24 +25,66 @@ void SetText(OptionV2& option, const char* key, const std::optional<std::string>
     }
 }
 
-OptionHandle MakeOption(const ModelOptions& options) {
+OptionHandle MakeOption(const ModelOptions& options, const std::optional<std::string>& key) {
     OptionHandle option = CreateOption();
     option->SetInt(OptionCommonFramework, options.framework);
     SetText(*option, OptionCommonModelPath, options.model);
     SetText(*option, OptionCommonHost, options.HostProgram());
     SetText(*option, OptionOpenvinoDevie, options.device);
     SetText(*option, OptionOpenvinoCachePath, options.cache);
-    SetText(*option, OptionOpenvinoMakeEncryptedKey, options.key);
+    SetText(*option, OptionOpenvinoMakeEncryptedKey, key);
     option->SetBool(OptionOpenvinoMakeCache, options.makeCache);
-    option->SetBool(OptionOpenvinoMakeEncrypted, options.key.has_value());
+    option->SetBool(OptionOpenvinoMakeEncrypted, key.has_value());
     return option;
 }
 
-// The SDK loads a model all the same when its cache cannot be written.
-void CheckCacheWritten(const std::string& cache) {
+// A pipe would be waited for, and a device may do anything.
+void RefuseSpecialFile(const std::optional<std::string>& path) {
+    std::error_code ignored;
+    const std::filesystem::file_status status =
+        path ? std::filesystem::status(Platform::PathFromUtf8(*path), ignored) : std::filesystem::file_status();
+    if (std::filesystem::is_other(status)) {
+        throw Failure(*path + " is no ordinary file", {"A model and a cache are read from files."});
+    }
+}
+
+void Init(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
+    if (options.timeout) {
+        interpreter.SetTimeLimit(static_cast<uint32_t>(*options.timeout * 1000));
+    }
+    if (const Status status = interpreter.Init(*MakeOption(options, key)); !status.Ok()) {
+        throw Failure(status.message, LoadHints(options, key, status, interpreter.GetHostEnd()));
+    }
+}
+
+// The SDK writes a cache in its place, piece by piece, and runs the model all the same when it cannot. Here the cache
+// has a name of its own until it has proved to be whole, by being read: its last bytes are as necessary as the others.
+void InitAndMakeCache(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
+    const std::filesystem::path place = FinalPlace(*options.cache);
+    const std::filesystem::path partial = PartialBeside(place);
+    const auto removed = [](const std::filesystem::path* path) {
+        std::error_code ignored;
+        std::filesystem::remove(*path, ignored);
+    };
+    const std::unique_ptr<const std::filesystem::path, decltype(removed)> partialIsRemoved(&partial, removed);
+    const Platform::InterruptFlag interrupt;
+    const Platform::OwnerOnlyFiles ownerOnly;
+
+    ModelOptions making = options;
+    making.cache = Platform::Utf8FromPath(partial);
+    Init(interpreter, making, key);
+    making.makeCache = false;
+    Interpreter reader;
     std::error_code error;
-    if (std::filesystem::file_size(Platform::PathFromUtf8(cache), error) == 0 || error) {
-        throw Failure("the cache file " + cache + " could not be written",
+    const bool isWhole = std::filesystem::exists(partial, error) && reader.Init(*MakeOption(making, key)).Ok();
+    if (interrupt.IsSet()) {
+        throw Failure("interrupted; the cache was not written");
+    }
+    if (isWhole) {
+        std::filesystem::rename(partial, place, error);
+    }
+    if (!isWhole || error) {
+        throw Failure("the cache file " + *options.cache + " could not be written",
                       {"Check that its folder exists, may be written to and has room."});
     }
 }
@@ -47,12 +93,14 @@ void CheckCacheWritten(const std::string& cache) {
 
 Interpreter LoadModel(const ModelOptions& options) {
     CheckUsage(options);
+    const std::optional<std::string> key = ReadKey(options.key);
+    RefuseSpecialFile(options.model);
+    RefuseSpecialFile(options.cache);
     Interpreter interpreter;
-    if (const Status status = interpreter.Init(*MakeOption(options)); !status.Ok()) {
-        throw Failure(status.message, LoadHints(options, status));
-    }
-    if (options.makeCache && options.cache) {
-        CheckCacheWritten(*options.cache);
+    if (options.makeCache && options.cache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
+        InitAndMakeCache(interpreter, options, key);
+    } else {
+        Init(interpreter, options, key);
     }
     return interpreter;
 }
@@ -61,7 +109,7 @@ LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) {
     if (minimum) {
         logStream = &err;
         SetLogLevel(*minimum);
-        SetLogCallback([](uint32_t, const char* text) { *logStream << text << "\n"; });
+        SetLogCallback([](uint32_t, const char* text) { *logStream << PrintableLines(text) << "\n"; });
     }
 }
 

@@ -26,10 +26,12 @@ void AddModelOptions(CLI::App& app, ModelOptions& options) {
     app.add_option("--cache", options.cache, "Compiled-model cache; when the file exists, MODEL is not read")
         ->type_name("FILE");
     app.add_flag("--make-cache", options.makeCache, "Write the cache file if it does not exist yet");
-    app.add_option("--key", options.key, "The model files are encrypted with this key of up to 4 bytes")
-        ->type_name("K");
+    AddKeyOptions(app, options.key, "The model files are encrypted with this key of up to 4 bytes");
     app.add_option("--host", options.host, "Run the model in a host process of this program")->type_name("PATH");
     app.add_flag("--remote", options.remote, "Run it in a host process of the program orvane_host beside this one");
+    app.add_option("--timeout", options.timeout,
+                   "End the host process when a call takes longer (no limit unless given)")
+        ->type_name("SECONDS");
     app.add_option("--log-level", options.logLevel, "Log lines of this level and above go to standard error")
         ->type_name("L");
 }
@@ -39,8 +41,7 @@ void CheckUsage(const ModelOptions& options) {
     RefuseEmpty("--device", options.device, "the name of a device");
     RefuseEmpty("--cache", options.cache, "the path of a cache file");
     RefuseEmpty("--host", options.host, "the path of a host program");
-    RefuseEmpty("--key", options.key, "1 to 4 bytes");
-    const bool hasOpenvinoOptions = options.device || options.cache || options.makeCache || options.key;
+    const bool hasOpenvinoOptions = options.device || options.cache || options.makeCache || options.IsEncrypted();
     if (options.framework != FrameworkTypeOpenvino && hasOpenvinoOptions) {
         throw WrongUsage("--device, --cache, --make-cache and --key go with framework 9 only");
     }
@@ -49,6 +50,13 @@ void CheckUsage(const ModelOptions& options) {
     }
     if (!options.model && !options.cache) {
         throw WrongUsage("MODEL is missing; it may be left out only when --cache names a cache file");
+    }
+    constexpr double kLongestTimeout = 4'000'000;  // seconds, as milliseconds in 32 bits
+    if (options.timeout && !(*options.timeout >= 0.001 && *options.timeout <= kLongestTimeout)) {
+        throw WrongUsage("--timeout takes a number of seconds from 0.001 to 4000000");
+    }
+    if (options.timeout && !options.HostProgram()) {
+        throw WrongUsage("--timeout needs --remote or --host: what runs in this process cannot be ended");
     }
     if (options.makeCache && !options.cache) {
         throw WrongUsage("--make-cache needs --cache FILE, the file to write");

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/model/key.h"
+
 #include <orvane/interpreter_params.h>
 
 #include <cstdint>
@@ -18,14 +20,17 @@ struct ModelOptions {
     std::optional<std::string> device;  // the SDK's own choice unless given
     std::optional<std::string> cache;   // path of the cache file
     bool makeCache = false;
-    std::optional<std::string> key;
+    KeyOptions key;
     std::optional<std::string> host;  // path of the host program that runs the model
     bool remote = false;              // the host program beside this one
     int32_t framework = FrameworkTypeOpenvino;
+    std::optional<double> timeout;  // seconds that a call may wait for the host
     std::optional<uint32_t> logLevel;
 
     // Path of the host program; none when the model runs in this process.
     std::optional<std::string> HostProgram() const;
+
+    bool IsEncrypted() const { return key.key || key.file; }
 
     // The largest tensor whose data can be copied, in bytes.
     uint32_t MaxTensorBytes() const;

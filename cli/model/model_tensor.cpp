@@ -1,6 +1,7 @@
 #include "cli/model/model_tensor.h"
 
 #include "cli/failure.h"
+#include "cli/model/load_hints.h"
 
 #include <algorithm>
 #include <utility>
@@ -33,7 +34,7 @@ std::vector<int64_t> ShapeOf(const TensorImpl& tensor) {
 void CheckHostLives(Interpreter& interpreter) {
     if (interpreter.GetOutputCount() == 0) {
         if (const Status status = interpreter.Invoke(); status.reason == FailureReasonHostEnded) {
-            throw Failure(status.message);
+            throw Failure(status.message, {HostEndHint(interpreter.GetHostEnd())});
         }
     }
 }
@@ -111,12 +112,6 @@ std::string ShapeText(const std::vector<int64_t>& shape) {
         text += (text.size() == 1 ? "" : ", ") + (dimension < 0 ? "?" : std::to_string(dimension));
     }
     return text + "]";
-}
-
-std::string Printable(std::string text) {
-    const auto isControl = [](unsigned char letter) { return letter < 0x20 || letter == 0x7f; };
-    std::replace_if(text.begin(), text.end(), isControl, '?');
-    return text;
 }
 
 }  // namespace Orvane::Cli

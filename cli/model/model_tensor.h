@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/printable.h"
+
 #include <orvane/interpreter.h>
 #include <orvane/tensor_impl.h>
 
@@ -43,8 +45,5 @@ std::string Label(const ModelTensor& tensor);
 
 // "[1, 3, ?]"; the question mark is a dynamic dimension.
 std::string ShapeText(const std::vector<int64_t>& shape);
-
-// A model's text as a terminal may show it: control characters are replaced.
-std::string Printable(std::string text);
 
 }  // namespace Orvane::Cli

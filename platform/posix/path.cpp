@@ -19,4 +19,10 @@ bool IsMissing(const std::filesystem::path& path) noexcept {
     return stat(path.c_str(), &attributes) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
+OwnerOnlyFiles::OwnerOnlyFiles() : previous(umask(S_IRWXG | S_IRWXO)) {}
+
+OwnerOnlyFiles::~OwnerOnlyFiles() {
+    umask(previous);
+}
+
 }  // namespace Orvane::Platform
