@@ -140,6 +140,8 @@ TEST(Allocation, AHostMakesATensorForEachCallThatNamesOneAndNothingElse) {
     ASSERT_EQ(Shown(session.interpreter->Init(Params("echo 1000"))), kOk);
     ASSERT_NE(session.interpreter->GetOutput(), nullptr) << "the other host's client notes once how large it is";
 
+    EXPECT_EQ(RoundTrip(*session.interpreter, 0, 1000, 1), kOk);  // what the first calls take once
+
     constexpr size_t kInferences = 10;
     std::thread caller(CallHost, std::ref(client), kInferences);
     const size_t before = allocations;

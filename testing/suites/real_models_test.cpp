@@ -83,15 +83,15 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
     }
 
     // The outputs of `orvane run` with more arguments in front, by way of files.
-    std::vector<Bytes> RunCommand(std::vector<std::string> arguments, const std::vector<Bytes>& given,
+    std::vector<Bytes> RunCommand(std::vector<std::string> arguments, const std::vector<Bytes>& tensors,
                                   size_t outputCount) {
         arguments.insert(arguments.begin(), "run");
         if (std::get<1>(GetParam())) {
             arguments.insert(arguments.end(), {"--host", ORVANE_HOST_PATH});
         }
-        for (size_t i = 0; i < given.size(); ++i) {
+        for (size_t i = 0; i < tensors.size(); ++i) {
             const std::string number = std::to_string(i);
-            arguments.insert(arguments.end(), {"--input", number + "=" + folder.Write("in" + number, given[i])});
+            arguments.insert(arguments.end(), {"--input", number + "=" + folder.Write("in" + number, tensors[i])});
         }
         for (size_t i = 0; i < outputCount; ++i) {
             const std::string number = std::to_string(i);
