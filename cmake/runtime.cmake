@@ -24,4 +24,6 @@ elseif(ORVANE_PACKAGE)
 else()
     # An installed program still finds the libraries that it was linked with.
     set(CMAKE_INSTALL_RPATH ${orvaneRuntimeFolder})
+    # From the beginning: the place for a longer path would be held free by empty elements, which are the current folder.
+    set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 endif()

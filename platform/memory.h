@@ -11,4 +11,7 @@ constexpr uint64_t kLargePage = 2'097'152;
 // large pages, which takes a tenth of the time. Does nothing where only a privileged process may ask.
 void PreferLargePages(void* memory, uint64_t size) noexcept;
 
+// Asks the system to write these bytes into no core file, whole pages of them; what stands in pages with others may be.
+void LeaveOutOfCoreFiles(void* memory, uint64_t size) noexcept;
+
 }  // namespace Orvane::Platform

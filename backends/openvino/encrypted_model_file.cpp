@@ -1,5 +1,6 @@
 #include "backends/openvino/encrypted_model_file.h"
 
+#include "platform/memory.h"
 #include "platform/path.h"
 
 #include <algorithm>
@@ -50,6 +51,7 @@ class EncryptedModelFile {
 std::string ReadEncryptedDescription(const std::string& path, const ModelFileCipher& cipher) {
     EncryptedModelFile file(path);
     std::string text(file.Size(), '\0');
+    Platform::LeaveOutOfCoreFiles(text.data(), text.size());
     file.Read(reinterpret_cast<uint8_t*>(text.data()), cipher);
     return text;
 }
@@ -57,6 +59,7 @@ std::string ReadEncryptedDescription(const std::string& path, const ModelFileCip
 AlignedBuffer ReadEncryptedWeights(const std::string& path, const ModelFileCipher& cipher) {
     EncryptedModelFile file(path);
     AlignedBuffer bytes = AlignedBuffer::ForOverwrite(file.Size());
+    Platform::LeaveOutOfCoreFiles(bytes.Data(), bytes.Size());
     file.Read(bytes.Data(), cipher);
     return bytes;
 }

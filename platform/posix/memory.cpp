@@ -7,13 +7,29 @@
 
 namespace Orvane::Platform {
 
-void PreferLargePages(void* memory, uint64_t size) noexcept {
+namespace {
+
+// Advice about the whole pages in these bytes; the system may refuse it.
+void Advise(void* memory, uint64_t size, int advice) {
     const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
     const uintptr_t beforeFirstPage = (page - reinterpret_cast<uintptr_t>(memory) % page) % page;
     if (beforeFirstPage < size) {
         const LastErrorKept kept;
-        // Only advice: the system may refuse it.
-        madvise(static_cast<uint8_t*>(memory) + beforeFirstPage, size - beforeFirstPage, MADV_HUGEPAGE);
+        madvise(static_cast<uint8_t*>(memory) + beforeFirstPage, size - beforeFirstPage, advice);
+    }
+}
+
+}  // namespace
+
+void PreferLargePages(void* memory, uint64_t size) noexcept {
+    Advise(memory, size, MADV_HUGEPAGE);
+}
+
+void LeaveOutOfCoreFiles(void* memory, uint64_t size) noexcept {
+    const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    const uint64_t behindLastPage = (reinterpret_cast<uintptr_t>(memory) + size) % page;
+    if (size > page + behindLastPage) {
+        Advise(memory, size - behindLastPage, MADV_DONTDUMP);
     }
 }
 
