@@ -108,9 +108,11 @@ std::string LeftBehind() {
 std::vector<size_t> Footprint() {
     std::ifstream maps("/proc/self/maps");
     const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
-    return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"), Names(Platform::ModuleWord())};
+    return {Entries("/proc/self/fd"), static_cast<size_t>(mappings), Entries("/proc/self/task"),
+            Names(Platform::ModuleWord())};
 }
 
+// NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
 EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
     const char* const old = std::getenv(name.c_str());
     before = old != nullptr ? old : "";
@@ -120,6 +122,7 @@ EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string
 EnvironmentVariable::~EnvironmentVariable() {
     before.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), before.c_str(), 1);
 }
+// NOLINTEND(concurrency-mt-unsafe)
 
 Watchdog::Watchdog() {
     alarm(120);
