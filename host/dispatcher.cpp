@@ -1,5 +1,6 @@
 #include "host/dispatcher.h"
 
+#include "host/sandbox.h"
 #include "ipc/call_protocol.h"
 #include "platform/process.h"
 
@@ -51,6 +52,7 @@ void Init(HostSession& session) {
 
     session.interpreter = std::make_unique<Interpreter>();  // an earlier model goes before the next one is loaded
     if (status.Ok()) {
+        EnterSandbox(params);
         status = session.interpreter->Init(params);
     }
     ReplyStatus(session.channel.message, status);

@@ -39,7 +39,7 @@ class Event {
     struct State;
     struct Closing {
         using Value = State*;
-        static constexpr Value kNone = nullptr;
+        static constexpr State* kNone = nullptr;
         static void Close(Value event) noexcept;
     };
 

@@ -53,7 +53,7 @@ class HostProcess {
     struct State;
     struct Closing {
         using Value = State*;
-        static constexpr Value kNone = nullptr;
+        static constexpr State* kNone = nullptr;
         static void Close(Value process) noexcept;
     };
 

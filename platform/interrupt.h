@@ -16,7 +16,7 @@ class InterruptFlag {
     struct State;
     struct Closing {
         using Value = State*;
-        static constexpr Value kNone = nullptr;
+        static constexpr State* kNone = nullptr;
         static void Close(Value watch) noexcept;  // ends the watch
     };
 

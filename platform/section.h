@@ -21,7 +21,7 @@ class View {
     struct State;
     struct Closing {
         using Value = State*;
-        static constexpr Value kNone = nullptr;
+        static constexpr State* kNone = nullptr;
         static void Close(Value view) noexcept;
     };
 
@@ -57,7 +57,7 @@ class Section {
     struct State;
     struct Closing {
         using Value = State*;
-        static constexpr Value kNone = nullptr;
+        static constexpr State* kNone = nullptr;
         static void Close(Value section) noexcept;
     };
 

@@ -8,7 +8,7 @@ namespace Orvane::Platform {
 
 struct KernelObject {
     using Value = HANDLE;
-    static constexpr Value kNone = nullptr;
+    static constexpr void* kNone = nullptr;
     static void Close(Value handle) noexcept { CloseHandle(handle); }
 };
 

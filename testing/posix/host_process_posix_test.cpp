@@ -1,6 +1,9 @@
 // What only Linux has: the errors of a start, signals, descriptors, limits on memory, names that stay.
 #include "core/backend_factory.h"
+#include "host/posix_call_filter.h"
+#include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
+#include "platform/host_process.h"
 #include "platform/section.h"
 #include "testing/posix/processes.h"
 #include "testing/support/host_fixture.h"
@@ -8,6 +11,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -17,7 +21,9 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <sstream>
 #include <thread>
@@ -55,7 +61,6 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
     const pid_t noMemory = Fork([&] {
         const rlimit limit{65536, 65536};
         setrlimit(RLIMIT_FSIZE, &limit);
-        std::signal(SIGXFSZ, SIG_IGN);
         const bool failed = Init(Params("echo 4")) == std::to_string(EFBIG) + " CreateFileMapping error";
         _exit(failed && Names(Platform::ModuleWord()) == 0 ? 0 : 1);
     });
@@ -103,7 +108,16 @@ TEST_F(HostProcessPosix, AStoppedHostOnlyDelays) {
     EXPECT_EQ(outcome.get(), kOk);
 }
 
-TEST_F(HostProcessPosix, NamesOfADeadClientAreSwept) {
+TEST_F(HostProcessPosix, NamesOfADeadClientAreSweptAndNoOthers) {
+    const auto make = [](const std::string& name, mode_t mode) {
+        const int object = shm_open(("/" + name).c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
+        EXPECT_EQ(close(object), 0) << name;
+        return name;
+    };
+    const std::string lookAlikes[] = {make("Result_4711d_x", 0600), make("Result_4711d_1.bak", 0600),
+                                      make("Call_4711_1", 0600), make("Channel_4711d_1", 0644)};
+    SharedChannel living;
+    living.Create(4096);
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const pid_t client = Fork([&] {
@@ -113,26 +127,113 @@ TEST_F(HostProcessPosix, NamesOfADeadClientAreSwept) {
         EXPECT_EQ(write(ends[1], &word, sizeof word), ssize_t{sizeof word});
         std::raise(SIGKILL);
     });
-    EXPECT_EQ(End(client), "signal 9");
     uint32_t word = 0;
     EXPECT_EQ(read(ends[0], &word, sizeof word), ssize_t{sizeof word});
+    siginfo_t dead{};
+    EXPECT_EQ(waitid(P_PID, static_cast<id_t>(client), &dead, WEXITED | WNOWAIT), 0) << "dead, but not reaped";
     EXPECT_EQ(Names(word), 3U);
-    StartHost();
+    SharedChannel next;
+    next.Create(4096);
     EXPECT_EQ(Names(word), 0U);
+    EXPECT_EQ(Names(Platform::ModuleWord()), 6U);
+    EXPECT_EQ(End(client), "signal 9");
+    for (const std::string& name : lookAlikes) {
+        EXPECT_EQ(shm_unlink(("/" + name).c_str()), 0) << name;
+    }
     close(ends[0]);
     close(ends[1]);
 }
 
+TEST_F(HostProcessPosix, AForkedChildOwnsNothing) {
+    const pid_t host = StartHost();
+    const std::function<void()> ways[] = {
+        [] {},
+        [this] { interpreter->Release(); },
+        [this] { interpreter.reset(); },
+        [this] {
+            EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
+            EXPECT_EQ(Init(Params("echo 4")), kOk) << "a host of its own";
+            EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
+            interpreter->Release();
+        },
+    };
+    for (const auto& way : ways) {
+        const pid_t child = Fork([&] {
+            alarm(30);
+            way();
+            std::_Exit(HasFailure() ? 1 : 0);
+        });
+        EXPECT_EQ(End(child), "exit 0");
+        EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
+        EXPECT_EQ(Children(), std::vector<uint32_t>{static_cast<uint32_t>(host)});
+    }
+}
+
+TEST_F(HostProcessPosix, NeedsNoStandardDescriptorsAndLittleAddressSpace) {
+    const pid_t client = Fork([&] {
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            close(descriptor);
+        }
+        SharedChannel channel;
+        channel.Create(4096);
+        Platform::HostProcess host;
+        const bool launched = !host.Launch(kStubHost, channel.hostArguments).has_value();
+        const bool free = fcntl(STDIN_FILENO, F_GETFD) < 0 && fcntl(STDERR_FILENO, F_GETFD) < 0;
+        WriteRequest(channel.message, static_cast<Call>(CallExit + 1));
+        channel.callEvent.Set();
+        const bool answered = channel.resultEvent.Wait(5000, Platform::Awaited::Result);
+        const bool whole = Entries("/proc/" + std::to_string(Children().at(0)) + "/fd") == 3;
+        _exit(launched && free && answered && whole ? 0 : 1);
+    });
+    EXPECT_EQ(End(client), "exit 0");
+
+    rlimit before{};
+    getrlimit(RLIMIT_AS, &before);
+    if (before.rlim_cur != RLIM_INFINITY || kInstrumented) {
+        GTEST_SKIP() << "address space is limited already, or this build needs much of it";
+    }
+    const pid_t limited = Fork([&] {
+        const rlimit limit{1'000'000'000, 1'000'000'000};
+        setrlimit(RLIMIT_AS, &limit);
+        _exit(Init(Params("echo 4")) == kOk && RoundTrip(*interpreter, 0, 4, 1) == kOk ? 0 : 1);
+    });
+    EXPECT_EQ(End(limited), "exit 0");
+}
+
+TEST_F(HostProcessPosix, ReleasesAHostThatItMayNoLongerEnd) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "it gives up rights, and has none to give up";
+    }
+    const pid_t client = Fork([&] {
+        alarm(30);
+        const Process host(static_cast<uint32_t>(StartHost()));
+        constexpr uid_t kNobody = 65534;
+        EXPECT_EQ(setresuid(kNobody, kNobody, kNobody), 0);
+        interpreter->Release();
+        EXPECT_FALSE(host.Lives(5s)) << "it was asked to end";
+        _exit(HasFailure() ? 1 : 0);
+    });
+    EXPECT_EQ(End(client), "exit 0");
+}
+
+// Asked before the host has a model: then its descriptors are still shown to its user.
 TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignals) {
+    SharedChannel channel;
+    channel.Create(4096);
     const int marker = dup(STDERR_FILENO);
     const auto before = std::signal(SIGPIPE, SIG_IGN);
     sigset_t blocked;
     sigfillset(&blocked);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    const pid_t host = StartHost();
+    Platform::HostProcess launched;
+    ASSERT_FALSE(launched.Launch(kStubHost, channel.hostArguments));
     pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
     std::signal(SIGPIPE, before);
     close(marker);
+    WriteRequest(channel.message, static_cast<Call>(CallExit + 1));
+    channel.callEvent.Set();
+    ASSERT_TRUE(channel.resultEvent.Wait(5000, Platform::Awaited::Result));
+    const auto host = static_cast<pid_t>(Children().at(0));
 
     const std::string process = "/proc/" + std::to_string(host);
     EXPECT_EQ(Entries(process + "/fd"), 3U);

@@ -192,6 +192,7 @@ TEST_P(Backend, TheCacheReplacesTheModelFiles) {
     ASSERT_EQ(Init(params), "");
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"加法.bin", "加法.xml"})) << "written only when asked for";
     params.openvinoMakeCache = true;
+    backend->Release();  // a host writes only where its first model may
     ASSERT_EQ(Init(params), "");
     EXPECT_EQ(Run(), "11 22 33 ");
     const std::vector<uint8_t> cache = Testing::ReadBytes(params.openvinoCachePath);

@@ -6,6 +6,9 @@
 #include "testing/support/host_fixture.h"
 #include "testing/support/temporary_folder.h"
 
+#include <gmock/gmock.h>
+
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -56,6 +59,66 @@ TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
         EXPECT_EQ(Init(Params("echo 4")), kOk);
         EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk) << what;
     }
+}
+
+TEST_F(HostProcess, OneThatHangsIsEndedByAnyThreadAndByATimeLimit) {
+    EXPECT_EQ(Shown(interpreter->Interrupt()), "-1 不支持此操作") << "there is no host";
+    const auto hang = [this](bool initialising) {
+        const Status status = initialising ? interpreter->Init(Params("hang")) : interpreter->Invoke();
+        EXPECT_EQ(status.reason, FailureReasonHostEnded);
+        return Shown(status);
+    };
+    for (const bool initialising : {false, true}) {
+        EXPECT_EQ(Init(Params("echo 4", "sleep 50000")), kOk);
+        const auto interrupt = [this] {
+            std::this_thread::sleep_for(300ms);
+            return Shown(interpreter->Interrupt());
+        };
+        auto one = std::async(std::launch::async, interrupt);
+        auto other = std::async(std::launch::async, interrupt);
+        EXPECT_EQ(hang(initialising), kHostExit);
+        EXPECT_EQ(one.get() + other.get(), kOk + kOk);
+        EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseInterrupted);
+
+        EXPECT_EQ(Init(Params("echo 4", "sleep 50000")), kOk);
+        interpreter->SetTimeLimit(300);
+        EXPECT_EQ(hang(initialising), kHostExit);
+        EXPECT_EQ(interpreter->GetHostEnd().text, "time limit of 300 ms");
+        interpreter->SetTimeLimit(0);
+    }
+    EXPECT_EQ(Init(Params("echo 4")), kOk);
+    EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
+    EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseNone);
+}
+
+TEST_F(HostProcess, InterruptsMeetStartsAndReleases) {
+    std::atomic<bool> done{false};
+    std::thread interrupting([&] {
+        for (; !done; std::this_thread::sleep_for(1ms)) {
+            static_cast<void>(interpreter->Interrupt());
+        }
+    });
+    for (int round = 0; round < 20; ++round) {
+        const std::string outcome = Init(Params("echo 4"));
+        EXPECT_TRUE(outcome == kOk || outcome == kHostExit) << outcome;
+        interpreter->Release();
+    }
+    done = true;
+    interrupting.join();
+    EXPECT_EQ(Init(Params("echo 4")), kOk);
+}
+
+TEST_F(HostProcess, TellsHowItEnded) {
+    const auto endOf = [this](const char* name, bool kill) {
+        const Process host = StartHost("echo 4", name);
+        if (kill) {
+            host.Kill();
+        }
+        EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
+        return interpreter->GetHostEnd().text;
+    };
+    EXPECT_THAT(endOf("", true), testing::AnyOf("signal 9 (SIGKILL)", "exit value 57005"));
+    EXPECT_THAT(endOf("crash", false), testing::AnyOf("signal 6 (SIGABRT)", "exit value 0xC0000409 (fast fail)"));
 }
 
 TEST_F(HostProcess, AFailedStartIsReleased) {

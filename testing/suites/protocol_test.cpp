@@ -109,8 +109,8 @@ std::vector<ClientCase> ClientCases() {
 }
 
 // Serves a client: the model name that it sends is the number of a row and what to do at its request: "answer",
-// "damage" the first size tag of the answer, "exit" or "crash". Other requests for a model succeed. Returns when the
-// client sends anything else than the row says.
+// "damage" the first size tag of the answer, "forge N": put a length that nothing has at byte N of it, "exit" or
+// "crash". Other requests for a model succeed. Returns when the client sends anything else than the row says.
 int PlayHost(const std::string& arguments) {
     if (!std::regex_match(arguments, std::regex(R"(Result(_\d+d_\d+)\|Call\1\|Channel\1\|22021120)"))) {
         return 1;
@@ -152,6 +152,9 @@ int PlayHost(const std::string& arguments) {
                 Platform::FailFast();
             }
             reply[0] = static_cast<char>(reply[0] ^ (behaviour == "damage" ? 2 : 0));
+            if (behaviour.starts_with("forge ")) {
+                reply.replace(std::stoul(behaviour.substr(6)), 4, LittleEndian(0xFFFFFFF0, 4));
+            }
         }
         std::copy(reply.begin(), reply.end(), region);
         expected = next.request + std::string(region + next.request.size(), kWindow - next.request.size());
@@ -194,6 +197,18 @@ TEST_F(Client, WritesAndReadsTheseBytes) {
         EXPECT_EQ(Play(i, "damage"), kThrows) << "case " << i;
     }
     EXPECT_EQ(Children().size(), 1U) << "an answer, whatever it is, ends no host";
+}
+
+TEST_F(Client, TakesALengthThatPassesTheEndForADeadHost) {
+    size_t ends = 0;
+    for (size_t i = 0; i < cases.size(); ++i) {
+        for (size_t place = 0; !cases[i].hostDied.empty() && place + 4 <= cases[i].reply.size(); ++place) {
+            const std::string outcome = Play(i, "forge " + std::to_string(place));
+            ends += outcome == cases[i].hostDied && outcome != cases[i].result ? 1 : 0;
+        }
+        EXPECT_EQ(Play(i, "answer"), cases[i].result) << "case " << i;
+    }
+    EXPECT_GE(ends, 8U) << "one for each string, run and number of dimensions or pairs";
 }
 
 TEST_F(Client, FailsWhereTheHostDiesAndWorksWithANewOne) {

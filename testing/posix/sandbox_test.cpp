@@ -1,0 +1,370 @@
+// What a host may do once it has entered its sandbox, tried in child processes that enter it and in real hosts.
+#include "host/sandbox.h"
+
+#include "core/backend_factory.h"
+#include "host/posix_call_filter.h"
+#include "platform/process.h"
+#include "testing/posix/processes.h"
+#include "testing/support/processes.h"
+#include "testing/support/round_trips.h"
+#include "testing/support/temporary_folder.h"
+#include "testing/support/tiny_models.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/landlock.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <future>
+#include <limits>
+#include <thread>
+#include <utility>
+
+namespace Orvane {
+namespace {
+
+using namespace Testing;
+
+// What a call comes to: "done", or the name of its error.
+std::string Outcome(long result) {
+    return result >= 0 ? "done" : strerrorname_np(errno);
+}
+
+std::string Open(const std::string& path, int flags) {
+    return Outcome(open(path.c_str(), flags | O_CLOEXEC, 0600));
+}
+
+long KernelsLandlock() {
+    return syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
+}
+
+// Whether a process of this user may have a filter for system calls at all.
+bool KernelHasFilters() {
+    return End(Fork([] {
+               sock_filter allow = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+               const sock_fprog filter{1, &allow};
+               prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+               _exit(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &filter) == 0 ? 0 : 1);
+           })) == "exit 0";
+}
+const char* const kNoFilters = "this kernel has no filters for system calls, or the container forbids them";
+
+// A number in what the system tells about a process; -1 where it does not tell.
+int InStatus(uint32_t process, const std::string& wanted) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    int value = -1;
+    for (std::string key; status >> key; status.ignore(std::numeric_limits<std::streamsize>::max(), '\n')) {
+        if (key == wanted + ":") {
+            status >> value;
+        }
+    }
+    return value;
+}
+
+// A test ends within a minute.
+class Sandbox : public testing::Test {
+ protected:
+    void SetUp() override { alarm(60); }
+    void TearDown() override {
+        EXPECT_EQ(LeftBehind(), "");
+        alarm(0);
+    }
+
+    // Runs `work` in a child process that has entered the sandbox with `params`.
+    static void Inside(const std::function<void()>& work, const InterpreterParams& params = {}) {
+        const pid_t child = Fork([&] {
+            EnterSandbox(params);
+            work();
+            _exit(HasFailure() ? 1 : 0);
+        });
+        EXPECT_EQ(End(child), "exit 0");
+    }
+
+    InterpreterParams WithCache() const {
+        InterpreterParams params;
+        params.openvinoMakeCache = true;
+        params.openvinoCachePath = cacheFolder.Path("缓存.blob");
+        return params;
+    }
+
+    TemporaryFolder cacheFolder;
+    TemporaryFolder otherFolder;
+};
+
+// Every call has -1 for all its arguments: one that is not refused does no harm, and mostly fails with another error.
+TEST_F(Sandbox, RefusesCalls) {
+    if (!KernelHasFilters()) {
+        GTEST_SKIP() << kNoFilters;
+    }
+    const std::pair<const char*, long> calls[] = {
+        {"socket", SYS_socket},
+        {"connect", SYS_connect},
+        {"sendmsg", SYS_sendmsg},
+        {"process_vm_readv", SYS_process_vm_readv},
+        {"process_vm_writev", SYS_process_vm_writev},
+        {"pidfd_open", SYS_pidfd_open},
+        {"pidfd_getfd", SYS_pidfd_getfd},
+        {"pidfd_send_signal", SYS_pidfd_send_signal},
+        {"tkill", SYS_tkill},
+        {"mount", SYS_mount},
+        {"umount2", SYS_umount2},
+        {"move_mount", SYS_move_mount},
+        {"fsopen", SYS_fsopen},
+        {"pivot_root", SYS_pivot_root},
+        {"chroot", SYS_chroot},
+        {"unshare", SYS_unshare},
+        {"setns", SYS_setns},
+        {"swapon", SYS_swapon},
+        {"open_by_handle_at", SYS_open_by_handle_at},
+        {"name_to_handle_at", SYS_name_to_handle_at},
+        {"truncate", SYS_truncate},
+        {"chmod", SYS_chmod},
+        {"fchmodat2", 452},
+        {"setxattr", SYS_setxattr},
+        {"setuid", SYS_setuid},
+        {"setresgid", SYS_setresgid},
+        {"add_key", SYS_add_key},
+        {"keyctl", SYS_keyctl},
+        {"bpf", SYS_bpf},
+        {"perf_event_open", SYS_perf_event_open},
+        {"userfaultfd", SYS_userfaultfd},
+        {"io_uring_setup", SYS_io_uring_setup},
+        {"init_module", SYS_init_module},
+        {"finit_module", SYS_finit_module},
+        {"kexec_load", SYS_kexec_load},
+        {"reboot", SYS_reboot},
+        {"iopl", SYS_iopl},
+        {"ioperm", SYS_ioperm},
+        {"getpid by its second number", SYS_getpid | 0x4000'0000},
+    };
+    Inside([&] {
+        for (const auto& [name, number] : calls) {
+            EXPECT_EQ(Outcome(syscall(number, -1L, -1L, -1L, -1L, -1L, -1L)), "EPERM") << name;
+        }
+        constexpr long kMemorySeal = 462;  // of Linux 6.10
+        EXPECT_EQ(Outcome(syscall(kMemorySeal, -1L, -1L, -1L)), "ENOSYS") << "a call younger than the filter";
+        const pid_t parent = getppid();
+        EXPECT_EQ(Outcome(kill(parent, 0)), "EPERM");
+        EXPECT_EQ(Outcome(kill(0, 0)), "EPERM");
+        EXPECT_EQ(Outcome(syscall(SYS_tgkill, parent, parent, 0)), "EPERM");
+        EXPECT_EQ(Outcome(syscall(SYS_prlimit64, parent, RLIM_NLIMITS, nullptr, nullptr)), "EPERM");
+        EXPECT_EQ(Outcome(ioctl(STDIN_FILENO, TIOCSTI, nullptr)), "EPERM");
+        EXPECT_EQ(prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
+    });
+}
+
+TEST_F(Sandbox, RefusesProcesses) {
+    if (!KernelHasFilters()) {
+        GTEST_SKIP() << kNoFilters;
+    }
+    if (kInstrumented) {
+        GTEST_SKIP() << "the reports of sanitizers need processes and programs";
+    }
+    Inside([] {
+        const pid_t self = getpid();
+        const auto noChild = [self](long result) {
+            if (getpid() != self) {
+                _exit(0);
+            }
+            return Outcome(result);
+        };
+        EXPECT_EQ(noChild(syscall(SYS_fork)), "EPERM");
+        EXPECT_EQ(noChild(syscall(SYS_clone, SIGCHLD, 0L, 0L, 0L, 0L)), "EPERM");
+        EXPECT_EQ(noChild(syscall(SYS_clone3, -1L, 0L)), "ENOSYS");
+        constexpr long kThread = CLONE_THREAD | CLONE_SIGHAND | CLONE_VM;
+        EXPECT_EQ(noChild(syscall(SYS_clone, kThread | CLONE_NEWUSER, 0L, 0L, 0L, 0L)), "EPERM");
+        EXPECT_EQ(Outcome(syscall(SYS_execve, -1L, -1L, -1L)), "EPERM");
+        EXPECT_EQ(Outcome(syscall(SYS_execveat, -1L, -1L, -1L, -1L, -1L)), "EPERM");
+        EXPECT_EQ(Outcome(syscall(SYS_ptrace, -1L, -1L, -1L, -1L)), "EPERM");
+        EXPECT_EQ(Outcome(prctl(PR_SET_PDEATHSIG, 0)), "EPERM");
+        EXPECT_EQ(Outcome(prctl(PR_SET_DUMPABLE, 1)), "EPERM");
+        EXPECT_EQ(prctl(PR_GET_DUMPABLE), 0);
+    });
+}
+
+// The number of `getpid` in the 32-bit table is that of `writev` in the other. Kernels without that table end the
+// process.
+TEST_F(Sandbox, RefusesCallsOfTheOtherArchitecture) {
+    if (!KernelHasFilters()) {
+        GTEST_SKIP() << kNoFilters;
+    }
+    const auto getpid32 = [] {
+        constexpr int kGetPid = 20;
+        int result = kGetPid;
+        __asm__ volatile("int $0x80" : "+a"(result) : : "memory", "r8", "r9", "r10", "r11");
+        return result;
+    };
+    if (End(Fork([&] { _exit(getpid32() == getpid() ? 0 : 1); })) != "exit 0") {
+        GTEST_SKIP() << "this kernel has no 32-bit calls";
+    }
+    Inside([&] { EXPECT_EQ(getpid32(), -EPERM); });
+}
+
+TEST_F(Sandbox, BindsThreadsThatThereAreAlready) {
+    if (!KernelHasFilters()) {
+        GTEST_SKIP() << kNoFilters;
+    }
+    const pid_t child = Fork([] {
+        std::promise<void> entered;
+        auto other = std::async(std::launch::async, [&entered] {
+            entered.get_future().wait();
+            return Outcome(syscall(SYS_unshare, -1L));
+        });
+        EnterSandbox({});
+        entered.set_value();
+        EXPECT_EQ(other.get(), "EPERM");
+        _exit(HasFailure() ? 1 : 0);
+    });
+    EXPECT_EQ(End(child), "exit 0");
+}
+
+TEST_F(Sandbox, LeavesWhatTheRuntimeUses) {
+    Inside([] {
+        int ran = 0;
+        std::thread([&ran] { ran = 1; }).join();  // also waits by a futex
+        EXPECT_EQ(ran, 1);
+
+        const size_t size = 4096;
+        void* code = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        ASSERT_NE(code, MAP_FAILED);
+        const unsigned char kReturn7[] = {0xb8, 7, 0, 0, 0, 0xc3};
+        std::memcpy(code, kReturn7, sizeof kReturn7);
+        EXPECT_EQ(Outcome(mprotect(code, size, PROT_READ | PROT_EXEC)), "done");
+        EXPECT_EQ(reinterpret_cast<int (*)()>(code)(), 7);
+        EXPECT_NE(mmap(nullptr, size, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0),
+                  MAP_FAILED);
+
+        EXPECT_EQ(Open("/proc/self/maps", O_RDONLY), "done");
+        EXPECT_EQ(Open("/sys/devices/system/cpu/online", O_RDONLY), "done");
+        EXPECT_EQ(Open("/dev/null", O_WRONLY), "done");
+        EXPECT_EQ(Open(Platform::ProgramBeside("stub_host"), O_RDONLY), "done");
+        cpu_set_t processors;
+        EXPECT_EQ(Outcome(sched_getaffinity(0, sizeof processors, &processors)), "done");
+        EXPECT_EQ(Outcome(sched_setaffinity(0, sizeof processors, &processors)), "done");
+        EXPECT_EQ(Outcome(kill(getpid(), 0)), "done");
+    });
+    const pid_t aborts = Fork([] {
+        EnterSandbox({});
+        std::signal(SIGABRT, SIG_DFL);
+        Platform::FailFast();
+    });
+    EXPECT_EQ(End(aborts), "signal " + std::to_string(SIGABRT));
+}
+
+TEST_F(Sandbox, WritesOnlyInTheFolderOfTheCache) {
+    if (KernelsLandlock() < 1) {
+        GTEST_SKIP() << "this kernel has no Landlock, or the container forbids it";
+    }
+    if (kInstrumented) {
+        GTEST_SKIP() << "the coverage of a host is written at its end";
+    }
+    const std::string cache = WithCache().openvinoCachePath;
+    const std::string made = cacheFolder.Write("made", std::string("here"));
+    const std::string other = otherFolder.Write("other", std::string("there"));
+    std::filesystem::create_symlink(other, cacheFolder.Path("link"));
+    const int inherited = open(otherFolder.Path("open").c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+
+    const auto expectElsewhereRefused = [&] {
+        const std::string fresh = otherFolder.Path("fresh");
+        EXPECT_EQ(Open(other, O_RDONLY), "done");
+        EXPECT_EQ(Open(other, O_WRONLY), "EACCES");
+        EXPECT_EQ(Open(other, O_RDWR), "EACCES");
+        EXPECT_EQ(Open(fresh, O_WRONLY | O_CREAT), "EACCES");
+        EXPECT_EQ(Open("/dev/shm/orvane-sandbox-test", O_WRONLY | O_CREAT), "EACCES");
+        EXPECT_EQ(Outcome(mkdir(fresh.c_str(), 0700)), "EACCES");
+        EXPECT_EQ(Outcome(symlink("x", fresh.c_str())), "EACCES");
+        EXPECT_EQ(Outcome(mkfifo(fresh.c_str(), 0600)), "EACCES");
+        EXPECT_EQ(Outcome(unlink(other.c_str())), "EACCES");
+        EXPECT_EQ(Outcome(rename(other.c_str(), fresh.c_str())), "EACCES");
+        EXPECT_EQ(Outcome(write(inherited, "open", 4)), "done");
+    };
+    Inside(
+        [&] {
+            expectElsewhereRefused();
+            for (const int flags : {O_CREAT | O_EXCL, O_TRUNC}) {
+                EXPECT_EQ(Open(cache, O_WRONLY | flags), "done") << flags;
+            }
+            EXPECT_EQ(Open(cacheFolder.Path("link"), O_WRONLY), "EACCES") << "a link that leads out of the folder";
+            EXPECT_EQ(Outcome(unlink(made.c_str())), "EACCES");
+            EXPECT_EQ(Outcome(rename(made.c_str(), cache.c_str())), "EACCES");
+            EnterSandbox({});  // a second model without a cache takes nothing more away
+            EXPECT_EQ(Open(cache, O_WRONLY | O_TRUNC), "done");
+        },
+        WithCache());
+    std::filesystem::remove(cache);
+    InterpreterParams reads = WithCache();
+    reads.openvinoMakeCache = false;
+    Inside(
+        [&] {
+            expectElsewhereRefused();
+            EXPECT_EQ(Open(cache, O_WRONLY | O_CREAT), "EACCES");
+        },
+        reads);
+    close(inherited);
+    EXPECT_EQ(cacheFolder.Names(), (std::vector<std::string>{"link", "made"}));
+    EXPECT_EQ(otherFolder.Names(), (std::vector<std::string>{"open", "other"}));
+}
+
+// One host, initialised again and again.
+TEST_F(Sandbox, OnlyAModelOnTheCpuIsFiltered) {
+    const std::string filters = "Seccomp_filters";
+    const int before = InStatus(static_cast<uint32_t>(getpid()), filters);
+    const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
+    const auto filtersWith = [&](const char* device) {
+        InterpreterParams params = Params("echo 4");
+        params.openvinoDevice = device;
+        EXPECT_EQ(Shown(backend->Init(params)), kOk) << device;
+        const uint32_t host = Children().at(0);
+        EXPECT_EQ(InStatus(host, "NoNewPrivs"), 1) << device;
+        return InStatus(host, filters) - before;
+    };
+    EXPECT_EQ(filtersWith("GPU"), 0);
+    if (before < 0 || !KernelHasFilters()) {
+        GTEST_SKIP() << kNoFilters << "; or it does not count them";
+    }
+    EXPECT_EQ(filtersWith("CPU"), 1);
+    EXPECT_EQ(filtersWith(""), 1) << "one on top of the other would cost more with each model";
+    EXPECT_EQ(filtersWith("GPU"), 1);
+}
+
+TEST_F(Sandbox, ALaterCacheElsewhereIsNotWrittenAndNoFailure) {
+    if (KernelsLandlock() < 1 || kInstrumented) {
+        GTEST_SKIP() << "this kernel has no Landlock, the container forbids it, or the build writes its coverage";
+    }
+    InterpreterParams params = Params(AddModel({10, 20, 30}).WriteTo(otherFolder, "model"), "", ORVANE_HOST_PATH);
+    const std::vector<std::string> before = otherFolder.Names();
+    params.openvinoMakeCache = true;
+    params.openvinoCachePath = cacheFolder.Path("first");
+    const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
+    EXPECT_EQ(Shown(backend->Init(params)), kOk);
+    const uint32_t host = Children().at(0);
+
+    params.openvinoCachePath = otherFolder.Path("elsewhere");
+    EXPECT_EQ(Shown(backend->Init(params)), kOk);
+    EXPECT_EQ(backend->GetTensorCount(TensorTypeInput), 1);
+    params.openvinoCachePath = cacheFolder.Path("second");
+    EXPECT_EQ(Shown(backend->Init(params)), kOk);
+    EXPECT_EQ(Children(), std::vector<uint32_t>{host});
+    EXPECT_EQ(otherFolder.Names(), before);
+    EXPECT_EQ(cacheFolder.Names(), (std::vector<std::string>{"first", "second"}));
+}
+
+}  // namespace
+}  // namespace Orvane
