@@ -112,6 +112,7 @@ std::vector<size_t> Footprint() {
             Names(Platform::ModuleWord())};
 }
 
+// NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
 EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
     const char* const old = std::getenv(name.c_str());
     before = old != nullptr ? old : "";
@@ -121,6 +122,7 @@ EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string
 EnvironmentVariable::~EnvironmentVariable() {
     before.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), before.c_str(), 1);
 }
+// NOLINTEND(concurrency-mt-unsafe)
 
 Watchdog::Watchdog() {
     alarm(120);

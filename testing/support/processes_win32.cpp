@@ -144,6 +144,7 @@ std::vector<size_t> Footprint() {
     return {count};
 }
 
+// NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
 EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
     const char* const old = std::getenv(name.c_str());
     before = old != nullptr ? old : "";
@@ -153,6 +154,7 @@ EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string
 EnvironmentVariable::~EnvironmentVariable() {
     _putenv_s(name.c_str(), before.c_str());
 }
+// NOLINTEND(concurrency-mt-unsafe)
 
 Watchdog::Watchdog() {
     const auto bite = [](void*, BOOLEAN) {
