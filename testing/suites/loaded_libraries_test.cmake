@@ -10,3 +10,10 @@ endif()
 if(CLIENT_LIBRARIES MATCHES "openvino" OR NOT CLIENT_LIBRARIES MATCHES "libc\\.")
     message(FATAL_ERROR "${CLIENT} should load nothing of the inference runtime, but loads:\n${CLIENT_LIBRARIES}")
 endif()
+
+# An empty element of a path for libraries is the current folder, from which anybody's library would be loaded.
+find_program(READELF readelf REQUIRED)
+execute_process(COMMAND ${READELF} -d ${HOST} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
+if(dynamic MATCHES "R(UN)?PATH[^\n]*(\\[:|::|:\\])" OR NOT dynamic MATCHES "BIND_NOW")
+    message(FATAL_ERROR "${HOST} has an empty element in its RUNPATH, or resolves functions late:\n${dynamic}")
+endif()
