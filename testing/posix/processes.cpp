@@ -1,11 +1,14 @@
 #include "testing/posix/processes.h"
 
+#include <gtest/gtest.h>
+
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 
 namespace Orvane::Testing {
@@ -40,6 +43,23 @@ std::string End(pid_t child) {
     }
     std::string end = WIFEXITED(status) ? "exit " : "signal ";
     return end += std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status));
+}
+
+void InChild(const std::function<void()>& work) {
+    EXPECT_EQ(End(Fork([&] {
+                  alarm(60);
+                  work();
+                  _exit(testing::Test::HasFailure() ? 1 : 0);
+              })),
+              "exit 0");
+}
+
+std::string InStatus(uint32_t process, const std::string& key) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    std::string line;
+    while (std::getline(status, line) && !line.starts_with(key + ":\t")) {
+    }
+    return status ? line.substr(key.size() + 2) : "";
 }
 
 }  // namespace Orvane::Testing

@@ -16,7 +16,6 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <utility>
 
 namespace Orvane::Testing {
 
@@ -81,14 +80,11 @@ uint32_t Process::Number() const {
     return static_cast<uint32_t>(state->number);
 }
 
-std::vector<uint32_t> Children() {
-    return Children(static_cast<uint32_t>(getpid()));
-}
-
 std::vector<uint32_t> Children(uint32_t parent) {
+    const std::string process = parent == 0 ? "self" : std::to_string(parent);
     std::vector<uint32_t> children;
     std::error_code error;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(parent) + "/task", error)) {
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + process + "/task", error)) {
         std::ifstream file(thread.path() / "children");
         children.insert(children.end(), std::istream_iterator<uint32_t>(file), {});
     }
@@ -112,14 +108,11 @@ std::vector<size_t> Footprint() {
             Names(Platform::ModuleWord())};
 }
 
-EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
+std::string ExchangeVariable(const std::string& name, const std::string& value) {
     const char* const old = std::getenv(name.c_str());
-    before = old != nullptr ? old : "";
-    setenv(name.c_str(), value.c_str(), 1);
-}
-
-EnvironmentVariable::~EnvironmentVariable() {
-    before.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), before.c_str(), 1);
+    std::string before = old != nullptr ? old : "";
+    value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
+    return before;
 }
 
 Watchdog::Watchdog() {
