@@ -19,9 +19,6 @@ size_t Names(uint32_t moduleWord);
 // Runs `work` in a child process, which does not outlive this one. An exception ends it.
 pid_t Fork(const std::function<void()>& work) noexcept;
 
-// Runs a part of a test in a child process: what fails there fails here.
-void InChild(const std::function<void()>& work);
-
 // What the system tells about a process under this key; empty where it does not tell.
 std::string InStatus(uint32_t process, const std::string& key);
 

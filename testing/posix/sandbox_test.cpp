@@ -4,7 +4,7 @@
 #include "core/backend_factory.h"
 #include "host/posix_call_filter.h"
 #include "platform/process.h"
-#include "testing/posix/processes.h"
+#include "testing/posix/in_child.h"
 #include "testing/support/host_fixture.h"
 #include "testing/support/temporary_folder.h"
 #include "testing/support/tiny_models.h"

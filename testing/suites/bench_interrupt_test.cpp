@@ -2,7 +2,6 @@
 #include "testing/posix/processes.h"
 #include "testing/support/processes.h"
 #include "testing/support/tiny_models.h"
-#include "testing/support/within.h"
 
 #include <gtest/gtest.h>
 

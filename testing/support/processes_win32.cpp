@@ -2,7 +2,6 @@
 
 #include "platform/win32/handle.h"
 #include "platform/win32/wide_text.h"
-#include "testing/support/within.h"
 
 #include <windows.h>
 
