@@ -5,7 +5,7 @@
 #include "ipc/shared_channel.h"
 #include "platform/host_process.h"
 #include "platform/section.h"
-#include "testing/posix/processes.h"
+#include "testing/posix/in_child.h"
 #include "testing/support/host_fixture.h"
 
 #include <fcntl.h>
@@ -22,10 +22,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <future>
-#include <sstream>
 #include <thread>
 
 namespace Orvane {
@@ -50,21 +48,19 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
         EXPECT_EQ(Init(Params("echo 4", "", host)), outcome);
         EXPECT_EQ(Names(Platform::ModuleWord()), 0U) << host;
     }
-    const pid_t noThread = Fork([&] {
+    InChild([&] {
         pthread_attr_t attributes;
         pthread_getattr_default_np(&attributes);
         pthread_attr_setstacksize(&attributes, size_t{1} << 47);
         pthread_setattr_default_np(&attributes);
-        _exit(Init(Params("echo 4")) == std::to_string(EAGAIN) + launch ? 0 : 1);
+        EXPECT_EQ(Init(Params("echo 4")), std::to_string(EAGAIN) + launch);
     });
-    EXPECT_EQ(End(noThread), "exit 0");
-    const pid_t noMemory = Fork([&] {
+    InChild([&] {
         const rlimit limit{65536, 65536};
         setrlimit(RLIMIT_FSIZE, &limit);
-        const bool failed = Init(Params("echo 4")) == std::to_string(EFBIG) + " CreateFileMapping error";
-        _exit(failed && Names(Platform::ModuleWord()) == 0 ? 0 : 1);
+        EXPECT_EQ(Init(Params("echo 4")), std::to_string(EFBIG) + " CreateFileMapping error");
+        EXPECT_EQ(Names(Platform::ModuleWord()), 0U);
     });
-    EXPECT_EQ(End(noMemory), "exit 0");
 }
 
 TEST_F(HostProcessPosix, ACallWithoutRoomForItsDataFailsAndNothingElse) {
@@ -158,90 +154,69 @@ TEST_F(HostProcessPosix, AForkedChildOwnsNothing) {
         },
     };
     for (const auto& way : ways) {
-        const pid_t child = Fork([&] {
-            alarm(30);
-            way();
-            std::_Exit(HasFailure() ? 1 : 0);
-        });
-        EXPECT_EQ(End(child), "exit 0");
+        InChild(way);
         EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
         EXPECT_EQ(Children(), std::vector<uint32_t>{static_cast<uint32_t>(host)});
     }
 }
 
-TEST_F(HostProcessPosix, NeedsNoStandardDescriptorsAndLittleAddressSpace) {
-    const pid_t client = Fork([&] {
-        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-            close(descriptor);
-        }
-        SharedChannel channel;
-        channel.Create(4096);
-        Platform::HostProcess host;
-        const bool launched = !host.Launch(kStubHost, channel.hostArguments).has_value();
-        const bool free = fcntl(STDIN_FILENO, F_GETFD) < 0 && fcntl(STDERR_FILENO, F_GETFD) < 0;
-        WriteRequest(channel.message, static_cast<Call>(CallExit + 1));
-        channel.callEvent.Set();
-        const bool answered = channel.resultEvent.Wait(5000, Platform::Awaited::Result);
-        const bool whole = Entries("/proc/" + std::to_string(Children().at(0)) + "/fd") == 3;
-        _exit(launched && free && answered && whole ? 0 : 1);
-    });
-    EXPECT_EQ(End(client), "exit 0");
-
+TEST_F(HostProcessPosix, NeedsLittleAddressSpace) {
     rlimit before{};
     getrlimit(RLIMIT_AS, &before);
     if (before.rlim_cur != RLIM_INFINITY || kInstrumented) {
         GTEST_SKIP() << "address space is limited already, or this build needs much of it";
     }
-    const pid_t limited = Fork([&] {
+    InChild([&] {
         const rlimit limit{1'000'000'000, 1'000'000'000};
         setrlimit(RLIMIT_AS, &limit);
-        _exit(Init(Params("echo 4")) == kOk && RoundTrip(*interpreter, 0, 4, 1) == kOk ? 0 : 1);
+        EXPECT_EQ(Init(Params("echo 4")), kOk);
+        EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
     });
-    EXPECT_EQ(End(limited), "exit 0");
 }
 
 TEST_F(HostProcessPosix, ReleasesAHostThatItMayNoLongerEnd) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "it gives up rights, and has none to give up";
     }
-    const pid_t client = Fork([&] {
-        alarm(30);
+    InChild([&] {
         const Process host(static_cast<uint32_t>(StartHost()));
         constexpr uid_t kNobody = 65534;
         EXPECT_EQ(setresuid(kNobody, kNobody, kNobody), 0);
         interpreter->Release();
         EXPECT_FALSE(host.Lives(5s)) << "it was asked to end";
-        _exit(HasFailure() ? 1 : 0);
     });
-    EXPECT_EQ(End(client), "exit 0");
 }
 
 // Asked before the host has a model: then its descriptors are still shown to its user.
-TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignals) {
-    SharedChannel channel;
-    channel.Create(4096);
-    const int marker = dup(STDERR_FILENO);
-    const auto before = std::signal(SIGPIPE, SIG_IGN);
-    sigset_t blocked;
-    sigfillset(&blocked);
-    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    Platform::HostProcess launched;
-    ASSERT_FALSE(launched.Launch(kStubHost, channel.hostArguments));
-    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
-    std::signal(SIGPIPE, before);
-    close(marker);
-    WriteRequest(channel.message, static_cast<Call>(CallExit + 1));
-    channel.callEvent.Set();
-    ASSERT_TRUE(channel.resultEvent.Wait(5000, Platform::Awaited::Result));
-    const auto host = static_cast<pid_t>(Children().at(0));
+TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignalsAndNeedsNoStandardOnes) {
+    for (const bool closed : {false, true}) {
+        InChild([closed] {
+            dup(STDERR_FILENO);
+            for (int descriptor = STDIN_FILENO; closed && descriptor <= STDERR_FILENO; ++descriptor) {
+                close(descriptor);
+            }
+            std::signal(SIGPIPE, SIG_IGN);
+            sigset_t blocked;
+            sigfillset(&blocked);
+            pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+            SharedChannel channel;
+            channel.Create(4096);
+            Platform::HostProcess launched;
+            EXPECT_FALSE(launched.Launch(kStubHost, channel.hostArguments));
+            for (const int descriptor : {STDIN_FILENO, STDERR_FILENO}) {
+                EXPECT_TRUE(!closed || fcntl(descriptor, F_GETFD) < 0) << descriptor;
+            }
+            WriteRequest(channel.message, static_cast<Call>(CallExit + 1));
+            channel.callEvent.Set();
+            EXPECT_TRUE(channel.resultEvent.Wait(5000, Platform::Awaited::Result));
 
-    const std::string process = "/proc/" + std::to_string(host);
-    EXPECT_EQ(Entries(process + "/fd"), 3U);
-    EXPECT_EQ(getpgid(host), host);
-    std::stringstream status;
-    status << std::ifstream(process + "/status").rdbuf();
-    for (const char* line : {"SigIgn:\t0000000000000000\n", "SigBlk:\t0000000000000000\n"}) {
-        EXPECT_NE(status.str().find(line), std::string::npos) << status.str();
+            const uint32_t host = Children().at(0);
+            EXPECT_EQ(Entries("/proc/" + std::to_string(host) + "/fd"), 3U);
+            EXPECT_EQ(getpgid(static_cast<pid_t>(host)), static_cast<pid_t>(host));
+            for (const char* mask : {"SigIgn", "SigBlk"}) {
+                EXPECT_EQ(InStatus(host, mask), "0000000000000000") << mask;
+            }
+        });
     }
 }
 

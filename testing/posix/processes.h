@@ -19,6 +19,9 @@ size_t Names(uint32_t moduleWord);
 // Runs `work` in a child process, which does not outlive this one. An exception ends it.
 pid_t Fork(const std::function<void()>& work) noexcept;
 
+// What the system tells about a process under this key; empty where it does not tell.
+std::string InStatus(uint32_t process, const std::string& key);
+
 // Waits for a child: "exit VALUE" or "signal NUMBER".
 std::string End(pid_t child);
 

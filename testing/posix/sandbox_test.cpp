@@ -4,13 +4,10 @@
 #include "core/backend_factory.h"
 #include "host/posix_call_filter.h"
 #include "platform/process.h"
-#include "testing/posix/processes.h"
-#include "testing/support/processes.h"
-#include "testing/support/round_trips.h"
+#include "testing/posix/in_child.h"
+#include "testing/support/host_fixture.h"
 #include "testing/support/temporary_folder.h"
 #include "testing/support/tiny_models.h"
-
-#include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <linux/filter.h>
@@ -27,15 +24,12 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
-#include <limits>
 #include <thread>
-#include <utility>
 
 namespace Orvane {
 namespace {
@@ -66,145 +60,89 @@ bool KernelHasFilters() {
 }
 const char* const kNoFilters = "this kernel has no filters for system calls, or the container forbids them";
 
-// A number in what the system tells about a process; -1 where it does not tell.
-int InStatus(uint32_t process, const std::string& wanted) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    int value = -1;
-    for (std::string key; status >> key; status.ignore(std::numeric_limits<std::streamsize>::max(), '\n')) {
-        if (key == wanted + ":") {
-            status >> value;
-        }
-    }
-    return value;
-}
-
-// A test ends within a minute.
-class Sandbox : public testing::Test {
+class Sandbox : public HostFixture {
  protected:
-    void SetUp() override { alarm(60); }
-    void TearDown() override {
-        EXPECT_EQ(LeftBehind(), "");
-        alarm(0);
-    }
-
     // Runs `work` in a child process that has entered the sandbox with `params`.
     static void Inside(const std::function<void()>& work, const InterpreterParams& params = {}) {
-        const pid_t child = Fork([&] {
+        InChild([&] {
             EnterSandbox(params);
             work();
-            _exit(HasFailure() ? 1 : 0);
         });
-        EXPECT_EQ(End(child), "exit 0");
-    }
-
-    InterpreterParams WithCache() const {
-        InterpreterParams params;
-        params.openvinoMakeCache = true;
-        params.openvinoCachePath = cacheFolder.Path("缓存.blob");
-        return params;
     }
 
     TemporaryFolder cacheFolder;
     TemporaryFolder otherFolder;
 };
 
-// Every call has -1 for all its arguments: one that is not refused does no harm, and mostly fails with another error.
-TEST_F(Sandbox, RefusesCalls) {
-    if (!KernelHasFilters()) {
-        GTEST_SKIP() << kNoFilters;
-    }
-    const std::pair<const char*, long> calls[] = {
-        {"socket", SYS_socket},
-        {"connect", SYS_connect},
-        {"sendmsg", SYS_sendmsg},
-        {"process_vm_readv", SYS_process_vm_readv},
-        {"process_vm_writev", SYS_process_vm_writev},
-        {"pidfd_open", SYS_pidfd_open},
-        {"pidfd_getfd", SYS_pidfd_getfd},
-        {"pidfd_send_signal", SYS_pidfd_send_signal},
-        {"tkill", SYS_tkill},
-        {"mount", SYS_mount},
-        {"umount2", SYS_umount2},
-        {"move_mount", SYS_move_mount},
-        {"fsopen", SYS_fsopen},
-        {"pivot_root", SYS_pivot_root},
-        {"chroot", SYS_chroot},
-        {"unshare", SYS_unshare},
-        {"setns", SYS_setns},
-        {"swapon", SYS_swapon},
-        {"open_by_handle_at", SYS_open_by_handle_at},
-        {"name_to_handle_at", SYS_name_to_handle_at},
-        {"truncate", SYS_truncate},
-        {"chmod", SYS_chmod},
-        {"fchmodat2", 452},
-        {"setxattr", SYS_setxattr},
-        {"setuid", SYS_setuid},
-        {"setresgid", SYS_setresgid},
-        {"add_key", SYS_add_key},
-        {"keyctl", SYS_keyctl},
-        {"bpf", SYS_bpf},
-        {"perf_event_open", SYS_perf_event_open},
-        {"userfaultfd", SYS_userfaultfd},
-        {"io_uring_setup", SYS_io_uring_setup},
-        {"init_module", SYS_init_module},
-        {"finit_module", SYS_finit_module},
-        {"kexec_load", SYS_kexec_load},
-        {"reboot", SYS_reboot},
-        {"iopl", SYS_iopl},
-        {"ioperm", SYS_ioperm},
-        {"getpid by its second number", SYS_getpid | 0x4000'0000},
-    };
-    Inside([&] {
-        for (const auto& [name, number] : calls) {
-            EXPECT_EQ(Outcome(syscall(number, -1L, -1L, -1L, -1L, -1L, -1L)), "EPERM") << name;
+class SandboxFilter : public Sandbox {
+ protected:
+    void SetUp() override {
+        if (!KernelHasFilters()) {
+            GTEST_SKIP() << kNoFilters;
         }
-        constexpr long kMemorySeal = 462;  // of Linux 6.10
-        EXPECT_EQ(Outcome(syscall(kMemorySeal, -1L, -1L, -1L)), "ENOSYS") << "a call younger than the filter";
+    }
+
+    // What a system call comes to. Arguments that are not given are -1: a call that is not refused does no harm, and
+    // mostly fails with another error. A child process that it makes goes at once.
+    static std::string Try(long number, long a = -1, long b = -1, long c = -1, long d = -1, long e = -1) {
+        const pid_t self = getpid();
+        const long result = syscall(number, a, b, c, d, e, -1L);
+        if (getpid() != self) {
+            _exit(0);
+        }
+        return Outcome(result);
+    }
+};
+
+TEST_F(SandboxFilter, RefusesCalls) {
+    constexpr long kFileMode = 452;    // `fchmodat2` of Linux 6.6
+    constexpr long kMemorySeal = 462;  // `mseal` of Linux 6.10, younger than the filter
+    constexpr long kOtherGetPid = SYS_getpid | 0x4000'0000;
+    const auto list = [](auto... numbers) { return std::vector<long>{numbers...}; };
+    const std::vector<long> calls =
+        list(SYS_socket, SYS_connect, SYS_sendmsg, SYS_process_vm_readv, SYS_process_vm_writev, SYS_pidfd_open,
+             SYS_pidfd_getfd, SYS_pidfd_send_signal, SYS_tkill, SYS_mount, SYS_umount2, SYS_move_mount, SYS_fsopen,
+             SYS_pivot_root, SYS_chroot, SYS_unshare, SYS_setns, SYS_swapon, SYS_open_by_handle_at,
+             SYS_name_to_handle_at, SYS_truncate, SYS_chmod, kFileMode, SYS_setxattr, SYS_setuid, SYS_setresgid,
+             SYS_add_key, SYS_keyctl, SYS_bpf, SYS_perf_event_open, SYS_userfaultfd, SYS_io_uring_setup,
+             SYS_init_module, SYS_finit_module, SYS_kexec_load, SYS_reboot, SYS_iopl, SYS_ioperm, kOtherGetPid);
+    Inside([&] {
+        for (const long number : calls) {
+            EXPECT_EQ(Try(number), "EPERM") << "call " << number;
+        }
+        EXPECT_EQ(Try(kMemorySeal), "ENOSYS");
         const pid_t parent = getppid();
-        EXPECT_EQ(Outcome(kill(parent, 0)), "EPERM");
-        EXPECT_EQ(Outcome(kill(0, 0)), "EPERM");
-        EXPECT_EQ(Outcome(syscall(SYS_tgkill, parent, parent, 0)), "EPERM");
-        EXPECT_EQ(Outcome(syscall(SYS_prlimit64, parent, RLIM_NLIMITS, nullptr, nullptr)), "EPERM");
-        EXPECT_EQ(Outcome(ioctl(STDIN_FILENO, TIOCSTI, nullptr)), "EPERM");
+        EXPECT_EQ(Try(SYS_kill, parent, 0), "EPERM");
+        EXPECT_EQ(Try(SYS_kill, 0, 0), "EPERM");
+        EXPECT_EQ(Try(SYS_tgkill, parent, parent, 0), "EPERM");
+        EXPECT_EQ(Try(SYS_prlimit64, parent, RLIM_NLIMITS, 0, 0), "EPERM");
+        EXPECT_EQ(Try(SYS_ioctl, STDIN_FILENO, TIOCSTI, 0), "EPERM");
         EXPECT_EQ(prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
     });
 }
 
-TEST_F(Sandbox, RefusesProcesses) {
-    if (!KernelHasFilters()) {
-        GTEST_SKIP() << kNoFilters;
-    }
+TEST_F(SandboxFilter, RefusesProcesses) {
     if (kInstrumented) {
         GTEST_SKIP() << "the reports of sanitizers need processes and programs";
     }
     Inside([] {
-        const pid_t self = getpid();
-        const auto noChild = [self](long result) {
-            if (getpid() != self) {
-                _exit(0);
-            }
-            return Outcome(result);
-        };
-        EXPECT_EQ(noChild(syscall(SYS_fork)), "EPERM");
-        EXPECT_EQ(noChild(syscall(SYS_clone, SIGCHLD, 0L, 0L, 0L, 0L)), "EPERM");
-        EXPECT_EQ(noChild(syscall(SYS_clone3, -1L, 0L)), "ENOSYS");
         constexpr long kThread = CLONE_THREAD | CLONE_SIGHAND | CLONE_VM;
-        EXPECT_EQ(noChild(syscall(SYS_clone, kThread | CLONE_NEWUSER, 0L, 0L, 0L, 0L)), "EPERM");
-        EXPECT_EQ(Outcome(syscall(SYS_execve, -1L, -1L, -1L)), "EPERM");
-        EXPECT_EQ(Outcome(syscall(SYS_execveat, -1L, -1L, -1L, -1L, -1L)), "EPERM");
-        EXPECT_EQ(Outcome(syscall(SYS_ptrace, -1L, -1L, -1L, -1L)), "EPERM");
-        EXPECT_EQ(Outcome(prctl(PR_SET_PDEATHSIG, 0)), "EPERM");
-        EXPECT_EQ(Outcome(prctl(PR_SET_DUMPABLE, 1)), "EPERM");
+        EXPECT_EQ(Try(SYS_fork), "EPERM");
+        EXPECT_EQ(Try(SYS_clone, SIGCHLD, 0, 0, 0, 0), "EPERM");
+        EXPECT_EQ(Try(SYS_clone3, -1, 0), "ENOSYS");
+        EXPECT_EQ(Try(SYS_clone, kThread | CLONE_NEWUSER, 0, 0, 0, 0), "EPERM");
+        for (const long number : {SYS_execve, SYS_execveat, SYS_ptrace}) {
+            EXPECT_EQ(Try(number), "EPERM") << "call " << number;
+        }
+        EXPECT_EQ(Try(SYS_prctl, PR_SET_PDEATHSIG, 0), "EPERM");
+        EXPECT_EQ(Try(SYS_prctl, PR_SET_DUMPABLE, 1), "EPERM");
         EXPECT_EQ(prctl(PR_GET_DUMPABLE), 0);
     });
 }
 
 // The number of `getpid` in the 32-bit table is that of `writev` in the other. Kernels without that table end the
 // process.
-TEST_F(Sandbox, RefusesCallsOfTheOtherArchitecture) {
-    if (!KernelHasFilters()) {
-        GTEST_SKIP() << kNoFilters;
-    }
+TEST_F(SandboxFilter, RefusesCallsOfTheOtherArchitecture) {
     const auto getpid32 = [] {
         constexpr int kGetPid = 20;
         int result = kGetPid;
@@ -217,22 +155,17 @@ TEST_F(Sandbox, RefusesCallsOfTheOtherArchitecture) {
     Inside([&] { EXPECT_EQ(getpid32(), -EPERM); });
 }
 
-TEST_F(Sandbox, BindsThreadsThatThereAreAlready) {
-    if (!KernelHasFilters()) {
-        GTEST_SKIP() << kNoFilters;
-    }
-    const pid_t child = Fork([] {
+TEST_F(SandboxFilter, BindsThreadsThatThereAreAlready) {
+    InChild([] {
         std::promise<void> entered;
         auto other = std::async(std::launch::async, [&entered] {
             entered.get_future().wait();
-            return Outcome(syscall(SYS_unshare, -1L));
+            return Try(SYS_unshare);
         });
         EnterSandbox({});
         entered.set_value();
         EXPECT_EQ(other.get(), "EPERM");
-        _exit(HasFailure() ? 1 : 0);
     });
-    EXPECT_EQ(End(child), "exit 0");
 }
 
 TEST_F(Sandbox, LeavesWhatTheRuntimeUses) {
@@ -275,7 +208,10 @@ TEST_F(Sandbox, WritesOnlyInTheFolderOfTheCache) {
     if (kInstrumented) {
         GTEST_SKIP() << "the coverage of a host is written at its end";
     }
-    const std::string cache = WithCache().openvinoCachePath;
+    InterpreterParams params;
+    params.openvinoMakeCache = true;
+    params.openvinoCachePath = cacheFolder.Path("缓存.blob");
+    const std::string cache = params.openvinoCachePath;
     const std::string made = cacheFolder.Write("made", std::string("here"));
     const std::string other = otherFolder.Write("other", std::string("there"));
     std::filesystem::create_symlink(other, cacheFolder.Path("link"));
@@ -307,16 +243,15 @@ TEST_F(Sandbox, WritesOnlyInTheFolderOfTheCache) {
             EnterSandbox({});  // a second model without a cache takes nothing more away
             EXPECT_EQ(Open(cache, O_WRONLY | O_TRUNC), "done");
         },
-        WithCache());
+        params);
     std::filesystem::remove(cache);
-    InterpreterParams reads = WithCache();
-    reads.openvinoMakeCache = false;
+    params.openvinoMakeCache = false;
     Inside(
         [&] {
             expectElsewhereRefused();
             EXPECT_EQ(Open(cache, O_WRONLY | O_CREAT), "EACCES");
         },
-        reads);
+        params);
     close(inherited);
     EXPECT_EQ(cacheFolder.Names(), (std::vector<std::string>{"link", "made"}));
     EXPECT_EQ(otherFolder.Names(), (std::vector<std::string>{"open", "other"}));
@@ -324,19 +259,19 @@ TEST_F(Sandbox, WritesOnlyInTheFolderOfTheCache) {
 
 // One host, initialised again and again.
 TEST_F(Sandbox, OnlyAModelOnTheCpuIsFiltered) {
-    const std::string filters = "Seccomp_filters";
-    const int before = InStatus(static_cast<uint32_t>(getpid()), filters);
+    const auto filtersOf = [](uint32_t process) { return InStatus(process, "Seccomp_filters"); };
+    const std::string before = filtersOf(static_cast<uint32_t>(getpid()));
     const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
     const auto filtersWith = [&](const char* device) {
         InterpreterParams params = Params("echo 4");
         params.openvinoDevice = device;
         EXPECT_EQ(Shown(backend->Init(params)), kOk) << device;
         const uint32_t host = Children().at(0);
-        EXPECT_EQ(InStatus(host, "NoNewPrivs"), 1) << device;
-        return InStatus(host, filters) - before;
+        EXPECT_EQ(InStatus(host, "NoNewPrivs"), "1") << device;
+        return std::atoi(filtersOf(host).c_str()) - std::atoi(before.c_str());
     };
     EXPECT_EQ(filtersWith("GPU"), 0);
-    if (before < 0 || !KernelHasFilters()) {
+    if (before.empty() || !KernelHasFilters()) {
         GTEST_SKIP() << kNoFilters << "; or it does not count them";
     }
     EXPECT_EQ(filtersWith("CPU"), 1);

@@ -1,10 +1,9 @@
 // What an inference allocates on its way to a host, in the host, and in this process.
 #include "host/dispatcher.h"
 #include "ipc/call_protocol.h"
-#include "testing/support/round_trips.h"
+#include "testing/support/host_fixture.h"
 #include "testing/support/tiny_models.h"
 
-#include <gtest/gtest.h>
 #include <openvino/openvino.hpp>
 
 #include <cstdlib>
@@ -20,15 +19,7 @@ thread_local size_t allocations = 0;
 // For the whole program, on Linux also for the shared libraries in it. The forms for arrays, and those that do not
 // throw, call these.
 
-// Not into their callers, where the compiler would see `malloc` on one side and `delete` on the other.
-[[gnu::noinline]] void* operator new(size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
+// Not into their callers, where the compiler would see `aligned_alloc` on one side and `delete` on the other.
 [[gnu::noinline]] void* operator new(size_t size, std::align_val_t alignment) {
     ++allocations;
     const auto boundary = static_cast<size_t>(alignment);
@@ -36,6 +27,10 @@ thread_local size_t allocations = 0;
         return memory;
     }
     throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void* operator new(size_t size) {
+    return operator new (size, std::align_val_t{__STDCPP_DEFAULT_NEW_ALIGNMENT__});
 }
 
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
@@ -73,28 +68,23 @@ size_t CountAllocations(Step step) {
     return least;
 }
 
-struct Counts {
-    size_t input, run, output;
-};
-
-// Of the steps of an inference on a model with an input and an output of `size` bytes.
-Counts CountInference(const InterpreterParams& params, uint32_t size) {
+// Of input, run and output of an inference on a model with an input and an output of `size` bytes.
+std::vector<size_t> CountInference(const InterpreterParams& params, uint32_t size) {
     Interpreter interpreter;
     EXPECT_EQ(Shown(interpreter.Init(params)), kOk);
     const TensorHandle input = interpreter.GetInput();
     const TensorHandle output = interpreter.GetOutput();
     std::vector<uint8_t> data(size);
     bool ok = true;
-    const Counts counts = {CountAllocations([&] { ok = ok && input->CopyFrom(data.data(), size).Ok(); }),
-                           CountAllocations([&] { ok = ok && interpreter.Invoke().Ok(); }),
-                           CountAllocations([&] { ok = ok && output->CopyTo(data.data(), size).Ok(); })};
+    const std::vector<size_t> counts = {CountAllocations([&] { ok = ok && input->CopyFrom(data.data(), size).Ok(); }),
+                                        CountAllocations([&] { ok = ok && interpreter.Invoke().Ok(); }),
+                                        CountAllocations([&] { ok = ok && output->CopyTo(data.data(), size).Ok(); })};
     EXPECT_TRUE(ok);
     return counts;
 }
 
 TEST(Allocation, AClientAllocatesNothing) {
-    const Counts counts = CountInference(Params("echo 1000"), 1000);
-    EXPECT_EQ(counts.input + counts.run + counts.output, 0U);
+    EXPECT_EQ(CountInference(Params("echo 1000"), 1000), std::vector<size_t>(3, 0));
 }
 
 TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
@@ -104,21 +94,18 @@ TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
     const std::filesystem::path path(model);
     ov::InferRequest request =
         core.compile_model(core.read_model(path, std::filesystem::path()), "CPU", ov::AnyMap{}).create_infer_request();
-
-    const Counts counts = CountInference(Params(model, "", ""), 2 * sizeof(float));
-    EXPECT_EQ(counts.input, 0U);
-    EXPECT_EQ(counts.run, CountAllocations([&] { request.infer(); }));
-    EXPECT_EQ(counts.output, CountAllocations([&] { (void)request.get_output_tensor(0); }));
+    const std::vector<size_t> runtime = {0, CountAllocations([&] { request.infer(); }),
+                                         CountAllocations([&] { (void)request.get_output_tensor(0); })};
+    EXPECT_EQ(CountInference(Params(model, "", ""), 2 * sizeof(float)), runtime);
 }
 
 // Makes the calls of so many inferences, and the last one.
 void CallHost(SharedChannel& channel, size_t inferences) {
-    constexpr uint32_t kSize = 1000;
-    const auto call = [&channel](Call number, auto... fields) {
+    const std::vector<uint8_t> data(1000);
+    const auto call = [&](Call number, auto... fields) {
         WriteRequest(channel.message, number, fields...);
         if (number == CallSetInputData) {
-            const uint8_t data[kSize] = {};
-            channel.message.WriteBytes(data, kSize);
+            channel.message.WriteBytes(data.data(), 1000);
         }
         channel.callEvent.Set();
         channel.resultEvent.Wait(60'000, Platform::Awaited::Result);
@@ -126,7 +113,7 @@ void CallHost(SharedChannel& channel, size_t inferences) {
     for (size_t i = 0; i < inferences; ++i) {
         call(CallSetInputData, 0U);
         call(CallInvoke);
-        call(CallCopyOutputTo, 0U, kSize);
+        call(CallCopyOutputTo, 0U, 1000U);
     }
     call(CallExit);
 }

@@ -2,21 +2,16 @@
 #include "testing/posix/processes.h"
 #include "testing/support/processes.h"
 #include "testing/support/tiny_models.h"
-#include "testing/support/within.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 #include <string>
+#include <vector>
 
 namespace Orvane::Testing {
 namespace {
@@ -24,18 +19,13 @@ namespace {
 using namespace std::chrono_literals;
 
 std::string TextOf(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
+    const std::vector<uint8_t> bytes = ReadBytes(path);
+    return {bytes.begin(), bytes.end()};
 }
 
 bool Catches(pid_t process, int signal) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind("SigCgt:", 0) == 0) {
-            return (std::stoull(line.substr(line.find('\t')), nullptr, 16) >> (signal - 1) & 1) != 0;
-        }
-    }
-    return false;
+    const std::string caught = InStatus(static_cast<uint32_t>(process), "SigCgt");
+    return !caught.empty() && (std::stoull(caught, nullptr, 16) >> (signal - 1) & 1) != 0;
 }
 
 class BenchInterrupt : public testing::Test {

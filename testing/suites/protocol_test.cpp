@@ -3,10 +3,8 @@
 
 #include "core/backend_factory.h"
 #include "platform/process.h"
-#include "testing/support/round_trips.h"
+#include "testing/support/host_fixture.h"
 #include "testing/support/wire.h"
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstring>
@@ -163,32 +161,29 @@ int PlayHost(const std::string& arguments) {
     return 0;
 }
 
-class Client : public testing::Test {
+class Client : public HostFixture {
  protected:
     void TearDown() override {
         backend.reset();
-        EXPECT_EQ(LeftBehind(), "");
+        HostFixture::TearDown();
     }
 
     // On a thread for each: a lock that an exception left locked would stop the next one.
     std::string Play(size_t number, const std::string& behaviour) {
-        return std::async(std::launch::async,
-                          [&]() -> std::string {
-                              try {
-                                  const std::string name = std::to_string(number) + " " + behaviour;
-                                  const Status status =
-                                      backend->Init(Params("", name, Platform::ProgramBeside("protocol_test")));
-                                  return status.Ok() && cases[number].act ? cases[number].act(*backend) : Shown(status);
-                              } catch (const std::runtime_error& error) {
-                                  return std::string("throws ") + error.what();
-                              }
-                          })
-            .get();
+        const auto play = [&]() -> std::string {
+            try {
+                const std::string name = std::to_string(number) + " " + behaviour;
+                const Status status = backend->Init(Params("", name, Platform::ProgramBeside("protocol_test")));
+                return status.Ok() && cases[number].act ? cases[number].act(*backend) : Shown(status);
+            } catch (const std::runtime_error& error) {
+                return std::string("throws ") + error.what();
+            }
+        };
+        return std::async(std::launch::async, play).get();
     }
 
     const std::vector<ClientCase> cases = ClientCases();
     std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
-    Watchdog watchdog;
 };
 
 TEST_F(Client, WritesAndReadsTheseBytes) {
@@ -221,9 +216,8 @@ TEST_F(Client, FailsWhereTheHostDiesAndWorksWithANewOne) {
             EXPECT_EQ(Play(i, behaviour), cases[i].hostDied) << behaviour << " in case " << i;
             EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << behaviour << " in case " << i;
             for (const ClientCase& other : cases) {
-                if (other.act && !other.hostDied.empty()) {
-                    EXPECT_EQ(other.act(*backend), other.hostDied) << "without a host";
-                }
+                EXPECT_TRUE(!other.act || other.hostDied.empty() || other.act(*backend) == other.hostDied)
+                    << other.hostDied << ", without a host";
             }
             EXPECT_EQ(Play(i, "answer"), cases[i].result) << "with a new host";
         }
@@ -335,19 +329,17 @@ TEST(Host, AnswersOrEndsAtEveryDamagedRequest) {
         Word(5) + Word(0) + Word(4),
         Word(8) + Word(1) + Word(0) + Word(2) + Word(5) + Word(7),
     };
-    auto host = std::make_unique<HostUnderTest>(kStubHost);
-    size_t answers = 0;
-    size_t ends = 0;
+    std::unique_ptr<HostUnderTest> host;
+    size_t outcomes[2] = {};  // ends and answers
     const auto send = [&](const std::string& damaged) {
-        if (!host->Answers(InitRequest("echo 4"))) {  // it left after a damaged request that read as an exit call
+        // Without one, or where it left after a damaged request that read as an exit call.
+        if (host == nullptr || !host->Answers(InitRequest("echo 4"))) {
             host = std::make_unique<HostUnderTest>(kStubHost);
             ASSERT_TRUE(host->Answers(InitRequest("echo 4")));
         }
         const bool answered = host->Answers(damaged);
-        ++(answered ? answers : ends);
-        if (!answered) {
-            host = std::make_unique<HostUnderTest>(kStubHost);
-        }
+        ++outcomes[answered ? 1 : 0];
+        host = answered ? std::move(host) : nullptr;
     };
     for (const std::string& request : requests) {
         for (size_t length = 0; length < request.size(); ++length) {
@@ -359,9 +351,8 @@ TEST(Host, AnswersOrEndsAtEveryDamagedRequest) {
             send(damaged);
         }
     }
-    EXPECT_GT(answers, 0U);
-    EXPECT_GT(ends, 0U);
-    std::cout << answers << " answers, " << ends << " ends\n";
+    EXPECT_GT(outcomes[0], 0U) << "ends";
+    EXPECT_GT(outcomes[1], 0U) << "answers";
 }
 
 }  // namespace

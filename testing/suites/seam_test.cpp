@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
-#include <string>
+#include <regex>
 #include <thread>
-#include <vector>
+#include <tuple>
 
 namespace Orvane {
 namespace {
@@ -55,14 +55,12 @@ TEST_F(Seam, EachSetReleasesOneOfTheThreadsThatWait) {
     Event event = Event::Create(kName);
     Event released = Event::Create(kName + "_released");
     std::atomic<int> count{0};
-    std::vector<std::thread> waiting;
-    for (int i = 0; i < 3; ++i) {
-        waiting.emplace_back([&] {
-            event.Wait(Event::kForever, kWork);
-            ++count;
-            released.Set();
-        });
-    }
+    const auto wait = [&] {
+        event.Wait(Event::kForever, kWork);
+        ++count;
+        released.Set();
+    };
+    std::thread waiting[] = {std::thread(wait), std::thread(wait), std::thread(wait)};
     for (int i = 1; i <= 3; ++i) {
         event.Set();
         EXPECT_TRUE(released.Wait(10'000, kWork));
@@ -145,10 +143,9 @@ std::string Failure(const std::function<void()>& action) {
 std::string NextName(const std::string& prefix) {
     SharedChannel channel;
     channel.Create(4096);
-    const std::string name = channel.hostArguments.substr(0, channel.hostArguments.find('|'));
-    const size_t number = name.find("d_") + 2;
-    return prefix + name.substr(name.find('_'), number - name.find('_')) +
-           std::to_string(std::stoi(name.substr(number)) + 1);
+    std::smatch parts;
+    std::regex_search(channel.hostArguments, parts, std::regex(R"((_\d+d_)(\d+))"));
+    return prefix + parts.str(1) + std::to_string(std::stoi(parts.str(2)) + 1);
 }
 
 // Windows shares what has the name, if it is of the kind; Linux uses nothing that another one made, and takes other
@@ -156,11 +153,7 @@ std::string NextName(const std::string& prefix) {
 TEST_F(Seam, AChannelFindsItsNamesTaken) {
     constexpr uint32_t kExists = 17;
     const bool shares = !Platform::RenewModuleWord(kExists);
-    const struct {
-        const char* prefix;
-        bool byEvent;
-        const char* whereShared;
-    } cases[] = {
+    const std::tuple<const char*, bool, const char*> cases[] = {
         {"Result", true, "made"},
         {"Call", true, "made"},
         {"Result", false, "CreateEvent result error "},

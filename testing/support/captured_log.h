@@ -1,5 +1,7 @@
 #pragma once
 
+#include <orvane/log.h>
+
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -10,8 +12,11 @@ namespace Orvane::Testing {
 // Collects the SDK's log lines while it lives; one at a time, used from one thread.
 class CapturedLog {
  public:
-    CapturedLog();
-    ~CapturedLog();
+    CapturedLog() {
+        lines.clear();
+        SetLogCallback([](uint32_t level, const char* text) { lines.emplace_back(level, text); });
+    }
+    ~CapturedLog() { SetLogCallback(nullptr); }
     CapturedLog(const CapturedLog&) = delete;
     CapturedLog& operator=(const CapturedLog&) = delete;
 
@@ -19,7 +24,7 @@ class CapturedLog {
     std::vector<std::pair<uint32_t, std::string>> Take() { return std::exchange(lines, {}); }
 
  private:
-    std::vector<std::pair<uint32_t, std::string>> lines;
+    inline static std::vector<std::pair<uint32_t, std::string>> lines;
 };
 
 }  // namespace Orvane::Testing

@@ -5,10 +5,23 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 // What tests ask about processes, on both systems.
 namespace Orvane::Testing {
+
+// True as soon as `done()` is; false when it is not within the limit.
+template <typename Condition>
+bool Within(std::chrono::steady_clock::duration limit, Condition done) {
+    for (const auto end = std::chrono::steady_clock::now() + limit; !done();) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
 
 // The right to watch a process and to end it.
 class Process {
@@ -36,8 +49,7 @@ class Process {
 };
 
 // The living processes that a process started, this one unless said.
-std::vector<uint32_t> Children();
-std::vector<uint32_t> Children(uint32_t parent);
+std::vector<uint32_t> Children(uint32_t parent = 0);
 
 // Waits up to 10 seconds until this process has left nothing: no child, which is then killed, and no name. Returns what
 // there is.
@@ -46,18 +58,8 @@ std::string LeftBehind();
 // How much this process holds of what a leak would make more: handles or descriptors, mappings, threads, names.
 std::vector<size_t> Footprint();
 
-// Sets a variable of this process's environment while the object lives. One that is empty is not there.
-class EnvironmentVariable {
- public:
-    EnvironmentVariable(std::string variable, const std::string& value);
-    ~EnvironmentVariable();
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
- private:
-    std::string name;
-    std::string before;
-};
+// Sets a variable of this process's environment, and returns its value before. One that is empty is not there.
+std::string ExchangeVariable(const std::string& name, const std::string& value);
 
 // Ends this process when it lives for more than two minutes.
 class Watchdog {

@@ -2,9 +2,9 @@
 
 #include "platform/section.h"
 #include "testing/posix/processes.h"
-#include "testing/support/within.h"
 
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,9 +16,48 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <utility>
 
 namespace Orvane::Testing {
+
+size_t Entries(const std::string& folder) {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+size_t Names(uint32_t moduleWord) {
+    const std::string word = std::string("_").append(std::to_string(moduleWord)).append("d_");
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
+        count += entry.path().filename().string().find(word) != std::string::npos ? 1 : 0;
+    }
+    return count;
+}
+
+pid_t Fork(const std::function<void()>& work) noexcept {
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        work();
+        _exit(0);
+    }
+    return child;
+}
+
+std::string End(pid_t child) {
+    int status = 0;
+    if (waitpid(child, &status, 0) != child) {
+        return "no such child";
+    }
+    std::string end = WIFEXITED(status) ? "exit " : "signal ";
+    return end += std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status));
+}
+
+std::string InStatus(uint32_t process, const std::string& key) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    std::string line;
+    while (std::getline(status, line) && !line.starts_with(key + ":\t")) {
+    }
+    return status ? line.substr(key.size() + 2) : "";
+}
 
 struct Process::State {
     State(pid_t processNumber, bool startedHere)
@@ -81,14 +120,11 @@ uint32_t Process::Number() const {
     return static_cast<uint32_t>(state->number);
 }
 
-std::vector<uint32_t> Children() {
-    return Children(static_cast<uint32_t>(getpid()));
-}
-
 std::vector<uint32_t> Children(uint32_t parent) {
+    const std::string process = parent == 0 ? "self" : std::to_string(parent);
     std::vector<uint32_t> children;
     std::error_code error;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(parent) + "/task", error)) {
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + process + "/task", error)) {
         std::ifstream file(thread.path() / "children");
         children.insert(children.end(), std::istream_iterator<uint32_t>(file), {});
     }
@@ -113,14 +149,11 @@ std::vector<size_t> Footprint() {
 }
 
 // NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
-EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
+std::string ExchangeVariable(const std::string& name, const std::string& value) {
     const char* const old = std::getenv(name.c_str());
-    before = old != nullptr ? old : "";
-    setenv(name.c_str(), value.c_str(), 1);
-}
-
-EnvironmentVariable::~EnvironmentVariable() {
-    before.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), before.c_str(), 1);
+    std::string before = old != nullptr ? old : "";
+    value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
+    return before;
 }
 // NOLINTEND(concurrency-mt-unsafe)
 

@@ -1,7 +1,7 @@
 #include "testing/support/processes.h"
 
+#include "platform/win32/handle.h"
 #include "platform/win32/wide_text.h"
-#include "testing/support/within.h"
 
 #include <windows.h>
 
@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cwchar>
 #include <stdexcept>
-#include <utility>
 
 namespace Orvane::Testing {
 
@@ -20,16 +19,13 @@ namespace {
 constexpr DWORD kKilled = 0xDEAD;
 constexpr DWORD kFastFail = 0xC0000409;
 
-struct Closer {
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using Handle = std::unique_ptr<void, Closer>;
+using Platform::Handle;
 
 // In units of 100 ns. 0 for no process.
 uint64_t StartTime(const Handle& process) {
     FILETIME start{};
     FILETIME other{};
-    GetProcessTimes(process.get(), &start, &other, &other, &other);
+    GetProcessTimes(process.Get(), &start, &other, &other, &other);
     return uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
 }
 
@@ -38,7 +34,7 @@ Handle Open(DWORD process, DWORD rights = 0) {
 }
 
 bool HasEndedAfter(const Handle& process, DWORD milliseconds) {
-    return WaitForSingleObject(process.get(), milliseconds) == WAIT_OBJECT_0;
+    return WaitForSingleObject(process.Get(), milliseconds) == WAIT_OBJECT_0;
 }
 
 }  // namespace
@@ -50,7 +46,7 @@ struct Process::State {
 
 Process::Process(uint32_t number) : state(std::make_shared<State>()) {
     state->process = Open(number, PROCESS_TERMINATE);
-    if (state->process == nullptr) {
+    if (!state->process) {
         throw std::runtime_error("no process " + std::to_string(number));
     }
 }
@@ -63,15 +59,15 @@ Process::Process(const std::string& program, const std::string& argument) : stat
     startup.cb = sizeof startup;
     PROCESS_INFORMATION created{};
     state->job = Handle(CreateJobObjectW(nullptr, nullptr));
-    if (SetInformationJobObject(state->job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) == 0 ||
+    if (SetInformationJobObject(state->job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) == 0 ||
         CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
                        &startup, &created) == 0) {
         throw std::runtime_error("cannot start " + program);
     }
     const Handle thread(created.hThread);
     state->process = Handle(created.hProcess);
-    AssignProcessToJobObject(state->job.get(), created.hProcess);
-    ResumeThread(thread.get());
+    AssignProcessToJobObject(state->job.Get(), created.hProcess);
+    ResumeThread(thread.Get());
 }
 
 bool Process::Lives(std::chrono::milliseconds time) const {
@@ -79,7 +75,7 @@ bool Process::Lives(std::chrono::milliseconds time) const {
 }
 
 void Process::Kill() const {
-    TerminateProcess(state->process.get(), kKilled);
+    TerminateProcess(state->process.Get(), kKilled);
 }
 
 std::string Process::End() const {
@@ -88,29 +84,26 @@ std::string Process::End() const {
         throw std::runtime_error("a process does not end");
     }
     DWORD exitCode = STILL_ACTIVE;
-    GetExitCodeProcess(state->process.get(), &exitCode);
+    GetExitCodeProcess(state->process.Get(), &exitCode);
     return exitCode == kFastFail ? "failed fast"
            : exitCode == kKilled ? "killed"
                                  : std::to_string(static_cast<int32_t>(exitCode));
 }
 
 uint32_t Process::Number() const {
-    return GetProcessId(state->process.get());
-}
-
-std::vector<uint32_t> Children() {
-    return Children(GetCurrentProcessId());
+    return GetProcessId(state->process.Get());
 }
 
 std::vector<uint32_t> Children(uint32_t parent) {
+    parent = parent != 0 ? parent : GetCurrentProcessId();
     std::vector<uint32_t> children;
     // Numbers are used again: who has this parent's, but is older, is the child of an earlier process.
     const uint64_t parentStart = StartTime(Open(parent));
     const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
-    for (BOOL found = Process32FirstW(snapshot.get(), &entry); found != 0;
-         found = Process32NextW(snapshot.get(), &entry)) {
+    for (BOOL found = Process32FirstW(snapshot.Get(), &entry); found != 0;
+         found = Process32NextW(snapshot.Get(), &entry)) {
         const bool console = std::wcscmp(entry.szExeFile, L"conhost.exe") == 0;  // the system's, for whom had none
         if (entry.th32ParentProcessID == parent && !console) {
             const Handle child = Open(entry.th32ProcessID);
@@ -145,14 +138,11 @@ std::vector<size_t> Footprint() {
 }
 
 // NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
-EnvironmentVariable::EnvironmentVariable(std::string variable, const std::string& value) : name(std::move(variable)) {
+std::string ExchangeVariable(const std::string& name, const std::string& value) {
     const char* const old = std::getenv(name.c_str());
-    before = old != nullptr ? old : "";
+    std::string before = old != nullptr ? old : "";
     _putenv_s(name.c_str(), value.c_str());
-}
-
-EnvironmentVariable::~EnvironmentVariable() {
-    _putenv_s(name.c_str(), before.c_str());
+    return before;
 }
 // NOLINTEND(concurrency-mt-unsafe)
 

@@ -11,6 +11,8 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
+#include <utility>
 
 namespace Orvane {
 
@@ -50,21 +52,20 @@ class StubBackend final : public IOrvane {
             return MakeErrorStatus("the earlier model is still there");
         }
         std::istringstream(params.modelName) >> run >> runTime;
-        if (kind == "share" && std::max(size, outputCount) <= kLargestPort) {
-            const auto memory = std::make_shared<std::vector<char>>(std::max(size, outputCount));
-            AddPort(inputs, "x", size, memory);
-            AddPort(outputs, "y", outputCount, memory);
-            return {};
-        }
+        const bool shares = kind == "share";
+        const size_t outputSize = shares ? std::exchange(outputCount, 1) : size;
         size_t inputCount = outputCount;
         words >> inputCount;
-        if (kind != "echo" || size > kLargestPort || std::max(outputCount, inputCount) > kMostPorts) {
+        if ((kind != "echo" && !shares) || std::max(size, outputSize) > kLargestPort ||
+            std::max(outputCount, inputCount) > kMostPorts) {
             return MakeErrorStatus(kind == "fail" ? params.modelPath.substr(kind.size()) : "no such model");
         }
-        for (const auto& [count, ports, letter] :
-             {std::tuple(inputCount, &inputs, "x"), {outputCount, &outputs, "y"}}) {
-            while (ports->size() < count) {
-                AddPort(*ports, letter, size, std::make_shared<std::vector<char>>(size));
+        const auto memory = std::make_shared<std::vector<char>>(shares ? std::max(size, outputSize) : 0);
+        for (const auto& [type, letter, count, bytes] :
+             {std::tuple(TensorTypeInput, "x", inputCount, size), {TensorTypeOutput, "y", outputCount, outputSize}}) {
+            for (size_t i = 0; i < count; ++i) {
+                const auto own = shares ? memory : std::make_shared<std::vector<char>>(bytes);
+                Ports(type).push_back({letter + std::to_string(i), bytes, {static_cast<int64_t>(bytes)}, own});
             }
         }
         return {};
@@ -130,11 +131,6 @@ class StubBackend final : public IOrvane {
         std::vector<int64_t> shape;
         std::shared_ptr<std::vector<char>> memory;
     };
-
-    static void AddPort(std::vector<Port>& ports, const char* letter, size_t size,
-                        const std::shared_ptr<std::vector<char>>& memory) {
-        ports.push_back({letter + std::to_string(ports.size()), size, {static_cast<int64_t>(size)}, memory});
-    }
 
     std::vector<Port>& Ports(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
 

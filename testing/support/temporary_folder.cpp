@@ -10,18 +10,6 @@
 
 namespace Orvane::Testing {
 
-namespace {
-
-void WriteBytes(const std::string& path, const char* bytes, size_t size) {
-    std::ofstream file(Platform::PathFromUtf8(path), std::ios::binary);
-    file.write(bytes, static_cast<std::streamsize>(size));
-    if (!file.flush()) {
-        throw std::runtime_error("cannot write " + path);
-    }
-}
-
-}  // namespace
-
 TemporaryFolder::TemporaryFolder() {
     std::random_device random;
     const std::string name = "orvane-测试-" + std::to_string(random()) + "-" + std::to_string(random());
@@ -41,13 +29,13 @@ std::string TemporaryFolder::Path(const std::string& name) const {
 }
 
 std::string TemporaryFolder::Write(const std::string& name, const std::vector<uint8_t>& bytes) const {
-    WriteBytes(Path(name), reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    return Path(name);
+    std::ofstream file(folder / Platform::PathFromUtf8(name), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return file.flush() ? Path(name) : throw std::runtime_error("cannot write " + name);
 }
 
 std::string TemporaryFolder::Write(const std::string& name, const std::string& text) const {
-    WriteBytes(Path(name), text.data(), text.size());
-    return Path(name);
+    return Write(name, std::vector<uint8_t>(text.begin(), text.end()));
 }
 
 std::vector<std::string> TemporaryFolder::Names() const {

@@ -1,28 +1,19 @@
 #include "testing/support/tiny_models.h"
 
 #include <cstring>
-#include <sstream>
 
 namespace Orvane::Testing {
 
 namespace {
 
-std::string Dimensions(const std::vector<std::string>& dimensions) {
-    std::string text;
+// The form wants a precision at every output, but takes the element type from elsewhere.
+std::string Port(int id, const std::vector<std::string>& dimensions, const std::string& names = "") {
+    std::string text = "<port id=\"" + std::to_string(id) + "\" precision=\"FP32\"";
+    text += names.empty() ? ">" : " names=\"" + names + "\">";
     for (const std::string& dimension : dimensions) {
         text += "<dim>" + (dimension == "?" ? "-1" : dimension) + "</dim>";
     }
-    return text;
-}
-
-std::string InputPort(int id, const std::vector<std::string>& dimensions) {
-    return "<port id=\"" + std::to_string(id) + "\">" + Dimensions(dimensions) + "</port>";
-}
-
-// The form wants a precision at every output, but takes the element type from elsewhere.
-std::string OutputPort(int id, const std::string& names, const std::vector<std::string>& dimensions) {
-    return "<port id=\"" + std::to_string(id) + "\" precision=\"FP32\"" +
-           (names.empty() ? "" : " names=\"" + names + "\"") + ">" + Dimensions(dimensions) + "</port>";
+    return text + "</port>";
 }
 
 std::string Layer(int id, const std::string& type, const std::string& content) {
@@ -38,18 +29,18 @@ std::string Parameter(int id, const TinyPort& port) {
     }
     return Layer(id, "Parameter",
                  "<data shape=\"" + shape + "\" element_type=\"" + port.elementType + "\"/><output>" +
-                     OutputPort(0, port.name, port.dimensions) + "</output>");
+                     Port(0, port.dimensions, port.name) + "</output>");
 }
 
 std::string Result(int id, const std::vector<std::string>& dimensions) {
-    return Layer(id, "Result", "<input>" + InputPort(0, dimensions) + "</input>");
+    return Layer(id, "Result", "<input>" + Port(0, dimensions) + "</input>");
 }
 
 std::string Edge(int from, int fromPort, int to, int toPort) {
-    std::ostringstream text;
-    text << "<edge from-layer=\"" << from << "\" from-port=\"" << fromPort << "\" to-layer=\"" << to << "\" to-port=\""
-         << toPort << "\"/>";
-    return text.str();
+    const auto end = [](const char* side, int layer, int port) {
+        return side + ("-layer=\"" + std::to_string(layer) + "\" ") + side + "-port=\"" + std::to_string(port) + "\"";
+    };
+    return "<edge " + end("from", from, fromPort) + " " + end("to", to, toPort) + "/>";
 }
 
 std::string Net(const std::string& layers, const std::string& edges) {
@@ -70,11 +61,10 @@ TinyModel AddModel(const std::vector<float>& weights) {
     model.weights.resize(weights.size() * sizeof(float));
     std::memcpy(model.weights.data(), weights.data(), model.weights.size());
     const std::string constant = "<data element_type=\"f32\" shape=\"1," + dimensions[1] + "\" offset=\"0\" size=\"" +
-                                 std::to_string(model.weights.size()) + "\"/><output>" + OutputPort(0, "", dimensions) +
+                                 std::to_string(model.weights.size()) + "\"/><output>" + Port(0, dimensions) +
                                  "</output>";
-    const std::string add = "<data auto_broadcast=\"numpy\"/><input>" + InputPort(0, dimensions) +
-                            InputPort(1, dimensions) + "</input><output>" + OutputPort(2, "y", dimensions) +
-                            "</output>";
+    const std::string add = "<data auto_broadcast=\"numpy\"/><input>" + Port(0, dimensions) + Port(1, dimensions) +
+                            "</input><output>" + Port(2, dimensions, "y") + "</output>";
     model.description = Net(Parameter(0, {"x", "f32", dimensions}) + Layer(1, "Const", constant) +
                                 Layer(2, "Add", add) + Result(3, dimensions),
                             Edge(0, 0, 2, 0) + Edge(1, 0, 2, 1) + Edge(2, 2, 3, 0));

@@ -14,10 +14,6 @@ std::string Arguments(SharedChannel& channel, uint32_t size, const std::string& 
     return arguments.replace(arguments.find(from), from.size(), to);
 }
 
-std::string Over(const std::string& front, std::string bytes) {
-    return bytes.replace(0, front.size(), front);
-}
-
 }  // namespace
 
 std::string LittleEndian(uint64_t value, size_t size) {
@@ -41,15 +37,15 @@ std::string Text(const std::string& text) {
 }
 
 std::string InitRequest(const std::string& modelPath, const std::string& key, const std::string& text) {
-    const auto option = [](const std::string& name, const std::string& taggedValue) {
-        return name.empty() ? "" : LittleEndian(name.size(), 8) + name + taggedValue;
+    const auto option = [](const std::string& name, char tag, const std::string& value) {
+        return name.empty() ? "" : LittleEndian(name.size(), 8) + name + tag + value;
     };
     const auto textOption = [&](const std::string& name, const std::string& value) {
-        return option(name, std::string("\5") + LittleEndian(value.size(), 8) + value);
+        return option(name, 5, LittleEndian(value.size(), 8) + value);
     };
     constexpr uint32_t kOpenvino = 5;
     const std::string options = LittleEndian(key.empty() ? 2 : 3, 8) +
-                                option("OptionCommonFramework", std::string("\3") + LittleEndian(kOpenvino, 4)) +
+                                option("OptionCommonFramework", 3, LittleEndian(kOpenvino, 4)) +
                                 textOption("OptionCommonModelPath", modelPath) + textOption(key, text);
     return Word(0) + Word(options.size()) + options;
 }
@@ -61,23 +57,21 @@ bool HostUnderTest::Answers(const std::string& request) {
     std::memset(channel.view.Data(), 0, kSize);
     std::memcpy(channel.view.Data(), request.data(), request.size());
     channel.callEvent.Set();
-    for (const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-         std::chrono::steady_clock::now() < end;) {
-        if (channel.resultEvent.Wait(1, Platform::Awaited::Result)) {
-            return true;
-        }
-        if (!process.Lives()) {
-            return channel.resultEvent.Wait(0, Platform::Awaited::Result);  // the exit call's answer is a host's last
-        }
-    }
-    ADD_FAILURE() << "neither answer nor end: " << testing::PrintToString(request);
-    return false;
+    bool answered = false;
+    EXPECT_TRUE(Within(std::chrono::seconds(10),
+                       [&] {
+                           answered = channel.resultEvent.Wait(1, Platform::Awaited::Result);
+                           return answered || !process.Lives();
+                       }))
+        << "neither answer nor end: " << testing::PrintToString(request);
+    return answered || AnswersAgain();  // the exit call's answer is a host's last
 }
 
 bool HostUnderTest::Answers(const std::string& request, const std::string& reply) {
     const bool answers = Answers(request);
     EXPECT_TRUE(answers) << testing::PrintToString(request);
-    const std::string expected = Over(reply, Over(request, std::string(kSize, '\0')));
+    const std::string sent = request + std::string(kSize - request.size(), '\0');
+    const std::string expected = reply + sent.substr(reply.size());
     EXPECT_TRUE(Region() == expected) << testing::PrintToString(request) << " gives "
                                       << testing::PrintToString(Region().substr(0, reply.size()));
     return answers;

@@ -59,14 +59,10 @@ inline std::map<const void*, std::string> openHandles;
 inline std::string failingCall;
 constexpr DWORD kForcedError = 1234;
 
-inline std::string ShownValue(const wchar_t* text) {
-    return text == nullptr ? "null" : Platform::Utf8FromWide(text);
-}
-
 template <typename Value>
 std::string ShownValue(Value value) {
-    if constexpr (std::is_same_v<Value, wchar_t*>) {
-        return ShownValue(static_cast<const wchar_t*>(value));
+    if constexpr (std::is_convertible_v<Value, const wchar_t*>) {
+        return value == nullptr ? "null" : Platform::Utf8FromWide(value);
     } else if constexpr (std::is_pointer_v<Value>) {
         const auto open = openHandles.find(value);
         return value == nullptr                ? "null"
