@@ -10,6 +10,7 @@
 #include "platform/path.h"
 #include "testing/support/temporary_folder.h"
 #include "testing/support/tiny_models.h"
+#include "testing/support/within.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,6 @@
 #include <set>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace Orvane {
@@ -55,16 +55,11 @@ class OpenvinoInterface : public testing::Test {
     }
 
     // Other processes may be at an export, but none for long.
-    void ExpectNothingNewStays() {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        std::vector<fs::path> stay;
-        do {
+    bool NothingNewStays() {
+        return Testing::Within(std::chrono::seconds(20), [this] {
             const std::set<fs::path> now = PrivateFolders();
-            stay.clear();
-            std::set_difference(now.begin(), now.end(), before.begin(), before.end(), std::back_inserter(stay));
-            std::this_thread::sleep_for(std::chrono::milliseconds(stay.empty() ? 0 : 50));
-        } while (!stay.empty() && std::chrono::steady_clock::now() < deadline);
-        EXPECT_TRUE(stay.empty()) << stay.front();
+            return std::includes(before.begin(), before.end(), now.begin(), now.end());
+        });
     }
 
     Testing::TemporaryFolder folder;
@@ -83,7 +78,7 @@ TEST_F(OpenvinoInterface, ExportsLeaveNothing) {
     std::ostream broken(nullptr);
     model.export_model(broken);
     EXPECT_TRUE(broken.bad());
-    ExpectNothingNewStays();
+    EXPECT_TRUE(NothingNewStays());
 }
 
 TEST_F(OpenvinoInterface, AFailedExportLeavesNothing) {
@@ -95,7 +90,7 @@ TEST_F(OpenvinoInterface, AFailedExportLeavesNothing) {
     std::ostringstream stream;
     EXPECT_NE(FailureOf([&] { model.export_model(stream); }).find("Not Implemented"), std::string::npos);
     EXPECT_TRUE(stream.str().empty());
-    ExpectNothingNewStays();
+    EXPECT_TRUE(NothingNewStays());
 }
 
 TEST_F(OpenvinoInterface, ImportsFromTheMiddleOfAStreamAndNeedsItNoMore) {
