@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <tuple>
 
 namespace Orvane::Cli {
 namespace {
@@ -160,10 +161,7 @@ TEST_F(RunCliTest, EncryptedFilesOfEveryLengthComeBackOrAreRefusedOrPadded) {
 }
 
 // An exit value, the command line that it answers, and a part of what is said to that.
-const struct {
-    int exitValue;
-    std::string line, reason;
-} kRefusals[] = {
+const std::tuple<int, std::string, std::string> kRefusals[] = {
     {2, "", "a command is missing"},
     {2, "fly", "fly"},
     {2, "info", "MODEL is missing"},

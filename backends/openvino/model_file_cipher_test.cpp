@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <random>
+#include <tuple>
 
 namespace Orvane {
 namespace {
@@ -45,11 +46,7 @@ std::string Shown(const Bytes& bytes) {
 }
 
 TEST(ModelFileCipher, TransformsChunksToTheBit) {
-    const struct {
-        size_t size;
-        const ModelFileCipher& cipher;
-        std::string decrypted, encrypted;
-    } cases[] = {
+    const std::tuple<size_t, ModelFileCipher, std::string, std::string> cases[] = {
         // A tail alone, in both its halves; a block; a block and an untouched tail; large blocks.
         {1, kLittle, "49", "01"},
         {10, kLittle, "288e2cc7ad09a9432185", "1bedb9d97a2d343b4249"},

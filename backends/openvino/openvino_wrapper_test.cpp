@@ -90,11 +90,9 @@ TEST_F(OpenvinoWrapperTest, AnExportThatFailsIsNoFailure) {
     params.modelPath = AddModel({10}).WriteTo(folder, "加法");
     params.openvinoCachePath = folder.Path("缓存");
     params.openvinoMakeCache = true;
-    {
-        const Testing::EnvironmentVariable onLinux("TMPDIR", folder.Path("missing"));
-        const Testing::EnvironmentVariable onWindows("TMP", folder.Path("missing"));
-        EXPECT_EQ(wrapper.Init(params).message, "");
-    }
+    const Testing::EnvironmentVariable onLinux("TMPDIR", folder.Path("missing"));
+    const Testing::EnvironmentVariable onWindows("TMP", folder.Path("missing"));
+    EXPECT_EQ(wrapper.Init(params).message, "");
     EXPECT_EQ(Set(0, 4), "");
     EXPECT_EQ(wrapper.Invoke().message, "");
 }
