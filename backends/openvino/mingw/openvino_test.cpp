@@ -10,7 +10,6 @@
 #include "platform/path.h"
 #include "testing/support/temporary_folder.h"
 #include "testing/support/tiny_models.h"
-#include "testing/support/within.h"
 
 #include <gtest/gtest.h>
 
@@ -21,6 +20,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Orvane {
@@ -56,10 +56,14 @@ class OpenvinoInterface : public testing::Test {
 
     // Other processes may be at an export, but none for long.
     bool NothingNewStays() {
-        return Testing::Within(std::chrono::seconds(20), [this] {
+        for (int round = 0; round < 400; ++round) {
             const std::set<fs::path> now = PrivateFolders();
-            return std::includes(before.begin(), before.end(), now.begin(), now.end());
-        });
+            if (std::includes(before.begin(), before.end(), now.begin(), now.end())) {
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
     }
 
     Testing::TemporaryFolder folder;
