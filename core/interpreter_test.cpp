@@ -16,11 +16,10 @@ using Calls = std::vector<std::string>;
 thread_local const auto record = std::make_shared<Testing::FakeRecord>();
 bool openvinoEnabled = true;
 
-InterpreterParams Params(uint32_t framework, const std::string& model = "m", const std::string& host = "") {
+InterpreterParams Params(uint32_t framework, const std::string& model = "m") {
     InterpreterParams params;
     params.framework = framework;
     params.modelPath = model;
-    params.host = host;
     return params;
 }
 

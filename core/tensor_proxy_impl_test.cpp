@@ -49,12 +49,10 @@ TEST_F(TensorTest, DataGoesOnlyTheWayOfItsSide) {
     TensorProxyImpl neither(backend, 0, static_cast<TensorType>(2));
     *backend.record = {{}, {"backend's own", 42}};
     char data[4] = {};
-    for (TensorProxyImpl* noInput : {&output, &neither}) {
-        EXPECT_EQ(noInput->CopyFrom(data, 4).message, "Tensor Type is not TensorTypeInput!");
-    }
-    for (TensorProxyImpl* noOutput : {&input, &neither}) {
-        EXPECT_EQ(noOutput->CopyTo(data, 4).message, "Tensor Type is not TensorTypeOutput!");
-    }
+    EXPECT_EQ(output.CopyFrom(data, 4).message, "Tensor Type is not TensorTypeInput!");
+    EXPECT_EQ(neither.CopyFrom(data, 4).message, "Tensor Type is not TensorTypeInput!");
+    EXPECT_EQ(input.CopyTo(data, 4).message, "Tensor Type is not TensorTypeOutput!");
+    EXPECT_EQ(neither.CopyTo(data, 4).message, "Tensor Type is not TensorTypeOutput!");
     EXPECT_EQ(input.Bind(input).message, "不支持此操作");
     EXPECT_EQ(input.CopyFrom(data, 3).message, "backend's own");
     EXPECT_EQ(output.CopyTo(data, 4).code, 42);

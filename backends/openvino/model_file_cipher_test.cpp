@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <random>
+#include <tuple>
 
 namespace Orvane {
 namespace {
@@ -15,11 +16,13 @@ using Bytes = std::vector<uint8_t>;
 
 const ModelFileCipher kLittle{1, {'K', 'e', 'y', '!'}};
 const ModelFileCipher kBig{0, {'K', 'e', 'y', '!'}};
+constexpr size_t kChunk = ModelFileCipher::kChunkSize;
 
+// Of neighbouring chunks none is like the other.
 Bytes Pattern(size_t size) {
     Bytes bytes(size);
     for (size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<uint8_t>(i * 7 + size);
+        bytes[i] = static_cast<uint8_t>(i * 7 + i / kChunk + size);
     }
     return bytes;
 }
@@ -43,11 +46,7 @@ std::string Shown(const Bytes& bytes) {
 }
 
 TEST(ModelFileCipher, TransformsChunksToTheBit) {
-    const struct {
-        size_t size;
-        const ModelFileCipher& cipher;
-        std::string decrypted, encrypted;
-    } cases[] = {
+    const std::tuple<size_t, ModelFileCipher, std::string, std::string> cases[] = {
         // A tail alone, in both its halves; a block; a block and an untouched tail; large blocks.
         {1, kLittle, "49", "01"},
         {10, kLittle, "288e2cc7ad09a9432185", "1bedb9d97a2d343b4249"},
@@ -71,15 +70,13 @@ TEST(ModelFileCipher, TransformsChunksToTheBit) {
 // three rounds one after the other gave.
 TEST(ModelFileCipher, ThreeRoundsAtOnceAreThreeRounds) {
     std::minstd_rand random(1);
-    Bytes decrypted;
-    Bytes encrypted;
-    for (int i = 0; i < 5000; ++i) {
-        Bytes block(i % 2 == 0 ? 16 : 256);
-        std::generate(block.begin(), block.end(), [&random] { return static_cast<uint8_t>(random() >> 8); });
-        const Bytes there = Transformed(block, kLittle, &ModelFileCipher::Decrypt);
-        const Bytes back = Transformed(block, kLittle, &ModelFileCipher::Encrypt);
-        decrypted.insert(decrypted.end(), there.begin(), there.end());
-        encrypted.insert(encrypted.end(), back.begin(), back.end());
+    Bytes decrypted(2500 * (16 + 256));
+    std::generate(decrypted.begin(), decrypted.end(), [&random] { return static_cast<uint8_t>(random() >> 8); });
+    Bytes encrypted = decrypted;
+    uint32_t size = 16;
+    for (size_t offset = 0; offset < decrypted.size(); offset += size, size = 16 + 256 - size) {
+        kLittle.Decrypt(&decrypted[offset], size);
+        kLittle.Encrypt(&encrypted[offset], size);
     }
     EXPECT_EQ(Shown(decrypted), "2214021362");
     EXPECT_EQ(Shown(encrypted), "4246109016");
@@ -87,26 +84,16 @@ TEST(ModelFileCipher, ThreeRoundsAtOnceAreThreeRounds) {
 
 TEST(EncryptedModelFile, IsReadWholeWhateverItsSize) {
     const Testing::TemporaryFolder folder;
-    constexpr size_t kChunk = ModelFileCipher::kChunkSize;
     for (const size_t size : {size_t{100}, kChunk, 2 * kChunk - 1, 2 * kChunk, 5 * kChunk + 777}) {
-        Bytes stored(size);
-        std::generate(stored.begin(), stored.end(),
-                      [i = uint32_t{0}]() mutable { return static_cast<uint8_t>((i++ * 2654435761U) >> 24); });
-        const std::string path = folder.Write("权重", stored);
-        Bytes expected;
+        const Bytes plain = Pattern(size);
+        Bytes stored = plain;
         for (size_t offset = 0; offset < size; offset += kChunk) {
-            const Bytes chunk(stored.begin() + static_cast<ptrdiff_t>(offset),
-                              stored.begin() + static_cast<ptrdiff_t>(std::min(size, offset + kChunk)));
-            const Bytes plain = Transformed(chunk, kLittle, &ModelFileCipher::Decrypt);
-            expected.insert(expected.end(), plain.begin(), plain.end());
+            kLittle.Encrypt(&stored[offset], static_cast<uint32_t>(std::min(size - offset, kChunk)));
         }
+        const std::string path = folder.Write("权重", stored);
         AlignedBuffer weights = ReadEncryptedWeights(path, kLittle);
-        ASSERT_EQ(weights.Size(), size);
-        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), weights.Data())) << size;
-        const std::string description = ReadEncryptedDescription(path, kLittle);
-        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), description.begin(), description.end(),
-                               [](uint8_t one, char other) { return one == static_cast<uint8_t>(other); }))
-            << size;
+        EXPECT_TRUE(Bytes(weights.Data(), weights.Data() + weights.Size()) == plain) << size;
+        EXPECT_TRUE(ReadEncryptedDescription(path, kLittle) == std::string(plain.begin(), plain.end())) << size;
     }
     EXPECT_EQ(ReadEncryptedWeights(folder.Path("missing"), kLittle).Size(), 0U);
 }
