@@ -191,7 +191,7 @@ TEST_F(HostProcessPosix, ReleasesAHostThatItMayNoLongerEnd) {
 TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignalsAndNeedsNoStandardOnes) {
     for (const bool closed : {false, true}) {
         InChild([closed] {
-            dup(STDERR_FILENO);
+            EXPECT_GE(dup(STDERR_FILENO), 0);
             for (int descriptor = STDIN_FILENO; closed && descriptor <= STDERR_FILENO; ++descriptor) {
                 close(descriptor);
             }
