@@ -118,6 +118,11 @@ OptionValue ReadBuffer(Reader& reader) {
     return copy;
 }
 
+std::string UpToZero(std::string text) {
+    text.resize(std::strlen(text.c_str()));
+    return text;
+}
+
 void ReadEntry(Reader& reader, OptionValues& values) {
     const std::string key = reader.ReadText();
     switch (reader.ReadTag()) {
@@ -137,7 +142,7 @@ void ReadEntry(Reader& reader, OptionValues& values) {
             values[key.c_str()] = reader.Read<int64_t>();
             break;
         case 5:
-            values[key.c_str()] = std::string(reader.ReadText().c_str());
+            values[key.c_str()] = UpToZero(reader.ReadText());
             break;
         case 6:
             values[key] = ReadBuffer(reader);

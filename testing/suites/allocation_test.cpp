@@ -76,9 +76,9 @@ std::vector<size_t> CountInference(const InterpreterParams& params, uint32_t siz
     const TensorHandle output = interpreter.GetOutput();
     std::vector<uint8_t> data(size);
     bool ok = true;
-    const std::vector<size_t> counts = {CountAllocations([&] { ok = ok && input->CopyFrom(data.data(), size).Ok(); }),
-                                        CountAllocations([&] { ok = ok && interpreter.Invoke().Ok(); }),
-                                        CountAllocations([&] { ok = ok && output->CopyTo(data.data(), size).Ok(); })};
+    std::vector<size_t> counts = {CountAllocations([&] { ok = ok && input->CopyFrom(data.data(), size).Ok(); }),
+                                  CountAllocations([&] { ok = ok && interpreter.Invoke().Ok(); }),
+                                  CountAllocations([&] { ok = ok && output->CopyTo(data.data(), size).Ok(); })};
     EXPECT_TRUE(ok);
     return counts;
 }

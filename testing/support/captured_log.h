@@ -21,6 +21,7 @@ class CapturedLog {
     CapturedLog& operator=(const CapturedLog&) = delete;
 
     // The (level, text) pairs since the last call.
+    // NOLINTNEXTLINE(readability-convert-member-functions-to-static): lines are collected as long as the object lives
     std::vector<std::pair<uint32_t, std::string>> Take() { return std::exchange(lines, {}); }
 
  private:
