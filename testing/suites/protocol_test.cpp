@@ -332,14 +332,13 @@ TEST(Host, AnswersOrEndsAtEveryDamagedRequest) {
     std::unique_ptr<HostUnderTest> host;
     size_t outcomes[2] = {};  // ends and answers
     const auto send = [&](const std::string& damaged) {
-        // Without one, or where it left after a damaged request that read as an exit call.
+        // Without one, or where it ended at a damaged request. It goes when the next one is there: Wine now and then
+        // fails to start a program while it ends another.
         if (host == nullptr || !host->Answers(InitRequest("echo 4"))) {
             host = std::make_unique<HostUnderTest>(kStubHost);
             ASSERT_TRUE(host->Answers(InitRequest("echo 4")));
         }
-        const bool answered = host->Answers(damaged);
-        ++outcomes[answered ? 1 : 0];
-        host = answered ? std::move(host) : nullptr;
+        ++outcomes[host->Answers(damaged) ? 1 : 0];
     };
     for (const std::string& request : requests) {
         for (size_t length = 0; length < request.size(); ++length) {

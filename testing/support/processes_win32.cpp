@@ -62,7 +62,7 @@ Process::Process(const std::string& program, const std::string& argument) : stat
     if (SetInformationJobObject(state->job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) == 0 ||
         CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
                        &startup, &created) == 0) {
-        throw std::runtime_error("cannot start " + program);
+        throw std::runtime_error("cannot start " + program + ": error " + std::to_string(GetLastError()));
     }
     const Handle thread(created.hThread);
     state->process = Handle(created.hProcess);
