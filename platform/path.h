@@ -21,12 +21,12 @@ bool IsMissing(const std::filesystem::path& path) noexcept;
 class OwnerOnlyFiles {
  public:
     OwnerOnlyFiles();
-    ~OwnerOnlyFiles();
+    ~OwnerOnlyFiles();  // NOLINT(performance-trivially-destructible): on Windows alone there is nothing to do
     OwnerOnlyFiles(const OwnerOnlyFiles&) = delete;
     OwnerOnlyFiles& operator=(const OwnerOnlyFiles&) = delete;
 
  private:
-    uint32_t previous;
+    uint32_t previous = 0;
 };
 
 }  // namespace Orvane::Platform

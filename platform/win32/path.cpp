@@ -22,9 +22,8 @@ bool IsMissing(const std::filesystem::path& path) noexcept {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
-OwnerOnlyFiles::OwnerOnlyFiles() : previous(0) {}
+OwnerOnlyFiles::OwnerOnlyFiles() = default;
 
-// NOLINTNEXTLINE(performance-trivially-destructible): on Linux alone there is something to do
 OwnerOnlyFiles::~OwnerOnlyFiles() = default;
 
 }  // namespace Orvane::Platform
