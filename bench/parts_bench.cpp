@@ -111,7 +111,7 @@ void SetAndTakeEvent(benchmark::State& state) {
     Event event = Event::Create("BenchEvent" + std::to_string(getpid()));
     while (state.KeepRunning()) {
         event.Set();
-        event.Wait(Event::kForever, Platform::Awaited::Work);
+        event.Wait(Event::kForever, Orvane::Platform::Awaited::Work);
     }
 }
 BENCHMARK(SetAndTakeEvent);
@@ -123,13 +123,13 @@ void HandOver(benchmark::State& state) {
     Event result = Event::Create("BenchResult" + name);
     bool isOver = false;
     std::thread other([&] {
-        while (call.Wait(Event::kForever, Platform::Awaited::Work), !isOver) {
+        while (call.Wait(Event::kForever, Orvane::Platform::Awaited::Work), !isOver) {
             result.Set();
         }
     });
     while (state.KeepRunning()) {
         call.Set();
-        result.Wait(Event::kForever, Platform::Awaited::Result);
+        result.Wait(Event::kForever, Orvane::Platform::Awaited::Result);
     }
     isOver = true;
     call.Set();
