@@ -2,7 +2,7 @@
 
 #include "host/posix_call_filter.h"
 #include "platform/path.h"
-#include "platform/posix/shared_object.h"
+#include "platform/posix/descriptor.h"
 
 #include <fcntl.h>
 #include <linux/landlock.h>

@@ -63,7 +63,8 @@ void RunningHost::NoteEnd(HostEndCause cause) {
             end = {cause, 0, "interrupted"};
             break;
         case HostEndCauseTimeLimit:
-            end = {cause, timeLimit, "time limit of " + std::to_string(timeLimit) + " ms"};
+            end = {cause, timeLimit,
+                   timeLimit != 0 ? "time limit of " + std::to_string(timeLimit) + " ms" : "no answer for 55 hours"};
             break;
         case HostEndCauseBadReply:
             end = {cause, 0, "a reply that cannot be one"};

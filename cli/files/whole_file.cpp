@@ -34,15 +34,18 @@ std::filesystem::path FinalPlace(const std::string& path) {
     return place;
 }
 
-std::filesystem::path PartialBeside(const std::filesystem::path& place) {
+PartialFile::PartialFile(const std::filesystem::path& place) : path(place) {
     std::random_device random;
-    std::filesystem::path partial = place;
-    partial += ".partial-" + std::to_string(random()) + std::to_string(random());
-    return partial;
+    path += ".partial-" + std::to_string(random()) + std::to_string(random());
+}
+
+PartialFile::~PartialFile() {
+    std::error_code ignored;
+    std::filesystem::remove(path, ignored);
 }
 
 WholeFile::WholeFile(const std::string& path, const std::optional<std::string>& source)
-    : name(path), target(FinalPlace(path)), partial(PartialBeside(target)), permissions(PermissionsOf(target)) {
+    : name(path), target(FinalPlace(path)), partial(target), permissions(PermissionsOf(target)) {
     const std::optional<std::filesystem::perms> ofSource =
         source ? PermissionsOf(Platform::PathFromUtf8(*source)) : std::nullopt;
     if (ofSource) {
@@ -52,16 +55,10 @@ WholeFile::WholeFile(const std::string& path, const std::optional<std::string>& 
     if (permissions) {
         ownerOnly.emplace();
     }
-    stream.open(partial, std::ios::binary);
+    stream.open(partial.Path(), std::ios::binary);
     if (!stream) {
         throw Failure("cannot write " + name + ": " + SystemReason());
     }
-}
-
-WholeFile::~WholeFile() {
-    stream.close();
-    std::error_code ignored;
-    std::filesystem::remove(partial, ignored);
 }
 
 void WholeFile::Write(const void* data, std::size_t size) {
@@ -80,9 +77,10 @@ void WholeFile::Close() {
 void WholeFile::Commit() {
     std::error_code error;
     if (permissions) {
-        std::filesystem::permissions(partial, *permissions, error);  // where the file system has none, there are none
+        std::filesystem::permissions(partial.Path(), *permissions,
+                                     error);  // where the file system has none, there are none
     }
-    std::filesystem::rename(partial, target, error);
+    std::filesystem::rename(partial.Path(), target, error);
     if (error) {
         throw Failure("cannot write " + name + ": " + error.message());
     }

@@ -12,8 +12,19 @@ namespace Orvane::Cli {
 // for it, or what stands in its place is no ordinary file.
 std::filesystem::path FinalPlace(const std::string& path);
 
-// A name beside `place` that no file has.
-std::filesystem::path PartialBeside(const std::filesystem::path& place);
+// A name beside `place` that no file has. What is written there goes with this object, unless it is renamed before.
+class PartialFile {
+ public:
+    explicit PartialFile(const std::filesystem::path& place);
+    ~PartialFile();
+    PartialFile(const PartialFile&) = delete;
+    PartialFile& operator=(const PartialFile&) = delete;
+
+    const std::filesystem::path& Path() const { return path; }
+
+ private:
+    std::filesystem::path path;
+};
 
 // A file that appears whole or not at all: it is written under another name beside its place and renamed there by
 // `Commit`. Without `Commit` nothing of it stays and a file that was there before is as it was.
@@ -22,10 +33,6 @@ class WholeFile {
     // Throws `Failure` when there cannot be such a file. One that is made from a file whose content is secret,
     // `source`, is never for more readers than that one, nor than the file that it replaces.
     explicit WholeFile(const std::string& path, const std::optional<std::string>& source = std::nullopt);
-    ~WholeFile();
-    WholeFile(const WholeFile&) = delete;
-    WholeFile& operator=(const WholeFile&) = delete;
-
     // Each throws `Failure` when the system cannot, with a full disk for instance.
     void Write(const void* data, std::size_t size);
     void Close();   // all bytes are now with the system
@@ -34,7 +41,7 @@ class WholeFile {
  private:
     std::string name;
     std::filesystem::path target;
-    std::filesystem::path partial;
+    PartialFile partial;                                // outlives the stream into it
     std::optional<std::filesystem::perms> permissions;  // the system's own choice unless given
     std::ofstream stream;
 };

@@ -10,7 +10,6 @@
 #include <orvane/log.h>
 
 #include <filesystem>
-#include <memory>
 #include <ostream>
 #include <string>
 
@@ -48,11 +47,15 @@ void RefuseSpecialFile(const std::optional<std::string>& path) {
     }
 }
 
-void Init(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
+Status TryInit(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
     if (options.timeout) {
         interpreter.SetTimeLimit(static_cast<uint32_t>(*options.timeout * 1000));
     }
-    if (const Status status = interpreter.Init(*MakeOption(options, key)); !status.Ok()) {
+    return interpreter.Init(*MakeOption(options, key));
+}
+
+void Init(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
+    if (const Status status = TryInit(interpreter, options, key); !status.Ok()) {
         throw Failure(status.message, LoadHints(options, key, status, interpreter.GetHostEnd()));
     }
 }
@@ -61,27 +64,22 @@ void Init(Interpreter& interpreter, const ModelOptions& options, const std::opti
 // has a name of its own until it has proved to be whole, by being read: its last bytes are as necessary as the others.
 void InitAndMakeCache(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
     const std::filesystem::path place = FinalPlace(*options.cache);
-    const std::filesystem::path partial = PartialBeside(place);
-    const auto removed = [](const std::filesystem::path* path) {
-        std::error_code ignored;
-        std::filesystem::remove(*path, ignored);
-    };
-    const std::unique_ptr<const std::filesystem::path, decltype(removed)> partialIsRemoved(&partial, removed);
+    const PartialFile partial(place);
     const Platform::InterruptFlag interrupt;
     const Platform::OwnerOnlyFiles ownerOnly;
 
     ModelOptions making = options;
-    making.cache = Platform::Utf8FromPath(partial);
+    making.cache = Platform::Utf8FromPath(partial.Path());
     Init(interpreter, making, key);
     making.makeCache = false;
     Interpreter reader;
     std::error_code error;
-    const bool isWhole = std::filesystem::exists(partial, error) && reader.Init(*MakeOption(making, key)).Ok();
+    const bool isWhole = std::filesystem::exists(partial.Path(), error) && TryInit(reader, making, key).Ok();
     if (interrupt.IsSet()) {
         throw Failure("interrupted; the cache was not written");
     }
     if (isWhole) {
-        std::filesystem::rename(partial, place, error);
+        std::filesystem::rename(partial.Path(), place, error);
     }
     if (!isWhole || error) {
         throw Failure("the cache file " + *options.cache + " could not be written",

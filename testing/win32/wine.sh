@@ -9,7 +9,7 @@ set -euo pipefail
 if grep -qw amx_tile /proc/cpuinfo; then
     export ONEDNN_MAX_CPU_ISA=${ONEDNN_MAX_CPU_ISA:-AVX512_CORE}
 fi
-if [ "$1" = --native ]; then
+if [ "${1:-}" = --native ]; then
     exec "${@:2}"
 fi
 

@@ -12,7 +12,7 @@ enum HostEndCause : uint32_t {
     HostEndCauseSignal = 2,       ///< a signal ended it; the value is the signal's number
     HostEndCauseUnknown = 3,      ///< the system, or the application that waits for children itself, does not tell
     HostEndCauseInterrupted = 4,  ///< `Interpreter::Interrupt` ended it
-    HostEndCauseTimeLimit = 5,    ///< a call took longer than `Interpreter::SetTimeLimit` allows
+    HostEndCauseTimeLimit = 5,    ///< a call took longer than `Interpreter::SetTimeLimit`, or than 55 hours
     HostEndCauseBadReply = 6,     ///< it answered with what cannot be a reply, and was ended for that
 };
 
