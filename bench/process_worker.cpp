@@ -5,7 +5,6 @@
 #include "testing/support/processes.h"
 
 #include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -135,7 +134,7 @@ long ResidentKilobytes() {
             isChannel = true;
         } else if (line.find(':') > line.find('-')) {  // the first line of a mapping: FIRST-LAST ...
             isChannel = false;
-        } else if (line.rfind("Rss:", 0) == 0 && !isChannel) {
+        } else if (line.starts_with("Rss:") && !isChannel) {
             sum += std::stol(line.substr(4));
         }
     }

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <exception>
 #include <numeric>
-#include <span>
 
 namespace Orvane::Bench {
 

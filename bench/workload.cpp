@@ -24,7 +24,7 @@ uint32_t Sum(const std::vector<uint32_t>& sizes) {
 }  // namespace
 
 bool Workload::IsStub() const {
-    return modelPath.rfind("share ", 0) == 0;
+    return modelPath.starts_with("share ");
 }
 
 uint32_t Workload::InputBytes() const {
@@ -59,6 +59,7 @@ Workload ParseWorkload(const std::string& text) {
     unsigned input = 0;
     unsigned output = 0;
     char rest = 0;
+    // NOLINTNEXTLINE(bugprone-unchecked-string-to-number-conversion): a wrong number is another workload's
     if (std::sscanf(text.c_str(), "stub:%u:%u%c", &input, &output, &rest) == 2) {
         return {"share " + std::to_string(input) + " " + std::to_string(output), {input}, {output}};
     }

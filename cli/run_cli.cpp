@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <new>
 #include <ostream>
-#include <stdexcept>
 
 namespace Orvane::Cli {
 namespace {

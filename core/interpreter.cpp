@@ -56,7 +56,7 @@ Interpreter& Interpreter::operator=(Interpreter&& other) noexcept = default;
 
 Status Interpreter::Init(const OptionV2& options) {
     InterpreterParams params;
-    Status status = options.ToParams(params);
+    const Status status = options.ToParams(params);
     framework = params.framework;
     return status.Ok() ? Init(params) : status;
 }

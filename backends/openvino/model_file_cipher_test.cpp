@@ -70,7 +70,7 @@ TEST(ModelFileCipher, TransformsChunksToTheBit) {
 // three rounds one after the other gave.
 TEST(ModelFileCipher, ThreeRoundsAtOnceAreThreeRounds) {
     std::minstd_rand random(1);
-    Bytes decrypted(2500 * (16 + 256));
+    Bytes decrypted(size_t{2500} * (16 + 256));
     std::generate(decrypted.begin(), decrypted.end(), [&random] { return static_cast<uint8_t>(random() >> 8); });
     Bytes encrypted = decrypted;
     uint32_t size = 16;

@@ -35,9 +35,12 @@ std::optional<DataType> ElementTypeOf(std::string_view description) {
 }
 
 std::string Description(DataType elementType) {
-    const auto* found = std::find_if(std::begin(kDescriptions), std::end(kDescriptions),
-                                     [&](const auto& described) { return described.first == elementType; });
-    return std::string(found->second);
+    for (const auto& [type, text] : kDescriptions) {
+        if (type == elementType) {
+            return std::string(text);
+        }
+    }
+    throw std::invalid_argument("an element type that .npy files do not have");
 }
 
 [[noreturn]] void Refuse(const std::string& why) {
@@ -141,7 +144,7 @@ class HeaderParser {
     bool ParseBool() {
         SkipBlanks();
         for (const std::string_view word : {"True", "False"}) {
-            if (rest.substr(0, word.size()) == word) {
+            if (rest.starts_with(word)) {
                 rest.remove_prefix(word.size());
                 return word == "True";
             }

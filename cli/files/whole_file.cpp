@@ -4,6 +4,7 @@
 #include "platform/path.h"
 
 #include <random>
+#include <utility>
 
 namespace Orvane::Cli {
 namespace {
@@ -34,7 +35,7 @@ std::filesystem::path FinalPlace(const std::string& path) {
     return place;
 }
 
-PartialFile::PartialFile(const std::filesystem::path& place) : path(place) {
+PartialFile::PartialFile(std::filesystem::path place) : path(std::move(place)) {
     std::random_device random;
     path += ".partial-" + std::to_string(random()) + std::to_string(random());
 }

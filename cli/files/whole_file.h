@@ -15,7 +15,7 @@ std::filesystem::path FinalPlace(const std::string& path);
 // A name beside `place` that no file has. What is written there goes with this object, unless it is renamed before.
 class PartialFile {
  public:
-    explicit PartialFile(const std::filesystem::path& place);
+    explicit PartialFile(std::filesystem::path place);
     ~PartialFile();
     PartialFile(const PartialFile&) = delete;
     PartialFile& operator=(const PartialFile&) = delete;

@@ -52,7 +52,9 @@ void CheckUsage(const ModelOptions& options) {
         throw WrongUsage("MODEL is missing; it may be left out only when --cache names a cache file");
     }
     constexpr double kLongestTimeout = 4'000'000;  // seconds, as milliseconds in 32 bits
-    if (options.timeout && !(*options.timeout >= 0.001 && *options.timeout <= kLongestTimeout)) {
+    const double seconds = options.timeout.value_or(1);
+    const bool isInRange = seconds >= 0.001 && seconds <= kLongestTimeout;  // and a number at all
+    if (!isInRange) {
         throw WrongUsage("--timeout takes a number of seconds from 0.001 to 4000000");
     }
     if (options.timeout && !options.HostProgram()) {

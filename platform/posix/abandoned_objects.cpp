@@ -29,7 +29,7 @@ bool TakeNumber(std::string_view& text) {
 // PREFIX_%ud_%d and nothing behind it.
 bool IsNameOfAChannel(std::string_view name, const std::string& prefix) {
     const auto take = [&name](std::string_view part) {
-        const bool isThere = name.substr(0, part.size()) == part;
+        const bool isThere = name.starts_with(part);
         name.remove_prefix(isThere ? part.size() : 0);
         return isThere;
     };

@@ -268,7 +268,7 @@ TEST_F(Sandbox, OnlyAModelOnTheCpuIsFiltered) {
         EXPECT_EQ(Shown(backend->Init(params)), kOk) << device;
         const uint32_t host = Children().at(0);
         EXPECT_EQ(InStatus(host, "NoNewPrivs"), "1") << device;
-        return std::atoi(filtersOf(host).c_str()) - std::atoi(before.c_str());
+        return std::stoi(filtersOf(host)) - std::stoi(before);
     };
     EXPECT_EQ(filtersWith("GPU"), 0);
     if (before.empty() || !KernelHasFilters()) {

@@ -225,7 +225,7 @@ int RunClient(const std::string& state) {
         return 1;
     }
     const auto start = [&] {
-        interpreter.Init(Params("echo 4", state.rfind("computing", 0) == 0 ? "sleep 50000" : "")).Ok();
+        interpreter.Init(Params("echo 4", state.starts_with("computing") ? "sleep 50000" : "")).Ok();
     };
     state.find("thread") != std::string::npos ? std::thread(start).join() : start();
     Platform::Event::Open(kReadyEvent).Set();
@@ -240,7 +240,7 @@ int RunClient(const std::string& state) {
 // A client as well, whose life the tests end.
 int main(int argc, char** argv) {
     const std::string argument = argc == 2 ? argv[1] : "";
-    if (argument.rfind(Orvane::kClientSwitch, 0) == 0) {
+    if (argument.starts_with(Orvane::kClientSwitch)) {
         return Orvane::RunClient(argument.substr(Orvane::kClientSwitch.size()));
     }
     testing::InitGoogleTest(&argc, argv);

@@ -357,7 +357,7 @@ TEST(Host, AnswersOrEndsAtEveryDamagedRequest) {
 }  // namespace
 }  // namespace Orvane
 
-// A host program as well: its one argument is then the channel's.
+// A host program as well: its one argument is then the channel's. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
     if (argc == 2 && std::strchr(argv[1], '|') != nullptr) {
         return Orvane::PlayHost(argv[1]);

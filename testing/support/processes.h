@@ -70,7 +70,7 @@ class Watchdog {
     Watchdog& operator=(const Watchdog&) = delete;
 
  private:
-    void* timer = nullptr;
+    [[maybe_unused]] void* timer = nullptr;  // on Windows
 };
 
 }  // namespace Orvane::Testing

@@ -13,6 +13,7 @@
 // NOLINTBEGIN(clang-analyzer-core.NullDereference,clang-analyzer-cplusplus.PureVirtualCall): these faults are meant
 
 // Outside the namespace below: of a class that no other file can know the compiler sees what the call comes to.
+// NOLINTBEGIN(misc-use-internal-linkage)
 struct Unfinished {
     Unfinished() {
         Unfinished* volatile self = this;
@@ -25,6 +26,7 @@ struct Unfinished {
 struct Finished : Unfinished {
     void Pure() override {}
 };
+// NOLINTEND(misc-use-internal-linkage)
 
 namespace {
 

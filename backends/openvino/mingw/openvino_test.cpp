@@ -31,7 +31,7 @@ namespace fs = std::filesystem;
 std::set<fs::path> PrivateFolders() {
     std::set<fs::path> folders;
     for (const auto& entry : fs::directory_iterator(fs::temp_directory_path())) {
-        if (Platform::Utf8FromPath(entry.path().filename()).rfind("orvane-private-", 0) == 0) {
+        if (Platform::Utf8FromPath(entry.path().filename()).starts_with("orvane-private-")) {
             folders.insert(entry.path());
         }
     }
