@@ -47,8 +47,8 @@ std::string End(pid_t child) {
     if (waitpid(child, &status, 0) != child) {
         return "no such child";
     }
-    std::string end = WIFEXITED(status) ? "exit " : "signal ";
-    return end += std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status));
+    return WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status))
+                             : "signal " + std::to_string(WTERMSIG(status));
 }
 
 std::string InStatus(uint32_t process, const std::string& key) {
@@ -148,14 +148,9 @@ std::vector<size_t> Footprint() {
             Names(Platform::ModuleWord())};
 }
 
-// NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
-std::string ExchangeVariable(const std::string& name, const std::string& value) {
-    const char* const old = std::getenv(name.c_str());
-    std::string before = old != nullptr ? old : "";
-    value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
-    return before;
+void SetTemporaryFolder(const std::string& folder) {
+    setenv("TMPDIR", folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): nothing else reads it meanwhile
 }
-// NOLINTEND(concurrency-mt-unsafe)
 
 Watchdog::Watchdog() {
     alarm(120);

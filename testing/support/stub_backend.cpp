@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -21,13 +24,49 @@ namespace {
 constexpr size_t kLargestPort = 32'000'000;
 constexpr size_t kMostPorts = 8;
 
+// NOLINTBEGIN(clang-analyzer-core.NullDereference,clang-analyzer-cplusplus.PureVirtualCall): these faults are meant
+
+struct Unfinished {
+    Unfinished() {
+        Unfinished* volatile self = this;
+        self->Pure();
+    }
+    virtual ~Unfinished() = default;
+    virtual void Pure() = 0;
+};
+
+struct Finished : Unfinished {
+    void Pure() override {}
+};
+
+[[noreturn]] void Throw() {
+    throw std::runtime_error("thrown by a model");
+}
+
+const std::map<std::string, void (*)()>& Deaths() {
+    static int* volatile nowhere = nullptr;
+    static std::FILE* volatile noFile = nullptr;
+    static const std::map<std::string, void (*)()> deaths = {
+        {"crash", [] { Platform::FailFast(); }},
+        {"throw", Throw},
+        {"throw-in-a-thread", [] { std::thread(Throw).join(); }},
+        {"abort", [] { std::abort(); }},
+        {"write-nowhere", [] { *nowhere = 1; }},
+        {"call-nothing", [] { Finished(); }},
+        {"close-no-file", [] { std::fclose(noFile); }},
+    };
+    return deaths;
+}
+
+// NOLINTEND(clang-analyzer-core.NullDereference,clang-analyzer-cplusplus.PureVirtualCall)
+
 // Gives a host program a model that costs nothing. The model path says what loading it does:
 //   echo SIZE [OUTPUTS [INPUTS]]   u8 outputs "y0", "y1", ... of SIZE bytes, as many inputs "x0", ... unless said
 //   share INPUT OUTPUT             one input and one output of so many bytes in the same memory: running copies nothing
 //   fail TEXT                      a failure with that text
 //   hang                           never ends
 // and the model name what running it does before it copies each input to its output:
-//   sleep MILLISECONDS, crash, throw; anything else nothing
+//   sleep MILLISECONDS, or one of the deaths below; anything else nothing
 // or "look" for a look at the data that came in last, when the model goes.
 class StubBackend final : public IOrvane {
  public:
@@ -93,11 +132,8 @@ class StubBackend final : public IOrvane {
 
     Status Invoke() override {
         std::this_thread::sleep_for(std::chrono::milliseconds(runTime));
-        if (run == "crash") {
-            Platform::FailFast();
-        }
-        if (run == "throw") {
-            throw std::runtime_error("thrown by a model");
+        if (const auto death = Deaths().find(run); death != Deaths().end()) {
+            death->second();
         }
         for (size_t i = 0; i < std::min(inputs.size(), outputs.size()); ++i) {
             *outputs[i].memory = *inputs[i].memory;

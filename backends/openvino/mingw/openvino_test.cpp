@@ -4,7 +4,6 @@
 #include <openvino/openvino.hpp>
 
 #include "backends/openvino/decode_input_stream_buf.h"
-#include "backends/openvino/decode_output_stream_buf.h"
 #include "backends/openvino/mingw/private_file.h"
 #include "backends/openvino/mingw/stream_content.h"
 #include "platform/path.h"
@@ -105,7 +104,6 @@ TEST_F(OpenvinoInterface, AFailedExportLeavesNothing) {
     }
     std::ostringstream stream;
     EXPECT_NE(FailureOf([&] { model.export_model(stream); }).find("Not Implemented"), std::string::npos);
-    EXPECT_TRUE(stream.str().empty());
     EXPECT_TRUE(NothingNewStays());
 }
 
@@ -144,7 +142,7 @@ TEST(PrivateFile, IsForTheUserOnlyAndGoesWithItsFolder) {
             EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
         }
         std::ofstream(file.NarrowPath()) << "text";
-        EXPECT_EQ(Testing::ReadBytes(Platform::Utf8FromPath(file.Path())), (std::vector<uint8_t>{'t', 'e', 'x', 't'}));
+        EXPECT_EQ(Testing::ReadBytes(Platform::Utf8FromPath(file.Path())), "text");
     }
     EXPECT_FALSE(fs::exists(folder));
 }
@@ -155,29 +153,22 @@ struct OneWayStreamBuf : std::streambuf {
 };
 
 TEST(StreamContent, IsAllThatTheStreamStillHas) {
-    const Testing::TemporaryFolder folder;
     const auto read = [](std::streambuf&& source, size_t start = 0) {
         std::istream stream(&source);
         stream.ignore(static_cast<std::streamsize>(start));
         StreamContent content = ReadToEnd(stream);
         return std::string(reinterpret_cast<const char*>(content.bytes.Data()), content.size);
     };
-    const auto path = Platform::PathFromUtf8(folder.Path("cache"));
     for (const size_t size : std::vector<size_t>{1, 4095, 4096, 4097, 8192, 70'000}) {
         std::string text(size, '\0');
         std::generate(text.begin(), text.end(), [i = 0]() mutable { return static_cast<char>(i++ % 251); });
-        {
-            DecodeOutputStreamBuf cache(path);
-            std::ostream(&cache) << text << std::flush;
-        }
         for (const size_t start : {size_t{0}, size / 2}) {
-            EXPECT_TRUE(read(DecodeInputStreamBuf(path), start) == text.substr(start)) << size;
             EXPECT_TRUE(read(std::stringbuf(text), start) == text.substr(start)) << size;
             EXPECT_TRUE(read(OneWayStreamBuf(text), start) == text.substr(start)) << size;
         }
     }
-    const auto noFile = Platform::PathFromUtf8(folder.Path(""));
-    EXPECT_EQ(read(DecodeInputStreamBuf(noFile)), std::string(1, '\0')) << "a folder has a size, but no content";
+    const auto folder = std::filesystem::temp_directory_path();
+    EXPECT_EQ(read(DecodeInputStreamBuf(folder)), std::string(1, '\0')) << "a folder has a size, but no content";
 }
 
 }  // namespace
