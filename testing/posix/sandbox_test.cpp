@@ -90,45 +90,14 @@ TEST_F(SandboxFilter, RefusesCalls) {
     constexpr long kFileMode = 452;    // `fchmodat2` of Linux 6.6
     constexpr long kMemorySeal = 462;  // `mseal` of Linux 6.10, younger than the filter
     constexpr long kOtherGetPid = SYS_getpid | 0x4000'0000;
-    const long calls[] = {SYS_socket,
-                          SYS_connect,
-                          SYS_sendmsg,
-                          SYS_process_vm_readv,
-                          SYS_process_vm_writev,
-                          SYS_pidfd_open,
-                          SYS_pidfd_getfd,
-                          SYS_pidfd_send_signal,
-                          SYS_tkill,
-                          SYS_mount,
-                          SYS_umount2,
-                          SYS_move_mount,
-                          SYS_fsopen,
-                          SYS_pivot_root,
-                          SYS_chroot,
-                          SYS_unshare,
-                          SYS_setns,
-                          SYS_swapon,
-                          SYS_open_by_handle_at,
-                          SYS_name_to_handle_at,
-                          SYS_truncate,
-                          SYS_chmod,
-                          kFileMode,
-                          SYS_setxattr,
-                          SYS_setuid,
-                          SYS_setresgid,
-                          SYS_add_key,
-                          SYS_keyctl,
-                          SYS_bpf,
-                          SYS_perf_event_open,
-                          SYS_userfaultfd,
-                          SYS_io_uring_setup,
-                          SYS_init_module,
-                          SYS_finit_module,
-                          SYS_kexec_load,
-                          SYS_reboot,
-                          SYS_iopl,
-                          SYS_ioperm,
-                          kOtherGetPid};
+    const auto list = [](auto... numbers) { return std::vector<long>{numbers...}; };
+    const std::vector<long> calls =
+        list(SYS_socket, SYS_connect, SYS_sendmsg, SYS_process_vm_readv, SYS_process_vm_writev, SYS_pidfd_open,
+             SYS_pidfd_getfd, SYS_pidfd_send_signal, SYS_tkill, SYS_mount, SYS_umount2, SYS_move_mount, SYS_fsopen,
+             SYS_pivot_root, SYS_chroot, SYS_unshare, SYS_setns, SYS_swapon, SYS_open_by_handle_at,
+             SYS_name_to_handle_at, SYS_truncate, SYS_chmod, kFileMode, SYS_setxattr, SYS_setuid, SYS_setresgid,
+             SYS_add_key, SYS_keyctl, SYS_bpf, SYS_perf_event_open, SYS_userfaultfd, SYS_io_uring_setup,
+             SYS_init_module, SYS_finit_module, SYS_kexec_load, SYS_reboot, SYS_iopl, SYS_ioperm, kOtherGetPid);
     Inside([&] {
         for (const long number : calls) {
             EXPECT_EQ(Try(number), "EPERM") << "call " << number;

@@ -155,6 +155,7 @@ TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
         EXPECT_EQ(open, left) << call;
         EXPECT_EQ(LeftBehind(), "");
     }
+    EXPECT_EQ(Init(std::string(1000, 'x')), std::to_string(ERROR_FILENAME_EXCED_RANGE) + " CreateProcessAsUser error");
 }
 
 TEST_F(Launch, TheHostIsAProgramWithoutAConsole) {
