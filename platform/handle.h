@@ -17,7 +17,7 @@ namespace Orvane::Platform {
 template <typename Policy>
 class UniqueHandle {
  public:
-    using Value = Policy::Value;
+    using Value = typename Policy::Value;
 
     UniqueHandle() = default;
     explicit UniqueHandle(Value owned) noexcept : value(owned) {}

@@ -137,7 +137,7 @@ TEST_F(SandboxFilter, RefusesProcesses) {
 TEST_F(SandboxFilter, RefusesCallsOfTheOtherArchitecture) {
     const auto getpid32 = [] {
         constexpr int kGetPid = 20;
-        int result = kGetPid;
+        int result = kGetPid;  // NOLINT(misc-const-correctness): the call below writes it
         __asm__ volatile("int $0x80" : "+a"(result) : : "memory", "r8", "r9", "r10", "r11");
         return result;
     };

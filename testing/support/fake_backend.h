@@ -53,9 +53,8 @@ class FakeBackend final : public IOrvane {
  private:
     std::vector<TensorInfo>& Infos(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
     template <typename... Numbers>
-    Status Answer(std::string call, Numbers... numbers) {
-        (call.append(" ").append(std::to_string(numbers)), ...);
-        record->calls.push_back(call);
+    Status Answer(const std::string& call, Numbers... numbers) {
+        record->calls.push_back((call + ... + (" " + std::to_string(numbers))));
         return record->answer;
     }
 };
