@@ -138,6 +138,9 @@ TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
         EXPECT_EQ(Init(), std::to_string(kForcedError) + " " + text);
         failingCall.clear();
         EXPECT_EQ(GetErrorMode(), errorMode) << call;
+        const bool released = std::none_of(openHandles.begin(), openHandles.end(),
+                                           [](const auto& handle) { return handle.second == "view"; });
+        EXPECT_TRUE(released) << call;
         EXPECT_EQ(Children().size(), left.size() > 1 ? 1U : 0U)
             << "only what is in no job is left behind, deliberately";
         for (const uint32_t child : Children()) {
