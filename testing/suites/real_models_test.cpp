@@ -21,7 +21,7 @@ std::string BytesOf(const ov::Tensor& tensor) {
 }
 
 // A model, and whether it runs in a host process.
-class RealModels : public testing::TestWithParam<std::tuple<const char*, bool>> {
+class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> {
  protected:
     void SetUp() override {
         if (!std::filesystem::exists(Platform::PathFromUtf8(model))) {
@@ -68,7 +68,7 @@ class RealModels : public testing::TestWithParam<std::tuple<const char*, bool>> 
     }
 
     Testing::TemporaryFolder folder;
-    std::string model = std::string(ORVANE_MATERIAL_FOLDER "/") + std::get<0>(GetParam());
+    std::string model = ORVANE_MATERIAL_FOLDER "/" + std::get<0>(GetParam());
     std::vector<std::string> files;  // arguments
     std::vector<std::string> expected;
 };
