@@ -1,7 +1,9 @@
 #include "cli/captured_run.h"
 #include "cli/files/npy.h"
+#include "platform/process.h"
 #include "testing/support/tiny_models.h"
 
+#include <orvane/host.h>
 #include <orvane/log.h>
 #include <orvane/model_file_cipher.h>
 #include <orvane/version.h>
@@ -47,10 +49,7 @@ class RunCliTest : public Test {
         return RunCaptured(arguments);
     }
 
-    std::string Held(const std::string& name) {
-        const std::vector<uint8_t> bytes = Testing::ReadBytes(folder.Path(name));
-        return {bytes.begin(), bytes.end()};
-    }
+    std::string Held(const std::string& name) { return Testing::ReadBytes(folder.Path(name)); }
 
     Testing::TemporaryFolder folder;
     std::string model = AddModel({1, 2, 3}).WriteTo(folder, "m");
@@ -92,25 +91,25 @@ TEST_F(RunCliTest, WithoutOutputItPrintsASummary) {
 }
 
 TEST_F(RunCliTest, BenchMeasuresInThisProcessAndInAHost) {
-    for (const std::vector<std::string>& host : {std::vector<std::string>{}, {"--host", ORVANE_HOST_PATH}}) {
-        const CapturedRun run = Run("bench @m.xml --warmup 3 --iterations 25 --json @结果.json", host);
+    for (const bool remote : {false, true}) {
+        const std::string host = remote ? " --remote" : "";
+        const CapturedRun run = Run("bench @m.xml --warmup 3 --iterations 25 --json @结果.json" + host);
         ASSERT_EQ(run.exitValue, 0) << run.err;
         EXPECT_THAT(run.out, HasSubstr("\n25 inferences, "));
         const json result = json::parse(Held("结果.json"));
         EXPECT_EQ(result.at("model"), model);
-        EXPECT_EQ(result.at("host"), host.empty() ? json() : json(ORVANE_HOST_PATH));
+        EXPECT_EQ(result.at("host"), remote ? json(HostPathBesideProgram()) : json());
         const json& start = result.at("start_up");
         EXPECT_GT(std::min(start.at("initialisation_ms"), start.at("first_inference_ms")), 0);
-        EXPECT_EQ(start.at("launch_ms").is_number(), !host.empty());
+        EXPECT_EQ(start.at("launch_ms").is_number(), remote);
         const json& steady = result.at("steady_state");
         EXPECT_EQ((json{steady.at("warmup"), steady.at("iterations"), steady.at("interrupted")}), (json{3, 25, false}));
         EXPECT_GT(std::min(steady.at("compute_ms").at("min"), steady.at("per_second")), 0);
         const json& memory = result.at("memory");
-        EXPECT_EQ(memory.at("host").is_null(), host.empty());
-        for (const json& program : {memory.at("orvane"), memory.at(host.empty() ? "orvane" : "host")}) {
-            EXPECT_GT(program.at("resident_bytes"), 1'000'000);  // no program here takes less
-            EXPECT_GE(program.at("peak_bytes"), program.at("resident_bytes"));
-        }
+        EXPECT_EQ(memory.at("host").is_null(), !remote);
+        const json& program = memory.at(remote ? "host" : "orvane");
+        EXPECT_GT(program.at("resident_bytes"), 1'000'000);  // no program here takes less
+        EXPECT_GE(program.at("peak_bytes"), program.at("resident_bytes"));
     }
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Run("bench @m.xml --seconds 0.2").exitValue, 0);
@@ -139,7 +138,7 @@ std::string Secret(std::string bytes) {
 
 TEST_F(RunCliTest, EncryptedFilesOfEveryLengthComeBackOrAreRefusedOrPadded) {
     const auto zeros = [](size_t count) { return std::string(count, '\0'); };
-    folder.Write("key", std::string("k3y\r\n"));
+    folder.Write("key", "k3y\r\n");
     const std::pair<std::string, std::string> plainAndPadding[] = {
         {Plain(0), ""},          {Plain(1), zeros(15)},   {Plain(15), zeros(1)}, {"<net/>\n", "         "},
         {Plain(16), ""},         {Plain(kChunk - 1), ""}, {Plain(kChunk), ""},   {Plain(kChunk + 5), zeros(11)},
@@ -230,11 +229,13 @@ TEST_F(RunCliTest, WhatFailsSaysWhyAndWritesNothing) {
     folder.Write("type.npy", NpyHeader({DataTypeInt32, {1, 3}}));
     folder.Write("shape.npy", NpyHeader({DataTypeFloat32, {3}}));
     folder.Write("short", std::string(11, 'd'));
-    folder.Write("old", std::string("old"));
+    folder.Write("old", "old");
     folder.Write(".xml", AddModel({1}).description);
     EchoModel({{"x", "f32", {"?", "2"}}}).WriteTo(folder, "any");
     EchoModel({{"a", "f32", {"1", "3"}}, {"b", "f32", {"1", "3"}}}).WriteTo(folder, "two");
     ASSERT_EQ(Run("encrypt --pad --key k3y @m.xml @secret.onnx").exitValue, 0);
+    ASSERT_EQ(Run("encrypt --pad --key k3y @m.bin @secret.bin").exitValue, 0);
+    EXPECT_EQ(Run("run @secret.onnx --key k3y --input 0=@x").out, Run("run @m.xml --input 0=@x").out);
     const std::vector<std::string> before = folder.Names();
     for (const auto& [exitValue, line, reason] : kRefusals) {
         const CapturedRun run = Run(line);
@@ -244,7 +245,8 @@ TEST_F(RunCliTest, WhatFailsSaysWhyAndWritesNothing) {
         EXPECT_EQ(folder.Names(), before) << line;
         EXPECT_EQ(Held("old"), "old") << line;
     }
-    EXPECT_THAT(Run("info @m.xml --host", {ORVANE_CLI_PATH}).err, HasSubstr(" ended before the model was loaded"));
+    EXPECT_THAT(Run("info @m.xml --host", {Platform::ProgramBeside("orvane")}).err,
+                HasSubstr(" ended before the model was loaded"));
 }
 
 TEST_F(RunCliTest, LogLinesComeWhenAskedForAndHoldTheWholeMessage) {

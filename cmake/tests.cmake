@@ -15,14 +15,18 @@ if(WIN32)
     set(ORVANE_CHANNEL_LOCK RESOURCE_LOCK channels)
 endif()
 
-# orvane_test(NAME SOURCES file... [LIBRARIES target...] [PROPERTIES property value...]): a GoogleTest program.
-# PROPERTIES go to each of its tests; one that starts the inference runtime has the label `runtime`.
+# orvane_test(NAME SOURCES file... [LIBRARIES target...] [PROGRAMS target...] [PROPERTIES property value...]): a
+# GoogleTest program, and the programs that it starts. PROPERTIES go to each of its tests; one that starts the inference
+# runtime has the label `runtime`.
 function(orvane_test name)
     if(NOT BUILD_TESTING)
         return()
     endif()
-    cmake_parse_arguments(PARSE_ARGV 1 TEST "" "" "SOURCES;LIBRARIES;PROPERTIES")
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "" "" "SOURCES;LIBRARIES;PROGRAMS;PROPERTIES")
     add_executable(${name} ${TEST_SOURCES})
+    if(TEST_PROGRAMS)
+        add_dependencies(${name} ${TEST_PROGRAMS})
+    endif()
     orvane_warnings(${name})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} GTest::gtest_main)

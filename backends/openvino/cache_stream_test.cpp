@@ -39,15 +39,6 @@ class CacheStream : public testing::Test {
     Testing::TemporaryFolder folder;
 };
 
-TEST(CacheKeystream, FollowsThePositionFromAnyStart) {
-    const std::string expected = Scrambled(std::string(100'000, '\0'));
-    for (const size_t start : std::vector<size_t>{0, 1, 127, 128, 5000, 32766, 32767, 32768, 65533, 65534, 98300}) {
-        std::string bytes(expected.size() - start, '\0');
-        ApplyCacheKeystream(start, reinterpret_cast<uint8_t*>(bytes.data()), bytes.size());
-        EXPECT_EQ(bytes, expected.substr(start)) << start;
-    }
-}
-
 TEST_F(CacheStream, WritesScrambledForEachBytesOwnPlace) {
     std::string expected = Pattern(700'000);
     {
@@ -69,8 +60,7 @@ TEST_F(CacheStream, WritesScrambledForEachBytesOwnPlace) {
         stream << "never flushed";
     }
     expected.replace(100, 6, "HEADer");
-    const std::vector<uint8_t> written = Testing::ReadBytes(folder.Path("缓存"));
-    EXPECT_EQ(std::string(written.begin(), written.end()), Scrambled(expected + "tail"));
+    EXPECT_EQ(Testing::ReadBytes(folder.Path("缓存")), Scrambled(expected + "tail"));
 }
 
 TEST_F(CacheStream, AFileThatTakesNothingFailsEveryFlush) {
@@ -86,7 +76,8 @@ TEST_F(CacheStream, AFileThatTakesNothingFailsEveryFlush) {
 }
 
 TEST_F(CacheStream, ReadsBackInBulkAndFromAnyPlace) {
-    for (const size_t size : std::vector<size_t>{1, 4095, 4096, 4097, 8192, 70'000, 262'144, 270'336, 700'000}) {
+    for (const size_t size :
+         std::vector<size_t>{1, 4095, 4096, 4097, 8192, 65'533, 65'534, 65'536, 262'144, 270'336, 700'000}) {
         const std::string expected = Pattern(size);
         folder.Write("缓存", Scrambled(expected));
         DecodeInputStreamBuf buffer(Path("缓存"));

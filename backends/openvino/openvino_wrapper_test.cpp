@@ -2,6 +2,7 @@
 
 #include "backends/openvino/openvino_wrapper.h"
 
+#include "platform/path.h"
 #include "testing/support/captured_log.h"
 #include "testing/support/processes.h"
 #include "testing/support/temporary_folder.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <new>
 #include <string>
 #include <vector>
@@ -50,36 +52,28 @@ TEST_F(OpenvinoWrapperTest, ReportsWhatTheRuntimeCannotTell) {
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_EQ(lines[0].second.rfind("[ORVANE]:get_output_tensor error:", 0), 0U);
 
-    EXPECT_EQ(Set(0, 4), "");
     EXPECT_EQ(Set(1, 4), "Tensor 参数错误");
     ASSERT_TRUE(wrapper.Invoke().Ok());
-    float echoed = 0;
-    EXPECT_NE(wrapper.CopyOutputTo(1, &echoed, 4).message, "");
-    EXPECT_EQ(wrapper.CopyOutputTo(0, &echoed, 4).message, "");
-    EXPECT_EQ(echoed, 4);
+    float none = 0;
+    EXPECT_NE(wrapper.CopyOutputTo(1, &none, 4).message, "");
 }
 
 TEST_F(OpenvinoWrapperTest, ShapesThatCannotBePrepared) {
     Load(EchoModel({{"a", "f32", {"?", "?"}}}));
     EXPECT_THROW(Set(0, 1), std::bad_alloc);
     EXPECT_EQ(Set(0, 1), "Tensor 参数错误") << "the request is there, its buffers are not";
-    // A dynamic input that is told its shape before the first data has a size.
     Load(EchoModel({{"a", "f32", {"?", "?"}}}));
     ASSERT_TRUE(wrapper.SetTensorShape(TensorTypeInput, 0, {1, 1}).Ok());
-    EXPECT_EQ(Set(0, 4), "");
+    EXPECT_EQ(Set(0, 4), "") << "its shape is told before the first data";
     EXPECT_EQ(wrapper.Invoke().message, "");
 
     Load(EchoModel({{"a", "f32", {}}}));
     EXPECT_EQ(Set(0, 1), "Tensor is Dynamic Shapes");
-    EXPECT_EQ(Set(0, 1), "Tensor 参数错误");
 
     Load(AddModel({10}));
-    EXPECT_EQ(wrapper.SetTensorShape(TensorTypeInput, 1, {}).message, "Error tensorIndex");
     EXPECT_EQ(wrapper.SetTensorShape(TensorTypeOutput, 1, {}).message, "Error tensorIndex");
     ASSERT_TRUE(wrapper.SetTensorShape(TensorTypeOutput, 0, {9}).Ok());
     EXPECT_EQ(wrapper.GetTensorInfo(TensorTypeOutput, 0).shape, (std::vector<int64_t>{9}));
-    EXPECT_EQ(Set(0, 4), "") << "only the description has changed";
-    Load(AddModel({10}));
     ASSERT_TRUE(wrapper.SetTensorShape(TensorTypeInput, 0, {1, 4}).Ok());
     EXPECT_NE(Set(0, 1), "") << "the runtime refuses a shape that is not the model's";
 }
@@ -90,11 +84,10 @@ TEST_F(OpenvinoWrapperTest, AnExportThatFailsIsNoFailure) {
     params.modelPath = AddModel({10}).WriteTo(folder, "加法");
     params.openvinoCachePath = folder.Path("缓存");
     params.openvinoMakeCache = true;
-    const std::string onLinux = Testing::ExchangeVariable("TMPDIR", folder.Path("missing"));
-    const std::string onWindows = Testing::ExchangeVariable("TMP", folder.Path("missing"));
+    const std::string temporary = Platform::Utf8FromPath(std::filesystem::temp_directory_path());
+    Testing::SetTemporaryFolder(folder.Path("missing"));
     EXPECT_EQ(wrapper.Init(params).message, "");
-    Testing::ExchangeVariable("TMPDIR", onLinux);
-    Testing::ExchangeVariable("TMP", onWindows);
+    Testing::SetTemporaryFolder(temporary);
     EXPECT_EQ(Set(0, 4), "");
     EXPECT_EQ(wrapper.Invoke().message, "");
 }

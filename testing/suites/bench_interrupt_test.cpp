@@ -1,4 +1,5 @@
 // `orvane bench` in a process of its own, in a terminal's process group, and Ctrl-C.
+#include "platform/process.h"
 #include "testing/posix/processes.h"
 #include "testing/support/processes.h"
 #include "testing/support/tiny_models.h"
@@ -18,11 +19,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-std::string TextOf(const std::string& path) {
-    const std::vector<uint8_t> bytes = ReadBytes(path);
-    return {bytes.begin(), bytes.end()};
-}
-
 bool Catches(pid_t process, int signal) {
     const std::string caught = InStatus(static_cast<uint32_t>(process), "SigCgt");
     return !caught.empty() && (std::stoull(caught, nullptr, 16) >> (signal - 1) & 1) != 0;
@@ -36,7 +32,8 @@ class BenchInterrupt : public testing::Test {
             setpgid(0, 0);
             const int out = open(printed.c_str(), O_CREAT | O_WRONLY, 0600);
             dup2(out, STDOUT_FILENO);
-            execl(ORVANE_CLI_PATH, ORVANE_CLI_PATH, "bench", model.c_str(), "--remote", "--warmup", warmup, "--seconds",
+            const std::string program = Platform::ProgramBeside("orvane");
+            execl(program.c_str(), program.c_str(), "bench", model.c_str(), "--remote", "--warmup", warmup, "--seconds",
                   "90", "--json", json.c_str(), nullptr);
         });
     }
@@ -53,8 +50,8 @@ TEST_F(BenchInterrupt, EndsTheMeasurementWithTheResultsSoFar) {
     ASSERT_TRUE(Within(60s, [bench] { return Catches(bench, SIGINT); }));
     ASSERT_EQ(kill(-bench, SIGINT), 0);
     EXPECT_EQ(End(bench), "exit 0");
-    EXPECT_NE(TextOf(printed).find(" until Ctrl-C, "), std::string::npos) << TextOf(printed);
-    EXPECT_NE(TextOf(json).find("\"interrupted\":true"), std::string::npos) << TextOf(json);
+    EXPECT_NE(ReadBytes(printed).find(" until Ctrl-C, "), std::string::npos) << ReadBytes(printed);
+    EXPECT_NE(ReadBytes(json).find("\"interrupted\":true"), std::string::npos) << ReadBytes(json);
     EXPECT_EQ(folder.Names().size(), 4U) << "the model's two files, and nothing beside the results";
 }
 
@@ -67,7 +64,7 @@ TEST_F(BenchInterrupt, BeforeItMeasuresThereIsNothingToKeep) {
     EXPECT_EQ(End(bench), "signal 2");
     EXPECT_FALSE(host.Lives(10s)) << "the host goes with it";
     EXPECT_EQ(folder.Names().size(), 3U);
-    EXPECT_EQ(TextOf(printed), "");
+    EXPECT_EQ(ReadBytes(printed), "");
 }
 
 }  // namespace

@@ -54,7 +54,9 @@ class FakeBackend final : public IOrvane {
     std::vector<TensorInfo>& Infos(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
     template <typename... Numbers>
     Status Answer(const std::string& call, Numbers... numbers) {
-        record->calls.push_back((call + ... + (" " + std::to_string(numbers))));
+        std::string shown = call;
+        (shown.append(" ").append(std::to_string(numbers)), ...);
+        record->calls.push_back(shown);
         return record->answer;
     }
 };

@@ -2,6 +2,7 @@
 
 #include <orvane/interpreter.h>
 
+#include "core/backend_factory.h"
 #include "platform/process.h"
 #include "testing/support/processes.h"
 
@@ -70,6 +71,7 @@ class HostFixture : public testing::Test {
  protected:
     void TearDown() override {
         interpreter.reset();
+        remote.reset();
         EXPECT_EQ(LeftBehind(), "");
     }
 
@@ -84,6 +86,7 @@ class HostFixture : public testing::Test {
     }
 
     std::unique_ptr<Interpreter> interpreter = std::make_unique<Interpreter>();
+    std::unique_ptr<IOrvane> remote = CreateRemoteBackend();
 
  private:
     Watchdog watchdog;

@@ -58,8 +58,8 @@ std::string LeftBehind();
 // How much this process holds of what a leak would make more: handles or descriptors, mappings, threads, names.
 std::vector<size_t> Footprint();
 
-// Sets a variable of this process's environment, and returns its value before. One that is empty is not there.
-std::string ExchangeVariable(const std::string& name, const std::string& value);
+// Where this process puts temporary files from now on.
+void SetTemporaryFolder(const std::string& folder);
 
 // Ends this process when it lives for more than two minutes.
 class Watchdog {

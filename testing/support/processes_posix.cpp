@@ -1,5 +1,6 @@
 #include "testing/support/processes.h"
 
+#include "platform/posix/descriptor.h"
 #include "platform/section.h"
 #include "testing/posix/processes.h"
 
@@ -47,8 +48,8 @@ std::string End(pid_t child) {
     if (waitpid(child, &status, 0) != child) {
         return "no such child";
     }
-    std::string end = WIFEXITED(status) ? "exit " : "signal ";
-    return end += std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status));
+    return WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status))
+                             : "signal " + std::to_string(WTERMSIG(status));
 }
 
 std::string InStatus(uint32_t process, const std::string& key) {
@@ -60,11 +61,8 @@ std::string InStatus(uint32_t process, const std::string& key) {
 }
 
 struct Process::State {
-    State(pid_t processNumber, bool startedHere)
-        : number(processNumber),
-          descriptor(static_cast<int>(syscall(SYS_pidfd_open, processNumber, 0))),
-          started(startedHere) {
-        if (descriptor < 0) {
+    State(pid_t processNumber, bool startedHere) : number(processNumber), started(startedHere) {
+        if (!descriptor) {
             throw std::runtime_error("no process " + std::to_string(number));
         }
     }
@@ -73,16 +71,15 @@ struct Process::State {
             Kill();
             Testing::End(number);
         }
-        close(descriptor);
     }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
-    void Kill() const { syscall(SYS_pidfd_send_signal, descriptor, SIGKILL, nullptr, 0); }
+    void Kill() const { syscall(SYS_pidfd_send_signal, descriptor.Get(), SIGKILL, nullptr, 0); }
 
     pid_t number;
-    int descriptor;
     bool started;  // and its end not looked at
+    Platform::Descriptor descriptor{static_cast<int>(syscall(SYS_pidfd_open, number, 0))};
 };
 
 Process::Process(uint32_t number) : state(std::make_shared<State>(static_cast<pid_t>(number), false)) {}
@@ -92,7 +89,7 @@ Process::Process(const std::string& program, const std::string& argument)
                                     true)) {}
 
 bool Process::Lives(std::chrono::milliseconds time) const {
-    pollfd end{state->descriptor, POLLIN, 0};
+    pollfd end{state->descriptor.Get(), POLLIN, 0};
     return poll(&end, 1, static_cast<int>(time.count())) == 0;
 }
 
@@ -148,14 +145,9 @@ std::vector<size_t> Footprint() {
             Names(Platform::ModuleWord())};
 }
 
-// NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
-std::string ExchangeVariable(const std::string& name, const std::string& value) {
-    const char* const old = std::getenv(name.c_str());
-    std::string before = old != nullptr ? old : "";
-    value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
-    return before;
+void SetTemporaryFolder(const std::string& folder) {
+    setenv("TMPDIR", folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): nothing else reads it meanwhile
 }
-// NOLINTEND(concurrency-mt-unsafe)
 
 Watchdog::Watchdog() {
     alarm(120);

@@ -137,14 +137,9 @@ std::vector<size_t> Footprint() {
     return {count};
 }
 
-// NOLINTBEGIN(concurrency-mt-unsafe): a test sets it while nothing else in it reads the environment
-std::string ExchangeVariable(const std::string& name, const std::string& value) {
-    const char* const old = std::getenv(name.c_str());
-    std::string before = old != nullptr ? old : "";
-    _putenv_s(name.c_str(), value.c_str());
-    return before;
+void SetTemporaryFolder(const std::string& folder) {
+    SetEnvironmentVariableW(L"TMP", Platform::WideFromUtf8(folder).c_str());
 }
-// NOLINTEND(concurrency-mt-unsafe)
 
 Watchdog::Watchdog() {
     const auto bite = [](void*, BOOLEAN) {

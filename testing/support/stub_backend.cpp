@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -21,13 +24,31 @@ namespace {
 constexpr size_t kLargestPort = 32'000'000;
 constexpr size_t kMostPorts = 8;
 
+[[noreturn]] void Throw() {
+    throw std::runtime_error("thrown by a model");
+}
+
+const std::map<std::string, void (*)()>& Deaths() {
+    static int* volatile nowhere = nullptr;
+    static std::FILE* volatile noFile = nullptr;
+    static const std::map<std::string, void (*)()> deaths = {
+        {"crash", [] { Platform::FailFast(); }},
+        {"throw", Throw},
+        {"throw-in-a-thread", [] { std::thread(Throw).join(); }},
+        {"abort", [] { std::abort(); }},
+        {"write-nowhere", [] { *nowhere = 1; }},  // NOLINT(clang-analyzer-core.NullDereference): this is meant
+        {"close-no-file", [] { std::fclose(noFile); }},
+    };
+    return deaths;
+}
+
 // Gives a host program a model that costs nothing. The model path says what loading it does:
 //   echo SIZE [OUTPUTS [INPUTS]]   u8 outputs "y0", "y1", ... of SIZE bytes, as many inputs "x0", ... unless said
 //   share INPUT OUTPUT             one input and one output of so many bytes in the same memory: running copies nothing
 //   fail TEXT                      a failure with that text
 //   hang                           never ends
 // and the model name what running it does before it copies each input to its output:
-//   sleep MILLISECONDS, crash, throw; anything else nothing
+//   sleep MILLISECONDS, or one of the deaths below; anything else nothing
 // or "look" for a look at the data that came in last, when the model goes.
 class StubBackend final : public IOrvane {
  public:
@@ -93,11 +114,8 @@ class StubBackend final : public IOrvane {
 
     Status Invoke() override {
         std::this_thread::sleep_for(std::chrono::milliseconds(runTime));
-        if (run == "crash") {
-            Platform::FailFast();
-        }
-        if (run == "throw") {
-            throw std::runtime_error("thrown by a model");
+        if (const auto death = Deaths().find(run); death != Deaths().end()) {
+            death->second();
         }
         for (size_t i = 0; i < std::min(inputs.size(), outputs.size()); ++i) {
             *outputs[i].memory = *inputs[i].memory;

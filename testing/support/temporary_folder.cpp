@@ -28,14 +28,9 @@ std::string TemporaryFolder::Path(const std::string& name) const {
     return Platform::Utf8FromPath(folder / Platform::PathFromUtf8(name));
 }
 
-std::string TemporaryFolder::Write(const std::string& name, const std::vector<uint8_t>& bytes) const {
+std::string TemporaryFolder::Write(const std::string& name, const std::string& bytes) const {
     std::ofstream file(folder / Platform::PathFromUtf8(name), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    return file.flush() ? Path(name) : throw std::runtime_error("cannot write " + name);
-}
-
-std::string TemporaryFolder::Write(const std::string& name, const std::string& text) const {
-    return Write(name, std::vector<uint8_t>(text.begin(), text.end()));
+    return file << bytes << std::flush ? Path(name) : throw std::runtime_error("cannot write " + name);
 }
 
 std::vector<std::string> TemporaryFolder::Names() const {
@@ -47,7 +42,7 @@ std::vector<std::string> TemporaryFolder::Names() const {
     return names;
 }
 
-std::vector<uint8_t> ReadBytes(const std::string& path) {
+std::string ReadBytes(const std::string& path) {
     std::ifstream file(Platform::PathFromUtf8(path), std::ios::binary);
     if (!file) {
         throw std::runtime_error("cannot read " + path);

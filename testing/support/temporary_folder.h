@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -17,15 +16,14 @@ class TemporaryFolder {
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     std::string Path(const std::string& name) const;
-    std::string Write(const std::string& name, const std::vector<uint8_t>& bytes) const;  // returns the path
-    std::string Write(const std::string& name, const std::string& text) const;
-    std::vector<std::string> Names() const;  // of everything in the folder, sorted
+    std::string Write(const std::string& name, const std::string& bytes) const;  // returns the path
+    std::vector<std::string> Names() const;                                      // of everything in the folder, sorted
 
  private:
     std::filesystem::path folder;
 };
 
 // The bytes of a file; an exception when it cannot be read.
-std::vector<uint8_t> ReadBytes(const std::string& path);
+std::string ReadBytes(const std::string& path);
 
 }  // namespace Orvane::Testing

@@ -1,7 +1,5 @@
 #include "testing/support/tiny_models.h"
 
-#include <cstring>
-
 namespace Orvane::Testing {
 
 namespace {
@@ -58,8 +56,7 @@ std::string TinyModel::WriteTo(const TemporaryFolder& folder, const std::string&
 TinyModel AddModel(const std::vector<float>& weights) {
     const std::vector<std::string> dimensions = {"1", std::to_string(weights.size())};
     TinyModel model;
-    model.weights.resize(weights.size() * sizeof(float));
-    std::memcpy(model.weights.data(), weights.data(), model.weights.size());
+    model.weights.assign(reinterpret_cast<const char*>(weights.data()), weights.size() * sizeof(float));
     const std::string constant = "<data element_type=\"f32\" shape=\"1," + dimensions[1] + "\" offset=\"0\" size=\"" +
                                  std::to_string(model.weights.size()) + "\"/><output>" + Port(0, dimensions) +
                                  "</output>";

@@ -2,7 +2,6 @@
 
 #include "testing/support/temporary_folder.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,7 +10,7 @@ namespace Orvane::Testing {
 // A model in OpenVINO's IR form: the text of its .xml and the bytes of its .bin.
 struct TinyModel {
     std::string description;
-    std::vector<uint8_t> weights;
+    std::string weights;
 
     // Writes NAME.xml and NAME.bin and returns the path of the former.
     std::string WriteTo(const TemporaryFolder& folder, const std::string& name) const;

@@ -3,22 +3,52 @@
 #include "ipc/shared_channel.h"
 #include "testing/support/processes.h"
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 // The bytes of the call protocol, put together without the code that writes them, and a client that sends such bytes.
 namespace Orvane::Testing::Wire {
 
-std::string LittleEndian(uint64_t value, size_t size);
-std::string Word(uint64_t value);      // a value of 32 bits
-std::string LongWord(uint64_t value);  // a value of 64 bits
-std::string Text(const std::string& text);
+inline std::string LittleEndian(uint64_t value, size_t size) {
+    std::string bytes;
+    for (; size > 0; --size, value >>= 8) {
+        bytes.push_back(static_cast<char>(value & 0xFF));
+    }
+    return bytes;
+}
+
+// A value of 32 bits.
+inline std::string Word(uint64_t value) {
+    return LittleEndian(4, 4) + LittleEndian(value, 4);
+}
+
+inline std::string LongWord(uint64_t value) {
+    return LittleEndian(8, 4) + LittleEndian(value, 8);
+}
+
+inline std::string Text(const std::string& text) {
+    return LittleEndian(1, 4) + LittleEndian(text.size(), 4) + text;
+}
 
 inline const std::string kSuccess = Word(0) + Text("");
 
 // A request to load what `modelPath` says, with the options that there must be and perhaps one more text.
-std::string InitRequest(const std::string& modelPath, const std::string& key = "", const std::string& text = "");
+inline std::string InitRequest(const std::string& modelPath, const std::string& key = "",
+                               const std::string& text = "") {
+    const auto entry = [](const std::string& name, char tag) { return LittleEndian(name.size(), 8) + name + tag; };
+    const auto textEntry = [&entry](const std::string& name, const std::string& value) {
+        return entry(name, 5) + LittleEndian(value.size(), 8) + value;
+    };
+    constexpr uint32_t kOpenvino = 5;
+    const std::string options = LittleEndian(key.empty() ? 2 : 3, 8) + entry("OptionCommonFramework", 3) +
+                                LittleEndian(kOpenvino, 4) + textEntry("OptionCommonModelPath", modelPath) +
+                                (key.empty() ? "" : textEntry(key, text));
+    return Word(0) + Word(options.size()) + options;
+}
 
 // A host program and the client's side of its channel.
 class HostUnderTest {
@@ -26,19 +56,46 @@ class HostUnderTest {
     static constexpr uint32_t kSize = 8192;
 
     // With `from` in the arguments replaced by `to`.
-    explicit HostUnderTest(const std::string& program, const std::string& from = "", const std::string& to = "");
+    explicit HostUnderTest(const std::string& program, const std::string& from = "", const std::string& to = "")
+        : process(program, Arguments(channel, from, to)) {}
 
     // Sends the request, with zeros behind it. False when the host ended instead of answering; it has 10 seconds.
-    bool Answers(const std::string& request);
+    bool Answers(const std::string& request) {
+        std::memset(channel.view.Data(), 0, kSize);
+        std::memcpy(channel.view.Data(), request.data(), request.size());
+        channel.callEvent.Set();
+        bool answered = false;
+        EXPECT_TRUE(Within(std::chrono::seconds(10),
+                           [&] {
+                               answered = channel.resultEvent.Wait(1, Platform::Awaited::Result);
+                               return answered || !process.Lives();
+                           }))
+            << "neither answer nor end: " << testing::PrintToString(request);
+        return answered || AnswersAgain();  // the exit call's answer is a host's last
+    }
 
     // The same for a host that has to answer with these bytes, and to leave the rest of the section as it was.
-    bool Answers(const std::string& request, const std::string& reply);
+    bool Answers(const std::string& request, const std::string& reply) {
+        const bool answers = Answers(request);
+        EXPECT_TRUE(answers) << testing::PrintToString(request);
+        const std::string sent = request + std::string(kSize - request.size(), '\0');
+        const std::string expected = reply + sent.substr(reply.size());
+        EXPECT_TRUE(Region() == expected)
+            << testing::PrintToString(request) << " gives " << testing::PrintToString(Region().substr(0, reply.size()));
+        return answers;
+    }
 
     std::string Region() const { return {reinterpret_cast<const char*>(channel.view.Data()), kSize}; }
     bool AnswersAgain() { return channel.resultEvent.Wait(0, Platform::Awaited::Result); }
     std::string End() const { return process.End(); }
 
  private:
+    static std::string Arguments(SharedChannel& channel, const std::string& from, const std::string& to) {
+        channel.Create(kSize);
+        std::string arguments = channel.hostArguments;
+        return arguments.replace(arguments.find(from), from.size(), to);
+    }
+
     SharedChannel channel;
     Process process;
 };
