@@ -141,6 +141,23 @@ std::string LeftBehind() {
     return Names(Platform::ModuleWord()) == 0 ? "" : "names";
 }
 
+// A client's hosts have another parent when it is dead, and its names in their arguments.
+std::string LeftBehindBy(uint32_t /*client*/, uint32_t moduleWord) {
+    const std::string word = std::string("_").append(std::to_string(moduleWord)).append("d_");
+    const auto isGone = [&word] {
+        std::error_code error;
+        for (const auto& process : std::filesystem::directory_iterator("/proc", error)) {
+            std::ifstream file(process.path() / "cmdline");
+            const std::string arguments(std::istreambuf_iterator<char>(file), {});
+            if (arguments.find(word) != std::string::npos) {
+                return false;
+            }
+        }
+        return true;
+    };
+    return !Within(std::chrono::seconds(2), isGone) ? "hosts" : Names(moduleWord) != 0 ? "names" : "";
+}
+
 std::vector<size_t> Footprint() {
     std::ifstream maps("/proc/self/maps");
     const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
