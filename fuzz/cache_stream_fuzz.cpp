@@ -14,7 +14,8 @@ namespace {
 using Fuzz::Input;
 using Fuzz::Require;
 
-constexpr std::streamoff kLargestFile = 1'200'000;
+constexpr std::streamoff kLargestFile = 800'000;
+constexpr std::streamoff kMostBytes = 1'500'000;  // that are written or read for one input, to be done soon
 
 // A number below `limit`, of the input's next bytes.
 std::streamoff TakeBelow(Input& input, std::streamoff limit) {
@@ -24,21 +25,32 @@ std::streamoff TakeBelow(Input& input, std::streamoff limit) {
 // A small number as it is; or in the middle of the streams' own sizes.
 std::streamoff TakeCount(Input& input) {
     const uint32_t number = input.TakeNumber(2);
-    return static_cast<std::streamoff>(number < 0x8000 ? number % 9000 : (number - 0x8000) * 16);
+    return static_cast<std::streamoff>(number < 0xE000 ? number % 9000 : (number - 0xE000) * 64);
 }
 
-std::string Pattern(std::streamoff size, uint32_t seed) {
-    std::string text(static_cast<size_t>(size), '\0');
-    for (size_t i = 0; i < text.size(); ++i) {
-        text[i] = static_cast<char>(i * 31 + i / 256 + seed);
-    }
-    return text;
+// What is written: no two blocks and pieces of it are alike.
+const char* Pattern(uint32_t seed) {
+    static const std::string text = [] {
+        std::string bytes(kLargestFile + 256, '\0');
+        for (size_t i = 0; i < bytes.size(); ++i) {
+            bytes[i] = static_cast<char>(i * 31 + i / 256);
+        }
+        return bytes;
+    }();
+    return text.data() + seed % 256;
 }
 
 void Scramble(std::string& text) {
+    static const std::string keystream = [] {
+        std::string bytes(kLargestFile, '\0');
+        for (size_t place = 0; place < bytes.size(); ++place) {
+            const size_t i = place <= 32767 ? place : place % 32767;
+            bytes[place] = static_cast<char>(kCacheKeystream[(i * i + 27) % 256]);
+        }
+        return bytes;
+    }();
     for (size_t place = 0; place < text.size(); ++place) {
-        const size_t i = place <= 32767 ? place : place % 32767;
-        text[place] = static_cast<char>(text[place] ^ kCacheKeystream[(i * i + 27) % 256]);
+        text[place] = static_cast<char>(text[place] ^ keystream[place]);
     }
 }
 
@@ -46,21 +58,22 @@ void Scramble(std::string& text) {
 // where nobody wrote is not the streams' matter.
 void Write(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
     std::streamoff size = 0;
-    for (uint32_t step = input.TakeNumber(1) % 8; step < 6 && !input.IsAtEnd(); step = input.TakeNumber(1) % 8) {
+    std::streamoff left = kMostBytes;
+    for (uint32_t step = input.TakeNumber(1) % 8; step < 6 && !input.IsAtEnd() && left > 0 && size < kLargestFile;
+         step = input.TakeNumber(1) % 8) {
         const auto mode = std::ios::out;
         const std::streamoff here = plain.pubseekoff(0, std::ios::cur, mode);
-        std::string data;
+        const char* const data = Pattern(static_cast<uint32_t>(left));
+        std::streamoff count = 0;
         std::streamoff there = 0;
         switch (step) {
             case 0:
-                data = Pattern(1, input.TakeNumber(1));
-                Require(scrambled.sputc(data[0]) == plain.sputc(data[0]), "a byte is written");
+                count = 1;
+                Require(scrambled.sputc(*data) == plain.sputc(*data), "a byte is written");
                 break;
             case 1:
-                data = Pattern(std::min(TakeCount(input), kLargestFile - here), static_cast<uint32_t>(here));
-                Require(scrambled.sputn(data.data(), static_cast<std::streamsize>(data.size())) ==
-                            plain.sputn(data.data(), static_cast<std::streamsize>(data.size())),
-                        "all bytes are written");
+                count = std::min(TakeCount(input), kLargestFile - here);
+                Require(scrambled.sputn(data, count) == plain.sputn(data, count), "all bytes are written");
                 break;
             case 2:
                 there = TakeBelow(input, size + 1);
@@ -82,7 +95,8 @@ void Write(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
                 Require(scrambled.pubsync() >= 0, "what is buffered is written");
                 break;
         }
-        size = std::max(size, here + static_cast<std::streamoff>(data.size()));
+        size = std::max(size, here + count);
+        left -= count;
     }
     Require(scrambled.pubsync() >= 0, "what is buffered is written in the end");
 }
@@ -141,7 +155,9 @@ void Read(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
     Readers readers(scrambled, plain);
     const std::streamoff size = plain.pubseekoff(0, std::ios::end, std::ios::in);
     readers.SeekTo(0);
-    while (!input.IsAtEnd()) {
+    std::streamoff left = kMostBytes;
+    while (!input.IsAtEnd() && left > 0) {
+        std::streamoff count = 0;
         switch (input.TakeNumber(1) % 7) {
             case 0:
                 readers.Peek();
@@ -160,9 +176,11 @@ void Read(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
                 readers.Seek(-TakeBelow(input, size + 1), std::ios::end);
                 break;
             default:
-                readers.Read(TakeCount(input));
+                count = TakeCount(input);
+                readers.Read(count);
                 break;
         }
+        left -= count;
     }
 }
 

@@ -10,11 +10,11 @@
 #include <optional>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 namespace Orvane {
 namespace {
 
+using namespace std::string_literals;
 using Fuzz::Input;
 using Fuzz::Require;
 
@@ -157,12 +157,12 @@ class Client {
  public:
     Client() {
         Fuzz::playedHost = [this](uint8_t* section) { return Play(section); };
-        Send(CallInit, {4, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0});
+        Send(CallInit, "\4\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0"s);
         Require(expected == kSuccess, "a client initialises");
     }
 
     // A call, and the reply that it gets; none for a host that dies instead.
-    void Send(uint32_t call, std::optional<std::vector<uint8_t>> hostsReply) {
+    void Send(uint32_t call, std::optional<std::string> hostsReply) {
         asked = call;
         reply = std::move(hostsReply);
         expected = WithoutHost(call);
@@ -236,7 +236,7 @@ class Client {
     uint32_t ReplysRun() const { return Reply(pointed).Word(); }
 
     uint32_t asked = 0;
-    std::optional<std::vector<uint8_t>> reply;
+    std::optional<std::string> reply;
     std::string expected;
     bool wasAsked = false;
     bool hasHost = false;
@@ -254,8 +254,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const uint32_t call = input.TakeNumber(1);
         const std::string reply = input.TakeRun(input.TakeNumber(2));
         const bool dies = call >= 0xF0;
-        client.Send(call % Orvane::CallExit,
-                    dies ? std::nullopt : std::optional(std::vector<uint8_t>(reply.begin(), reply.end())));
+        client.Send(call % Orvane::CallExit, dies ? std::nullopt : std::optional(reply));
     }
     return 0;
 }

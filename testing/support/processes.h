@@ -55,8 +55,8 @@ std::vector<uint32_t> Children(uint32_t parent = 0);
 // there is.
 std::string LeftBehind();
 
-// Waits up to 2 seconds until a client that was killed has left nothing: no host, and no name. Names go with the next
-// channel of this user. The client is told by its number and the module word of its names. Returns what there is.
+// Waits up to 2 seconds until a client that was killed has left nothing: no host, and no name that the next channel of
+// this user would not remove. It is told by its number and by the module word of its names. Returns what there is.
 std::string LeftBehindBy(uint32_t client, uint32_t moduleWord);
 
 // How much this process holds of what a leak would make more: handles or descriptors, mappings, threads, names.
