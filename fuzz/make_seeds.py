@@ -104,7 +104,8 @@ REMOTE_REPLY = {
     "wrong_tags": replies((2, word(1)), (4, text(b"")), (5, text(b"abc")), (7, word(2) + text(b"k") + word(1))),
     "past_the_end": replies((5, word(0xFFFFFFF0)), (0, SUCCESS), (2, struct.pack("<II", 1, 22_021_113)), (0, SUCCESS),
                             (7, word(1) + struct.pack("<II", 1, 22_021_104)), (4, SUCCESS)),
-    "to_the_end": replies((2, struct.pack("<II", 1, 22_021_112)), (5, word(22_021_112)), (6, word(1) + b"a")),
+    "to_the_end": replies((2, struct.pack("<II", 1, 22_021_112))),
+    "run_to_the_end": replies((5, word(22_021_112)), (6, word(1) + b"a")),
     "deaths": replies((4, None), (4, SUCCESS), (0, SUCCESS), (1, None), (0, None), (0, SUCCESS), (8, None), (6, SUCCESS)),
     "next_init_fails": replies((0, word(3) + text(b"no model")), (4, SUCCESS)),
 }

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 namespace Orvane::Cli {
 namespace {
@@ -37,27 +38,34 @@ class SpecialFiles : public testing::Test {
 };
 
 TEST_F(SpecialFiles, AreRefusedAtOnce) {
-    const std::vector<std::string> names = folder.Names();
+    const std::string weights = folder.Path("w.bin");
+    ASSERT_EQ(mkfifo(weights.c_str(), 0600), 0);
+    const std::string described = folder.Write("w.xml", Testing::AddModel({1, 2}).description);
+    const std::string encrypted = folder.Write("w.onnx", "encrypted");
+    std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {weights, {"info", described}},
+        {weights, {"info", encrypted, "--key", "k3y"}},
+    };
     for (const std::string& file : special) {
-        const std::vector<std::string> lines[] = {
-            {"info", file},
-            {"run", file},
-            {"bench", file},
-            {"info", file, "--key", "k3y"},
-            {"info", file, "--remote"},
-            {"info", "--cache", file},
-            {"run", model, "--cache", file},
-            {"run", model, "--cache", file, "--make-cache"},
-            {"run", model, "--cache", file, "--make-cache", "--remote"},
-        };
-        for (const std::vector<std::string>& line : lines) {
-            const auto start = std::chrono::steady_clock::now();
-            const CapturedRun run = RunCaptured(line);
-            EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << run.err;
-            EXPECT_EQ(run.exitValue, 1) << run.err;
-            EXPECT_EQ(run.out, "");
-            EXPECT_NE(run.err.find(file + " is no ordinary file"), std::string::npos) << run.err;
+        for (const std::vector<std::string>& line : {std::vector<std::string>{"info", file},
+                                                     {"run", file},
+                                                     {"bench", file},
+                                                     {"info", file, "--key", "k3y"},
+                                                     {"info", file, "--remote"},
+                                                     {"info", "--cache", file},
+                                                     {"run", model, "--cache", file, "--make-cache"},
+                                                     {"run", model, "--cache", file, "--remote"}}) {
+            cases.emplace_back(file, line);
         }
+    }
+    const std::vector<std::string> names = folder.Names();
+    for (const auto& [file, line] : cases) {
+        const auto start = std::chrono::steady_clock::now();
+        const CapturedRun run = RunCaptured(line);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << run.err;
+        EXPECT_EQ(run.exitValue, 1) << run.err;
+        EXPECT_EQ(run.out, "");
+        EXPECT_NE(run.err.find(file + " is no ordinary file"), std::string::npos) << run.err;
     }
     EXPECT_EQ(folder.Names(), names);
 }
