@@ -121,7 +121,7 @@ def writes(*numbers):
     return b"".join(steps((1, 1), (number, 2)) for number in numbers) + b"\x06"
 
 
-LARGE = 0xE000 + 300_000 // 64
+LARGE = 0xE000 + 270_000 // 34
 CACHE_STREAM = {
     "bytes": steps((0, 1), (0, 1), (5, 1), (6, 1), (0, 1), (1, 1), (1, 1), (1, 1)),
     "blocks": writes(4095, 1, 4096, 4097) + steps((5, 1), (4095, 2), (0, 1), (5, 1), (8000, 2), (5, 1), (8999, 2)),
