@@ -1,5 +1,6 @@
 // Real host processes and real deaths: what the client makes of them, and what they leave behind.
 #include "core/backend_factory.h"
+#include "core/host_control.h"
 #include "platform/event.h"
 #include "platform/path.h"
 #include "platform/process.h"
@@ -230,13 +231,21 @@ std::string Do(IOrvane& backend, Part part) {
     }
 }
 
-// Later with each kill. A release is short, and a start takes some milliseconds.
+// Later with each kill. A release is short and a start takes some milliseconds; and an initialisation that finds its
+// host dead would start another one.
 std::chrono::microseconds Delay(Part part, int kill) {
-    return kill * (part == Part::Release ? 50us : 700us);
+    return (part == Part::Init ? 50ms : 0ms) + kill * (part == Part::Release ? 50us : 700us);
 }
 
 class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
  protected:
+    void SetUp() override {
+        const std::string reason = WhyNotKilledAtStart();
+        if (part == Part::Start && !reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
+    }
+
     // Compares what this process holds with what it held after a few kills: one thing more for each would be seen.
     void LookForLeaks(int kill) {
         constexpr size_t kOfOthers = 8;  // the system's threads, a sanitizer's heap
@@ -251,13 +260,14 @@ class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
     }
 
     const Part part = GetParam();
-    std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
 
  private:
     std::vector<size_t> early;
 };
 
 TEST_P(KilledIn, AHostFailsTheCallAndLeavesNothing) {
+    const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
+    backend->GetHostControl()->SetTimeLimit(5000);  // were another host started, it would be initialising for ever
     const bool mayMiss = part == Part::Start || part == Part::Release;
     for (int kill = 0; kill < kKills; ++kill) {
         ASSERT_EQ(Prepare(*backend, part), kOk) << "after kill " << kill;
@@ -320,10 +330,10 @@ TEST_P(KilledIn, AClientTakesItsHostAlongAndLeavesNothing) {
         client.Kill();
         EXPECT_EQ(client.End(), "killed") << kill;
         EXPECT_EQ(LeftBehindBy(client.Number(), report.ModuleWord()), "") << kill;
-        EXPECT_EQ(Shown(backend->Init(Params("echo 4"))), kOk) << kill;
+        // Two clients of one program file are not to have channels at the same time on Windows.
+        EXPECT_EQ(Shown(CreateRemoteBackend()->Init(Params("echo 4"))), kOk) << kill;
         LookForLeaks(kill);
     }
-    backend->Release();
 }
 
 INSTANTIATE_TEST_SUITE_P(Part, KilledIn,
