@@ -120,14 +120,19 @@ static_assert(std::size(kCalls) == CallExit);
 
 }  // namespace
 
+uint32_t Answer(HostSession& session) {
+    session.channel.message.Rewind();
+    const uint32_t call = session.channel.message.ReadUInt32();
+    if (call < std::size(kCalls)) {
+        kCalls[call](session);
+    }
+    return call;
+}
+
 void Serve(HostSession& session) {
     for (uint32_t call = CallInit; call != CallExit;) {
         session.channel.callEvent.Wait(Platform::Event::kForever, Platform::Awaited::Work);
-        session.channel.message.Rewind();
-        call = session.channel.message.ReadUInt32();
-        if (call < std::size(kCalls)) {
-            kCalls[call](session);
-        }
+        call = Answer(session);
         session.channel.resultEvent.Set();
     }
 }

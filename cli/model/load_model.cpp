@@ -47,6 +47,14 @@ void RefuseSpecialFile(const std::optional<std::string>& path) {
     }
 }
 
+void RefuseSpecialFiles(const ModelOptions& options) {
+    RefuseSpecialFile(options.model);
+    RefuseSpecialFile(options.cache);
+    if (options.model && (options.model->ends_with(".xml") || options.IsEncrypted())) {
+        RefuseSpecialFile(options.model->substr(0, options.model->rfind('.')) + ".bin");  // its weights
+    }
+}
+
 Status TryInit(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
     if (options.timeout) {
         interpreter.SetTimeLimit(static_cast<uint32_t>(*options.timeout * 1000));
@@ -92,8 +100,7 @@ void InitAndMakeCache(Interpreter& interpreter, const ModelOptions& options, con
 Interpreter LoadModel(const ModelOptions& options) {
     CheckUsage(options);
     const std::optional<std::string> key = ReadKey(options.key);
-    RefuseSpecialFile(options.model);
-    RefuseSpecialFile(options.cache);
+    RefuseSpecialFiles(options);
     Interpreter interpreter;
     if (options.makeCache && options.cache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
         InitAndMakeCache(interpreter, options, key);

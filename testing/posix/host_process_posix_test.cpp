@@ -140,6 +140,34 @@ TEST_F(HostProcessPosix, NamesOfADeadClientAreSweptAndNoOthers) {
     close(ends[1]);
 }
 
+// Two clients that are both process 1 of a namespace of their own, as in two containers, over one /dev/shm.
+TEST_F(HostProcessPosix, ClientsOfTwoProcessNamespacesLeaveEachOtherAlone) {
+    constexpr int kNoNamespace = 2;
+    const auto startInNamespace = [] {
+        return Fork([] {
+            if (unshare(CLONE_NEWPID) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWPID) != 0) {
+                _exit(kNoNamespace);
+            }
+            InChild([] {
+                EXPECT_EQ(getpid(), 1);
+                for (int start = 0; start < 40; ++start) {
+                    Interpreter own;
+                    EXPECT_EQ(Shown(own.Init(Params("echo 4096"))), kOk) << start;
+                    EXPECT_EQ(RoundTrips(own, 0, 5), kOk) << start;
+                }
+            });
+            _exit(HasFailure() ? 1 : 0);
+        });
+    };
+    const pid_t one = startInNamespace();
+    const pid_t other = startInNamespace();
+    const std::string ends = End(one) + ", " + End(other);
+    if (ends == "exit 2, exit 2") {
+        GTEST_SKIP() << "this user may make no namespace for processes here";
+    }
+    EXPECT_EQ(ends, "exit 0, exit 0");
+}
+
 TEST_F(HostProcessPosix, AForkedChildOwnsNothing) {
     const pid_t host = StartHost();
     const std::function<void()> ways[] = {

@@ -1,14 +1,17 @@
 // Real host processes and real deaths: what the client makes of them, and what they leave behind.
 #include "core/backend_factory.h"
+#include "core/host_control.h"
 #include "platform/event.h"
 #include "platform/path.h"
 #include "platform/process.h"
+#include "platform/section.h"
 #include "testing/support/host_fixture.h"
 #include "testing/support/temporary_folder.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <future>
@@ -25,7 +28,7 @@ using Clock = std::chrono::steady_clock;
 
 const std::string kThisProgram = Platform::ProgramBeside("host_process_test");
 const std::string kClientSwitch = "--client=";
-constexpr const char* kReadyEvent = "OrvaneTestClientIsReady";
+const std::string kTooLargeSwitch = "--too-large";
 
 using HostProcess = HostFixture;
 
@@ -123,31 +126,6 @@ TEST_F(HostProcess, AFailedStartIsReleased) {
     EXPECT_EQ(Shown(backend->Init(Params("echo 4"))), kOk);
 }
 
-TEST_F(HostProcess, HundredDeathsLeaveNothing) {
-    const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
-    backend->Release();
-    EXPECT_EQ(Shown(backend->Invoke()), kHostExit);
-    std::vector<size_t> tenth;
-    for (int cycle = 1; cycle <= 100; ++cycle) {
-        ASSERT_EQ(Shown(backend->Init(Params("echo 4"))), kOk);
-        ASSERT_EQ(Shown(backend->Init(Params("echo 4"))), kOk);
-        ASSERT_EQ(Children().size(), 1U) << "a second host for the second initialisation";
-        Process(Children()[0]).Kill();
-        ASSERT_TRUE(Within(10s, [] { return Children().empty(); }));
-        if (cycle % 10 == 0) {
-            EXPECT_EQ(Shown(backend->Invoke()), kHostExit);
-        }
-        if (cycle == 10) {
-            tenth = Footprint();
-        }
-    }
-    const std::vector<size_t> last = Footprint();
-    constexpr size_t kOfOthers = 8;  // the system's threads or a sanitizer's heap; 90 deaths would leave more
-    for (size_t i = 0; i < last.size(); ++i) {
-        EXPECT_LE(last[i], tenth[i] + kOfOthers) << i;
-    }
-}
-
 TEST_F(HostProcess, IsStartedUnderAnyName) {
     const TemporaryFolder folder;
     const std::string name = "主机 100% 'x' & y";
@@ -161,19 +139,6 @@ TEST_F(HostProcess, IsStartedUnderAnyName) {
     host.End();  // or the folder could not be removed
 }
 
-TEST_F(HostProcess, DiesWithItsClient) {
-    for (const std::string state : {"idle", "computing", "idle-started-by-a-thread", "computing-started-by-a-thread"}) {
-        Platform::Event ready = Platform::Event::Create(kReadyEvent);
-        const Process client(kThisProgram, kClientSwitch + state);
-        ASSERT_TRUE(ready.Wait(20'000, Platform::Awaited::Work));
-        const Process host(Children(client.Number()).at(0));
-        EXPECT_TRUE(host.Lives(100ms));
-        client.Kill();
-        EXPECT_EQ(client.End(), "killed");
-        host.End();
-    }
-}
-
 TEST_F(HostProcess, TheChannelBoundsATensor) {
     StartHost("echo " + std::to_string(kLargestInput));
     EXPECT_EQ(RoundTrip(*interpreter, 0, kLargestInput, 1), kOk);
@@ -183,19 +148,27 @@ TEST_F(HostProcess, TheChannelBoundsATensor) {
     EXPECT_EQ(Shown(interpreter->GetOutput()->CopyTo(output.data(), kLargestInput + 1)), kHostExit);
     host.End();
 
-    EXPECT_EQ(Process(kThisProgram, kClientSwitch + "one-byte-too-many").End(), "failed fast");
+    EXPECT_EQ(Process(kThisProgram, kTooLargeSwitch).End(), "failed fast");
 }
 
 // --- Several at once ---
 
-TEST_F(HostProcess, TwoHostsAtOnce) {
-    Interpreter other;
-    StartHost("echo 4096");
-    EXPECT_EQ(Shown(other.Init(Params("echo 4096"))), kOk);
-    EXPECT_EQ(Children().size(), 2U);
-    auto outcome = std::async(std::launch::async, [&other] { return RoundTrips(other, 0, 500); });
-    EXPECT_EQ(RoundTrips(*interpreter, 0, 500), kOk);
-    EXPECT_EQ(outcome.get(), kOk);
+TEST_F(HostProcess, EightThreadsHaveHostsOfTheirOwn) {
+    std::vector<std::future<std::string>> outcomes;
+    for (uint32_t i = 0; i < 8; ++i) {
+        outcomes.push_back(std::async(std::launch::async, [] {
+            std::string outcome = kOk;
+            for (int start = 0; start < 3 && outcome == kOk; ++start) {
+                Interpreter own;
+                outcome = Shown(own.Init(Params("echo 4096")));
+                outcome = outcome == kOk ? RoundTrips(own, 0, 50) : outcome;
+            }
+            return outcome;
+        }));
+    }
+    for (auto& outcome : outcomes) {
+        EXPECT_EQ(outcome.get(), kOk);
+    }
 }
 
 TEST_F(HostProcess, FourThreadsShareAHost) {
@@ -215,22 +188,190 @@ TEST_F(HostProcess, FourThreadsShareAHost) {
     EXPECT_EQ(roundTripsOfFour(SIZE_MAX, killSoon), std::vector<std::string>(4, kHostExit));
 }
 
+// --- A host, or its client, killed in each part of a client's life ---
+
+enum class Part { Start, Init, CopyIn, Run, CopyOut, Release };
+constexpr const char* kPartNames[] = {"Start", "Init", "CopyIn", "Run", "CopyOut", "Release"};
+
+constexpr int kKills = 25;
+constexpr size_t kLarge = 8 << 20;  // bytes that take some milliseconds to copy
+
+// Wine now and then fails with an error of its own to start a program while it ends another.
+std::string Init(IOrvane& backend, const InterpreterParams& params) {
+    std::string outcome;
+    Within(1s, [&] {
+        outcome = Shown(backend.Init(params));
+        return !outcome.starts_with("1359 ");
+    });
+    return outcome;
+}
+
+// What comes before a part: a host and a model, or nothing.
+std::string Prepare(IOrvane& backend, Part part) {
+    if (part == Part::Start) {
+        return kOk;
+    }
+    return Init(backend, Params("echo " + std::to_string(kLarge), part == Part::Run ? "sleep 2" : ""));
+}
+
+// A part, over and over where it is short, until it fails.
+std::string Do(IOrvane& backend, Part part) {
+    const auto untilItFails = [](const std::function<Status()>& step) {
+        std::string outcome = kOk;
+        while (outcome == kOk) {
+            outcome = Shown(step());
+        }
+        return outcome;
+    };
+    static std::vector<char> data(kLarge);
+    switch (part) {
+        case Part::Start:
+            return Shown(backend.Init(Params("echo 4")));
+        case Part::Init:
+            return Shown(backend.Init(Params("hang")));
+        case Part::CopyIn:
+            return untilItFails([&backend] { return backend.SetInputData(0, data.data(), kLarge); });
+        case Part::Run:
+            return untilItFails([&backend] { return backend.Invoke(); });
+        case Part::CopyOut:
+            return untilItFails([&backend] { return backend.CopyOutputTo(0, data.data(), kLarge); });
+        default:
+            backend.Release();
+            return kOk;
+    }
+}
+
+// Later with each kill. A release is short and a start takes some milliseconds; and an initialisation that finds its
+// host dead would start another one.
+std::chrono::microseconds Delay(Part part, int kill) {
+    return (part == Part::Init ? 50ms : 0ms) + kill * (part == Part::Release ? 50us : 700us);
+}
+
+class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
+ protected:
+    void SetUp() override {
+        const std::string reason = WhyNotKilledAtStart();
+        if (part == Part::Start && !reason.empty()) {
+            GTEST_SKIP() << reason;
+        }
+    }
+
+    // Compares what this process holds with what it held after a few kills: one thing more for each would be seen.
+    void LookForLeaks(int kill) {
+        constexpr size_t kOfOthers = 8;  // the system's threads, a sanitizer's heap
+        if (kill == 4) {
+            early = Footprint();
+        } else if (kill == kKills - 1) {
+            const std::vector<size_t> late = Footprint();
+            for (size_t i = 0; i < late.size(); ++i) {
+                EXPECT_LE(late[i], early[i] + kOfOthers) << i;
+            }
+        }
+    }
+
+    const Part part = GetParam();
+
+ private:
+    std::vector<size_t> early;
+};
+
+TEST_P(KilledIn, AHostFailsTheCallAndLeavesNothing) {
+    const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
+    backend->GetHostControl()->SetTimeLimit(5000);  // were another host started, it would be initialising for ever
+    const bool mayMiss = part == Part::Start || part == Part::Release;
+    for (int kill = 0; kill < kKills; ++kill) {
+        ASSERT_EQ(Prepare(*backend, part), kOk) << "after kill " << kill;
+        std::vector<Process> hosts;  // one, or none that there is yet
+        for (const uint32_t number : Children()) {
+            hosts.emplace_back(number);
+        }
+        auto killed = std::async(std::launch::async, [&] {
+            EXPECT_TRUE(Within(10s, [&hosts] { return !hosts.empty() || !Children().empty(); }));
+            const Process host = hosts.empty() ? Process(Children().at(0)) : hosts[0];
+            std::this_thread::sleep_for(Delay(part, kill));
+            host.Kill();
+            return host;
+        });
+        const std::string outcome = Do(*backend, part);
+        const Process host = killed.get();
+        EXPECT_TRUE(outcome == kHostExit || (mayMiss && outcome == kOk)) << outcome << " at kill " << kill;
+        EXPECT_FALSE(host.Lives(2s)) << kill;
+        EXPECT_EQ(Shown(backend->Invoke()), kHostExit) << kill;
+        EXPECT_TRUE(Within(2s, [] { return Children().empty(); })) << kill;
+        LookForLeaks(kill);
+    }
+    EXPECT_EQ(Orvane::Init(*backend, Params("echo 4")), kOk);
+    backend->Release();
+}
+
+// What a client in a process of its own shares with the test: its module word, and that it is about to begin the part.
+struct ClientReport {
+    explicit ClientReport(const std::string& client)
+        : began(Platform::Event::Create("OrvaneTestBegan" + client)),
+          section(Platform::Section::Create("OrvaneTestWord" + client, sizeof(uint32_t))),
+          view(section.Map(0)) {}
+
+    uint32_t ModuleWord() const {
+        uint32_t word = 0;
+        std::memcpy(&word, view.Data(), sizeof word);
+        return word;
+    }
+
+    static void Send(const std::string& client) {
+        const uint32_t word = Platform::ModuleWord();
+        const Platform::View view = Platform::Section::Open("OrvaneTestWord" + client).Map(0);
+        std::memcpy(view.Data(), &word, sizeof word);
+        Platform::Event::Open("OrvaneTestBegan" + client).Set();
+    }
+
+    Platform::Event began;
+    Platform::Section section;
+    Platform::View view;
+};
+
+TEST_P(KilledIn, AClientTakesItsHostAlongAndLeavesNothing) {
+    for (int kill = 0; kill < kKills; ++kill) {
+        const std::string name = std::to_string(static_cast<int>(part)) + std::to_string(kill % 2) + "_" +
+                                 std::to_string(Platform::ModuleWord()) + "_" + std::to_string(kill);
+        ClientReport report(name);
+        const Process client(kThisProgram, kClientSwitch + name);
+        ASSERT_TRUE(report.began.Wait(20'000, Platform::Awaited::Work)) << kill;
+        std::this_thread::sleep_for(Delay(part, kill));
+        client.Kill();
+        EXPECT_EQ(client.End(), "killed") << kill;
+        EXPECT_EQ(LeftBehindBy(client.Number(), report.ModuleWord()), "") << kill;
+        // Two clients of one program file are not to have channels at the same time on Windows.
+        EXPECT_EQ(Orvane::Init(*CreateRemoteBackend(), Params("echo 4")), kOk) << kill;
+        LookForLeaks(kill);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Part, KilledIn,
+                         testing::Values(Part::Start, Part::Init, Part::CopyIn, Part::Run, Part::CopyOut,
+                                         Part::Release),
+                         [](const auto& tested) { return kPartNames[static_cast<size_t>(tested.param)]; });
+
 // --- A client in a process of its own ---
 
-int RunClient(const std::string& state) {
-    Interpreter interpreter;
-    if (state == "one-byte-too-many") {
-        interpreter.Init(Params("echo " + std::to_string(kLargestInput + 1))).Ok();
-        std::cerr << RoundTrip(interpreter, 0, kLargestInput + 1, 1);
+// Its name begins with the part in which it is killed, and with whether a thread that is gone has started its host.
+int RunClient(const std::string& name) {
+    const auto part = static_cast<Part>(name.at(0) - '0');
+    const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
+    std::string outcome;
+    const auto prepare = [&] { outcome = Prepare(*backend, part); };
+    name.at(1) == '1' ? std::thread(prepare).join() : prepare();
+    ClientReport::Send(name);
+    if (outcome != kOk || Do(*backend, part) != kOk) {
         return 1;
     }
-    const auto start = [&] {
-        interpreter.Init(Params("echo 4", state.starts_with("computing") ? "sleep 50000" : "")).Ok();
-    };
-    state.find("thread") != std::string::npos ? std::thread(start).join() : start();
-    Platform::Event::Open(kReadyEvent).Set();
-    interpreter.Invoke().Ok();
     std::this_thread::sleep_for(1h);
+    return 1;
+}
+
+int SendTooLargeAnInput() {
+    Interpreter interpreter;
+    interpreter.Init(Params("echo " + std::to_string(kLargestInput + 1))).Ok();
+    std::cerr << RoundTrip(interpreter, 0, kLargestInput + 1, 1);
     return 1;
 }
 
@@ -242,6 +383,9 @@ int main(int argc, char** argv) {
     const std::string argument = argc == 2 ? argv[1] : "";
     if (argument.starts_with(Orvane::kClientSwitch)) {
         return Orvane::RunClient(argument.substr(Orvane::kClientSwitch.size()));
+    }
+    if (argument == Orvane::kTooLargeSwitch) {
+        return Orvane::SendTooLargeAnInput();
     }
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

@@ -55,6 +55,13 @@ std::vector<uint32_t> Children(uint32_t parent = 0);
 // there is.
 std::string LeftBehind();
 
+// Waits up to 2 seconds until a client that was killed has left nothing: no host, and no name that the next channel of
+// this user would not remove. It is told by its number and by the module word of its names. Returns what there is.
+std::string LeftBehindBy(uint32_t client, uint32_t moduleWord);
+
+// Why tests do not kill a process while it is being started, or its client; empty where they can.
+std::string WhyNotKilledAtStart();
+
 // How much this process holds of what a leak would make more: handles or descriptors, mappings, threads, names.
 std::vector<size_t> Footprint();
 

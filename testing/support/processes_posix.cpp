@@ -138,6 +138,31 @@ std::string LeftBehind() {
     return Names(Platform::ModuleWord()) == 0 ? "" : "names";
 }
 
+// A client's hosts have another parent when it is dead, and its names in their arguments.
+std::string LeftBehindBy(uint32_t /*client*/, uint32_t moduleWord) {
+    const std::string word = std::string("_").append(std::to_string(moduleWord)).append("d_");
+    const auto hasHosts = [&word] {
+        std::error_code error;
+        for (const auto& process : std::filesystem::directory_iterator("/proc", error)) {
+            std::ifstream file(process.path() / "cmdline");
+            const std::string arguments(std::istreambuf_iterator<char>(file), {});
+            if (arguments.find(word) != std::string::npos) {
+                return true;
+            }
+        }
+        return false;
+    };
+    const auto hasNothing = [&] {
+        Platform::RemoveAbandoned({"Result", "Call", "Channel"});
+        return Names(moduleWord) == 0 && !hasHosts();
+    };
+    return Within(std::chrono::seconds(2), hasNothing) ? "" : hasHosts() ? "hosts" : "names";
+}
+
+std::string WhyNotKilledAtStart() {
+    return "";
+}
+
 std::vector<size_t> Footprint() {
     std::ifstream maps("/proc/self/maps");
     const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');

@@ -125,6 +125,15 @@ std::string LeftBehind() {
     return "children";
 }
 
+std::string LeftBehindBy(uint32_t client, uint32_t /*moduleWord*/) {
+    return Within(std::chrono::seconds(2), [client] { return Children(client).empty(); }) ? "" : "hosts";
+}
+
+std::string WhyNotKilledAtStart() {
+    return "a host that loses its client before it is in the job stays, suspended; and Wine may hang when a process is "
+           "killed that is not complete yet";
+}
+
 // Handles, counted one by one, because Wine does not answer the question as a whole.
 std::vector<size_t> Footprint() {
     constexpr uintptr_t kLast = 32'768;  // handles are multiples of 4; a leak fills the low ones first

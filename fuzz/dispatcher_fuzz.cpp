@@ -1,0 +1,255 @@
+// The host's dispatcher: what a client reads of its replies is what an interpreter says to whom asks it directly.
+#include "core/backend_factory.h"
+#include "fuzz/fuzz_target.h"
+#include "host/dispatcher.h"
+#include "host/sandbox.h"
+#include "ipc/call_protocol.h"
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Orvane {
+
+namespace {
+
+using Fuzz::Input;
+using Fuzz::Require;
+
+constexpr uint32_t kSection = 4096;
+constexpr size_t kLargestRequest = 512;  // so that each reply but an output's fits
+
+// A model of the lengths of its path and its name. Running it adds 1 to the bytes.
+class Model final : public IOrvane {
+ public:
+    Status Init(const InterpreterParams& params) override {
+        info = {{"path", params.modelPath}, {"device", params.openvinoDevice}};
+        if (params.modelPath.empty()) {
+            return {"no model", 3};
+        }
+        for (auto* side : {&inputs, &outputs}) {
+            const std::string& text = side == &inputs ? params.modelPath : params.modelName;
+            for (size_t i = 0; i <= text.size() % 3; ++i) {
+                const size_t size = (text.size() + i * 7) % 40;
+                side->push_back(
+                    {{text, false, DataTypeUInt8, 1, {static_cast<int64_t>(size)}}, std::string(size, 'a')});
+            }
+        }
+        return {};
+    }
+    void Release() override {}
+    int32_t GetTensorCount(TensorType type) override { return static_cast<int32_t>(Side(type).size()); }
+    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override {
+        return index < Side(type).size() ? Side(type)[index].first : TensorInfo();
+    }
+    Status SetInputData(uint32_t index, const void* data, uint32_t size) override {
+        if (index >= inputs.size() || size > inputs[index].second.size()) {
+            return {"refused", 5};
+        }
+        std::memcpy(inputs[index].second.data(), data, size);
+        return {};
+    }
+    Status Invoke() override {
+        for (char& byte : outputs[0].second) {
+            ++byte;
+        }
+        const std::string& from = inputs.back().second;
+        outputs.back().second.replace(0, std::min(from.size(), outputs.back().second.size()), from, 0,
+                                      outputs.back().second.size());
+        return {};
+    }
+    Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override {
+        if (index >= outputs.size() || size != outputs[index].second.size()) {
+            return {"refused", -1};
+        }
+        std::memcpy(data, outputs[index].second.data(), size);
+        return {};
+    }
+    void* GetTensorData(TensorType, uint32_t) override { return nullptr; }
+    std::unordered_map<std::string, std::string> GetExtraInfo() override { return info; }
+    Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override {
+        if (index >= Side(type).size()) {
+            return {"refused", 5};
+        }
+        Side(type)[index].first.shape = shape;
+        return {};
+    }
+
+ private:
+    using Port = std::pair<TensorInfo, std::string>;
+
+    std::vector<Port>& Side(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
+
+    std::vector<Port> inputs;
+    std::vector<Port> outputs;
+    std::unordered_map<std::string, std::string> info;
+};
+
+// Whether a reply says this.
+using Check = std::function<bool(MessageBuffer& reply)>;
+
+Check Says(const Status& status) {
+    return [status](MessageBuffer& reply) {
+        const Status said = reply.ReadStatus();
+        return said.code == status.code && said.message == status.message;
+    };
+}
+
+// A request for which there is no room for the reply, no interpreter or no tensor ends a host: none.
+std::optional<Check> CheckOfOutput(TensorImpl& tensor, uint32_t size) {
+    if (size > kSection / 2) {
+        return std::nullopt;
+    }
+    std::string data(size, '\0');
+    const Status status = tensor.CopyTo(data.data(), size);
+    return [data, status](MessageBuffer& reply) {
+        const MessageBuffer::Bytes output = reply.ReadBytes();
+        const bool same = output.size == data.size() && std::memcmp(output.data, data.data(), output.size) == 0;
+        return Says(status)(reply) && (same || !status.Ok());
+    };
+}
+
+std::optional<Check> CheckOfTensor(Interpreter& asked, uint32_t call, MessageBuffer& request) {
+    const bool hasType = call == CallGetTensorInfo || call == CallSetTensorShape;
+    const auto side = call == CallSetInputData ? TensorTypeInput : TensorTypeOutput;
+    const auto type = hasType ? static_cast<TensorType>(request.ReadUInt32()) : side;
+    const TensorHandle tensor = asked.GetTensor(type, request.ReadUInt32());
+    constexpr size_t kMostDimensions = kSection / 16;
+    if (tensor == nullptr || tensor->GetShape().size() > kMostDimensions) {
+        return std::nullopt;
+    }
+    switch (call) {
+        case CallGetTensorInfo:
+            return [name = tensor->GetName(), elementType = tensor->GetDataType(), format = tensor->GetFormat(),
+                    shape = tensor->GetShape()](MessageBuffer& reply) {
+                const TensorInfo info = ReadTensorInfo(reply);
+                return info.name == name && info.dataType == elementType && info.format == format &&
+                       info.shape == shape;
+            };
+        case CallSetInputData: {
+            const MessageBuffer::Bytes data = request.ReadBytes();
+            return Says(tensor->CopyFrom(data.data, data.size));
+        }
+        case CallCopyOutputTo:
+            return CheckOfOutput(*tensor, request.ReadUInt32());
+        case CallGetTensorData:
+            return CheckOfOutput(*tensor, static_cast<uint32_t>(tensor->GetByteSize()));
+        default: {
+            std::vector<int64_t> shape;
+            for (uint32_t rank = request.ReadUInt32(); rank > 0; --rank) {
+                shape.push_back(request.ReadUInt32());
+            }
+            shape.insert(shape.begin(), shape.size(), 0);
+            return Says(tensor->Resize(shape));
+        }
+    }
+}
+
+Status Initialise(std::unique_ptr<Interpreter>& asked, const MessageBuffer::Bytes& flatForm) {
+    const OptionHandle option = CreateOption();
+    option->Deserialize(flatForm.data, flatForm.size);
+    InterpreterParams params;
+    const Status status = option->ToParams(params);
+    params.host.clear();
+    asked = std::make_unique<Interpreter>();
+    return status.Ok() ? asked->Init(params) : status;
+}
+
+// Does what the request says to `asked`.
+std::optional<Check> CheckOf(MessageBuffer& request, std::unique_ptr<Interpreter>& asked) {
+    const uint32_t call = request.ReadUInt32();
+    if (call == CallInit) {
+        return Says(Initialise(asked, request.ReadBytes()));
+    }
+    if (call >= CallExit) {
+        return [](MessageBuffer&) { return true; };
+    }
+    if (asked == nullptr) {
+        return std::nullopt;
+    }
+    switch (call) {
+        case CallGetTensorCount: {
+            const int32_t count = request.ReadUInt32() != 0 ? asked->GetOutputCount() : asked->GetInputCount();
+            return [count](MessageBuffer& reply) { return reply.ReadUInt32() == static_cast<uint32_t>(count); };
+        }
+        case CallInvoke:
+            return Says(asked->Invoke());
+        case CallGetExtraInfo:
+            return [info = asked->GetExtraInfo()](MessageBuffer& reply) { return ReadExtraInfo(reply) == info; };
+        default:
+            return CheckOfTensor(*asked, call, request);
+    }
+}
+
+// A host and the interpreter that is asked beside it. A length that passes the end of a section is a fault in a real
+// host; here it is an exception, like a value of another type. A host has its end with either.
+class Session {
+ public:
+    Session() { host.channel.message.Attach(section.get(), kSection, MessageBuffer::Reads::Bounded); }
+
+    // False when the host has ended.
+    bool Send(const std::string& request) {
+        std::copy(request.begin(), request.end(), section.get());
+        std::vector<uint8_t> sent(section.get(), section.get() + kSection + 1);
+        MessageBuffer message;
+        message.Attach(sent.data(), kSection, MessageBuffer::Reads::Bounded);
+        std::optional<Check> check;
+        bool throws = false;
+        try {
+            check = CheckOf(message, asked);
+        } catch (const std::exception&) {
+            throws = true;
+        }
+        if (!throws && !check) {
+            return false;
+        }
+        try {
+            Answer(host);
+        } catch (const std::exception&) {
+            Require(throws, "a request that can be read is answered");
+            return false;
+        }
+        Require(!throws, "a request that cannot be read is not answered");
+        MessageBuffer& reply = host.channel.message;
+        reply.Rewind();
+        Require((*check)(reply), "the reply says what the interpreter says");
+        const uint32_t end = kSection - reply.Room();
+        Require(std::memcmp(section.get() + end, sent.data() + end, kSection - end) == 0,
+                "what is behind the reply stays as it was");
+        return true;
+    }
+
+ private:
+    // With the one byte behind it that reading a flat form may look at.
+    std::unique_ptr<uint8_t[]> section = std::make_unique<uint8_t[]>(kSection + 1);
+    HostSession host;
+    std::unique_ptr<Interpreter> asked;
+};
+
+}  // namespace
+
+std::unique_ptr<IOrvane> CreateLocalBackend(uint32_t framework) {
+    return framework == FrameworkTypeOpenvino ? std::make_unique<Model>() : nullptr;
+}
+
+std::unique_ptr<IOrvane> CreateRemoteBackend() {
+    return nullptr;
+}
+
+// No input may keep this process from writing what it finds.
+void EnterSandbox(const InterpreterParams& /*params*/) {}
+
+}  // namespace Orvane
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Orvane::Fuzz::Input input(data, size);
+    Orvane::Session session;
+    bool lives = true;
+    while (lives && !input.IsAtEnd()) {
+        lives = session.Send(input.TakeRun(input.TakeNumber(2) % Orvane::kLargestRequest));
+    }
+    return 0;
+}

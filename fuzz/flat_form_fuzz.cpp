@@ -1,0 +1,61 @@
+// The option set's flat form: what is read from any bytes is written as a form that is read as the same.
+#include "core/flat_form.h"
+#include "fuzz/fuzz_target.h"
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace Orvane {
+namespace {
+
+using Fuzz::Require;
+using Form = std::vector<uint8_t>;
+
+// From memory that ends with the one byte behind a form that may be read.
+bool Read(const Form& form, OptionValues& values) {
+    const auto memory = std::make_unique<uint8_t[]>(form.size() + 1);
+    std::copy(form.begin(), form.end(), memory.get());
+    return ReadFlatForm(memory.get(), form.size(), values);
+}
+
+Form Written(const OptionValues& values) {
+    Form form(WriteFlatForm(values, nullptr, 0));
+    Require(WriteFlatForm(values, form.data(), form.size()) == form.size(), "a form takes what was measured");
+    Form shorter(form.size() - 1);
+    Require(WriteFlatForm(values, shorter.data(), shorter.size()) == 0, "a form that does not fit is not written");
+    return form;
+}
+
+// Reading cuts a key at its first zero byte, but not that of a buffer; and a buffer without bytes becomes a boolean.
+bool WouldCutAKey(const OptionValues& values) {
+    return std::any_of(values.begin(), values.end(), [](const auto& entry) {
+        return entry.first.find('\0') != std::string::npos && !std::holds_alternative<OptionBuffer>(entry.second);
+    });
+}
+
+void Check(const Form& form) {
+    OptionValues values;
+    Read(form, values);  // of a form that is cut, what was read counts
+    const Form written = Written(values);
+    OptionValues back;
+    Require(Read(written, back), "a form that was written can be read");
+    const Form again = Written(back);
+    Require(again == written || WouldCutAKey(values), "what is read is what was written");
+    OptionValues same;
+    Require(Read(again, same) && Written(same) == again, "what is read is what was written, once keys are cut");
+
+    OptionValues part;
+    Require(!Read(Form(again.data(), again.data() + form.size() % again.size()), part),
+            "a form that is cut is refused");
+    Require(std::includes(back.begin(), back.end(), part.begin(), part.end(), back.value_comp()),
+            "a form that is cut gives what stood before");
+}
+
+}  // namespace
+}  // namespace Orvane
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Orvane::Check(Orvane::Form(data, data + size));
+    return 0;
+}

@@ -1,0 +1,141 @@
+#include "fuzz/played_host.h"
+
+#include "platform/event.h"
+#include "platform/host_process.h"
+#include "platform/section.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace Orvane {
+
+namespace {
+
+// Of the one channel that there is at a time. It is large, and a new one would be zero almost everywhere each time.
+constexpr size_t kWritten = 128 * 1024;  // requests and replies are shorter
+std::unique_ptr<uint8_t[]> memory;
+bool lives = false;
+bool hasReplied = false;
+
+}  // namespace
+
+std::function<bool(uint8_t*)> Fuzz::playedHost;
+
+namespace Platform {
+
+struct Event::State {
+    bool isCall;
+};
+
+void Event::Closing::Close(Value event) noexcept {
+    delete event;
+}
+
+Event Event::Create(const std::string& name) {
+    Event event;
+    event.state = UniqueHandle<Closing>(new State{name.starts_with("Call")});
+    return event;
+}
+
+Event Event::Open(const std::string& name) {
+    return Create(name);
+}
+
+bool Event::Set() {
+    if (state.Get()->isCall && lives) {
+        hasReplied = lives = Fuzz::playedHost(memory.get());
+    }
+    return true;
+}
+
+bool Event::Wait(uint32_t /*milliseconds*/, Awaited /*awaited*/) {
+    return std::exchange(hasReplied, false);
+}
+
+struct View::State {};
+
+void View::Closing::Close(Value view) noexcept {
+    delete view;
+}
+
+uint8_t* View::Data() const {
+    return memory.get();
+}
+
+struct Section::State {};
+
+void Section::Closing::Close(Value section) noexcept {
+    delete section;
+}
+
+Section Section::Create(const std::string& /*name*/, uint32_t size) {
+    if (memory == nullptr) {
+        memory = std::make_unique<uint8_t[]>(size);
+    }
+    std::fill_n(memory.get(), kWritten, uint8_t{0});
+    return Open("");
+}
+
+Section Section::Open(const std::string& /*name*/) {
+    Section section;
+    section.state = UniqueHandle<Closing>(new State);
+    return section;
+}
+
+bool Section::Commit(uint64_t /*size*/) {
+    return static_cast<bool>(state);
+}
+
+View Section::Map(uint64_t /*size*/) const {
+    View view;
+    view.state = UniqueHandle<View::Closing>(new View::State);
+    return view;
+}
+
+void RemoveAbandoned(const std::vector<std::string>& /*prefixes*/) {}
+
+uint32_t ModuleWord() {
+    return 1;
+}
+
+bool RenewModuleWord(uint32_t /*error*/) {
+    return false;
+}
+
+struct HostProcess::State {};
+
+void HostProcess::Closing::Close(Value process) noexcept {
+    lives = false;
+    delete process;
+}
+
+std::optional<LaunchStep> HostProcess::Launch(const std::string& /*program*/, const std::string& /*arguments*/) {
+    state = UniqueHandle<Closing>(new State);
+    lives = true;
+    return std::nullopt;
+}
+
+bool HostProcess::IsAlive() const {
+    return lives;
+}
+
+ProcessEnd HostProcess::End() const {
+    return {};
+}
+
+bool HostProcess::Terminate() {
+    lives = false;
+    return true;
+}
+
+void HostProcess::Close() {
+    state.Close();
+}
+
+std::string Describe(const ProcessEnd& /*end*/) {
+    return "played";
+}
+
+}  // namespace Platform
+}  // namespace Orvane

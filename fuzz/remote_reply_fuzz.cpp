@@ -1,0 +1,271 @@
+// The client's readers of replies: what a host answers is either read as it stands there, or refused as what it is not.
+#include "backends/remote/remote_wrapper.h"
+#include "fuzz/fuzz_target.h"
+#include "fuzz/played_host.h"
+#include "ipc/call_protocol.h"
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+namespace Orvane {
+namespace {
+
+using namespace std::string_literals;
+using Fuzz::Input;
+using Fuzz::Require;
+
+constexpr uint32_t kSize = RemoteWrapper::kChannelSize;
+const std::string kThrows = "throws";
+const std::string kNothing = "nothing";  // also no pointer and no host
+
+// Reads a reply without the code that clients read it with.
+class Reply {
+ public:
+    struct PassesTheEnd {};
+    struct HasAnotherTag {};
+    struct TakesLong {};  // to read: megabytes of zeros, like many others
+
+    explicit Reply(const uint8_t* memory) : section(memory) {}
+
+    uint32_t Word() {
+        Expect(4);
+        return Raw();
+    }
+
+    std::string Text() {
+        Expect(1);
+        const uint32_t size = Raw();
+        return {reinterpret_cast<const char*>(Bytes(size)), size};
+    }
+
+    std::string Run() {
+        const uint32_t size = Word();
+        return {reinterpret_cast<const char*>(Bytes(size)), size};
+    }
+
+ private:
+    const uint8_t* Bytes(uint32_t size) {
+        if (size > kSize - place) {
+            throw PassesTheEnd();
+        }
+        if (size > kNear && size < kSize - kNear) {
+            throw TakesLong();
+        }
+        return section + std::exchange(place, place + size);
+    }
+    uint32_t Raw() {
+        uint32_t word = 0;
+        std::memcpy(&word, Bytes(sizeof word), sizeof word);
+        return word;
+    }
+    void Expect(uint32_t tag) {
+        if (Raw() != tag) {
+            throw HasAnotherTag();
+        }
+    }
+
+    static constexpr uint32_t kNear = 2000;  // bytes from an end
+
+    const uint8_t* section;
+    uint32_t place = 0;
+};
+
+std::string Shown(int32_t code, const std::string& message) {
+    const std::string text = message.empty() && code != 0 ? "Unknown Error" : message;
+    return std::to_string(code) + " " + text;
+}
+
+std::string ShownStatus(Reply& reply) {
+    const auto code = static_cast<int32_t>(reply.Word());
+    return Shown(code, reply.Text());
+}
+
+const std::string kSuccess = Shown(0, "");
+
+std::string ShownInfo(const TensorInfo& info) {
+    std::string text = info.name + "|" + std::to_string(info.dataType) + "|" + std::to_string(info.format);
+    for (const int64_t dimension : info.shape) {
+        text.append("|").append(std::to_string(dimension));
+    }
+    return text;
+}
+
+template <typename Pairs>
+std::string ShownPairs(const Pairs& pairs) {
+    std::string text = "|";
+    for (const auto& [key, value] : std::map<std::string, std::string>(pairs.begin(), pairs.end())) {
+        text.append(key).append("=").append(value).append("|");
+    }
+    return text;
+}
+
+// What a call comes to when there is no host.
+std::string WithoutHost(uint32_t call) {
+    switch (call) {
+        case CallGetTensorCount:
+            return "0";
+        case CallGetTensorInfo:
+            return ShownInfo({});
+        case CallGetTensorData:
+            return kNothing;
+        case CallGetExtraInfo:
+            return ShownPairs(std::map<std::string, std::string>());
+        case CallSetTensorShape:
+            return "-1 host call  error";
+        default:
+            return "-1 Orvane Host Exit";
+    }
+}
+
+std::string ShownOutput(Reply& reply, const std::string& nothing) {
+    const std::string output = reply.Run();
+    const std::string status = ShownStatus(reply);
+    return status == kSuccess ? output : nothing.empty() ? status : nothing;
+}
+
+std::string ShownReply(uint32_t call, Reply& reply) {
+    switch (call) {
+        case CallGetTensorCount:
+            return std::to_string(static_cast<int32_t>(reply.Word()));
+        case CallGetTensorInfo: {
+            TensorInfo info;
+            info.name = reply.Text();
+            info.dataType = static_cast<DataType>(reply.Word());
+            info.format = reply.Word();
+            for (uint32_t rank = reply.Word(); rank > 0; --rank) {
+                info.shape.push_back(reply.Word());
+            }
+            return ShownInfo(info);
+        }
+        case CallCopyOutputTo:
+            return ShownOutput(reply, "");
+        case CallGetTensorData:
+            return ShownOutput(reply, kNothing);
+        case CallGetExtraInfo: {
+            std::map<std::string, std::string> pairs;
+            for (uint32_t count = reply.Word(); count > 0; --count) {
+                std::string key = reply.Text();
+                pairs[std::move(key)] = reply.Text();
+            }
+            return ShownPairs(pairs);
+        }
+        default:
+            return ShownStatus(reply);
+    }
+}
+
+// A client whose host answers what it is told.
+class Client {
+ public:
+    Client() {
+        Fuzz::playedHost = [this](uint8_t* section) { return Play(section); };
+        Send(CallInit, "\4\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0"s);
+        Require(expected == kSuccess, "a client initialises");
+    }
+
+    // A call, and the reply that it gets; none for a host that dies instead. Returns the size of what was read.
+    size_t Send(uint32_t call, std::optional<std::string> hostsReply) {
+        asked = call;
+        reply = std::move(hostsReply);
+        expected = WithoutHost(call);
+        const bool hadHost = hasHost || call == CallInit;
+        wasAsked = false;
+        std::string result;
+        try {
+            result = Called(call);
+        } catch (const std::runtime_error&) {
+            result = kThrows;
+        }
+        Require(result == expected, "a reply is read as it stands there");
+        Require(wasAsked == hadHost, "only a host that there is is asked");
+        return result.size();
+    }
+
+ private:
+    bool Play(uint8_t* section) {
+        uint32_t call = 0;
+        std::memcpy(&call, section + sizeof call, sizeof call);
+        Require(call == asked && !wasAsked, "a call is sent, and once");
+        wasAsked = true;
+        hasHost = reply.has_value();
+        if (!hasHost) {
+            return false;
+        }
+        std::copy(reply->begin(), reply->end(), section);
+        Reply reader(section);
+        try {
+            expected = ShownReply(asked, reader);
+        } catch (const Reply::PassesTheEnd&) {
+            hasHost = false;
+        } catch (const Reply::HasAnotherTag&) {
+            expected = kThrows;
+        } catch (const Reply::TakesLong&) {
+            return hasHost = false;
+        }
+        pointed = section;
+        return true;
+    }
+
+    static std::string Of(const Status& status) { return Shown(status.code, status.message); }
+
+    std::string Called(uint32_t call) {
+        static const auto output = std::make_unique_for_overwrite<char[]>(kSize);
+        constexpr uint32_t kIndex = 3;
+        switch (call) {
+            case CallInit:
+                return Of(wrapper.Init({}));
+            case CallGetTensorCount:
+                return std::to_string(wrapper.GetTensorCount(TensorTypeOutput));
+            case CallGetTensorInfo:
+                return ShownInfo(wrapper.GetTensorInfo(TensorTypeOutput, kIndex));
+            case CallSetInputData:
+                return Of(wrapper.SetInputData(kIndex, "data", 4));
+            case CallInvoke:
+                return Of(wrapper.Invoke());
+            case CallCopyOutputTo: {
+                const Status status = wrapper.CopyOutputTo(kIndex, output.get(), 4);
+                return status.Ok() ? std::string(output.get(), ReplysRun()) : Of(status);
+            }
+            case CallGetTensorData: {
+                const auto* data = static_cast<const char*>(wrapper.GetTensorData(TensorTypeOutput, kIndex));
+                return data != nullptr ? std::string(data, ReplysRun()) : kNothing;
+            }
+            case CallGetExtraInfo:
+                return ShownPairs(wrapper.GetExtraInfo());
+            default:
+                return Of(wrapper.SetTensorShape(TensorTypeOutput, kIndex, {1, -1}));
+        }
+    }
+
+    // How many bytes of output the last reply says that it has.
+    uint32_t ReplysRun() const { return Reply(pointed).Word(); }
+
+    uint32_t asked = 0;
+    std::optional<std::string> reply;
+    std::string expected;
+    bool wasAsked = false;
+    bool hasHost = false;
+    const uint8_t* pointed = nullptr;
+    RemoteWrapper wrapper;
+};
+
+}  // namespace
+}  // namespace Orvane
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Orvane::Fuzz::Input input(data, size);
+    Orvane::Client client;
+    constexpr size_t kMostRead = 100'000;  // one text can be as long as the channel: then it is enough
+    size_t read = 0;
+    while (!input.IsAtEnd() && read < kMostRead) {
+        const uint32_t call = input.TakeNumber(1);
+        const std::string reply = input.TakeRun(input.TakeNumber(2));
+        const bool dies = call >= 0xF0;
+        read += client.Send(call % Orvane::CallExit, dies ? std::nullopt : std::optional(reply));
+    }
+    return 0;
+}

@@ -1,0 +1,74 @@
+// What is no ordinary file, given to the command line where it reads models and caches.
+#include "cli/captured_run.h"
+#include "testing/support/tiny_models.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <utility>
+
+namespace Orvane::Cli {
+namespace {
+
+using namespace std::chrono_literals;
+
+class SpecialFiles : public testing::Test {
+ protected:
+    // A fifo that nobody writes to, a socket that nobody serves, and a device that never ends.
+    void SetUp() override {
+        ASSERT_EQ(mkfifo(special[0].c_str(), 0600), 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        ASSERT_LT(special[1].size(), sizeof address.sun_path);
+        std::strcpy(address.sun_path, special[1].c_str());
+        const int socketDescriptor = socket(AF_UNIX, SOCK_STREAM, 0);
+        ASSERT_EQ(bind(socketDescriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        close(socketDescriptor);
+    }
+
+    Testing::TemporaryFolder folder;
+    std::string special[3] = {folder.Path("fifo"), folder.Path("socket"), "/dev/zero"};
+    std::string model = Testing::AddModel({1, 2}).WriteTo(folder, "m");
+};
+
+TEST_F(SpecialFiles, AreRefusedAtOnce) {
+    const std::string weights = folder.Path("w.bin");
+    ASSERT_EQ(mkfifo(weights.c_str(), 0600), 0);
+    const std::string described = folder.Write("w.xml", Testing::AddModel({1, 2}).description);
+    const std::string encrypted = folder.Write("w.onnx", "encrypted");
+    std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {weights, {"info", described}},
+        {weights, {"info", encrypted, "--key", "k3y"}},
+    };
+    for (const std::string& file : special) {
+        for (const std::vector<std::string>& line : {std::vector<std::string>{"info", file},
+                                                     {"run", file},
+                                                     {"bench", file},
+                                                     {"info", file, "--key", "k3y"},
+                                                     {"info", file, "--remote"},
+                                                     {"info", "--cache", file},
+                                                     {"run", model, "--cache", file, "--make-cache"},
+                                                     {"run", model, "--cache", file, "--remote"}}) {
+            cases.emplace_back(file, line);
+        }
+    }
+    const std::vector<std::string> names = folder.Names();
+    for (const auto& [file, line] : cases) {
+        const auto start = std::chrono::steady_clock::now();
+        const CapturedRun run = RunCaptured(line);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << run.err;
+        EXPECT_EQ(run.exitValue, 1) << run.err;
+        EXPECT_EQ(run.out, "");
+        EXPECT_NE(run.err.find(file + " is no ordinary file"), std::string::npos) << run.err;
+    }
+    EXPECT_EQ(folder.Names(), names);
+}
+
+}  // namespace
+}  // namespace Orvane::Cli
