@@ -1,13 +1,13 @@
 #include "cli/commands/commands.h"
 
 #include "cli/failure.h"
-#include "cli/files/whole_file.h"
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
 #include "cli/report/bench_report.h"
 #include "cli/report/progress_bar.h"
 #include "platform/interrupt.h"
+#include "platform/whole_file.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -42,14 +42,14 @@ void Check(const BenchOptions& options) {
     }
     RefuseEmpty("--json", options.json, "the file to write");
     if (options.json) {
-        const WholeFile trial(*options.json);
+        const Platform::WholeFile trial(*options.json);
     }
 }
 
 void WriteJson(const std::string& path, const BenchReport& report) {
     std::ostringstream text;
     PrintJsonBenchReport(text, report);
-    WholeFile file(path);
+    Platform::WholeFile file(path);
     file.Write(text.str().data(), text.str().size());
     file.Close();
     file.Commit();

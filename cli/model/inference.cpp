@@ -1,8 +1,8 @@
 #include "cli/model/inference.h"
 
 #include "cli/failure.h"
-#include "cli/files/whole_file.h"
 #include "cli/model/load_hints.h"
+#include "platform/whole_file.h"
 
 #include <algorithm>
 #include <deque>
@@ -62,18 +62,18 @@ std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& argu
 }
 
 void WriteOutputs(const std::vector<Transfer>& outputs) {
-    std::deque<WholeFile> files;
+    std::deque<Platform::WholeFile> files;
     for (const Transfer& output : outputs) {
         if (!output.path) {
             continue;
         }
         const std::string header = TensorFileHeader(*output.path, *output.tensor);
-        WholeFile& file = files.emplace_back(*output.path);
+        Platform::WholeFile& file = files.emplace_back(*output.path);
         file.Write(header.data(), header.size());
         file.Write(output.data.data(), output.data.size());
         file.Close();
     }
-    for (WholeFile& file : files) {
+    for (Platform::WholeFile& file : files) {
         file.Commit();
     }
 }

@@ -1,7 +1,7 @@
 #include "cli/model/load_hints.h"
 
-#include "cli/failure.h"
-#include "cli/files/input_file.h"
+#include "platform/file_error.h"
+#include "platform/input_file.h"
 #include "platform/path.h"
 
 #include <filesystem>
@@ -15,15 +15,15 @@ namespace {
 // What is wrong with a file that cannot be read.
 std::optional<std::string> WhyUnreadable(const std::string& path) {
     try {
-        OpenInputFile(path);
+        Platform::OpenInputFile(path);
         return std::nullopt;
-    } catch (const Failure& failure) {
-        return failure.what();
+    } catch (const Platform::FileError& error) {
+        return error.what();
     }
 }
 
 bool BeginsLikeXml(const std::string& path) {
-    std::ifstream file = OpenInputFile(path);
+    std::ifstream file = Platform::OpenInputFile(path);
     return file.get() == '<';
 }
 

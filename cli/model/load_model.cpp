@@ -1,11 +1,11 @@
 #include "cli/model/load_model.h"
 
 #include "cli/failure.h"
-#include "cli/files/whole_file.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
 #include "platform/interrupt.h"
 #include "platform/path.h"
+#include "platform/whole_file.h"
 
 #include <orvane/log.h>
 
@@ -63,8 +63,8 @@ void Init(Interpreter& interpreter, const ModelOptions& options, const std::opti
 // The SDK writes a cache in its place, piece by piece, and runs the model all the same when it cannot. Here the cache
 // has a name of its own until it has proved to be whole, by being read: its last bytes are as necessary as the others.
 void InitAndMakeCache(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
-    const std::filesystem::path place = FinalPlace(*options.cache);
-    const PartialFile partial(place);
+    const std::filesystem::path place = Platform::FinalPlace(*options.cache);
+    const Platform::PartialFile partial(place);
     const Platform::InterruptFlag interrupt;
     const Platform::OwnerOnlyFiles ownerOnly;
 
