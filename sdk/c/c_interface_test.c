@@ -1,9 +1,11 @@
-// Goes through the C interface as an application does, and shares nothing with the library but its header: each function,
-// and each refusal. It is compiled as C and as C++.
+// Goes through the C interface as an application does, and shares nothing with the library but its header: each
+// function, and each refusal. It is compiled as C and as C++.
 //
 //   c_interface_test FOLDER HOST STUB_HOST FORGING_HOST [client]
+//   c_interface_test copy STUB_HOST NUMBER
 //
-// FOLDER is empty and becomes full. With "client" the library is the one that runs models in a host process only.
+// FOLDER becomes full. With "client" the library is the one that runs models in a host process only. "copy" is one of
+// several running copies of this program, which must get back the numbers that it sent and no other's.
 #include <orvane/orvane_c.h>
 
 #include <pthread.h>
@@ -71,8 +73,8 @@ static const char* EchoModel(const char* name, const char* type, const char* sha
     char copy[128];
     snprintf(copy, sizeof copy, "%s", shape);
     for (char* dimension = strtok(copy, ","); dimension != NULL; dimension = strtok(NULL, ",")) {
-        const char* number = strchr("0123456789", dimension[0]) != NULL && strstr(dimension, "..") == NULL ? dimension
-                                                                                                           : "-1";
+        const char* number =
+            strchr("0123456789", dimension[0]) != NULL && strstr(dimension, "..") == NULL ? dimension : "-1";
         snprintf(dimensions + strlen(dimensions), sizeof dimensions - strlen(dimensions), "<dim>%s</dim>", number);
     }
     snprintf(text, sizeof text,
@@ -169,8 +171,9 @@ static void TestOptions(const char* host) {
     options = Options(longText, host);
     FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "model_path is longer than");
     options = Options(NULL, host);
-    FAILS(TryOpen(&options), ORVANE_REFUSED, "\xE6\xA8\xA1\xE5\x9E\x8B\xE5\x8F\x82\xE6\x95\xB0\xE9\x94\x99\xE8\xAF\xAF "
-                                             "(wrong model parameters: give model_path");
+    FAILS(TryOpen(&options), ORVANE_REFUSED,
+          "\xE6\xA8\xA1\xE5\x9E\x8B\xE5\x8F\x82\xE6\x95\xB0\xE9\x94\x99\xE8\xAF\xAF "
+          "(wrong model parameters: give model_path");
     options = Options(model, host);
     options.device = "TPU";
     FAILS(TryOpen(&options), ORVANE_REFUSED, "(unsupported device");
@@ -438,7 +441,8 @@ static void TestHost(const char* stub) {
     static const struct {
         const char* path;
         const char* how;
-    } kEnds[] = {{"echo 4;crash", "ended: "}, {"echo 4;sleep 20000", "time limit of 1000 ms"},
+    } kEnds[] = {{"echo 4;crash", "ended: "},
+                 {"echo 4;sleep 20000", "time limit of 1000 ms"},
                  {"echo 4;sleep 20001", "interrupted"}};
     const int64_t dimension = 4;
     pthread_t thread;
@@ -546,7 +550,23 @@ static void TestBoth(const char* host) {
     TestFiles(host);
 }
 
+static int RunCopy(const char* stub, const char* number) {
+    char received[4] = {0};
+    const orvane_input input = {sizeof input, 0, number, sizeof received};
+    const orvane_output output = {sizeof output, 0, received, sizeof received};
+    orvane_model* model = Open("echo 4", stub);
+    for (int round = 0; round < 200 && failures == 0; ++round) {
+        SUCCEEDS(orvane_infer(model, &input, 1, &output, 1));
+        EXPECT(memcmp(number, received, sizeof received) == 0);
+    }
+    orvane_close(model);
+    return failures != 0;
+}
+
 int main(int argc, char** argv) {
+    if (argc == 4 && strcmp(argv[1], "copy") == 0 && strlen(argv[3]) >= 4) {
+        return RunCopy(argv[2], argv[3]);
+    }
     if (argc < 5) {
         printf("usage: c_interface_test FOLDER HOST STUB_HOST FORGING_HOST [client]\n");
         return 2;

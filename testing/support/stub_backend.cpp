@@ -26,7 +26,8 @@ constexpr size_t kMostPorts = 8;
 //   share INPUT OUTPUT             one input and one output of so many bytes in the same memory: running copies nothing
 //   fail TEXT                      a failure with that text
 //   hang                           never ends
-// and the model name, or what stands behind a semicolon in the path, what running it does before it copies each input to its output:
+// and the model name, or what stands behind a semicolon in the path, what running it does before it copies each input
+// to its output:
 //   sleep MILLISECONDS, crash, throw; anything else nothing
 // or "look" for a look at the data that came in last, when the model goes.
 class StubBackend final : public IOrvane {
