@@ -54,7 +54,7 @@ class FakeBackend final : public IOrvane {
     std::vector<TensorInfo>& Infos(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
     template <typename... Numbers>
     Status Answer(const std::string& call, Numbers... numbers) {
-        record->calls.push_back((call + ... + (" " + std::to_string(numbers))));
+        record->calls.push_back((call + ... + std::string(" ").append(std::to_string(numbers))));
         return record->answer;
     }
 };
