@@ -60,7 +60,8 @@ function(orvane_check_test_sources)
         ${PROJECT_SOURCE_DIR}/core/*_test.cpp ${PROJECT_SOURCE_DIR}/platform/*_test.cpp
         ${PROJECT_SOURCE_DIR}/backends/*_test.cpp ${PROJECT_SOURCE_DIR}/cli/*_test.cpp
         ${PROJECT_SOURCE_DIR}/examples/*_test.cpp ${PROJECT_SOURCE_DIR}/host/*_test.cpp
-        ${PROJECT_SOURCE_DIR}/ipc/*_test.cpp ${PROJECT_SOURCE_DIR}/testing/*_test.cpp)
+        ${PROJECT_SOURCE_DIR}/ipc/*_test.cpp ${PROJECT_SOURCE_DIR}/sdk/*_test.cpp
+        ${PROJECT_SOURCE_DIR}/testing/*_test.cpp)
     get_property(known GLOBAL PROPERTY ORVANE_TEST_SOURCES)
     list(REMOVE_ITEM found ${known})
     if(found)

@@ -9,7 +9,7 @@ set(expected
 
 if(LIBRARY MATCHES "[.]dll$")
     execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE listed COMMAND_ERROR_IS_FATAL ANY)
-    string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table.*" listed "${listed}")
+    string(REGEX MATCH "\\[Ordinal/Name Pointer\\] Table[^\n]*\n([^\n]+\n)+" listed "${listed}")
     string(REGEX MATCHALL "\\[ *[0-9]+\\] [^\n]+" lines "${listed}")
     list(TRANSFORM lines REPLACE "^.*\\] " "")
 else()
