@@ -8,7 +8,10 @@ import pathlib
 import shutil
 import statistics
 import subprocess
+import sys
 import tempfile
+
+import targets
 
 TIME_LIMIT = 120  # seconds that any one program may take
 PERCENTILES = (50, 90, 99, 99.9)
@@ -27,6 +30,11 @@ class Case:
     warm_up: int
     count: int
     repetitions: int
+    busy: bool = False  # beside two busy loops per processor
+
+    @property
+    def name(self):
+        return targets.on_a_busy_machine(self.workload) if self.busy else self.workload
 
 
 class Programs:
@@ -98,12 +106,30 @@ LIMITS = {"limit": "events", "limit, spinning": "spinning", "copies alone": "cop
 PEERS = ("gRPC, TCP", "gRPC, Unix socket", "ZeroMQ, ipc")
 
 
+@contextlib.contextmanager
+def other_work(count):
+    """Busy loops, which end with this program however it ends."""
+    loop = "import os\nparent = os.getppid()\nwhile os.getppid() == parent:\n    for _ in range(10_000):\n        pass"
+    processes = [subprocess.Popen([sys.executable, "-c", loop]) for _ in range(count)]
+    try:
+        yield
+    finally:
+        for process in processes:
+            process.kill()
+            process.wait()
+
+
 def run_case(programs, case, progress):
     """Samples by variant, a list for each repetition. All variants must give the same bytes."""
+    with other_work(2 * os.cpu_count() if case.busy else 0):
+        return time_variants(programs, case, progress)
+
+
+def time_variants(programs, case, progress):
     samples = {variant: [] for variant in case.variants}
     checksums = {}
     for repetition in range(case.repetitions):
-        progress(f"{case.workload}: {repetition + 1} of {case.repetitions}")
+        progress(f"{case.name}: {repetition + 1} of {case.repetitions}")
         # Each repetition starts with another variant, so that none always follows the same one.
         first = repetition % len(case.variants)
         for variant in case.variants[first:] + case.variants[:first]:
@@ -111,7 +137,7 @@ def run_case(programs, case, progress):
             samples[variant].append(result["nanoseconds"])
             checksums[variant] = result["checksum"]
     if len(set(checksums.values())) != 1:
-        raise Failure(f"{case.workload}: the variants did not do the same work: {checksums}")
+        raise Failure(f"{case.name}: the variants did not do the same work: {checksums}")
     return {variant: summarise(repetitions) for variant, repetitions in samples.items()}
 
 

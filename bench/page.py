@@ -40,6 +40,8 @@ MODELS = {
     "face": ("Face detector", "192 KiB in, 60 KiB out."),
     "voice": ("Voice-activity model", "3 KiB in, 1 KiB out; two inputs and two outputs: five exchanges with a host."),
     "pose": ("Pose model", "768 KiB in, 881 KiB out; keeps all cores busy for some milliseconds."),
+    targets.on_a_busy_machine("face"): ("Face detector, busy machine", "Beside two busy loops per core."),
+    targets.on_a_busy_machine("voice"): ("Voice-activity model, busy machine", "Beside two busy loops per core."),
     targets.PICTURE: ("The channel alone, a picture", "602,112 bytes in and 4,000 out; the model costs nothing."),
     targets.SMALL: ("The channel alone, 2 KiB", "2,048 bytes in and 4,000 out; the model costs nothing."),
 }

@@ -24,6 +24,7 @@ import targets
 from measure import Case
 
 MODEL_VARIANTS = ("direct", "in process", "remote", *measure.PEERS)
+BUSY_VARIANTS = ("in process", "remote", *measure.PEERS)
 STUB_VARIANTS = ("remote", "limit", "limit, spinning", *measure.PEERS)
 SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
 
@@ -32,6 +33,9 @@ def plan(quick):
     """The cases; a quick run has fewer repetitions and samples, so that its figures are rougher."""
     repetitions, share = (3, 3) if quick else (15, 1)
     cases = [
+        # Warmed up longer: how busy a machine is has to be learnt.
+        Case("face", BUSY_VARIANTS, 200, 200 // share, 3 if quick else 9, busy=True),
+        Case("voice", BUSY_VARIANTS, 400, 800 // share, 3 if quick else 9, busy=True),
         Case("face", MODEL_VARIANTS, 100, 600 // share, repetitions),
         Case("voice", MODEL_VARIANTS, 200, 2000 // share, repetitions),
         Case("pose", MODEL_VARIANTS, 10, 20 if quick else 40, repetitions),
@@ -100,7 +104,7 @@ def run(arguments):
 
     with measure.scratch_folder() as scratch:
         programs = measure.Programs(arguments.programs, scratch)
-        results["cases"] = {case.workload: measure.run_case(programs, case, progress) for case in plan(arguments.quick)}
+        results["cases"] = {case.name: measure.run_case(programs, case, progress) for case in plan(arguments.quick)}
         model = large_model.write_large_model(scratch)
         results["starts"] = measure.measure_starts(programs, model, starts, progress)
         results["processes"] = measure.measure_processes(programs, 1 if arguments.quick else 3, progress)

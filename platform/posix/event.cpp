@@ -28,16 +28,60 @@ struct Word {
     std::atomic<uint32_t> signalled;
     std::atomic<uint32_t> waiters;  // may stay too high when a waiter is killed; that costs a needless wake-up
     std::atomic<uint32_t> setter;   // the processor that the last set came from, plus 1
+    std::atomic<uint32_t> isBusy;   // to the setter others want the processors
+    std::atomic<uint64_t> setAt;    // the time of the last set
 };
-static_assert(std::atomic<uint32_t>::is_always_lock_free);
+static_assert(std::atomic<uint32_t>::is_always_lock_free && std::atomic<uint64_t>::is_always_lock_free);
 
 // A wait watches the word before it sleeps, because waking a sleeper takes longer than a short exchange. For a few
 // microseconds it does nothing else: copies of common sizes are over by then. After that it lets whatever else
 // wants the processor run between two looks, such as a thread of the inference that is waited for.
 constexpr auto kWatchAlone = std::chrono::microseconds(5);
 
+// When others want the processor, one that was given up comes back whole time slices later, while a sleeper is woken at
+// once. So a watch that learns of a set late is a sign to sleep for some waits, and for four times as many at each further
+// sign: a try on a busy machine costs some milliseconds. Many timely watches end that.
+constexpr int64_t kLate = 100'000;  // nanoseconds
+constexpr uint32_t kFewestSleeps = 32;
+constexpr uint32_t kMostSleeps = 16384;
+constexpr uint32_t kManyTimely = 1000;
+
+// Of all waits of this process: how busy the machine is does not depend on the event. Threads that count at the same
+// time may count one wait for two, or two for one.
+class {
+ public:
+    bool IsBusy() const { return sleeps.load(std::memory_order_relaxed) != 0; }
+
+    // Whether the next wait is to watch; counts it when it is not.
+    bool MayWatch() {
+        const uint32_t left = sleeps.load(std::memory_order_relaxed);
+        sleeps.store(left - (left != 0 ? 1 : 0), std::memory_order_relaxed);
+        return left == 0;
+    }
+
+    void LearnOfWatch(bool wasLate) {
+        if (wasLate) {
+            const uint32_t count = sleepsAtNextSign.load(std::memory_order_relaxed);
+            sleeps.store(count, std::memory_order_relaxed);
+            sleepsAtNextSign.store(std::min(4 * count, kMostSleeps), std::memory_order_relaxed);
+            timely.store(0, std::memory_order_relaxed);
+        } else if (timely.fetch_add(1, std::memory_order_relaxed) == kManyTimely) {
+            sleepsAtNextSign.store(kFewestSleeps, std::memory_order_relaxed);
+        }
+    }
+
+ private:
+    std::atomic<uint32_t> sleeps{0};  // waits to come that sleep at once
+    std::atomic<uint32_t> sleepsAtNextSign{kFewestSleeps};
+    std::atomic<uint32_t> timely{0};  // watches since the last sign
+} machine;
+
 constexpr std::chrono::nanoseconds kWatchForWork = std::chrono::microseconds(50);
 constexpr std::chrono::nanoseconds kWatchForResult = std::chrono::microseconds(500);
+
+uint64_t Nanoseconds(Clock::time_point time) {
+    return static_cast<uint64_t>(std::chrono::nanoseconds(time.time_since_epoch()).count());
+}
 
 bool Take(Word& word) {
     uint32_t set = 1;
@@ -60,21 +104,27 @@ bool StepAside() {
     return sched_setaffinity(0, sizeof others, &others) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
 }
 
-// False when it was not set meanwhile. Watching where the peer is to run would only hold it up: then every look is
-// followed by a yield.
-bool Watch(Word& word, std::chrono::nanoseconds atMost, bool sharesProcessor) {
+// False when it was not set meanwhile.
+bool Watch(Word& word, std::chrono::nanoseconds limit, Awaited awaited) {
+    // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
+    // long. The side that waits for the result moves away, and not both, which would meet again. Watching where the
+    // peer is to run would only hold it up: then every look is followed by a yield.
+    const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
+    const std::chrono::nanoseconds atMost = std::min(awaited == Awaited::Work ? kWatchForWork : kWatchForResult, limit);
     const auto start = Clock::now();
-    for (auto now = start; now - start < atMost; now = Clock::now()) {
-        if (Take(word)) {
-            return true;
+    auto now = start;
+    for (; !Take(word); now = Clock::now()) {
+        if (now - start >= atMost) {
+            return false;
         }
-        if (sharesProcessor || now - start > kWatchAlone) {
+        if (together || now - start > kWatchAlone) {
             sched_yield();
         } else {
             _mm_pause();
         }
     }
-    return false;
+    machine.LearnOfWatch(static_cast<int64_t>(Nanoseconds(now) - word.setAt.load(std::memory_order_relaxed)) > kLate);
+    return true;
 }
 
 // Sleeps while the word is not signalled; returns for any reason, also none.
@@ -145,6 +195,8 @@ Event Event::Open(const std::string& name) {
 bool Event::Set() {
     Word& word = state.Get()->word;
     word.setter.store(static_cast<uint32_t>(sched_getcpu()) + 1, std::memory_order_relaxed);
+    word.isBusy.store(machine.IsBusy() ? 1 : 0, std::memory_order_relaxed);
+    word.setAt.store(Nanoseconds(Clock::now()), std::memory_order_relaxed);
     // Both sides first write and then read the other's word, so that at least one of them sees the other.
     word.signalled.store(1);
     if (word.waiters.load() != 0) {
@@ -158,13 +210,11 @@ bool Event::Wait(uint32_t milliseconds, Awaited awaited) {
     if (Take(word)) {
         return true;
     }
-    // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
-    // long. The side that waits for the result moves away, and not both, which would meet again.
-    const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
     const bool forever = milliseconds == kForever;
     const std::chrono::nanoseconds limit = std::chrono::milliseconds(milliseconds);
     const auto end = Clock::now() + limit;
-    bool taken = Watch(word, std::min(awaited == Awaited::Work ? kWatchForWork : kWatchForResult, limit), together);
+    const bool peerIsBusy = word.isBusy.load(std::memory_order_relaxed) != 0;
+    bool taken = machine.MayWatch() && !peerIsBusy && Watch(word, limit, awaited);
     for (auto now = Clock::now(); !taken && (forever || now < end); now = Clock::now()) {
         Sleep(word, end - now, forever);
         taken = Take(word);
