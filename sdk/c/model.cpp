@@ -80,8 +80,7 @@ uint64_t Model::MostBytes() const {
 }
 
 std::string Model::HowHostEnded() const {
-    const HostEnd how = interpreter.GetHostEnd();
-    const std::string what = how.text.empty() ? "nobody knows how" : how.text;
+    const std::string what = Explain(interpreter.GetHostEnd());
     return isLoaded ? " (the host process has ended: " + what + "; call orvane_restart)"
                     : " (the host process ended before the model was loaded: " + what +
                           "; host_program must be the host program, orvane_host, and the model one that it can load)";
