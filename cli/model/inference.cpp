@@ -1,11 +1,11 @@
 #include "cli/model/inference.h"
 
 #include "cli/failure.h"
-#include "cli/model/load_hints.h"
 #include "platform/whole_file.h"
 
 #include <algorithm>
 #include <deque>
+#include <span>
 
 namespace Orvane::Cli {
 namespace {
@@ -78,37 +78,16 @@ void WriteOutputs(const std::vector<Transfer>& outputs) {
     }
 }
 
-void Inference::CopyIn() const {
+void Inference::CopyIn() {
     for (const Transfer& input : inputs) {
-        Check(input.tensor->handle->CopyFrom(input.data.data(), input.tensor->Bytes()));
+        model.Set(input.tensor->index, std::as_bytes(std::span(input.data)));
     }
-}
-
-void Inference::Compute() const {
-    Check(interpreter.Invoke());
 }
 
 void Inference::CopyOut() {
     for (Transfer& output : outputs) {
-        Check(output.tensor->handle->CopyTo(output.data.data(), output.tensor->Bytes()));
+        model.Get(output.tensor->index, std::as_writable_bytes(std::span(output.data)));
     }
-}
-
-void Inference::Check(const Status& status) const {
-    if (status.Ok()) {
-        return;
-    }
-    std::vector<std::string> hints;
-    if (status.reason == FailureReasonHostEnded) {
-        hints.push_back(HostEndHint(interpreter.GetHostEnd()));
-    }
-    for (const Transfer& input : inputs) {
-        if (input.tensor->shape.empty()) {
-            hints.push_back(Label(*input.tensor) +
-                            " has no dimensions, which cannot be run: export the model with [1].");
-        }
-    }
-    throw Failure(status.message, hints);
 }
 
 }  // namespace Orvane::Cli

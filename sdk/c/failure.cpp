@@ -7,6 +7,7 @@
 #include <new>
 #include <string_view>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 namespace Orvane::C {
@@ -69,6 +70,24 @@ Failure FailureOf(const Status& status) {
         message += " (" + std::system_category().message(status.code) + ")";
     }
     return {reason, message, reason == ORVANE_SYSTEM ? status.code : 0};
+}
+
+std::string Explain(const HostEnd& end) {
+    // Signals are Linux's and large exit values are Windows'; neither has the other's.
+    static constexpr std::tuple<HostEndCause, uint32_t, const char*> kMeanings[] = {
+        {HostEndCauseExit, 127, "a library that it needs was not found"},
+        {HostEndCauseExit, 0xC0000135, "a DLL that it needs was not found"},
+        {HostEndCauseSignal, 4, "the processor lacks an instruction that the runtime used"},
+        {HostEndCauseExit, 0xC000001D, "the processor lacks an instruction that the runtime used"},
+        {HostEndCauseSignal, 6, "it gave up, for instance because there was not enough memory"},
+        {HostEndCauseSignal, 9, "somebody killed it, or the system did when memory ran out"},
+        {HostEndCauseExit, 0xC0000017, "there was not enough memory"},
+    };
+    std::string text = end.text.empty() ? "nobody knows how" : end.text;
+    for (const auto& [cause, value, meaning] : kMeanings) {
+        text += cause == end.cause && value == end.value ? std::string(", ") + meaning : "";
+    }
+    return text;
 }
 
 orvane_error* CaughtError() noexcept {

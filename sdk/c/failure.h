@@ -1,5 +1,6 @@
 #pragma once
 
+#include <orvane/host_end.h>
 #include <orvane/orvane_c.h>
 #include <orvane/status.h>
 
@@ -40,6 +41,9 @@ inline Failure Refused(const std::string& text) {
 
 // The SDK's own text, and behind it, where that does not say it in English, what it means and what to do.
 Failure FailureOf(const Status& status);
+
+// How a host process ended, and what that may come from: "signal 9 (SIGKILL), somebody killed it, or ...".
+std::string Explain(const HostEnd& end);
 
 // The exception that is being handled, as the caller gets it; one that has no memory for that is an error too.
 orvane_error* CaughtError() noexcept;

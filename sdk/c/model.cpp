@@ -3,7 +3,6 @@
 #include <orvane/host.h>
 
 #include "sdk/c/load.h"
-#include "sdk/c/utf8.h"
 
 #include <algorithm>
 #include <cstring>
@@ -25,28 +24,7 @@ Failure BadReply() {
             "host program that belongs to this library, and call orvane_restart)"};
 }
 
-std::string Label(TensorType side, uint32_t index, const std::string& name) {
-    return (side == TensorTypeInput ? "input " : "output ") + std::to_string(index) + " \"" + name + "\"";
-}
-
-// Element size times all dimensions, or 0 when that is more than `most`.
-uint64_t BytesUpTo(uint64_t most, DataType type, const std::vector<int64_t>& shape) {
-    uint64_t bytes = DataTypeSize(type);
-    for (const int64_t dimension : shape) {
-        const auto factor = static_cast<uint64_t>(dimension);
-        if (factor == 0 || bytes > most / factor) {
-            return 0;
-        }
-        bytes *= factor;
-    }
-    return bytes;
-}
-
 }  // namespace
-
-bool Port::IsDynamic() const {
-    return std::find(shape.begin(), shape.end(), -1) != shape.end();
-}
 
 template <typename Work>
 std::invoke_result_t<Work> Model::Talk(Work work) {
@@ -75,13 +53,8 @@ Model::Model(LoadRequest loadRequest) : request(std::move(loadRequest)) {
     isLoaded = true;
 }
 
-uint64_t Model::MostBytes() const {
-    return IsRemote() ? kMaxHostTensorBytes : UINT32_MAX;
-}
-
 std::string Model::HowHostEnded() const {
-    const HostEnd how = interpreter.GetHostEnd();
-    const std::string what = how.text.empty() ? "nobody knows how" : how.text;
+    const std::string what = Explain(interpreter.GetHostEnd());
     return isLoaded ? " (the host process has ended: " + what + "; call orvane_restart)"
                     : " (the host process ended before the model was loaded: " + what +
                           "; host_program must be the host program, orvane_host, and the model one that it can load)";
@@ -181,7 +154,7 @@ std::vector<Port> Model::Describe(Interpreter& target, TensorType side, uint64_t
         if (handle == nullptr) {
             break;  // the host has ended, or says now that it has no tensors
         }
-        described.push_back(DescribeOne(std::move(handle), side, index));
+        described.emplace_back(std::move(handle), side, index, IsRemote());
         const Port& port = described.back();
         const uint64_t size = sizeof port + 3 * port.name.size() + 16 * port.shape.size();
         if (IsRemote() && size > budget) {
@@ -190,27 +163,6 @@ std::vector<Port> Model::Describe(Interpreter& target, TensorType side, uint64_t
         budget -= std::min(size, budget);
     }
     return described;
-}
-
-Port Model::DescribeOne(TensorHandle handle, TensorType side, uint32_t index) const {
-    Port port{};
-    port.side = side;
-    port.name = AsUtf8(handle->GetName());
-    port.label = Label(side, index, port.name);
-    port.type = handle->GetDataType() <= DataTypeFloat64 ? handle->GetDataType() : DataTypeUnknown;
-    port.modelShape = handle->GetShape();
-    if (IsRemote()) {  // where dimensions have 32 bits
-        std::replace(port.modelShape.begin(), port.modelShape.end(), int64_t{0xFFFF'FFFF}, int64_t{-1});
-    }
-    port.shape = port.modelShape;
-    port.handle = std::move(handle);
-    port.bytes = CopyableBytes(port);
-    return port;
-}
-
-uint64_t Model::CopyableBytes(const Port& port) const {
-    const bool isScalarInput = port.side == TensorTypeInput && port.shape.empty();
-    return port.IsDynamic() || isScalarInput ? 0 : BytesUpTo(MostBytes(), port.type, port.shape);
 }
 
 uint32_t Model::Count(int32_t side) const {
@@ -229,31 +181,6 @@ const Port& Model::PortAt(int32_t side, uint32_t index) const {
                           std::to_string(index) + ": the model has " + std::to_string(all.size()));
     }
     return all[index];
-}
-
-std::string Model::WhyNotCopied(const Port& port) const {
-    if (port.type == DataTypeUnknown) {
-        return " cannot be copied: its element type is unknown; export the model with another";
-    }
-    if (port.IsDynamic() && port.side == TensorTypeOutput) {
-        return " has a dynamic dimension, and so no size that is known: " +
-               std::string(IsRemote() ? "run the model without host_program, or export it with fixed dimensions"
-                                      : "copy it with orvane_get_output in the size that the run makes it");
-    }
-    if (port.IsDynamic()) {
-        return IsRemote() ? " cannot be copied: it has a dynamic dimension, which cannot be set in a host process; run "
-                            "the model without host_program, or export it with fixed dimensions"
-                          : " cannot be copied: it has a dynamic dimension; give it a shape with orvane_resize";
-    }
-    if (port.shape.empty()) {
-        return " has no dimensions, which cannot be run: export the model with [1]";
-    }
-    if (std::find(port.shape.begin(), port.shape.end(), 0) != port.shape.end()) {
-        return " has no elements: there is nothing to copy";
-    }
-    return IsRemote() ? " takes more than the " + std::to_string(kMaxHostTensorBytes) +
-                            " bytes that travel to or from a host process: run the model without host_program"
-                      : " takes 4 GiB or more, which cannot be copied";
 }
 
 void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
@@ -281,19 +208,18 @@ void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
                               (own == -1 ? "at least 1" : std::to_string(own) + ", the model's own"));
         }
     }
-    if (port.type != DataTypeUnknown && BytesUpTo(MostBytes(), port.type, shape) == 0) {
+    if (!port.CouldHave(shape)) {
         throw Refused(port.label + " would take 4 GiB or more, which cannot be copied: give a smaller shape");
     }
     Check(port.handle->Resize(shape));
-    port.shape = shape;
-    port.bytes = CopyableBytes(port);
+    port.SetShape(shape);
 }
 
 // The first data makes buffers for all inputs, and so each must have a size.
 void Model::RequireShapes() const {
     for (const Port& port : ports.inputs) {
         if (port.IsDynamic() || port.shape.empty()) {
-            throw Refused(port.label + WhyNotCopied(port));
+            throw Refused(port.label + port.WhyNotCopied());
         }
     }
 }
@@ -301,7 +227,7 @@ void Model::RequireShapes() const {
 void Model::CheckInput(uint32_t index, const void* data, uint64_t bytes) const {
     const Port& port = PortAt(ORVANE_INPUT, index);
     if (port.bytes == 0) {
-        throw Refused(port.label + WhyNotCopied(port));
+        throw Refused(port.label + port.WhyNotCopied());
     }
     if (bytes != port.bytes) {
         throw BadArgument(port.label + " has " + std::to_string(port.bytes) + " bytes, not " + std::to_string(bytes) +
@@ -319,7 +245,7 @@ void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const 
     const Port& port = PortAt(ORVANE_OUTPUT, index);
     const bool isOwnAffair = port.IsDynamic() && port.type != DataTypeUnknown && !IsRemote();
     if (port.bytes == 0 && !isOwnAffair) {
-        throw Refused(port.label + WhyNotCopied(port));
+        throw Refused(port.label + port.WhyNotCopied());
     }
     if (port.bytes != 0 ? bytes != port.bytes : bytes == 0 || bytes > UINT32_MAX) {
         throw BadArgument(port.label +
@@ -389,7 +315,7 @@ const void* Model::ViewOutput(uint32_t index) {
     RequireHost();
     const Port& port = PortAt(ORVANE_OUTPUT, index);
     if (port.bytes == 0) {
-        throw Refused(port.label + WhyNotCopied(port));
+        throw Refused(port.label + port.WhyNotCopied());
     }
     if (!hasRun) {
         throw Refused("the model has not run yet: call orvane_run first");

@@ -4,6 +4,7 @@
 
 #include "sdk/c/failure.h"
 #include "sdk/c/options.h"
+#include "sdk/c/port.h"
 
 #include <cstdint>
 #include <optional>
@@ -12,20 +13,6 @@
 #include <vector>
 
 namespace Orvane::C {
-
-// An input or output of a loaded model. Which it is and the model's own shape stay as they are; `shape` may be set.
-struct Port {
-    TensorHandle handle;
-    TensorType side;
-    std::string label;  // `input 0 "x"`, for a message
-    std::string name;
-    DataType type;
-    std::vector<int64_t> modelShape;
-    std::vector<int64_t> shape;
-    uint64_t bytes;  // of all elements; 0 when it cannot be copied
-
-    bool IsDynamic() const;
-};
 
 // A loaded model over the SDK's classes, which are handed nothing that could harm this process or the host, and whose
 // host is believed nothing that could. Operations throw `Failure`, `std::bad_alloc`, and what the runtime throws.
@@ -61,7 +48,6 @@ class Model {
     };
 
     bool IsRemote() const { return !request.params.host.empty(); }
-    uint64_t MostBytes() const;
     std::string HowHostEnded() const;
     void Check(const Status& status);
 
@@ -71,9 +57,6 @@ class Model {
 
     Ports Load(Interpreter& target);
     std::vector<Port> Describe(Interpreter& target, TensorType side, uint64_t& budget) const;
-    Port DescribeOne(TensorHandle handle, TensorType side, uint32_t index) const;
-    uint64_t CopyableBytes(const Port& port) const;
-    std::string WhyNotCopied(const Port& port) const;
     void RequireShapes() const;
     void ReloadUnlessPrepared();
     void CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes);

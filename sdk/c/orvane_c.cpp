@@ -50,7 +50,7 @@ void ForEach(const Struct* first, uint32_t count, const std::string& name, Work 
     const auto* place = reinterpret_cast<const uint8_t*>(first);
     for (uint32_t i = 0; i < count; ++i, place += size) {
         if (std::memcmp(place, first, sizeof size) != 0) {
-            throw BadArgument("the structures " + name + " differ in struct_size: set each to sizeof(" + name + ")");
+            throw BadArgument(name + ": the structures differ in struct_size; set it in each to the size of one");
         }
         work(Orvane::C::ReadStruct(reinterpret_cast<const Struct*>(place), kFirstSize, name));
     }
@@ -91,6 +91,8 @@ void LogLine(uint32_t level, const char* text) {
 }
 
 }  // namespace
+
+// NOLINTBEGIN(readability-identifier-naming): names as in the header
 
 uint32_t orvane_abi() {
     return ORVANE_ABI;
@@ -219,3 +221,5 @@ void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), 
     logSink = {line, user};
     Orvane::SetLogCallback(line != nullptr ? LogLine : nullptr);
 }
+
+// NOLINTEND(readability-identifier-naming)
