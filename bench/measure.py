@@ -85,6 +85,8 @@ class Programs:
             text = self.run(self.path("direct_worker" if variant == "direct" else "in_process_worker"), *arguments)
         elif variant == "remote":
             text = self.run(self.path("remote_worker"), *arguments, host)
+        elif variant in C_INTERFACE:
+            text = self.run(self.path("c_interface_worker"), *arguments, *([host] if "remote" in variant else []))
         elif variant in LIMITS:
             text = self.run(self.path("limit_worker"), *arguments, LIMITS[variant])
         else:
@@ -103,6 +105,7 @@ class Programs:
 
 # Variants that bound what a channel can reach, by what the limit's worker calls them.
 LIMITS = {"limit": "events", "limit, spinning": "spinning", "copies alone": "copies"}
+C_INTERFACE = ("C interface, in process", "C interface, remote")
 PEERS = ("gRPC, TCP", "gRPC, Unix socket", "ZeroMQ, ipc")
 
 

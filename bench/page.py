@@ -33,6 +33,7 @@ th { color: var(--soft); font-weight: 500; } th:first-child, td:first-child { te
 
 COLOURS = {
     "direct": "direct", "in process": "process", "remote": "remote", "limit": "limit", "limit, spinning": "spin",
+    "C interface, in process": "process", "C interface, remote": "remote",
     "copies alone": "copies", "gRPC, TCP": "tcp", "gRPC, Unix socket": "unix", "ZeroMQ, ipc": "zmq",
 }
 

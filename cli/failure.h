@@ -1,17 +1,14 @@
 #pragma once
 
-#include "platform/last_error.h"
-
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 namespace Orvane::Cli {
 
-// Ends the command with exit value 1. The hints say what the user can do, one line each.
+// Ends the command with exit value 1, as a `Platform::FileError` does. The hints say what the user can do, one line each.
 struct Failure : std::runtime_error {
     explicit Failure(const std::string& message, std::vector<std::string> whatToDo = {})
         : std::runtime_error(message), hints(std::move(whatToDo)) {}
@@ -30,11 +27,6 @@ inline void RefuseEmpty(const std::string& argument, const std::optional<std::st
     if (given && given->empty()) {
         throw WrongUsage(argument + " is empty; it takes " + whatItTakes);
     }
-}
-
-// The system's words for the calling thread's last error.
-inline std::string SystemReason() {
-    return std::system_category().message(static_cast<int>(Platform::LastError()));
 }
 
 }  // namespace Orvane::Cli

@@ -200,8 +200,8 @@ const std::tuple<int, std::string, std::string> kRefusals[] = {
     {1, "info --cache @", "The cache cannot be read"},
     {1, "info @secret.onnx --key key", "Check --key"},
     {1, "info @m.xml --key k3y", "is not encrypted"},
-    {1, "info @m.xml --key k3y45", "A key has at most 4 bytes"},
-    {1, "info @m.xml --host @host", "CreateProcessAsUser error\n@host cannot be started: "},
+    {1, "info @m.xml --key k3y45", "a key has 1 to 4 bytes, not 5"},
+    {1, "info @m.xml --host @host", "@host cannot be started; host_program must be"},
     {1, "run @m.xml --input 0=@short", "holds 11 bytes of data, but input 0 \"x\" takes 12"},
     {1, "run @m.xml --input 0=@long.npy", "13 bytes of data"},
     {1, "run @m.xml --input 0=@cut.npy", "@cut.npy is not a readable .npy file: it ends within"},
@@ -256,7 +256,6 @@ TEST_F(RunCliTest, LogLinesComeWhenAskedForAndHoldTheWholeMessage) {
     EXPECT_THAT(message, HasSubstr("\n")) << "the runtime's message has several lines";
     EXPECT_THAT(err, AllOf(StartsWith(before), HasSubstr("\norvane: " + message + "\n")));
     EXPECT_THAT(Run("info --log-level 7 @x").err, StartsWith("orvane: "));
-    EXPECT_EQ(Log(kLogLevelError, "nobody reads this"), 0) << "the stream of the last run is gone";
 }
 
 TEST_F(RunCliTest, ResultsGoToTheStandardOutput) {

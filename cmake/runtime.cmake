@@ -23,7 +23,7 @@ elseif(ORVANE_PACKAGE)
     set(CMAKE_INSTALL_RPATH $ORIGIN/../lib)
 else()
     # An installed program still finds the libraries that it was linked with.
-    set(CMAKE_INSTALL_RPATH ${orvaneRuntimeFolder})
+    set(CMAKE_INSTALL_RPATH $ORIGIN/../lib ${orvaneRuntimeFolder})
     # From the beginning: the place for a longer path would be held free by empty elements, which are the current folder.
     set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 endif()

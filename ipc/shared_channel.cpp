@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -21,6 +22,14 @@ std::string ObjectName(const char* prefix, int32_t channelNumber) {
 int32_t NextChannelNumber() {
     static std::atomic<int32_t> last{0};
     return ++last;
+}
+
+std::atomic<bool> passesOverTakenNames{false};
+
+bool IsAnyNameTaken(int32_t channelNumber) {
+    return Platform::IsNameTaken(ObjectName("Result", channelNumber)) ||
+           Platform::IsNameTaken(ObjectName("Call", channelNumber)) ||
+           Platform::IsNameTaken(ObjectName("Channel", channelNumber));
 }
 
 Platform::Event CreateEvent(const std::string& name, const char* failure) {
@@ -49,9 +58,20 @@ Platform::View MapView(const Platform::Section& section, uint64_t size) {
 
 }  // namespace
 
+void PassOverTakenNames() {
+    passesOverTakenNames = true;
+}
+
 void SharedChannel::Create(uint32_t size) {
     Platform::RemoveAbandoned({"Result", "Call", "Channel"});
-    const int32_t number = NextChannelNumber();
+    std::optional<Platform::NamesHeld> names;
+    if (passesOverTakenNames && !names.emplace()) {
+        ThrowSystemError("CreateMutex error");
+    }
+    int32_t number = NextChannelNumber();
+    while (names && IsAnyNameTaken(number)) {
+        number = NextChannelNumber();
+    }
     for (;;) {
         try {
             CreateObjects(number, size);

@@ -14,6 +14,10 @@ namespace Orvane {
 // The text of a failure to get memory for a section: when it is created, or when a call needs more of it.
 constexpr const char* kSectionError = "CreateFileMapping error";
 
+// From now on the channels of this process pass over numbers whose names another process has. Two running copies of one
+// program form the same names on Windows, and would share a channel; clients that do not ask for this do, deliberately.
+void PassOverTakenNames();
+
 // What joins one client to one host: a section that holds a request or its reply, and two events that hand it over.
 // The client owns the section until it sets the Call event; the host owns it from then until it sets the Result
 // event. One exchange is in flight at a time.

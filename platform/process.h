@@ -29,4 +29,8 @@ void BeginHost();
 // Only the file's name when the system does not tell that folder.
 std::string ProgramBeside(const std::string& name);
 
+// The same in the folder of the library, or the program, that this function is linked into; or, when there is none, in
+// the folder `bin` beside that folder, where packages have their programs.
+std::string ProgramBesideThisCode(const std::string& name);
+
 }  // namespace Orvane::Platform

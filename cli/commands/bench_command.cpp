@@ -1,13 +1,15 @@
 #include "cli/commands/commands.h"
 
 #include "cli/failure.h"
-#include "cli/files/whole_file.h"
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
 #include "cli/report/bench_report.h"
 #include "cli/report/progress_bar.h"
 #include "platform/interrupt.h"
+#include "platform/whole_file.h"
+
+#include <orvane/interpreter.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -42,14 +44,14 @@ void Check(const BenchOptions& options) {
     }
     RefuseEmpty("--json", options.json, "the file to write");
     if (options.json) {
-        const WholeFile trial(*options.json);
+        const Platform::WholeFile trial(*options.json);
     }
 }
 
 void WriteJson(const std::string& path, const BenchReport& report) {
     std::ostringstream text;
     PrintJsonBenchReport(text, report);
-    WholeFile file(path);
+    Platform::WholeFile file(path);
     file.Write(text.str().data(), text.str().size());
     file.Close();
     file.Commit();
@@ -98,13 +100,12 @@ Transfer Zeros(const ModelTensor& input) {
 void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream& err) {
     const LogLines lines(options.model.logLevel, err);
     const auto start = Clock::now();
-    Interpreter interpreter = LoadModel(options.model);
+    orvane::Model model = LoadModel(options.model);
     report.initialisation = Milliseconds(Clock::now() - start);
 
-    const uint32_t maxBytes = options.model.MaxTensorBytes();
-    const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput, maxBytes);
-    const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput, maxBytes);
-    Inference inference{interpreter, {}, PrepareOutputs({}, outputs)};
+    const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
+    const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
+    Inference inference{model, {}, PrepareOutputs({}, outputs)};
     std::transform(inputs.begin(), inputs.end(), std::back_inserter(inference.inputs), Zeros);
 
     report.firstInference = TimeInference(inference);
@@ -116,7 +117,8 @@ void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream
 }
 
 // What it takes to start a host, to have it answer a call and to end it: the median of a few. The call asks for a
-// framework that no host has, and is refused without any work. None when that is not what a host answers.
+// framework that no host has, which only the SDK's classes can ask for, and is refused without any work. None when that
+// is not what a host answers.
 std::optional<double> TimeLaunch(const std::string& host) {
     constexpr int kLaunches = 5;
     InterpreterParams params;

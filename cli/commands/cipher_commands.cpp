@@ -1,12 +1,12 @@
 #include "cli/commands/commands.h"
 
 #include "cli/failure.h"
-#include "cli/files/input_file.h"
-#include "cli/files/whole_file.h"
 #include "cli/model/key.h"
 #include "cli/report/progress_bar.h"
+#include "platform/input_file.h"
 #include "platform/interrupt.h"
 #include "platform/path.h"
+#include "platform/whole_file.h"
 
 #include <orvane/model_file_cipher.h>
 
@@ -85,8 +85,8 @@ void CheckUsage(const CipherOptions& options) {
 // The file's chunks one after another through `transform`, so that memory stays small whatever the file's size.
 template <typename Transform>
 void TransformFile(const CipherOptions& options, std::ostream& err, Transform transform) {
-    std::ifstream input = OpenInputFile(options.input);
-    WholeFile output(options.output, options.input);
+    std::ifstream input = Platform::OpenInputFile(options.input);
+    Platform::WholeFile output(options.output, options.input);
     std::error_code unknown;
     const auto size = std::filesystem::file_size(Platform::PathFromUtf8(options.input), unknown);
     const Platform::InterruptFlag interrupt;
@@ -98,7 +98,7 @@ void TransformFile(const CipherOptions& options, std::ostream& err, Transform tr
             throw Failure("interrupted; nothing was written");
         }
         chunk.resize(ModelFileCipher::kChunkSize);
-        chunk.resize(ReadUpTo(input, options.input, chunk.data(), chunk.size()));
+        chunk.resize(Platform::ReadUpTo(input, options.input, chunk.data(), chunk.size()));
         done += static_cast<double>(chunk.size());
         progress.Show(done, unknown ? 0 : static_cast<double>(size));
         transform(chunk);

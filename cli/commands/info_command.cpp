@@ -36,9 +36,9 @@ void AddRows(const std::vector<ModelTensor>& tensors, std::vector<std::vector<st
 
 void Info(const InfoOptions& options, std::ostream& out, std::ostream& err) {
     const LogLines lines(options.model.logLevel, err);
-    Interpreter interpreter = LoadModel(options.model);
-    const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput);
-    const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput);
+    const orvane::Model model = LoadModel(options.model);
+    const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
+    const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
     if (options.json) {
         PrintJson(out, {{"inputs", ToJson(inputs)}, {"outputs", ToJson(outputs)}});
         return;

@@ -38,11 +38,10 @@ void Run(const RunOptions& options, std::ostream& out, std::ostream& err) {
     CheckFilesDiffer(outputFiles);
 
     const LogLines lines(options.model.logLevel, err);
-    Interpreter interpreter = LoadModel(options.model);
-    const uint32_t maxBytes = options.model.MaxTensorBytes();
-    const std::vector<ModelTensor> inputs = TensorsOf(interpreter, TensorTypeInput, maxBytes);
-    const std::vector<ModelTensor> outputs = TensorsOf(interpreter, TensorTypeOutput, maxBytes);
-    Inference inference{interpreter, ReadInputs(inputFiles, inputs), PrepareOutputs(outputFiles, outputs)};
+    orvane::Model model = LoadModel(options.model);
+    const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
+    const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
+    Inference inference{model, ReadInputs(inputFiles, inputs), PrepareOutputs(outputFiles, outputs)};
 
     const double milliseconds = Infer(inference, options.repeat);
     WriteOutputs(inference.outputs);

@@ -1,8 +1,8 @@
 #include "cli/files/tensor_file.h"
 
 #include "cli/failure.h"
-#include "cli/files/input_file.h"
 #include "cli/files/npy.h"
+#include "platform/input_file.h"
 #include "platform/path.h"
 
 #include <algorithm>
@@ -115,16 +115,16 @@ std::vector<const ModelTensor*> FindTensors(const std::vector<TensorFileArgument
 }
 
 std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor) {
-    std::ifstream file = OpenInputFile(path);
+    std::ifstream file = Platform::OpenInputFile(path);
     const bool isNpy = IsNpy(path);
     if (isNpy) {
         CheckNpy(file, path, tensor);
     }
     std::vector<uint8_t> data(tensor.Bytes());
-    const std::size_t read = ReadUpTo(file, path, data.data(), data.size());
+    const std::size_t read = Platform::ReadUpTo(file, path, data.data(), data.size());
     char beyond = 0;
     const bool isCut = read < data.size();
-    if (isCut || ReadUpTo(file, path, &beyond, 1) != 0) {
+    if (isCut || Platform::ReadUpTo(file, path, &beyond, 1) != 0) {
         const std::string held = isCut ? std::to_string(read) : BytesHeld(file, read + 1);
         throw Failure(
             path + " holds " + held + " bytes of data, but " + Label(tensor) + " takes " + std::to_string(data.size()),

@@ -1,11 +1,11 @@
 #include "cli/model/inference.h"
 
 #include "cli/failure.h"
-#include "cli/files/whole_file.h"
-#include "cli/model/load_hints.h"
+#include "platform/whole_file.h"
 
 #include <algorithm>
 #include <deque>
+#include <span>
 
 namespace Orvane::Cli {
 namespace {
@@ -62,53 +62,32 @@ std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& argu
 }
 
 void WriteOutputs(const std::vector<Transfer>& outputs) {
-    std::deque<WholeFile> files;
+    std::deque<Platform::WholeFile> files;
     for (const Transfer& output : outputs) {
         if (!output.path) {
             continue;
         }
         const std::string header = TensorFileHeader(*output.path, *output.tensor);
-        WholeFile& file = files.emplace_back(*output.path);
+        Platform::WholeFile& file = files.emplace_back(*output.path);
         file.Write(header.data(), header.size());
         file.Write(output.data.data(), output.data.size());
         file.Close();
     }
-    for (WholeFile& file : files) {
+    for (Platform::WholeFile& file : files) {
         file.Commit();
     }
 }
 
-void Inference::CopyIn() const {
+void Inference::CopyIn() {
     for (const Transfer& input : inputs) {
-        Check(input.tensor->handle->CopyFrom(input.data.data(), input.tensor->Bytes()));
+        model.Set(input.tensor->index, std::as_bytes(std::span(input.data)));
     }
-}
-
-void Inference::Compute() const {
-    Check(interpreter.Invoke());
 }
 
 void Inference::CopyOut() {
     for (Transfer& output : outputs) {
-        Check(output.tensor->handle->CopyTo(output.data.data(), output.tensor->Bytes()));
+        model.Get(output.tensor->index, std::as_writable_bytes(std::span(output.data)));
     }
-}
-
-void Inference::Check(const Status& status) const {
-    if (status.Ok()) {
-        return;
-    }
-    std::vector<std::string> hints;
-    if (status.reason == FailureReasonHostEnded) {
-        hints.push_back(HostEndHint(interpreter.GetHostEnd()));
-    }
-    for (const Transfer& input : inputs) {
-        if (input.tensor->shape.empty()) {
-            hints.push_back(Label(*input.tensor) +
-                            " has no dimensions, which cannot be run: export the model with [1].");
-        }
-    }
-    throw Failure(status.message, hints);
 }
 
 }  // namespace Orvane::Cli

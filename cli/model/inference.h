@@ -3,7 +3,7 @@
 #include "cli/files/tensor_file.h"
 #include "cli/model/model_tensor.h"
 
-#include <orvane/interpreter.h>
+#include <orvane/orvane.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -32,18 +32,15 @@ std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& argu
 // changed.
 void WriteOutputs(const std::vector<Transfer>& outputs);
 
-// The three steps of an inference with all the data that goes in and out. Each throws `Failure` with the SDK's message.
+// The three steps of an inference with all the data that goes in and out. Each throws `orvane::Error`.
 struct Inference {
-    void CopyIn() const;
-    void Compute() const;
+    void CopyIn();
+    void Compute() { model.Run(); }
     void CopyOut();
 
-    Interpreter& interpreter;
+    orvane::Model& model;
     std::vector<Transfer> inputs;
     std::vector<Transfer> outputs;
-
- private:
-    void Check(const Status& status) const;
 };
 
 }  // namespace Orvane::Cli

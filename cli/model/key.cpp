@@ -1,7 +1,7 @@
 #include "cli/model/key.h"
 
 #include "cli/failure.h"
-#include "cli/files/input_file.h"
+#include "platform/input_file.h"
 
 #include <CLI/CLI.hpp>
 #include <array>
@@ -19,8 +19,8 @@ std::string ReadKeyFile(const std::string& path) {
         std::cin.read(bytes.data(), bytes.size());
         return {bytes.data(), static_cast<std::size_t>(std::cin.gcount())};
     }
-    std::ifstream file = OpenInputFile(path);
-    return {bytes.data(), ReadUpTo(file, path, bytes.data(), bytes.size())};
+    std::ifstream file = Platform::OpenInputFile(path);
+    return {bytes.data(), Platform::ReadUpTo(file, path, bytes.data(), bytes.size())};
 }
 
 }  // namespace

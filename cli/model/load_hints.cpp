@@ -1,13 +1,11 @@
 #include "cli/model/load_hints.h"
 
-#include "cli/failure.h"
-#include "cli/files/input_file.h"
+#include "platform/file_error.h"
+#include "platform/input_file.h"
 #include "platform/path.h"
 
 #include <filesystem>
 #include <string_view>
-#include <system_error>
-#include <tuple>
 
 namespace Orvane::Cli {
 namespace {
@@ -15,15 +13,15 @@ namespace {
 // What is wrong with a file that cannot be read.
 std::optional<std::string> WhyUnreadable(const std::string& path) {
     try {
-        OpenInputFile(path);
+        Platform::OpenInputFile(path);
         return std::nullopt;
-    } catch (const Failure& failure) {
-        return failure.what();
+    } catch (const Platform::FileError& error) {
+        return error.what();
     }
 }
 
 bool BeginsLikeXml(const std::string& path) {
-    std::ifstream file = OpenInputFile(path);
+    std::ifstream file = Platform::OpenInputFile(path);
     return file.get() == '<';
 }
 
@@ -76,58 +74,20 @@ std::string LikelyHint(const ModelOptions& options) {
            "one needs --key.";
 }
 
-// Where a host process is to blame, and not the model.
-std::optional<std::string> HostHint(const ModelOptions& options, const Status& status, const HostEnd& end) {
-    const std::string program = options.HostProgram().value_or("the host program");
-    const std::string systemReason = std::system_category().message(status.code);
-    switch (status.reason) {
-        case FailureReasonHostEnded:
-            if (end.cause == HostEndCauseTimeLimit) {
-                return "The model was not loaded in time. " + HostEndHint(end);
-            }
-            return program + " ended before the model was loaded. " + HostEndHint(end) +
-                   " If it is the host program, orvane_host, this model ended it: see what happens without --host and "
-                   "--remote.";
-        case FailureReasonHostStart:
-            return program + " cannot be started: " + systemReason + ". It must be the host program, orvane_host: " +
-                   "--host takes its path, --remote finds it beside orvane.";
-        case FailureReasonSystem:
-            return "The system cannot give what a host process needs: " + systemReason + ".";
-        default:
-            return std::nullopt;
-    }
-}
-
 }  // namespace
 
-std::string HostEndHint(const HostEnd& end) {
-    // Signals are Linux's and large exit values are Windows'; neither has the other's.
-    static constexpr std::tuple<HostEndCause, uint32_t, const char*> kMeanings[] = {
-        {HostEndCauseExit, 127, "a library that it needs was not found"},
-        {HostEndCauseExit, 0xC0000135, "a DLL that it needs was not found"},
-        {HostEndCauseSignal, 4, "the processor lacks an instruction that the runtime used"},
-        {HostEndCauseExit, 0xC000001D, "the processor lacks an instruction that the runtime used"},
-        {HostEndCauseSignal, 6, "it gave up, for instance because there was not enough memory"},
-        {HostEndCauseSignal, 9, "somebody killed it, or the system did when memory ran out"},
-        {HostEndCauseExit, 0xC0000017, "there was not enough memory"},
-    };
-    std::string hint = "How it ended: " + (end.text.empty() ? "unknown" : end.text);
-    for (const auto& [cause, value, meaning] : kMeanings) {
-        hint += cause == end.cause && value == end.value ? std::string(", ") + meaning : "";
-    }
-    return hint + (end.cause == HostEndCauseTimeLimit ? "; --timeout SECONDS gives it more." : ".");
-}
-
-std::vector<std::string> LoadHints(const ModelOptions& options, const std::optional<std::string>& key,
-                                   const Status& status, const HostEnd& hostEnd) {
-    if (const std::optional<std::string> hint = HostHint(options, status, hostEnd)) {
-        return {*hint};
-    }
-    if (options.framework != FrameworkTypeOpenvino && options.framework != FrameworkTypeOpenvinoPlain) {
-        return {"Framework " + std::to_string(options.framework) + " is not in this build: leave --framework out."};
-    }
-    if (key && key->size() > 4) {
-        return {"A key has at most 4 bytes; --key has " + std::to_string(key->size()) + "."};
+std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error) {
+    switch (error.GetReason()) {
+        case orvane::Reason::HostEnded:
+            return {
+                "If it is the host program, orvane_host, this model ended it: see what happens without --host and "
+                "--remote, or, when the time was too short, with a longer --timeout."};
+        case orvane::Reason::System:
+        case orvane::Reason::BadArgument:
+        case orvane::Reason::NoMemory:
+            return {};  // the error says it all
+        default:
+            break;
     }
     if (const std::optional<std::string> hint = CertainHint(options)) {
         return {*hint};

@@ -1,126 +1,86 @@
 #include "cli/model/load_model.h"
 
 #include "cli/failure.h"
-#include "cli/files/whole_file.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
 #include "platform/interrupt.h"
 #include "platform/path.h"
+#include "platform/whole_file.h"
 
-#include <orvane/log.h>
-
-#include <filesystem>
+#include <chrono>
 #include <ostream>
 #include <string>
 
 namespace Orvane::Cli {
 namespace {
 
-std::ostream* logStream = nullptr;
+orvane::Options MakeOptions(const ModelOptions& options, const std::optional<std::string>& key) {
+    orvane::Options made;
+    made.modelPath = options.model.value_or("");
+    made.device = options.device.value_or("");
+    made.cachePath = options.cache.value_or("");
+    made.makeCache = options.makeCache;
+    made.hostProgram = options.HostProgram();
+    if (key) {
+        made.key.assign(key->begin(), key->end());
+    }
+    made.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(options.timeout.value_or(0) * 1000));
+    return made;
+}
 
-void SetText(OptionV2& option, const char* key, const std::optional<std::string>& text) {
-    if (text) {
-        option.SetString(key, text->c_str());
+orvane::Model Load(const ModelOptions& options, const std::optional<std::string>& key) {
+    try {
+        return orvane::Model(MakeOptions(options, key));
+    } catch (const orvane::Error& error) {
+        throw Failure(error.what(), LoadHints(options, error));
     }
 }
 
-OptionHandle MakeOption(const ModelOptions& options, const std::optional<std::string>& key) {
-    OptionHandle option = CreateOption();
-    option->SetInt(OptionCommonFramework, options.framework);
-    SetText(*option, OptionCommonModelPath, options.model);
-    SetText(*option, OptionCommonHost, options.HostProgram());
-    SetText(*option, OptionOpenvinoDevie, options.device);
-    SetText(*option, OptionOpenvinoCachePath, options.cache);
-    SetText(*option, OptionOpenvinoMakeEncryptedKey, key);
-    option->SetBool(OptionOpenvinoMakeCache, options.makeCache);
-    option->SetBool(OptionOpenvinoMakeEncrypted, key.has_value());
-    return option;
-}
-
-// A pipe would be waited for, and a device may do anything.
-void RefuseSpecialFile(const std::optional<std::string>& path) {
-    std::error_code ignored;
-    const std::filesystem::file_status status =
-        path ? std::filesystem::status(Platform::PathFromUtf8(*path), ignored) : std::filesystem::file_status();
-    if (std::filesystem::is_other(status)) {
-        throw Failure(*path + " is no ordinary file", {"A model and a cache are read from files."});
-    }
-}
-
-void RefuseSpecialFiles(const ModelOptions& options) {
-    RefuseSpecialFile(options.model);
-    RefuseSpecialFile(options.cache);
-    if (options.model && (options.model->ends_with(".xml") || options.IsEncrypted())) {
-        RefuseSpecialFile(options.model->substr(0, options.model->rfind('.')) + ".bin");  // its weights
-    }
-}
-
-Status TryInit(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
-    if (options.timeout) {
-        interpreter.SetTimeLimit(static_cast<uint32_t>(*options.timeout * 1000));
-    }
-    return interpreter.Init(*MakeOption(options, key));
-}
-
-void Init(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
-    if (const Status status = TryInit(interpreter, options, key); !status.Ok()) {
-        throw Failure(status.message, LoadHints(options, key, status, interpreter.GetHostEnd()));
-    }
-}
-
-// The SDK writes a cache in its place, piece by piece, and runs the model all the same when it cannot. Here the cache
-// has a name of its own until it has proved to be whole, by being read: its last bytes are as necessary as the others.
-void InitAndMakeCache(Interpreter& interpreter, const ModelOptions& options, const std::optional<std::string>& key) {
-    const std::filesystem::path place = FinalPlace(*options.cache);
-    const PartialFile partial(place);
+// For the SDK a cache that cannot be written is no failure.
+orvane::Model LoadAndMakeCache(const ModelOptions& options, const std::optional<std::string>& key) {
+    Platform::FinalPlace(*options.cache);  // says what is wrong with it
     const Platform::InterruptFlag interrupt;
-    const Platform::OwnerOnlyFiles ownerOnly;
-
-    ModelOptions making = options;
-    making.cache = Platform::Utf8FromPath(partial.Path());
-    Init(interpreter, making, key);
-    making.makeCache = false;
-    Interpreter reader;
-    std::error_code error;
-    const bool isWhole = std::filesystem::exists(partial.Path(), error) && TryInit(reader, making, key).Ok();
+    orvane::Model model = Load(options, key);
     if (interrupt.IsSet()) {
-        throw Failure("interrupted; the cache was not written");
+        throw Failure("interrupted while the cache was made");
     }
-    if (isWhole) {
-        std::filesystem::rename(partial.Path(), place, error);
-    }
-    if (!isWhole || error) {
+    if (Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
         throw Failure("the cache file " + *options.cache + " could not be written",
                       {"Check that its folder exists, may be written to and has room."});
     }
+    return model;
 }
 
 }  // namespace
 
-Interpreter LoadModel(const ModelOptions& options) {
+orvane::Model LoadModel(const ModelOptions& options) {
     CheckUsage(options);
     const std::optional<std::string> key = ReadKey(options.key);
-    RefuseSpecialFiles(options);
-    Interpreter interpreter;
-    if (options.makeCache && options.cache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
-        InitAndMakeCache(interpreter, options, key);
-    } else {
-        Init(interpreter, options, key);
+    if (options.framework != FrameworkTypeOpenvino && options.framework != FrameworkTypeOpenvinoPlain) {
+        throw Failure("Framework " + std::to_string(options.framework) + " is not in this build",
+                      {"Leave --framework out."});
     }
-    return interpreter;
+    const bool makesCache =
+        options.makeCache && options.cache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
+    return makesCache ? LoadAndMakeCache(options, key) : Load(options, key);
 }
 
-LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) {
+LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) : stream(err) {
     if (minimum) {
-        logStream = &err;
-        SetLogLevel(*minimum);
-        SetLogCallback([](uint32_t, const char* text) { *logStream << PrintableLines(text) << "\n"; });
+        least = *minimum;
+        orvane_set_log(Print, this);
     }
 }
 
 LogLines::~LogLines() {
-    SetLogCallback(nullptr);
-    SetLogLevel(0);
+    orvane_set_log(nullptr, nullptr);
+}
+
+void LogLines::Print(void* self, uint32_t level, const char* text) {
+    const auto& lines = *static_cast<const LogLines*>(self);
+    if (level >= lines.least) {
+        lines.stream << PrintableLines(text) << "\n";
+    }
 }
 
 }  // namespace Orvane::Cli

@@ -2,7 +2,7 @@
 
 #include "cli/model/model_options.h"
 
-#include <orvane/interpreter.h>
+#include <orvane/orvane.hpp>
 
 #include <cstdint>
 #include <iosfwd>
@@ -12,7 +12,7 @@ namespace Orvane::Cli {
 
 // Throws `WrongUsage` for options that mean nothing, and `Failure` with the SDK's message, and hints, when the model
 // does not load.
-Interpreter LoadModel(const ModelOptions& options);
+orvane::Model LoadModel(const ModelOptions& options);
 
 // While it lives, the SDK's log lines of `minimum` and above go to `err`; without a level none does.
 // At most one at a time.
@@ -22,6 +22,12 @@ class LogLines {
     ~LogLines();
     LogLines(const LogLines&) = delete;
     LogLines& operator=(const LogLines&) = delete;
+
+ private:
+    static void Print(void* self, uint32_t level, const char* text);
+
+    uint32_t least = 0;
+    std::ostream& stream;
 };
 
 }  // namespace Orvane::Cli

@@ -1,7 +1,6 @@
 #include "cli/model/model_options.h"
 
 #include "cli/failure.h"
-#include "cli/model/model_tensor.h"
 
 #include <orvane/host.h>
 
@@ -11,10 +10,6 @@ namespace Orvane::Cli {
 
 std::optional<std::string> ModelOptions::HostProgram() const {
     return remote ? HostPathBesideProgram() : host;
-}
-
-uint32_t ModelOptions::MaxTensorBytes() const {
-    return HostProgram() ? kMaxHostTensorBytes : kMaxTensorBytes;
 }
 
 void AddModelOptions(CLI::App& app, ModelOptions& options) {

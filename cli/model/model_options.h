@@ -31,9 +31,6 @@ struct ModelOptions {
     std::optional<std::string> HostProgram() const;
 
     bool IsEncrypted() const { return key.key || key.file; }
-
-    // The largest tensor whose data can be copied, in bytes.
-    uint32_t MaxTensorBytes() const;
 };
 
 // Adds MODEL and the options to a subcommand. Parsing fills `options`, which must live as long.

@@ -2,8 +2,8 @@
 
 #include "cli/printable.h"
 
-#include <orvane/interpreter.h>
-#include <orvane/tensor_impl.h>
+#include <orvane/tensor_info.h>
+#include <orvane/orvane.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -12,9 +12,6 @@
 
 namespace Orvane::Cli {
 
-// Bytes that the largest tensor can have whose data is copied in this process; `kMaxHostTensorBytes` in a host process.
-inline constexpr uint32_t kMaxTensorBytes = 0xFFFF'FFFF;
-
 // A tensor of a loaded model together with its place in the model.
 struct ModelTensor {
     TensorType side;
@@ -22,17 +19,15 @@ struct ModelTensor {
     std::string name;
     DataType elementType;
     std::vector<int64_t> shape;
-    TensorHandle handle;
-    uint32_t maxBytes;  // of a tensor whose data can be copied
+    uint64_t byteSize;  // 0 when its data cannot be copied
 
-    // Why its data cannot be copied; none when it can. Where it can, `Bytes` is right.
+    // Why its data cannot be copied; none when it can.
     std::optional<std::string> Obstacle() const;
-    uint32_t Bytes() const { return static_cast<uint32_t>(handle->GetByteSize()); }
+    std::size_t Bytes() const { return static_cast<std::size_t>(byteSize); }
 };
 
-// All inputs or all outputs, in the model's order. They must not outlive `interpreter`. Throws `Failure` when the
-// model's host process has ended.
-std::vector<ModelTensor> TensorsOf(Interpreter& interpreter, TensorType side, uint32_t maxBytes = kMaxTensorBytes);
+// All inputs or all outputs, in the model's order.
+std::vector<ModelTensor> TensorsOf(const orvane::Model& model, TensorType side);
 
 // "float32" and the like; "unknown" for a type that data cannot be copied for.
 std::string ElementTypeName(DataType type);

@@ -44,7 +44,7 @@ std::vector<std::string> SummaryRow(const Transfer& transfer) {
         row.insert(row.end(), {"min " + Text(range->minimum), "max " + Text(range->maximum),
                                "mean " + Text(range->mean), "max at " + std::to_string(range->indexOfMaximum)});
     } else {
-        row.insert(row.end(), {transfer.data.empty() ? "no elements" : "no numbers", "", "", ""});
+        row.insert(row.end(), {"no numbers", "", "", ""});
     }
     row.push_back(summary.notNumbers == 0 ? "" : std::to_string(summary.notNumbers) + " NaN");
     return row;

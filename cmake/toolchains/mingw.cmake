@@ -7,8 +7,9 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-# Programs carry MinGW's own libraries, so that they start on any machine.
+# Programs and libraries carry MinGW's own libraries, so that they start on any machine.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 
 get_filename_component(orvaneRoot ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
 set(CMAKE_FIND_ROOT_PATH ${orvaneRoot}/.deps/windows)

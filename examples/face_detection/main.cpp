@@ -4,7 +4,7 @@
 #include "face_decoder.h"
 #include "picture.h"
 
-#include <orvane/orvane.h>
+#include <orvane/orvane.hpp>
 
 #include <cmath>
 #include <cstdio>
@@ -15,63 +15,45 @@
 
 namespace {
 
-// Every operation of the SDK that can fail returns a status, and the status says why; `explanation` tells the user
-// what could not be done.
-void Check(const Orvane::Status& status, const std::string& explanation) {
-    if (!status.Ok()) {
-        throw std::runtime_error(explanation + ":\n" + status.message);
-    }
-}
-
 // The model runs in a process of the program `host`, or in this one when that is empty. Nothing else differs.
-Orvane::Interpreter LoadModel(const std::string& path, const std::string& host) {
-    const Orvane::OptionHandle options = Orvane::CreateOption();
-    options->SetInt(Orvane::OptionCommonFramework, Orvane::FrameworkTypeOpenvino);
-    options->SetString(Orvane::OptionCommonModelPath, path.c_str());
-    options->SetString(Orvane::OptionCommonHost, host.c_str());
-
-    Orvane::Interpreter interpreter;
-    Check(interpreter.Init(*options), "cannot load " + path + ", give the face detector's model file" +
-                                          (host.empty() ? "" : " and the path of orvane_host"));
-    return interpreter;
-}
-
-// Another model than the face detector would have no such tensor, or one with another size.
-void CheckTensor(const Orvane::TensorHandle& tensor, const std::string& name, size_t floatCount) {
-    if (!tensor || tensor->GetDataType() != Orvane::DataTypeFloat32 ||
-        tensor->GetByteSize() != floatCount * sizeof(float)) {
-        throw std::runtime_error("the model has no " + name + " of " + std::to_string(floatCount) +
-                                 " floats, give the face detector's model file");
+orvane::Model LoadModel(const std::string& path, const std::string& host) {
+    orvane::Options options;
+    options.modelPath = path;
+    if (!host.empty()) {
+        options.hostProgram = host;
+    }
+    try {
+        return orvane::Model(options);
+    } catch (const orvane::Error& error) {
+        throw std::runtime_error("cannot load " + path + ", give the face detector's model file" +
+                                 (host.empty() ? "" : " and the path of orvane_host") + ":\n" + error.what());
     }
 }
 
 // The model takes red, green and blue of each pixel, scaled from 0..255 to -1..1.
-void CopyIn(Orvane::Interpreter& interpreter, const Picture& square) {
+std::vector<float> ScalePixels(const Picture& square) {
     std::vector<float> values;
     for (const uint8_t channel : square.pixels) {
         values.push_back(static_cast<float>(channel) / 127.5F - 1);
     }
-    const Orvane::TensorHandle input = interpreter.GetInput();
-    CheckTensor(input, "input", values.size());
-    Check(input->CopyFrom(values.data(), static_cast<uint32_t>(values.size() * sizeof(float))),
-          "cannot hand the picture to the model");
-}
-
-std::vector<float> CopyOut(Orvane::Interpreter& interpreter, const std::string& name, size_t count) {
-    std::vector<float> values(count);
-    const Orvane::TensorHandle output = interpreter.GetTensorByName(Orvane::TensorTypeOutput, name);
-    CheckTensor(output, "output " + name, count);
-    Check(output->CopyTo(values.data(), static_cast<uint32_t>(values.size() * sizeof(float))),
-          "cannot read the output " + name);
     return values;
 }
 
-// The faces in the picture, with boxes in the picture's own pixels.
-std::vector<Face> DetectFaces(Orvane::Interpreter& interpreter, const Picture& picture) {
-    CopyIn(interpreter, FitIntoSquare(picture, kInputSide));
-    Check(interpreter.Invoke(), "cannot run the model");
-    std::vector<Face> faces = DecodeFaces(CopyOut(interpreter, "regressors", kAnchorCount * kRegressorsPerAnchor),
-                                          CopyOut(interpreter, "classificators", kAnchorCount));
+// The faces in the picture, with boxes in the picture's own pixels. Another model than the face detector has other
+// tensors, and the SDK then says which of them does not fit.
+std::vector<Face> DetectFaces(orvane::Model& model, const Picture& picture) {
+    std::vector<float> regressors(kAnchorCount * kRegressorsPerAnchor);
+    std::vector<float> classificators(kAnchorCount);
+    try {
+        model.Set(0, ScalePixels(FitIntoSquare(picture, kInputSide)));
+        model.Run();
+        model.Get("regressors", regressors);
+        model.Get("classificators", classificators);
+    } catch (const orvane::Error& error) {
+        throw std::runtime_error(std::string("cannot run the model, give the face detector's model file:\n") +
+                                 error.what());
+    }
+    std::vector<Face> faces = DecodeFaces(regressors, classificators);
     for (Face& face : faces) {
         face.box = FromSquare(face.box, picture, kInputSide);
     }
@@ -104,9 +86,9 @@ int main(int argc, char** argv) {
     }
     try {
         const std::string host = arguments.size() == 4 ? arguments[3] : "";
-        Orvane::Interpreter interpreter = LoadModel(arguments[0], host);
+        orvane::Model model = LoadModel(arguments[0], host);
         Picture picture = LoadPicture(arguments[1]);
-        const std::vector<Face> faces = DetectFaces(interpreter, picture);
+        const std::vector<Face> faces = DetectFaces(model, picture);
         PrintFaces(arguments[1], faces);
         if (arguments.size() >= 3) {
             for (const Face& face : faces) {

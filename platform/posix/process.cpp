@@ -9,8 +9,34 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
 
 namespace Orvane::Platform {
+
+namespace {
+
+// The file that this function was loaded from; empty when the system does not tell. Asked of the kernel: the loader
+// keeps the path as somebody wrote it, which may no longer lead there once the working folder has changed.
+std::filesystem::path FileOfThisCode() {
+    const auto address = reinterpret_cast<uintptr_t>(&FileOfThisCode);
+    std::ifstream mappings("/proc/self/maps");
+    for (std::string line; std::getline(mappings, line);) {
+        uintptr_t begin = 0;
+        uintptr_t end = 0;
+        char dash = 0;
+        std::istringstream range(line);
+        range >> std::hex >> begin >> dash >> end;
+        const size_t path = line.find('/');
+        if (address >= begin && address < end && path != std::string::npos) {
+            return line.substr(path);
+        }
+    }
+    return {};
+}
+
+}  // namespace
 
 ProcessMark::ProcessMark() noexcept : process(getpid()) {}
 
@@ -40,6 +66,17 @@ std::string ProgramBeside(const std::string& name) {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
     return error ? name : (program.parent_path() / name).string();
+}
+
+std::string ProgramBesideThisCode(const std::string& name) {
+    const std::filesystem::path folder = FileOfThisCode().parent_path();
+    if (folder.empty()) {
+        return name;
+    }
+    const std::filesystem::path inBin = folder.parent_path() / "bin" / name;
+    std::error_code ignored;
+    const bool isBeside = std::filesystem::exists(folder / name, ignored);
+    return !isBeside && std::filesystem::exists(inBin, ignored) ? inBin.string() : (folder / name).string();
 }
 
 }  // namespace Orvane::Platform

@@ -1,5 +1,6 @@
 #include "platform/process.h"
 
+#include "platform/path.h"
 #include "platform/win32/wide_text.h"
 
 #include <windows.h>
@@ -12,6 +13,22 @@
 #endif
 
 namespace Orvane::Platform {
+
+namespace {
+
+// The folder of a module's file, with a "\\" behind it; null is the running program.
+std::wstring FolderOf(HMODULE module) {
+    std::wstring file(MAX_PATH, L'\0');
+    DWORD length = GetModuleFileNameW(module, file.data(), static_cast<DWORD>(file.size()));
+    while (length == file.size()) {  // cut off
+        file.resize(2 * file.size());
+        length = GetModuleFileNameW(module, file.data(), static_cast<DWORD>(file.size()));
+    }
+    file.resize(length);
+    return file.substr(0, file.find_last_of(L'\\') + 1);
+}
+
+}  // namespace
 
 // Windows has no fork.
 ProcessMark::ProcessMark() noexcept : process(GetCurrentProcessId()) {}
@@ -46,14 +63,18 @@ void BeginHost() {
 }
 
 std::string ProgramBeside(const std::string& name) {
-    std::wstring program(MAX_PATH, L'\0');
-    DWORD length = GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
-    while (length == program.size()) {  // cut off
-        program.resize(2 * program.size());
-        length = GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
-    }
-    program.resize(length);
-    return Utf8FromWide(program.substr(0, program.find_last_of(L'\\') + 1)) + name + ".exe";
+    return Utf8FromWide(FolderOf(nullptr)) + name + ".exe";
+}
+
+std::string ProgramBesideThisCode(const std::string& name) {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&FolderOf), &module);
+    const std::string folder = Utf8FromWide(FolderOf(module));
+    const std::string program = name + ".exe";
+    const std::string inBin = folder + "..\\bin\\" + program;
+    const bool isBeside = !IsMissing(PathFromUtf8(folder + program));
+    return !isBeside && !IsMissing(PathFromUtf8(inBin)) ? inBin : folder + program;
 }
 
 }  // namespace Orvane::Platform

@@ -1,6 +1,6 @@
 # Installs the SDK from BUILD into an empty folder and builds and runs the consumer project outside the tree against
-# it, with COMPILER and FLAGS as the SDK was built. The consumer initialises without a model. The installed program must
-# run a model in a host process by itself. Programs run by EMULATOR when there is one.
+# it, with COMPILER, C_COMPILER and FLAGS as the SDK was built. The consumer initialises without a model. The installed
+# program must run a model in a host process by itself. Programs run by EMULATOR when there is one.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -15,20 +15,29 @@ endfunction()
 function(expect_consumer library answer)
     run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${FOLDER}/source -B ${FOLDER}/build-${library}
         -D Orvane_DIR=${FOLDER}/sdk/lib/cmake/Orvane -D CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${FLAGS}
-        -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D CMAKE_CXX_STANDARD=17 -D LIBRARY=${library} ${ARGN})
-    run(${CMAKE_COMMAND} --build ${FOLDER}/build-${library})
-    run(${EMULATOR} ${FOLDER}/build-${library}/consumer${SUFFIX})
+        -D CMAKE_C_COMPILER=${C_COMPILER}
+        -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D CMAKE_CXX_STANDARD=17 ${ARGN})
+    run(${CMAKE_COMMAND} --build ${FOLDER}/build-${component})
+    run(${EMULATOR} ${FOLDER}/build-${component}/consumer${SUFFIX})
     if(NOT printed STREQUAL "${VERSION}: ${answer}\n")
         message(FATAL_ERROR "the consumer printed ${printed}")
     endif()
 endfunction()
 
-set(ENV{WINEPATH} ${LIBRARIES})  # where Wine finds the runtime's libraries
+set(ENV{WINEPATH} "${LIBRARIES}\;${FOLDER}/sdk/bin")  # where Wine finds libraries
 file(REMOVE_RECURSE ${FOLDER})
-file(COPY ${CMAKE_CURRENT_LIST_DIR}/CMakeLists.txt ${CMAKE_CURRENT_LIST_DIR}/main.cpp DESTINATION ${FOLDER}/source)
+file(COPY ${CMAKE_CURRENT_LIST_DIR}/CMakeLists.txt ${CMAKE_CURRENT_LIST_DIR}/main.c ${CMAKE_CURRENT_LIST_DIR}/main.cpp
+    DESTINATION ${FOLDER}/source)
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${FOLDER}/sdk)
-expect_consumer(orvane "模型参数错误")
-expect_consumer(orvane_client "OpenVINO is not enabled\n" -D COMPONENT=client -D CMAKE_DISABLE_FIND_PACKAGE_OpenVINO=ON)
+expect_consumer(sdk "模型参数错误")
+set(withoutOpenvino -D CMAKE_DISABLE_FIND_PACKAGE_OpenVINO=ON)
+expect_consumer(client "OpenVINO is not enabled\n" -D COMPONENT=client ${withoutOpenvino})
+if(NOT FLAGS MATCHES "-fsanitize")  # whose runtime a C program does not bring
+    expect_consumer(c "模型参数错误 (wrong model parameters: give model_path, or the cache_path of a file that exists)"
+        -D COMPONENT=c ${withoutOpenvino})
+    expect_consumer(client_c "OpenVINO is not enabled\n (this library runs models in a host process only: give \
+host_program, or use the library orvane_c)" -D COMPONENT=client_c ${withoutOpenvino})
+endif()
 if(EXISTS ${MODEL})
     run(${EMULATOR} ${FOLDER}/sdk/bin/orvane${SUFFIX} info --remote ${MODEL})
 else()

@@ -47,7 +47,8 @@ const std::map<std::string, void (*)()>& Deaths() {
 //   share INPUT OUTPUT             one input and one output of so many bytes in the same memory: running copies nothing
 //   fail TEXT                      a failure with that text
 //   hang                           never ends
-// and the model name what running it does before it copies each input to its output:
+// and the model name, or what stands behind a semicolon in the path, what running it does before it copies each input
+// to its output:
 //   sleep MILLISECONDS, or one of the deaths below; anything else nothing
 // or "look" for a look at the data that came in last, when the model goes.
 class StubBackend final : public IOrvane {
@@ -61,7 +62,8 @@ class StubBackend final : public IOrvane {
     }
 
     Status Init(const InterpreterParams& params) override {
-        std::istringstream words(params.modelPath);
+        const size_t mark = params.modelPath.find(';');
+        std::istringstream words(params.modelPath.substr(0, mark));
         std::string kind;
         size_t size = 0;
         size_t outputCount = 1;
@@ -72,7 +74,8 @@ class StubBackend final : public IOrvane {
         if (living != 1) {
             return MakeErrorStatus("the earlier model is still there");
         }
-        std::istringstream(params.modelName) >> run >> runTime;
+        std::istringstream(mark != std::string::npos ? params.modelPath.substr(mark + 1) : params.modelName) >> run >>
+            runTime;
         const bool shares = kind == "share";
         const size_t outputSize = shares ? std::exchange(outputCount, 1) : size;
         size_t inputCount = outputCount;

@@ -6,10 +6,11 @@
 #include <optional>
 #include <string>
 
-namespace Orvane::Cli {
+// Files that appear whole or not at all. What goes wrong is thrown as `FileError`.
+namespace Orvane::Platform {
 
-// Where a file is to be written to, with links followed. Throws `Failure` when there cannot be such a file: no folder
-// for it, or what stands in its place is no ordinary file.
+// Where a file is to be written to, with links followed. Throws when there cannot be such a file: no folder for it, or
+// what stands in its place is no ordinary file.
 std::filesystem::path FinalPlace(const std::string& path);
 
 // A name beside `place` that no file has. What is written there goes with this object, unless it is renamed before.
@@ -30,10 +31,10 @@ class PartialFile {
 // `Commit`. Without `Commit` nothing of it stays and a file that was there before is as it was.
 class WholeFile {
  public:
-    // Throws `Failure` when there cannot be such a file. One that is made from a file whose content is secret,
-    // `source`, is never for more readers than that one, nor than the file that it replaces.
+    // Throws when there cannot be such a file. One that is made from a file whose content is secret, `source`, is never
+    // for more readers than that one, nor than the file that it replaces.
     explicit WholeFile(const std::string& path, const std::optional<std::string>& source = std::nullopt);
-    // Each throws `Failure` when the system cannot, with a full disk for instance.
+    // Each throws when the system cannot, with a full disk for instance.
     void Write(const void* data, std::size_t size);
     void Close();   // all bytes are now with the system
     void Commit();  // puts the closed file in its place, with its permissions
@@ -46,4 +47,4 @@ class WholeFile {
     std::ofstream stream;
 };
 
-}  // namespace Orvane::Cli
+}  // namespace Orvane::Platform

@@ -4,14 +4,14 @@
 #include <fstream>
 #include <string>
 
-namespace Orvane::Cli {
+namespace Orvane::Platform {
 
-// Opens `path` (UTF-8) for reading bytes. Throws `Failure` saying why it cannot: it is missing, a folder, or the
+// Opens `path` (UTF-8) for reading bytes. Throws `FileError` saying why it cannot: it is missing, a folder, or the
 // system refuses.
 std::ifstream OpenInputFile(const std::string& path);
 
-// Reads up to `size` bytes and returns how many there were; fewer only at the end of the file. Throws `Failure`
+// Reads up to `size` bytes and returns how many there were; fewer only at the end of the file. Throws `FileError`
 // when the system cannot read. `path` is for the message.
 std::size_t ReadUpTo(std::ifstream& file, const std::string& path, void* destination, std::size_t size);
 
-}  // namespace Orvane::Cli
+}  // namespace Orvane::Platform

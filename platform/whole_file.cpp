@@ -1,12 +1,12 @@
-#include "cli/files/whole_file.h"
+#include "platform/whole_file.h"
 
-#include "cli/failure.h"
+#include "platform/file_error.h"
 #include "platform/path.h"
 
 #include <random>
 #include <utility>
 
-namespace Orvane::Cli {
+namespace Orvane::Platform {
 namespace {
 
 // Of the file, when there is one.
@@ -19,18 +19,18 @@ std::optional<std::filesystem::perms> PermissionsOf(const std::filesystem::path&
 }  // namespace
 
 std::filesystem::path FinalPlace(const std::string& path) {
-    std::filesystem::path place = Platform::PathFromUtf8(path);
+    std::filesystem::path place = PathFromUtf8(path);
     std::error_code ignored;
     if (std::filesystem::is_symlink(place, ignored)) {
         place = std::filesystem::weakly_canonical(place, ignored);
     }
     const std::filesystem::file_status status = std::filesystem::status(place, ignored);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw Failure(path + (std::filesystem::is_directory(status) ? " is a folder" : " is no ordinary file") +
-                      "; name a file to write");
+        throw FileError(path + (std::filesystem::is_directory(status) ? " is a folder" : " is no ordinary file") +
+                        "; name a file to write");
     }
-    if (place.has_parent_path() && Platform::IsMissing(place.parent_path())) {
-        throw Failure("there is no folder for " + path, {"Make the folder first."});
+    if (place.has_parent_path() && IsMissing(place.parent_path())) {
+        throw FileError("there is no folder for " + path + "\nMake the folder first.");
     }
     return place;
 }
@@ -47,31 +47,30 @@ PartialFile::~PartialFile() {
 
 WholeFile::WholeFile(const std::string& path, const std::optional<std::string>& source)
     : name(path), target(FinalPlace(path)), partial(target), permissions(PermissionsOf(target)) {
-    const std::optional<std::filesystem::perms> ofSource =
-        source ? PermissionsOf(Platform::PathFromUtf8(*source)) : std::nullopt;
+    const std::optional<std::filesystem::perms> ofSource = source ? PermissionsOf(PathFromUtf8(*source)) : std::nullopt;
     if (ofSource) {
         permissions = permissions.value_or(*ofSource) & *ofSource;
     }
-    std::optional<Platform::OwnerOnlyFiles> ownerOnly;
+    std::optional<OwnerOnlyFiles> ownerOnly;
     if (permissions) {
         ownerOnly.emplace();
     }
     stream.open(partial.Path(), std::ios::binary);
     if (!stream) {
-        throw Failure("cannot write " + name + ": " + SystemReason());
+        throw FileError::OfSystem("cannot write " + name);
     }
 }
 
 void WholeFile::Write(const void* data, std::size_t size) {
     if (!stream.write(static_cast<const char*>(data), static_cast<std::streamsize>(size))) {
-        throw Failure("cannot write " + name + ": " + SystemReason());
+        throw FileError::OfSystem("cannot write " + name);
     }
 }
 
 void WholeFile::Close() {
     stream.close();
     if (!stream) {
-        throw Failure("cannot write " + name + ": " + SystemReason());
+        throw FileError::OfSystem("cannot write " + name);
     }
 }
 
@@ -83,8 +82,8 @@ void WholeFile::Commit() {
     }
     std::filesystem::rename(partial.Path(), target, error);
     if (error) {
-        throw Failure("cannot write " + name + ": " + error.message());
+        throw FileError::OfSystem("cannot write " + name, static_cast<uint32_t>(error.value()));
     }
 }
 
-}  // namespace Orvane::Cli
+}  // namespace Orvane::Platform

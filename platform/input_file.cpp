@@ -1,24 +1,24 @@
-#include "cli/files/input_file.h"
+#include "platform/input_file.h"
 
-#include "cli/failure.h"
+#include "platform/file_error.h"
 #include "platform/path.h"
 
 #include <filesystem>
 
-namespace Orvane::Cli {
+namespace Orvane::Platform {
 
 std::ifstream OpenInputFile(const std::string& path) {
-    const std::filesystem::path file = Platform::PathFromUtf8(path);
+    const std::filesystem::path file = PathFromUtf8(path);
     std::error_code ignored;
-    if (Platform::IsMissing(file)) {
-        throw Failure("there is no file " + path);
+    if (IsMissing(file)) {
+        throw FileError("there is no file " + path);
     }
     if (std::filesystem::is_directory(file, ignored)) {
-        throw Failure(path + " is a folder, not a file");
+        throw FileError(path + " is a folder, not a file");
     }
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
-        throw Failure("cannot open " + path + ": " + SystemReason());
+        throw FileError::OfSystem("cannot open " + path);
     }
     return stream;
 }
@@ -26,9 +26,9 @@ std::ifstream OpenInputFile(const std::string& path) {
 std::size_t ReadUpTo(std::ifstream& file, const std::string& path, void* destination, std::size_t size) {
     file.read(static_cast<char*>(destination), static_cast<std::streamsize>(size));
     if (file.bad()) {
-        throw Failure("cannot read " + path + ": " + SystemReason());
+        throw FileError::OfSystem("cannot read " + path);
     }
     return static_cast<std::size_t>(file.gcount());
 }
 
-}  // namespace Orvane::Cli
+}  // namespace Orvane::Platform

@@ -1,0 +1,343 @@
+// Goes through the C interface as an application does, and shares nothing with the library but its header: each
+// function, and each refusal. It is compiled as C and as C++.
+//
+//   c_interface_test FOLDER HOST STUB_HOST FORGING_HOST [client]
+//   c_interface_test copy STUB_HOST NUMBER
+//
+// FOLDER becomes full. With "client" the library is the one that runs models in a host process only. "copy" is one of
+// several running copies of this program, which must get back the numbers that it sent and no other's.
+#include "c_test_support.h"
+
+// --- What is the same in this process and in a host process ---
+
+static void TestOptions(const char* host) {
+    const char* model = EchoModel("options.xml", "f32", "1,3");
+    const uint8_t key[5] = {'k', 'e', 'y', 0, 'x'};
+    char longText[40000];
+    struct {
+        orvane_options known;
+        uint64_t added;
+    } newer;
+    orvane_options options = Options(model, host);
+    orvane_model* opened = NULL;
+
+    FAILS(orvane_open(NULL, &opened), ORVANE_BAD_ARGUMENT, "orvane_options is null");
+    FAILS(orvane_open(&options, NULL), ORVANE_BAD_ARGUMENT, "is null");
+    for (uint64_t size = 0; size < sizeof options; size += 8) {
+        options.struct_size = size;
+        FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "set it to sizeof(orvane_options)");
+    }
+    options.struct_size = (uint64_t)1 << 40;
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "set it to sizeof(orvane_options)");
+    memset(&newer, 0, sizeof newer);
+    newer.known = Options(model, host);
+    newer.known.struct_size = sizeof newer;
+    SUCCEEDS(TryOpen(&newer.known));
+    newer.added = 1;
+    FAILS(TryOpen(&newer.known), ORVANE_REFUSED, "does not know");
+
+    options = Options("\xC3(", host);
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "model_path is not UTF-8");
+    memset(longText, 'x', sizeof longText);
+    options = Options(longText, host);
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "model_path is longer than");
+    options = Options(NULL, host);
+    FAILS(TryOpen(&options), ORVANE_REFUSED,
+          "\xE6\xA8\xA1\xE5\x9E\x8B\xE5\x8F\x82\xE6\x95\xB0\xE9\x94\x99\xE8\xAF\xAF "
+          "(wrong model parameters: give model_path");
+    options = Options(model, host);
+    options.device = "TPU";
+    FAILS(TryOpen(&options), ORVANE_REFUSED, "(unsupported device");
+    options = Options(model, host);
+    options.make_cache = 1;
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "there is no cache_path");
+    options = Options(model, host);
+    options.reserved = 1;
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "zero the whole structure");
+    options = Options(Path("missing.xml"), host);
+    FAILS(TryOpen(&options), host != NULL ? ORVANE_REFUSED : ORVANE_RUNTIME, "missing.xml");
+
+    options = Options(model, host);
+    options.key = key;
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "1 to 4 bytes, not 0");
+    options.key_size = 5;
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "1 to 4 bytes, not 5");
+    options.key = NULL;
+    options.key_size = 4;
+    FAILS(TryOpen(&options), ORVANE_BAD_ARGUMENT, "key is null");
+    options.key = key + 1;
+    FAILS(TryOpen(&options), host != NULL ? ORVANE_REFUSED : ORVANE_RUNTIME, host != NULL ? "zero byte" : "");
+}
+
+static void TestTensors(const char* host) {
+    orvane_model* model = Open(EchoModel("tensors.xml", "f32", "1,3"), host);
+    struct {
+        orvane_tensor known;
+        uint64_t added;
+    } newer;
+    orvane_tensor tensor = Describe(model, ORVANE_OUTPUT);
+    const void* view = NULL;
+    uint64_t bytes = 0;
+    float* received = (float*)malloc(12);
+    float* sent = (float*)malloc(12);
+
+    EXPECT(orvane_tensor_count(model, ORVANE_INPUT) == 1 && orvane_tensor_count(model, ORVANE_OUTPUT) == 1);
+    EXPECT(orvane_tensor_count(model, 2) == 0 && orvane_tensor_count(model, -1) == 0 &&
+           orvane_tensor_count(NULL, 0) == 0);
+    EXPECT(strcmp(tensor.name, "x") == 0 && tensor.rank == 2 && tensor.dimensions[0] == 1 && tensor.dimensions[1] == 3);
+    EXPECT(tensor.element_type == ORVANE_FLOAT32 && tensor.byte_size == 12 && tensor.struct_size == sizeof tensor);
+    FAILS(orvane_describe(NULL, 0, 0, &tensor), ORVANE_BAD_ARGUMENT, "the model is null");
+    FAILS(orvane_describe(model, 0, 0, NULL), ORVANE_BAD_ARGUMENT, "orvane_tensor is null");
+    FAILS(orvane_describe(model, 2, 0, &tensor), ORVANE_BAD_ARGUMENT, "no side 2");
+    FAILS(orvane_describe(model, 0, 1, &tensor), ORVANE_BAD_ARGUMENT, "no input 1: the model has 1");
+    memset(&newer, 0xFF, sizeof newer);
+    newer.known.struct_size = sizeof newer;
+    SUCCEEDS(orvane_describe(model, 0, 0, &newer.known));
+    EXPECT(newer.known.byte_size == 12 && newer.known.struct_size == sizeof newer && newer.added == 0);
+    tensor.struct_size = 32;
+    FAILS(orvane_describe(model, 0, 0, &tensor), ORVANE_BAD_ARGUMENT, "set it to sizeof(orvane_tensor)");
+
+    memcpy(sent, kData, 12);
+    FAILS(orvane_run(model), ORVANE_REFUSED, "call orvane_set_input first");
+    FAILS(orvane_set_input(NULL, 0, sent, 12), ORVANE_BAD_ARGUMENT, "the model is null");
+    FAILS(orvane_set_input(model, 1, sent, 12), ORVANE_BAD_ARGUMENT, "no input 1");
+    FAILS(orvane_set_input(model, 0, NULL, 12), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_set_input(model, 0, sent, 11), ORVANE_BAD_ARGUMENT, "input 0 \"x\" has 12 bytes, not 11");
+    FAILS(orvane_set_input(model, 0, sent, (uint64_t)1 << 33), ORVANE_BAD_ARGUMENT, "not 8589934592");
+    FAILS(orvane_set_input(model, 0, sent, ((uint64_t)1 << 32) + 12), ORVANE_BAD_ARGUMENT, "not 4294967308");
+    SUCCEEDS(orvane_set_input(model, 0, sent, 12));
+    FAILS(orvane_get_output(model, 0, received, 12), ORVANE_REFUSED, "call orvane_run first");
+    FAILS(orvane_view_output(model, 0, &view, &bytes), ORVANE_REFUSED, "call orvane_run first");
+    FAILS(orvane_run(NULL), ORVANE_BAD_ARGUMENT, "the model is null");
+    SUCCEEDS(orvane_run(model));
+    FAILS(orvane_get_output(NULL, 0, received, 12), ORVANE_BAD_ARGUMENT, "the model is null");
+    FAILS(orvane_get_output(model, 7, received, 12), ORVANE_BAD_ARGUMENT, "no output 7");
+    FAILS(orvane_get_output(model, 0, NULL, 12), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_get_output(model, 0, received, 8), ORVANE_BAD_ARGUMENT, "has 12 bytes, not 8");
+    FAILS(orvane_get_output(model, 0, received, ((uint64_t)1 << 32) + 12), ORVANE_BAD_ARGUMENT, "not 4294967308");
+    SUCCEEDS(orvane_get_output(model, 0, received, 12));
+    EXPECT(memcmp(received, sent, 12) == 0);
+    FAILS(orvane_view_output(model, 0, NULL, &bytes), ORVANE_BAD_ARGUMENT, "data is null");
+    FAILS(orvane_view_output(model, 0, &view, NULL), ORVANE_BAD_ARGUMENT, "bytes is null");
+    FAILS(orvane_view_output(model, 1, &view, &bytes), ORVANE_BAD_ARGUMENT, "no output 1");
+    SUCCEEDS(orvane_view_output(model, 0, &view, &bytes));
+    EXPECT(bytes == 12 && view != NULL && memcmp(view, sent, 12) == 0);
+    SUCCEEDS(orvane_restart(model));
+    FAILS(orvane_run(model), ORVANE_REFUSED, "call orvane_set_input first");
+    EXPECT(Echoes(model, kData + 2, 3));
+    FAILS(orvane_restart(NULL), ORVANE_BAD_ARGUMENT, "the model is null");
+    orvane_interrupt(NULL);
+    orvane_close(NULL);
+    orvane_close(model);
+    free(sent);
+    free(received);
+}
+
+static void TestInfer(const char* host) {
+    orvane_model* model = Open(EchoModel("infer.xml", "f32", "1,2"), host);
+    float received[2] = {0, 0};
+    struct {
+        orvane_output known;
+        uint64_t added;
+    } newer[2];
+    orvane_input inputs[2] = {{sizeof(orvane_input), 0, kData, 8}, {sizeof(orvane_input), 0, kData + 1, 8}};
+    orvane_output output = {sizeof(orvane_output), 0, received, 8};
+
+    FAILS(orvane_infer(NULL, inputs, 1, &output, 1), ORVANE_BAD_ARGUMENT, "the model is null");
+    FAILS(orvane_infer(model, NULL, 1, &output, 1), ORVANE_BAD_ARGUMENT, "orvane_input is null");
+    FAILS(orvane_infer(model, inputs, 1, NULL, 1), ORVANE_BAD_ARGUMENT, "orvane_output is null");
+    FAILS(orvane_infer(model, NULL, 0, NULL, 0), ORVANE_REFUSED, "call orvane_set_input first");
+    SUCCEEDS(orvane_infer(model, inputs, 2, &output, 1));
+    EXPECT(received[0] == 2 && received[1] == 3);
+    output.bytes = 4;
+    FAILS(orvane_infer(model, inputs, 1, &output, 1), ORVANE_BAD_ARGUMENT, "has 8 bytes, not 4");
+    output.bytes = 8;
+    SUCCEEDS(orvane_run(model));
+    SUCCEEDS(orvane_get_output(model, 0, received, 8));
+    EXPECT(received[0] == 2);  // the data was not taken by the call that was refused
+    inputs[1].struct_size = 0;
+    FAILS(orvane_infer(model, inputs, 2, &output, 1), ORVANE_BAD_ARGUMENT, "differ in struct_size");
+    inputs[1].struct_size = 4000;
+    FAILS(orvane_infer(model, inputs, 2, &output, 1), ORVANE_BAD_ARGUMENT, "differ in struct_size");
+    output.index = 3;
+    FAILS(orvane_infer(model, inputs, 1, &output, 1), ORVANE_BAD_ARGUMENT, "no output 3");
+    memset(newer, 0, sizeof newer);
+    output.index = 0;
+    output.struct_size = sizeof newer[0];
+    newer[0].known = output;
+    newer[1].known = output;
+    newer[1].known.data = received;
+    SUCCEEDS(orvane_infer(model, inputs, 1, &newer[0].known, 2));
+    EXPECT(received[0] == 1 && received[1] == 2);
+    orvane_close(model);
+}
+
+static void TestUncopyable(const char* host) {
+    static const struct {
+        const char* type;
+        const char* shape;
+        const char* text;
+    } kCases[] = {{"f32", "?,2", "dynamic dimension"},
+                  {"u16", "2", "element type is unknown"},
+                  {"f32", "", "has no dimensions"},
+                  {"u8", "65536,65536", "takes "}};
+    uint8_t data[8] = {0};
+    for (size_t i = 0; i < sizeof kCases / sizeof kCases[0]; ++i) {
+        orvane_model* model = Open(EchoModel("uncopyable.xml", kCases[i].type, kCases[i].shape), host);
+        const orvane_tensor tensor = Describe(model, ORVANE_INPUT);
+        EXPECT(tensor.byte_size == 0);
+        EXPECT(i != 0 || (tensor.dimensions[0] == -1 && tensor.dimensions[1] == 2));
+        EXPECT(i != 1 || tensor.element_type == ORVANE_UNKNOWN);
+        FAILS(orvane_set_input(model, 0, data, 0), ORVANE_REFUSED, kCases[i].text);
+        FAILS(orvane_set_input(model, 0, data, sizeof data), ORVANE_REFUSED, kCases[i].text);
+        FAILS(orvane_run(model), ORVANE_REFUSED, "call orvane_set_input first");
+        orvane_close(model);
+    }
+}
+
+static void TestFiles(const char* host) {
+    const char* model = EchoModel("files.xml", "f32", "1,3");
+    const char* secret = Path("secret.xml");
+    const char* weights = Write("secret.bin", "", 0);
+    const char* cache = Path("model.cache");
+    const uint8_t key[4] = {'k', 'e', 'y', '!'};
+    char plain[2048];
+    char back[2048];
+    orvane_options options = Options(secret, host);
+    orvane_model* opened = NULL;
+
+    remove(secret);
+    FAILS(orvane_encrypt_file(NULL, secret, key, 4, 1), ORVANE_BAD_ARGUMENT, "in is null");
+    FAILS(orvane_encrypt_file(model, NULL, key, 4, 1), ORVANE_BAD_ARGUMENT, "out is null");
+    FAILS(orvane_encrypt_file("\xFF", secret, key, 4, 1), ORVANE_BAD_ARGUMENT, "in is not UTF-8");
+    FAILS(orvane_encrypt_file(model, secret, key, 0, 1), ORVANE_BAD_ARGUMENT, "1 to 4 bytes, not 0");
+    FAILS(orvane_decrypt_file(model, secret, key, 5), ORVANE_BAD_ARGUMENT, "1 to 4 bytes, not 5");
+    FAILS(orvane_encrypt_file(model, secret, NULL, 4, 1), ORVANE_BAD_ARGUMENT, "key is null");
+    FAILS(orvane_encrypt_file(Path("missing"), secret, key, 4, 1), ORVANE_REFUSED, "there is no file");
+    FAILS(orvane_encrypt_file(model, folder, key, 4, 1), ORVANE_REFUSED, "is a folder");
+    FAILS(orvane_encrypt_file(Write("short", "abc", 3), secret, key, 4, 0), ORVANE_REFUSED, "would not come back");
+    EXPECT(Read(secret, back, 1) == 0);
+    SUCCEEDS(orvane_encrypt_file(model, secret, key, 4, 1));
+    SUCCEEDS(orvane_decrypt_file(secret, Path("back.xml"), key, 4));
+    const size_t size = Read(model, plain, sizeof plain);
+    EXPECT(Read(Path("back.xml"), back, sizeof back) >= size && memcmp(plain, back, size) == 0);
+    EXPECT(Read(secret, back, sizeof back) >= size && memcmp(plain, back, size) != 0);
+    SUCCEEDS(orvane_encrypt_file(weights, weights, key, 4, 1));
+
+    options.key = key;
+    options.key_size = 3;
+    FAILS(TryOpen(&options), host != NULL ? ORVANE_REFUSED : ORVANE_RUNTIME, "");
+    options.key_size = 4;
+    options.cache_path = cache;
+    options.make_cache = 1;
+    SUCCEEDS(orvane_open(&options, &opened));
+    EXPECT(opened != NULL && Echoes(opened, kData, 3));
+    orvane_close(opened);
+    EXPECT(Read(cache, back, 1) == 1);
+    options = Options(NULL, host);
+    options.cache_path = cache;
+    SUCCEEDS(TryOpen(&options));
+    remove(cache);
+    options = Options(model, host);
+    options.cache_path = Path("nowhere/model.cache");
+    options.make_cache = 1;
+    SUCCEEDS(TryOpen(&options));  // the model runs without it
+}
+
+// --- What only one of the two has ---
+
+static void TestShapesInThisProcess(void) {
+    const int64_t good[] = {2, 3};
+    const int64_t bad[][2] = {{0, 3}, {-1, 3}, {2, 4}, {INT64_MAX, 3}, {1 << 30, 3}};
+    const int64_t tooMany[] = {9, 3};
+    const float large[27] = {0};
+    float received[6] = {0};
+    orvane_model* model = Open(EchoModel("shapes.xml", "f32", "?,3"), NULL);
+    FAILS(orvane_resize(NULL, 0, good, 2), ORVANE_BAD_ARGUMENT, "the model is null");
+    FAILS(orvane_resize(model, 1, good, 2), ORVANE_BAD_ARGUMENT, "no input 1");
+    FAILS(orvane_resize(model, 0, NULL, 2), ORVANE_BAD_ARGUMENT, "not null");
+    FAILS(orvane_resize(model, 0, good, 1), ORVANE_BAD_ARGUMENT, "has 2 dimensions, not 1");
+    FAILS(orvane_resize(model, 0, good, UINT32_MAX), ORVANE_BAD_ARGUMENT, "has 2 dimensions");
+    for (size_t i = 0; i < sizeof bad / sizeof bad[0]; ++i) {
+        FAILS(orvane_resize(model, 0, bad[i], 2), i < 3 ? ORVANE_BAD_ARGUMENT : ORVANE_REFUSED, "input 0 \"x\"");
+    }
+    EXPECT(Describe(model, ORVANE_INPUT).byte_size == 0);
+    SUCCEEDS(orvane_resize(model, 0, good, 2));
+    EXPECT(Describe(model, ORVANE_INPUT).byte_size == 24 && Describe(model, ORVANE_INPUT).dimensions[0] == 2);
+    SUCCEEDS(orvane_set_input(model, 0, kData, 24));
+    FAILS(orvane_resize(model, 0, good, 2), ORVANE_REFUSED, "call orvane_restart");
+    SUCCEEDS(orvane_run(model));
+    FAILS(orvane_get_output(model, 0, received, 12), ORVANE_REFUSED, "(wrong data size");
+    SUCCEEDS(orvane_get_output(model, 0, received, 24));
+    EXPECT(memcmp(received, kData, 24) == 0);
+    SUCCEEDS(orvane_restart(model));
+    EXPECT(Describe(model, ORVANE_INPUT).dimensions[0] == -1);
+    orvane_interrupt(model);  // does nothing here
+    SUCCEEDS(orvane_resize(model, 0, good, 2));
+    SUCCEEDS(orvane_set_input(model, 0, kData, 24));
+    orvane_close(model);
+
+    model = Open(EchoModel("bounded.xml", "f32", "1..4,3"), NULL);
+    SUCCEEDS(orvane_resize(model, 0, tooMany, 2));
+    FAILS(orvane_set_input(model, 0, large, sizeof large), ORVANE_RUNTIME, "");
+    EXPECT(Describe(model, ORVANE_INPUT).dimensions[0] == -1);  // loaded again
+    SUCCEEDS(orvane_resize(model, 0, good, 2));
+    SUCCEEDS(orvane_set_input(model, 0, kData, 24));
+    SUCCEEDS(orvane_run(model));
+    orvane_close(model);
+}
+
+// --- What needs no model ---
+
+static void CountLine(void* user, uint32_t level, const char* text) {
+    EXPECT(level == 6 && strlen(text) > 0);
+    ++*(int*)user;
+}
+
+static void TestTheRest(void) {
+    int lines = 0;
+    const orvane_options options = Options(Path("missing.xml"), NULL);
+    EXPECT(orvane_abi() == ORVANE_ABI && strchr(orvane_version(), '.') != NULL);
+    EXPECT(orvane_error_reason(NULL) == 0 && orvane_error_system(NULL) == 0 && *orvane_error_message(NULL) == '\0');
+    orvane_error_free(NULL);
+    orvane_set_log(CountLine, &lines);
+    orvane_error_free(TryOpen(&options));
+    EXPECT(lines > 0);
+    orvane_set_log(NULL, NULL);
+    lines = 0;
+    orvane_error_free(TryOpen(&options));
+    EXPECT(lines == 0);
+}
+
+static void TestBoth(const char* host) {
+    TestOptions(host);
+    TestTensors(host);
+    TestInfer(host);
+    TestUncopyable(host);
+    TestFiles(host);
+}
+
+int main(int argc, char** argv) {
+    if (argc == 4 && strcmp(argv[1], "copy") == 0 && strlen(argv[3]) >= 4) {
+        return RunCopy(argv[2], argv[3]);
+    }
+    if (argc < 5) {
+        printf("usage: c_interface_test FOLDER HOST STUB_HOST FORGING_HOST [client]\n");
+        return 2;
+    }
+    folder = argv[1];
+    if (argc > 5) {
+        const orvane_options options = Options(EchoModel("client.xml", "f32", "1,3"), NULL);
+        FAILS(TryOpen(&options), ORVANE_REFUSED, "OpenVINO is not enabled\n (this library runs models in a host");
+    } else {
+        TestBoth(NULL);
+        TestShapesInThisProcess();
+    }
+    TestBoth(argv[2]);
+    TestTensors("");  // the host beside the library
+    TestHost(argv[3]);
+    TestForgedReplies(argv[4]);
+    TestTheRest();
+    printf("%d failures\n", failures);
+    return failures != 0;
+}

@@ -1,0 +1,120 @@
+#include "c_test_support.h"
+
+int failures = 0;
+const char* folder;
+static char paths[16][1024];
+
+void Expect(int isTrue, const char* what, const char* file, int line) {
+    if (!isTrue) {
+        ++failures;
+        printf("%s:%d: %s\n", file, line, what);
+    }
+}
+
+void ExpectError(orvane_error* error, int32_t reason, const char* text, const char* file, int line) {
+    const char* message = orvane_error_message(error);
+    if (orvane_error_reason(error) != reason || strstr(message, text) == NULL) {
+        ++failures;
+        printf("%s:%d: reason %d, \"%s\"; expected %d, \"%s\"\n", file, line, (int)orvane_error_reason(error), message,
+               (int)reason, text);
+    }
+    orvane_error_free(error);
+}
+
+// --- Files ---
+
+const char* Path(const char* name) {
+    static int next = 0;
+    char* path = paths[next++ % 16];
+    snprintf(path, sizeof paths[0], "%s/%s", folder, name);
+    return path;
+}
+
+const char* Write(const char* name, const void* bytes, size_t size) {
+    const char* path = Path(name);
+    FILE* file = fopen(path, "wb");
+    if (file == NULL || fwrite(bytes, 1, size, file) != size) {
+        printf("cannot write %s\n", path);
+        exit(2);
+    }
+    fclose(file);
+    return path;
+}
+
+size_t Read(const char* path, char* bytes, size_t size) {
+    FILE* file = fopen(path, "rb");
+    const size_t read = file != NULL ? fread(bytes, 1, size, file) : 0;
+    if (file != NULL) {
+        fclose(file);
+    }
+    return read;
+}
+
+// A model that hands its input "x", of a type and a shape ("1,?"), on as its output.
+const char* EchoModel(const char* name, const char* type, const char* shape) {
+    char dimensions[256] = "";
+    char text[2048];
+    char copy[128];
+    snprintf(copy, sizeof copy, "%s", shape);
+    for (char* dimension = strtok(copy, ","); dimension != NULL; dimension = strtok(NULL, ",")) {
+        const char* number =
+            strchr("0123456789", dimension[0]) != NULL && strstr(dimension, "..") == NULL ? dimension : "-1";
+        snprintf(dimensions + strlen(dimensions), sizeof dimensions - strlen(dimensions), "<dim>%s</dim>", number);
+    }
+    snprintf(text, sizeof text,
+             "<?xml version=\"1.0\"?><net name=\"n\" version=\"11\"><layers>"
+             "<layer id=\"0\" name=\"a\" type=\"Parameter\" version=\"opset1\"><data shape=\"%s\" "
+             "element_type=\"%s\"/><output><port id=\"0\" precision=\"FP32\" names=\"x\">%s</port></output></layer>"
+             "<layer id=\"1\" name=\"b\" type=\"Result\" version=\"opset1\"><input><port id=\"0\" "
+             "precision=\"FP32\">%s</port></input></layer></layers><edges><edge from-layer=\"0\" from-port=\"0\" "
+             "to-layer=\"1\" to-port=\"0\"/></edges></net>",
+             shape, type, dimensions, dimensions);
+    Write("weights.bin", "", 0);
+    return Write(name, text, strlen(text));
+}
+
+// --- Opening ---
+
+orvane_options Options(const char* model, const char* host) {
+    orvane_options options;
+    memset(&options, 0, sizeof options);
+    options.struct_size = sizeof options;
+    options.model_path = model;
+    options.host_program = host;
+    return options;
+}
+
+orvane_model* Open(const char* model, const char* host) {
+    const orvane_options options = Options(model, host);
+    orvane_model* opened = NULL;
+    SUCCEEDS(orvane_open(&options, &opened));
+    if (opened == NULL) {
+        printf("cannot go on without %s\n", model);
+        exit(1);
+    }
+    return opened;
+}
+
+orvane_error* TryOpen(const orvane_options* options) {
+    orvane_model* model = (orvane_model*)&failures;
+    orvane_error* error = orvane_open(options, &model);
+    EXPECT(error == NULL || model == NULL);
+    orvane_close(model);
+    return error;
+}
+
+orvane_tensor Describe(const orvane_model* model, int32_t side) {
+    orvane_tensor tensor;
+    memset(&tensor, 0, sizeof tensor);
+    tensor.struct_size = sizeof tensor;
+    SUCCEEDS(orvane_describe(model, side, 0, &tensor));
+    return tensor;
+}
+
+int Echoes(orvane_model* model, const float* sent, uint32_t count) {
+    float received[8] = {0};
+    SUCCEEDS(orvane_set_input(model, 0, sent, count * sizeof(float)));
+    SUCCEEDS(orvane_run(model));
+    SUCCEEDS(orvane_get_output(model, 0, received, count * sizeof(float)));
+    return memcmp(sent, received, count * sizeof(float)) == 0;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <orvane/host_end.h>
+#include <orvane/orvane_c.h>
+#include <orvane/status.h>
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+// What a caller of the C interface gets when something failed.
+struct orvane_error {
+    int32_t reason;
+    int32_t system;
+    std::string message;
+};
+
+namespace Orvane::C {
+
+// An error on its way to the caller.
+class Failure : public std::runtime_error {
+ public:
+    Failure(int32_t whichReason, const std::string& text, int32_t systemError = 0)
+        : std::runtime_error(text), reason(whichReason), system(systemError) {}
+
+    int32_t Reason() const { return reason; }
+    int32_t System() const { return system; }
+
+ private:
+    int32_t reason;
+    int32_t system;
+};
+
+inline Failure BadArgument(const std::string& text) {
+    return {ORVANE_BAD_ARGUMENT, text};
+}
+
+inline Failure Refused(const std::string& text) {
+    return {ORVANE_REFUSED, text};
+}
+
+// The SDK's own text, and behind it, where that does not say it in English, what it means and what to do.
+Failure FailureOf(const Status& status);
+
+// How a host process ended, and what that may come from: "signal 9 (SIGKILL), somebody killed it, or ...".
+std::string Explain(const HostEnd& end);
+
+// The exception that is being handled, as the caller gets it; one that has no memory for that is an error too.
+orvane_error* CaughtError() noexcept;
+void FreeError(orvane_error* error) noexcept;
+
+// Does the work of one function of the interface: no exception leaves it.
+template <typename Work>
+orvane_error* Guarded(Work work) noexcept {
+    try {
+        work();
+        return nullptr;
+    } catch (...) {
+        return CaughtError();
+    }
+}
+
+}  // namespace Orvane::C

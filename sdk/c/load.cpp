@@ -1,0 +1,91 @@
+#include "sdk/c/load.h"
+
+#include <orvane/log.h>
+
+#include "platform/path.h"
+#include "platform/whole_file.h"
+
+#include <exception>
+#include <filesystem>
+#include <optional>
+
+namespace Orvane::C {
+
+namespace {
+
+// A new folder beside `place` that only this user may look into. It goes with this object, with what is in it.
+class PrivateFolder {
+ public:
+    explicit PrivateFolder(const std::filesystem::path& place) : name(place) {
+        std::filesystem::create_directory(name.Path());
+        std::filesystem::permissions(name.Path(), std::filesystem::perms::owner_all);
+    }
+    ~PrivateFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(name.Path(), ignored);
+    }
+    PrivateFolder(const PrivateFolder&) = delete;
+    PrivateFolder& operator=(const PrivateFolder&) = delete;
+
+    std::filesystem::path File() const { return name.Path() / "cache"; }
+
+ private:
+    Platform::PartialFile name;
+};
+
+// The last bytes of a cache are as necessary as the others, and the SDK does not say when it could not write them.
+void PlaceCache(const std::filesystem::path& made, const std::filesystem::path& place, LoadRequest request) {
+    request.params.openvinoMakeCache = false;
+    Interpreter reader;
+    reader.SetTimeLimit(request.timeLimit);
+    if (!std::filesystem::exists(made)) {
+        throw Refused("it cannot be written");
+    }
+    if (const Status status = reader.Init(request.params); !status.Ok()) {
+        throw Refused("it cannot be read: " + status.message);
+    }
+    using std::filesystem::perms;
+    std::filesystem::permissions(made, perms::owner_read | perms::owner_write);
+    std::filesystem::rename(made, place);
+}
+
+void LogNoCache(const LoadRequest& request, const std::exception& error) {
+    Log(kLogLevelError, "[ORVANE]:the cache file %s was not made: %s", request.params.openvinoCachePath.c_str(),
+        error.what());
+}
+
+Status LoadAndMakeCache(Interpreter& target, const LoadRequest& request) {
+    std::filesystem::path place;
+    std::optional<PrivateFolder> folder;
+    LoadRequest making = request;
+    try {
+        place = Platform::FinalPlace(request.params.openvinoCachePath);
+        folder.emplace(place);
+        making.params.openvinoCachePath = Platform::Utf8FromPath(folder->File());
+    } catch (const std::exception& error) {
+        LogNoCache(request, error);
+        making.params.openvinoCachePath.clear();
+        making.params.openvinoMakeCache = false;
+        return target.Init(making.params);
+    }
+    Status status = target.Init(making.params);
+    if (status.Ok()) {
+        try {
+            PlaceCache(folder->File(), place, making);
+        } catch (const std::exception& error) {
+            LogNoCache(request, error);
+        }
+    }
+    return status;
+}
+
+}  // namespace
+
+Status LoadModel(Interpreter& target, const LoadRequest& request) {
+    const InterpreterParams& params = request.params;
+    const bool makesCache =
+        params.openvinoMakeCache && Platform::IsMissing(Platform::PathFromUtf8(params.openvinoCachePath));
+    return makesCache ? LoadAndMakeCache(target, request) : target.Init(params);
+}
+
+}  // namespace Orvane::C

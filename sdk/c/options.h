@@ -1,0 +1,57 @@
+#pragma once
+
+#include <orvane/interpreter_params.h>
+#include <orvane/orvane_c.h>
+
+#include "sdk/c/failure.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+namespace Orvane::C {
+
+// What a caller wants loaded, looked through: what the SDK's classes get of it cannot harm them.
+struct LoadRequest {
+    InterpreterParams params;
+    uint32_t timeLimit = 0;  // milliseconds, 0 for none
+};
+
+// Throws `Failure` for what is wrong, as the two below.
+LoadRequest ReadOptions(const orvane_options* given);
+
+// A text of at most 32,767 bytes; null is an empty one. `field` is its name for a message.
+std::string ReadText(const char* text, const std::string& field);
+
+// 1 to 4 bytes, filled up with zeros.
+std::array<uint8_t, 4> ReadKey(const uint8_t* key, uint32_t size);
+
+// Throws for a file that is there and is no ordinary one: a pipe would be waited for, and a device may do anything.
+void RefuseSpecialFile(const std::string& path);
+
+// Throws unless a `struct_size` can be that of a structure `name` that had `first` bytes in its first version.
+void CheckStructSize(uint64_t size, size_t first, const std::string& name);
+
+// A structure of the caller, who may have been compiled with an older or a newer header. Its size stands at its start.
+template <typename Struct>
+Struct ReadStruct(const Struct* given, size_t first, const std::string& name) {
+    if (given == nullptr) {
+        throw BadArgument(name + " is null: pass the address of a structure");
+    }
+    uint64_t size = 0;
+    std::memcpy(&size, given, sizeof size);
+    CheckStructSize(size, first, name);
+    const auto* bytes = reinterpret_cast<const uint8_t*>(given);
+    if (std::any_of(bytes + std::min<uint64_t>(size, sizeof(Struct)), bytes + size, [](uint8_t b) { return b != 0; })) {
+        throw Refused(name + " has values that this library, version " + orvane_version() +
+                      ", does not know: use the library that belongs to the header, or leave them 0");
+    }
+    Struct read{};
+    std::memcpy(&read, given, std::min<uint64_t>(size, sizeof read));
+    return read;
+}
+
+}  // namespace Orvane::C

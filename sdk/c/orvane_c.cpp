@@ -1,0 +1,225 @@
+#include <orvane/orvane_c.h>
+
+#include <orvane/log.h>
+#include <orvane/version.h>
+
+#include "ipc/shared_channel.h"
+#include "sdk/c/cipher_file.h"
+#include "sdk/c/failure.h"
+#include "sdk/c/model.h"
+#include "sdk/c/options.h"
+#include "sdk/c/utf8.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+struct orvane_model : Orvane::C::Model {
+    using Model::Model;
+};
+
+namespace {
+
+using Orvane::C::BadArgument;
+using Orvane::C::Guarded;
+using Orvane::C::ReadKey;
+using Orvane::C::ReadText;
+
+template <typename Pointer>
+void RequireNotNull(Pointer pointer, const char* name) {
+    if (pointer == nullptr) {
+        throw BadArgument(std::string(name) + " is null: pass an address");
+    }
+}
+
+orvane_model& Open(orvane_model* model) {
+    RequireNotNull(model, "the model");
+    return *model;
+}
+
+// Does the same with each of the structures of an inference, which lie one behind the other.
+template <typename Struct, typename Work>
+void ForEach(const Struct* first, uint32_t count, const std::string& name, Work work) {
+    constexpr size_t kFirstSize = 32;
+    if (count == 0) {
+        return;
+    }
+    const uint64_t size = Orvane::C::ReadStruct(first, kFirstSize, name).struct_size;
+    const auto* place = reinterpret_cast<const uint8_t*>(first);
+    for (uint32_t i = 0; i < count; ++i, place += size) {
+        if (std::memcmp(place, first, sizeof size) != 0) {
+            throw BadArgument(name + ": the structures differ in struct_size; set it in each to the size of one");
+        }
+        work(Orvane::C::ReadStruct(reinterpret_cast<const Struct*>(place), kFirstSize, name));
+    }
+}
+
+void TransformFile(const char* in, const char* out, const uint8_t* key, uint32_t keySize, bool encrypts, bool pad) {
+    RequireNotNull(in, "in");
+    RequireNotNull(out, "out");
+    const std::string source = ReadText(in, "in");
+    const std::string target = ReadText(out, "out");
+    Orvane::ModelFileCipher cipher;
+    cipher.key = ReadKey(key, keySize);
+    Orvane::C::RefuseSpecialFile(source);
+    if (encrypts) {
+        Orvane::C::EncryptFile(source, target, cipher, pad);
+    } else {
+        Orvane::C::DecryptFile(source, target, cipher);
+    }
+}
+
+struct LogSink {
+    void (*line)(void* user, uint32_t level, const char* text) = nullptr;
+    void* user = nullptr;
+};
+
+std::mutex logMutex;
+LogSink logSink;
+
+void LogLine(uint32_t level, const char* text) {
+    LogSink sink;
+    {
+        const std::lock_guard guard(logMutex);
+        sink = logSink;
+    }
+    if (sink.line != nullptr) {
+        sink.line(sink.user, level, Orvane::C::IsUtf8(text) ? text : Orvane::C::AsUtf8(text).c_str());
+    }
+}
+
+}  // namespace
+
+// NOLINTBEGIN(readability-identifier-naming): names as in the header
+
+uint32_t orvane_abi() {
+    return ORVANE_ABI;
+}
+
+const char* orvane_version() {
+    return Orvane::Version();
+}
+
+orvane_error* orvane_open(const orvane_options* options, orvane_model** model) {
+    return Guarded([&] {
+        RequireNotNull(model, "where the model goes");
+        *model = nullptr;
+        Orvane::PassOverTakenNames();
+        *model = new orvane_model(Orvane::C::ReadOptions(options));
+    });
+}
+
+void orvane_close(orvane_model* model) {
+    delete model;
+}
+
+orvane_error* orvane_restart(orvane_model* model) {
+    return Guarded([&] { Open(model).Restart(); });
+}
+
+uint32_t orvane_tensor_count(const orvane_model* model, int32_t side) {
+    return model != nullptr ? model->Count(side) : 0;
+}
+
+orvane_error* orvane_describe(const orvane_model* model, int32_t side, uint32_t index, orvane_tensor* tensor) {
+    return Guarded([&] {
+        constexpr size_t kFirstSize = 40;
+        RequireNotNull(model, "the model");
+        RequireNotNull(tensor, "orvane_tensor");
+        Orvane::C::CheckStructSize(tensor->struct_size, kFirstSize, "orvane_tensor");
+        const Orvane::C::Port& port = model->PortAt(side, index);
+        const orvane_tensor description{tensor->struct_size, port.name.c_str(),
+                                        port.shape.data(),   static_cast<uint32_t>(port.shape.size()),
+                                        port.type,           port.bytes};
+        std::memset(tensor, 0, tensor->struct_size);
+        std::memcpy(tensor, &description, std::min<uint64_t>(description.struct_size, sizeof description));
+    });
+}
+
+orvane_error* orvane_resize(orvane_model* model, uint32_t input, const int64_t* dimensions, uint32_t rank) {
+    return Guarded([&] { Open(model).Resize(input, dimensions, rank); });
+}
+
+orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes) {
+    return Guarded([&] { Open(model).SetInput(index, data, bytes); });
+}
+
+orvane_error* orvane_run(orvane_model* model) {
+    return Guarded([&] { Open(model).Run(); });
+}
+
+orvane_error* orvane_get_output(orvane_model* model, uint32_t index, void* data, uint64_t bytes) {
+    return Guarded([&] { Open(model).GetOutput(index, data, bytes); });
+}
+
+orvane_error* orvane_view_output(orvane_model* model, uint32_t index, const void** data, uint64_t* bytes) {
+    return Guarded([&] {
+        orvane_model& open = Open(model);
+        RequireNotNull(data, "data");
+        RequireNotNull(bytes, "bytes");
+        *data = nullptr;
+        *bytes = 0;
+        *data = open.ViewOutput(index);
+        *bytes = open.PortAt(ORVANE_OUTPUT, index).bytes;
+    });
+}
+
+orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint32_t input_count,
+                           const orvane_output* outputs, uint32_t output_count) {
+    return Guarded([&] {
+        orvane_model& open = Open(model);
+        open.RequireHost();
+        const std::string input = "orvane_input";
+        const std::string output = "orvane_output";
+        ForEach(inputs, input_count, input,
+                [&](const orvane_input& item) { open.CheckInput(item.index, item.data, item.bytes); });
+        ForEach(outputs, output_count, output,
+                [&](const orvane_output& item) { open.CheckOutput(item.index, item.data, item.bytes); });
+        ForEach(inputs, input_count, input,
+                [&](const orvane_input& item) { open.SetInput(item.index, item.data, item.bytes); });
+        open.Run();
+        ForEach(outputs, output_count, output,
+                [&](const orvane_output& item) { open.GetOutput(item.index, item.data, item.bytes); });
+    });
+}
+
+void orvane_interrupt(orvane_model* model) {
+    if (model != nullptr) {
+        Orvane::C::FreeError(Guarded([&] { model->Interrupt(); }));
+    }
+}
+
+orvane_error* orvane_encrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
+                                  uint32_t pad) {
+    return Guarded([&] { TransformFile(in, out, key, key_size, true, pad != 0); });
+}
+
+orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size) {
+    return Guarded([&] { TransformFile(in, out, key, key_size, false, false); });
+}
+
+int32_t orvane_error_reason(const orvane_error* error) {
+    return error != nullptr ? error->reason : 0;
+}
+
+int32_t orvane_error_system(const orvane_error* error) {
+    return error != nullptr ? error->system : 0;
+}
+
+const char* orvane_error_message(const orvane_error* error) {
+    return error != nullptr ? error->message.c_str() : "";
+}
+
+void orvane_error_free(orvane_error* error) {
+    Orvane::C::FreeError(error);
+}
+
+void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user) {
+    const std::lock_guard guard(logMutex);
+    logSink = {line, user};
+    Orvane::SetLogCallback(line != nullptr ? LogLine : nullptr);
+}
+
+// NOLINTEND(readability-identifier-naming)

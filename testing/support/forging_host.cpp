@@ -1,0 +1,106 @@
+// A host program that answers with what no honest host sends. The model path says with what:
+//   count NUMBER   it has so many outputs
+//   tag            the description of a tensor has a value of another type
+//   length         the name of a tensor passes the end of the section
+//   text           the name of a tensor is no UTF-8
+//   size           the output's length is 20,000,000, of an output that has 4 bytes
+//   failing        the output cannot be viewed, and a copy of it has that length
+//   status         the status of a run has a value of another type
+// In all else it has one input and one output of 4 bytes, and the output is "abcd".
+#include "host/run_host.h"
+#include "ipc/call_protocol.h"
+#include "ipc/shared_channel.h"
+
+#include <cstring>
+#include <sstream>
+#include <string>
+
+namespace Orvane {
+
+namespace {
+
+constexpr uint32_t kClaimed = 20'000'000;
+
+class Forger {
+ public:
+    explicit Forger(MessageBuffer& buffer) : message(buffer) {}
+
+    void Answer(uint32_t call) {
+        if (call == CallInit) {
+            Load();
+        }
+        message.Rewind();
+        switch (call) {
+            case CallGetTensorCount:
+                message.WriteUInt32(lie == "count" ? static_cast<uint32_t>(number) : 1);
+                break;
+            case CallGetTensorInfo:
+                Describe();
+                break;
+            case CallCopyOutputTo:
+            case CallGetTensorData:
+                GiveOutput(call);
+                break;
+            case CallInvoke:
+                lie == "status" ? message.WriteUInt64(0) : message.WriteStatus({});
+                break;
+            default:
+                message.WriteStatus({});
+        }
+    }
+
+ private:
+    void Load() {
+        const MessageBuffer::Bytes options = message.ReadBytes();
+        const std::string form(reinterpret_cast<const char*>(options.data), options.size);
+        const std::string key = "OptionCommonModelPath";
+        const size_t place = form.find(key) + key.size() + 1;  // behind the tag
+        uint64_t length = 0;
+        std::memcpy(&length, form.data() + place, sizeof length);
+        std::istringstream(form.substr(place + sizeof length, length)) >> lie >> number;
+    }
+
+    void Describe() {
+        if (lie == "tag") {
+            message.WriteUInt64(1);
+            return;
+        }
+        message.WriteString(lie == "text" ? "\xC3(" : "x");
+        if (lie == "length") {
+            message.Rewind();
+            const uint32_t tagAndLength[] = {1, 0xFFFFFFF0};
+            std::memcpy(message.ReserveBytes(sizeof tagAndLength), tagAndLength, sizeof tagAndLength);
+        }
+        for (const uint32_t value : {uint32_t{DataTypeUInt8}, 1U, 1U, 4U}) {
+            message.WriteUInt32(value);
+        }
+    }
+
+    void GiveOutput(uint32_t call) {
+        message.WriteUInt32(lie == "size" || lie == "failing" ? kClaimed : 4);
+        const bool isLong = lie == "size" || lie == "failing";
+        std::memcpy(message.ReserveBytes(isLong ? kClaimed : 4), "abcd", 4);
+        const bool fails = lie == "failing" && call == CallGetTensorData;
+        message.WriteStatus(fails ? Status{"no", -1} : Status{});
+    }
+
+    MessageBuffer& message;
+    std::string lie;
+    int64_t number = 0;
+};
+
+}  // namespace
+
+int RunHost(const std::string& arguments) {
+    SharedChannel channel;
+    channel.Open(arguments);
+    Forger forger(channel.message);
+    for (;;) {
+        channel.callEvent.Wait(Platform::Event::kForever, Platform::Awaited::Work);
+        channel.message.Rewind();
+        forger.Answer(channel.message.ReadUInt32());
+        channel.resultEvent.Set();
+    }
+}
+
+}  // namespace Orvane
