@@ -39,16 +39,17 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
             for (size_t element = 0; element < tensor.get_size(); ++element) {
                 tensor.data<float>()[element] = std::sin(static_cast<float>(element) * 0.37F + static_cast<float>(i));
             }
-            const std::string number = std::to_string(i);
-            const std::string file = folder.Write("in" + number, BytesOf(tensor));
-            files.insert(files.end(), {"--input", number + "=" + file});
+            AddFile("--input", i, folder.Write("in" + std::to_string(i), BytesOf(tensor)));
         }
         request.infer();
         for (size_t i = 0; i < direct.outputs().size(); ++i) {
             expected.push_back(BytesOf(request.get_output_tensor(i)));
-            const std::string number = std::to_string(i);
-            files.insert(files.end(), {"--output", number + "=" + folder.Path("out" + number)});
+            AddFile("--output", i, folder.Path("out" + std::to_string(i)));
         }
+    }
+
+    void AddFile(const char* option, size_t index, const std::string& file) {
+        files.insert(files.end(), {option, std::to_string(index).append("=").append(file)});
     }
 
     // Of `orvane run` with these arguments.

@@ -54,9 +54,8 @@ class FakeBackend final : public IOrvane {
     std::vector<TensorInfo>& Infos(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
     template <typename... Numbers>
     Status Answer(const std::string& call, Numbers... numbers) {
-        std::string shown = call;
-        (shown.append(" ").append(std::to_string(numbers)), ...);
-        record->calls.push_back(shown);
+        record->calls.push_back(call);
+        (record->calls.back().append(" ").append(std::to_string(numbers)), ...);
         return record->answer;
     }
 };
