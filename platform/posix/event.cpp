@@ -39,8 +39,8 @@ static_assert(std::atomic<uint32_t>::is_always_lock_free && std::atomic<uint64_t
 constexpr auto kWatchAlone = std::chrono::microseconds(5);
 
 // When others want the processor, one that was given up comes back whole time slices later, while a sleeper is woken at
-// once. So a watch that learns of a set late is a sign to sleep for some waits, and for four times as many at each further
-// sign: a try on a busy machine costs some milliseconds. Many timely watches end that.
+// once. So a watch that learns of a set late is a sign to sleep for some waits, and for four times as many at each
+// further sign: a try on a busy machine costs some milliseconds. Many timely watches end that.
 constexpr int64_t kLate = 100'000;  // nanoseconds
 constexpr uint32_t kFewestSleeps = 32;
 constexpr uint32_t kMostSleeps = 16384;
