@@ -191,7 +191,10 @@ TEST_F(HostProcess, FourThreadsShareAHost) {
 // --- A host, or its client, killed in each part of a client's life ---
 
 enum class Part { Start, Init, CopyIn, Run, CopyOut, Release };
-constexpr const char* kPartNames[] = {"Start", "Init", "CopyIn", "Run", "CopyOut", "Release"};
+void PrintTo(Part part, std::ostream* out) {
+    const char* const names[] = {"Start", "Init", "CopyIn", "Run", "CopyOut", "Release"};
+    *out << names[static_cast<size_t>(part)];
+}
 
 constexpr int kKills = 25;
 constexpr size_t kLarge = 8 << 20;  // bytes that take some milliseconds to copy
@@ -349,7 +352,7 @@ TEST_P(KilledIn, AClientTakesItsHostAlongAndLeavesNothing) {
 INSTANTIATE_TEST_SUITE_P(Part, KilledIn,
                          testing::Values(Part::Start, Part::Init, Part::CopyIn, Part::Run, Part::CopyOut,
                                          Part::Release),
-                         [](const auto& tested) { return kPartNames[static_cast<size_t>(tested.param)]; });
+                         testing::PrintToStringParamName());
 
 // --- A client in a process of its own ---
 
