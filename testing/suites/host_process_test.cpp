@@ -250,7 +250,7 @@ std::chrono::microseconds Delay(Part part, int kill) {
     return (part == Part::Init ? 50ms : 0ms) + kill * (part == Part::Release ? 50us : 700us);
 }
 
-class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
+class KilledIn : public testing::TestWithParam<Part> {
  protected:
     void SetUp() override {
         const std::string reason = WhyNotKilledAtStart();
@@ -258,6 +258,8 @@ class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
             GTEST_SKIP() << reason;
         }
     }
+
+    void TearDown() override { EXPECT_EQ(LeftBehind(), ""); }
 
     // Compares what this process holds with what it held after a few kills: one thing more for each would be seen.
     void LookForLeaks(int kill) {
@@ -275,6 +277,7 @@ class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
     const Part part = GetParam();
 
  private:
+    Watchdog watchdog;
     std::vector<size_t> early;
 };
 
