@@ -156,6 +156,7 @@ NPY = {
     "version_3": npy(3, b"{'descr': '|b1', 'fortran_order': False, 'shape': (0, 9223372036854775807), }\n"),
     "many_dimensions": npy(2, b"{'descr': '<f2', 'fortran_order': False, 'shape': (" + b"1," * 120 + b"), }"),
     "too_large": npy(1, b"{'descr': '<f8', 'fortran_order': False, 'shape': (99999999999999999999, 1), }"),
+    "negative": npy(1, b"{'descr': '<i2', 'fortran_order': False, 'shape': (-2, 3), }"),
     "claims_much": b"\x93NUMPY\2\0\xff\xff\xff\xff{",
 }
 

@@ -191,7 +191,10 @@ TEST_F(HostProcess, FourThreadsShareAHost) {
 // --- A host, or its client, killed in each part of a client's life ---
 
 enum class Part { Start, Init, CopyIn, Run, CopyOut, Release };
-constexpr const char* kPartNames[] = {"Start", "Init", "CopyIn", "Run", "CopyOut", "Release"};
+void PrintTo(Part part, std::ostream* out) {
+    const char* const names[] = {"Start", "Init", "CopyIn", "Run", "CopyOut", "Release"};
+    *out << names[static_cast<size_t>(part)];
+}
 
 constexpr int kKills = 25;
 constexpr size_t kLarge = 8 << 20;  // bytes that take some milliseconds to copy
@@ -247,7 +250,7 @@ std::chrono::microseconds Delay(Part part, int kill) {
     return (part == Part::Init ? 50ms : 0ms) + kill * (part == Part::Release ? 50us : 700us);
 }
 
-class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
+class KilledIn : public testing::TestWithParam<Part> {
  protected:
     void SetUp() override {
         const std::string reason = WhyNotKilledAtStart();
@@ -255,6 +258,8 @@ class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
             GTEST_SKIP() << reason;
         }
     }
+
+    void TearDown() override { EXPECT_EQ(LeftBehind(), ""); }
 
     // Compares what this process holds with what it held after a few kills: one thing more for each would be seen.
     void LookForLeaks(int kill) {
@@ -272,6 +277,7 @@ class KilledIn : public HostFixture, public testing::WithParamInterface<Part> {
     const Part part = GetParam();
 
  private:
+    Watchdog watchdog;
     std::vector<size_t> early;
 };
 
@@ -349,7 +355,7 @@ TEST_P(KilledIn, AClientTakesItsHostAlongAndLeavesNothing) {
 INSTANTIATE_TEST_SUITE_P(Part, KilledIn,
                          testing::Values(Part::Start, Part::Init, Part::CopyIn, Part::Run, Part::CopyOut,
                                          Part::Release),
-                         [](const auto& tested) { return kPartNames[static_cast<size_t>(tested.param)]; });
+                         testing::PrintToStringParamName());
 
 // --- A client in a process of its own ---
 
