@@ -1,6 +1,7 @@
 #include "platform/whole_file.h"
 
 #include "platform/file_error.h"
+#include "platform/input_file.h"
 #include "platform/path.h"
 
 #include <random>
@@ -84,6 +85,24 @@ void WholeFile::Commit() {
     if (error) {
         throw FileError::OfSystem("cannot write " + name, static_cast<uint32_t>(error.value()));
     }
+}
+
+void TransformFile(const std::string& in, const std::string& out, std::size_t chunkSize,
+                   const std::function<void(std::vector<uint8_t>& chunk)>& transform) {
+    std::ifstream input = OpenInputFile(in);
+    WholeFile output(out, in);
+    std::vector<uint8_t> chunk;
+    bool isLast = false;
+    while (!isLast) {
+        chunk.resize(chunkSize);
+        chunk.resize(ReadUpTo(input, in, chunk.data(), chunk.size()));
+        isLast = chunk.size() < chunkSize;
+        transform(chunk);
+        output.Write(chunk.data(), chunk.size());
+    }
+    input.close();  // the output may take the input's place
+    output.Close();
+    output.Commit();
 }
 
 }  // namespace Orvane::Platform

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 // Files that appear whole or not at all. What goes wrong is thrown as `FileError`.
 namespace Orvane::Platform {
@@ -46,5 +49,11 @@ class WholeFile {
     std::optional<std::filesystem::perms> permissions;  // the system's own choice unless given
     std::ofstream stream;
 };
+
+// The file `in`, with `transform` done to each of its chunks of `chunkSize` bytes, the last one shorter and perhaps
+// empty, to the file `out`, which may be the same. What either it or `transform` throws leaves no `out`, or an earlier
+// one.
+void TransformFile(const std::string& in, const std::string& out, std::size_t chunkSize,
+                   const std::function<void(std::vector<uint8_t>& chunk)>& transform);
 
 }  // namespace Orvane::Platform

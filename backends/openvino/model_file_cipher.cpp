@@ -2,8 +2,10 @@
 
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace Orvane {
 
@@ -161,6 +163,32 @@ void ModelFileCipher::Encrypt(uint8_t* chunk, uint32_t size) const {
         const auto shifted = static_cast<uint8_t>(ShiftSigned(chunk[i], 5) | chunk[i] << 3);
         chunk[i] = static_cast<uint8_t>(shifted ^ key[i % 4]);
     }
+}
+
+bool ModelFileCipher::EncryptIfItComesBack(std::vector<uint8_t>& chunk) const {
+    const auto size = static_cast<uint32_t>(chunk.size());
+    std::vector<uint8_t> secret = chunk;
+    Encrypt(secret.data(), size);
+    std::vector<uint8_t> back = secret;
+    Decrypt(back.data(), size);
+    if (back != chunk) {
+        return false;
+    }
+    chunk = std::move(secret);
+    return true;
+}
+
+uint32_t ModelFileCipher::Pad(std::vector<uint8_t>& chunk) {
+    constexpr size_t kSmallestSafeChunk = 16;
+    if (chunk.empty() || chunk.size() >= kSmallestSafeChunk) {
+        return 0;
+    }
+    const size_t missing = kSmallestSafeChunk - chunk.size();
+    const bool isText = std::all_of(chunk.begin(), chunk.end(), [](uint8_t byte) {
+        return (byte >= 0x20 && byte != 0x7f) || (byte >= '\t' && byte <= '\r');
+    });
+    chunk.resize(kSmallestSafeChunk, isText ? ' ' : 0);
+    return static_cast<uint32_t>(missing);
 }
 
 }  // namespace Orvane

@@ -21,6 +21,11 @@ void ExpectError(orvane_error* error, int32_t reason, const char* text, const ch
     orvane_error_free(error);
 }
 
+static void GiveUp(void) {
+    fflush(stdout);
+    abort();
+}
+
 // --- Files ---
 
 const char* Path(const char* name) {
@@ -35,7 +40,7 @@ const char* Write(const char* name, const void* bytes, size_t size) {
     FILE* file = fopen(path, "wb");
     if (file == NULL || fwrite(bytes, 1, size, file) != size) {
         printf("cannot write %s\n", path);
-        exit(2);
+        GiveUp();
     }
     fclose(file);
     return path;
@@ -54,12 +59,12 @@ size_t Read(const char* path, char* bytes, size_t size) {
 const char* EchoModel(const char* name, const char* type, const char* shape) {
     char dimensions[256] = "";
     char text[2048];
-    char copy[128];
-    snprintf(copy, sizeof copy, "%s", shape);
-    for (char* dimension = strtok(copy, ","); dimension != NULL; dimension = strtok(NULL, ",")) {
-        const char* number =
-            strchr("0123456789", dimension[0]) != NULL && strstr(dimension, "..") == NULL ? dimension : "-1";
-        snprintf(dimensions + strlen(dimensions), sizeof dimensions - strlen(dimensions), "<dim>%s</dim>", number);
+    for (const char* next = shape; *next != '\0';) {
+        const int size = (int)strcspn(next, ",");
+        const int isFixed = strspn(next, "0123456789") == (size_t)size;
+        snprintf(dimensions + strlen(dimensions), sizeof dimensions - strlen(dimensions), "<dim>%.*s</dim>",
+                 isFixed ? size : 2, isFixed ? next : "-1");
+        next += size + (next[size] == ',');
     }
     snprintf(text, sizeof text,
              "<?xml version=\"1.0\"?><net name=\"n\" version=\"11\"><layers>"
@@ -69,7 +74,6 @@ const char* EchoModel(const char* name, const char* type, const char* shape) {
              "precision=\"FP32\">%s</port></input></layer></layers><edges><edge from-layer=\"0\" from-port=\"0\" "
              "to-layer=\"1\" to-port=\"0\"/></edges></net>",
              shape, type, dimensions, dimensions);
-    Write("weights.bin", "", 0);
     return Write(name, text, strlen(text));
 }
 
@@ -90,7 +94,7 @@ orvane_model* Open(const char* model, const char* host) {
     SUCCEEDS(orvane_open(&options, &opened));
     if (opened == NULL) {
         printf("cannot go on without %s\n", model);
-        exit(1);
+        GiveUp();
     }
     return opened;
 }
@@ -111,10 +115,18 @@ orvane_tensor Describe(const orvane_model* model, int32_t side) {
     return tensor;
 }
 
+int AreSame(const float* some, const float* others, uint32_t count) {
+    uint32_t same = 0;
+    while (same < count && some[same] == others[same]) {
+        ++same;
+    }
+    return same == count;
+}
+
 int Echoes(orvane_model* model, const float* sent, uint32_t count) {
     float received[8] = {0};
     SUCCEEDS(orvane_set_input(model, 0, sent, count * sizeof(float)));
     SUCCEEDS(orvane_run(model));
     SUCCEEDS(orvane_get_output(model, 0, received, count * sizeof(float)));
-    return memcmp(sent, received, count * sizeof(float)) == 0;
+    return AreSame(sent, received, count);
 }

@@ -33,6 +33,8 @@ orvane_model* Open(const char* model, const char* host);
 orvane_error* TryOpen(const orvane_options* options);
 orvane_tensor Describe(const orvane_model* model, int32_t side);
 
+int AreSame(const float* some, const float* others, uint32_t count);
+
 // Whether a model gives back what it was sent.
 int Echoes(orvane_model* model, const float* sent, uint32_t count);
 

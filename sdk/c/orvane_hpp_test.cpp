@@ -77,7 +77,7 @@ TEST(OrvaneHpp, RefusesWhatDoesNotFit) {
     Options options = StubOptions("echo 4");
     options.hostProgram = "no_such_host";
     try {
-        Model{options};
+        const Model opened(options);
         ADD_FAILURE();
     } catch (const Error& error) {
         EXPECT_EQ(error.GetSystemError(), 2);

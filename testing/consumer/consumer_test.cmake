@@ -12,8 +12,8 @@ function(run)
     set(printed ${printed} PARENT_SCOPE)
 endfunction()
 
-function(expect_consumer library answer)
-    run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${FOLDER}/source -B ${FOLDER}/build-${library}
+function(expect_consumer component answer)
+    run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${FOLDER}/source -B ${FOLDER}/build-${component}
         -D Orvane_DIR=${FOLDER}/sdk/lib/cmake/Orvane -D CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${FLAGS}
         -D CMAKE_C_COMPILER=${C_COMPILER}
         -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D CMAKE_CXX_STANDARD=17 ${ARGN})

@@ -1,4 +1,6 @@
 // What an inference allocates on its way to a host, in the host, and in this process.
+#include <orvane/orvane_c.h>
+
 #include "host/dispatcher.h"
 #include "ipc/call_protocol.h"
 #include "testing/support/host_fixture.h"
@@ -79,8 +81,27 @@ std::vector<size_t> CountInference(const InterpreterParams& params, uint32_t siz
             CountAllocations([&] { static_cast<void>(output->CopyTo(data.data(), size)); })};
 }
 
+// The same over the C interface, in one call.
+size_t CountCInference(const std::string& model, const char* host, uint32_t size) {
+    orvane_options options{};
+    options.struct_size = sizeof options;
+    options.model_path = model.c_str();
+    options.host_program = host;
+    orvane_model* opened = nullptr;
+    EXPECT_EQ(orvane_open(&options, &opened), nullptr);
+    std::vector<uint8_t> data(size);
+    const orvane_input input{sizeof input, 0, data.data(), size};
+    const orvane_output output{sizeof output, 0, data.data(), size};
+    bool ok = true;
+    const size_t count = CountAllocations([&] { ok = ok && orvane_infer(opened, &input, 1, &output, 1) == nullptr; });
+    EXPECT_TRUE(ok);
+    orvane_close(opened);
+    return count;
+}
+
 TEST(Allocation, AClientAllocatesNothing) {
     EXPECT_EQ(CountInference(Params("echo 1000"), 1000), std::vector<size_t>(3, 0));
+    EXPECT_EQ(CountCInference("echo 1000", kStubHost.c_str(), 1000), 0U);
 }
 
 TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
@@ -93,6 +114,7 @@ TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
     const std::vector<size_t> runtime = {0, CountAllocations([&] { request.infer(); }),
                                          CountAllocations([&] { (void)request.get_output_tensor(0); })};
     EXPECT_EQ(CountInference(Params(model, "", ""), 2 * sizeof(float)), runtime);
+    EXPECT_EQ(CountCInference(model, nullptr, 2 * sizeof(float)), runtime[1] + runtime[2]);
 }
 
 // Makes the calls of so many inferences, and the last one.

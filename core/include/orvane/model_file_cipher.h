@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 namespace Orvane {
 
@@ -23,6 +24,13 @@ struct ModelFileCipher {
     /// Transform `size` bytes in place, at most `kChunkSize`.
     void Encrypt(uint8_t* chunk, uint32_t size) const;
     void Decrypt(uint8_t* chunk, uint32_t size) const;
+
+    /// As `Encrypt`, unless the chunk would not come back whole: false, and the chunk is as it was.
+    bool EncryptIfItComesBack(std::vector<uint8_t>& chunk) const;
+
+    /// Fills up a chunk of 1 to 15 bytes to 16, with blanks when it is text and with zeros when it is not: a reader of
+    /// models skips both. Returns how many bytes it added.
+    static uint32_t Pad(std::vector<uint8_t>& chunk);
 };
 
 }  // namespace Orvane

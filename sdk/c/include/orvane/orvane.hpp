@@ -170,14 +170,16 @@ constexpr bool Matches(ElementType type) {
     }
 }
 
-/// A tensor of one side: by its index or by its name.
+/// A tensor of one side: by its index or by its name, which turn into this by themselves.
 class Which {
  public:
+    // NOLINTBEGIN(modernize-use-constraints): C++17 has none
     template <typename Index, typename = std::enable_if_t<std::is_integral_v<Index>>>
-    Which(Index wanted)  // NOLINT(google-explicit-constructor): it stands for the index
+    Which(Index wanted)
+        // NOLINTEND(modernize-use-constraints)
         : index(wanted >= 0 && static_cast<uint64_t>(wanted) < kNone ? static_cast<uint32_t>(wanted) : kNone) {}
-    Which(const char* wanted) : name(wanted) {}             // NOLINT(google-explicit-constructor)
-    Which(std::string wanted) : name(std::move(wanted)) {}  // NOLINT(google-explicit-constructor)
+    Which(const char* wanted) : name(wanted) {}
+    Which(std::string wanted) : name(std::move(wanted)) {}
 
     bool Is(const Tensor& tensor) const { return name ? tensor.name == *name : tensor.index == index; }
     std::string Text() const { return name ? "\"" + *name + "\"" : std::to_string(index); }
