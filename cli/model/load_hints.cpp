@@ -10,8 +10,12 @@
 namespace Orvane::Cli {
 namespace {
 
-// What is wrong with a file that cannot be read.
+// What is wrong with a file that cannot be read. A pipe is not opened: it would be waited for.
 std::optional<std::string> WhyUnreadable(const std::string& path) {
+    std::error_code ignored;
+    if (std::filesystem::is_other(std::filesystem::status(Platform::PathFromUtf8(path), ignored))) {
+        return "only ordinary files are read";
+    }
     try {
         Platform::OpenInputFile(path);
         return std::nullopt;
@@ -53,6 +57,11 @@ std::optional<std::string> CertainHint(const ModelOptions& options) {
     const std::optional<std::filesystem::path> weights = WeightsOf(*options.model);
     if (weights && Platform::IsMissing(*weights)) {
         return "Its weights are missing: put " + Platform::Utf8FromPath(*weights) + " beside the model.";
+    }
+    if (weights) {
+        if (const std::optional<std::string> reason = WhyUnreadable(Platform::Utf8FromPath(*weights))) {
+            return "Its weights cannot be read: " + *reason + ".";
+        }
     }
     if (options.IsEncrypted() && BeginsLikeXml(*options.model)) {
         return *options.model + " is not encrypted: leave --key out.";
