@@ -8,7 +8,8 @@
 
 namespace Orvane::Cli {
 
-// Ends the command with exit value 1, as a `Platform::FileError` does. The hints say what the user can do, one line each.
+// Ends the command with exit value 1, as a `Platform::FileError` does. The hints say what the user can do, one line
+// each.
 struct Failure : std::runtime_error {
     explicit Failure(const std::string& message, std::vector<std::string> whatToDo = {})
         : std::runtime_error(message), hints(std::move(whatToDo)) {}

@@ -11,8 +11,8 @@
 /// A null model or a null structure is `ORVANE_BAD_ARGUMENT`.
 ///
 /// Ownership. What `orvane_open` gives is the caller's, who closes it. Data and texts that are passed in are copied
-/// before the call returns. Pointers that come out belong to the model or to the error and say below how long they live;
-/// nobody frees them.
+/// before the call returns. Pointers that come out belong to the model or to the error and say below how long they
+/// live; nobody frees them.
 ///
 /// Threads. A model is used from one thread at a time; only `orvane_interrupt` may be called from any thread while it
 /// is open. Different models are independent. The functions without a model may be called from any thread.
@@ -94,8 +94,8 @@ typedef struct orvane_options {
     /// is no error, because the model runs without it; the log says so.
     uint32_t make_cache;
 
-    /// How many milliseconds a call may wait for the host process, `orvane_open` and `orvane_restart` included; the host
-    /// is ended then, and the call fails with `ORVANE_HOST_ENDED`. 0 is no limit.
+    /// How many milliseconds a call may wait for the host process, `orvane_open` and `orvane_restart` included; the
+    /// host is ended then, and the call fails with `ORVANE_HOST_ENDED`. 0 is no limit.
     uint32_t time_limit_ms;
 
     uint32_t reserved;  ///< 0
@@ -143,9 +143,9 @@ ORVANE_C_API orvane_error* orvane_open(const orvane_options* options, orvane_mod
 /// Frees a model and ends its host process. Null is allowed.
 ORVANE_C_API void orvane_close(orvane_model* model);
 
-/// Loads the model again with the same options, in a new host process where it has one: after `ORVANE_HOST_ENDED`, or to
-/// give its inputs other shapes. Inputs and shapes are to be set again. When it fails, a model with a host process stays
-/// ended, and one in this process is as before.
+/// Loads the model again with the same options, in a new host process where it has one: after `ORVANE_HOST_ENDED`, or
+/// to give its inputs other shapes. Inputs and shapes are to be set again. When it fails, a model with a host process
+/// stays ended, and one in this process is as before.
 ORVANE_C_API orvane_error* orvane_restart(orvane_model* model);
 
 /// Number of tensors on a side; 0 for a side that there is not. As when the model was loaded, whatever became of its
@@ -185,16 +185,16 @@ ORVANE_C_API orvane_error* orvane_infer(orvane_model* model, const orvane_input*
 ORVANE_C_API void orvane_interrupt(orvane_model* model);
 
 /// Encrypts a model file with a key of 1 to 4 bytes, as `orvane_options.key` expects it. `out` may be `in`; it appears
-/// whole or not at all. A file whose last 4 MiB piece has 1 to 15 bytes would not come back whole and is refused, unless
-/// `pad` is not 0: it is then filled up with blanks or zeros, which a reader of models skips.
+/// whole or not at all. A file whose last 4 MiB piece has 1 to 15 bytes would not come back whole and is refused,
+/// unless `pad` is not 0: it is then filled up with blanks or zeros, which a reader of models skips.
 ORVANE_C_API orvane_error* orvane_encrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
                                                uint32_t pad);
 
 /// The other direction.
 ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size);
 
-/// Of an error: the reason, the system's error number or 0, and the text, which lives as long as the error. Of null: 0, 0
-/// and "".
+/// Of an error: the reason, the system's error number or 0, and the text, which lives as long as the error. Of null: 0,
+/// 0 and "".
 ORVANE_C_API int32_t orvane_error_reason(const orvane_error* error);
 ORVANE_C_API int32_t orvane_error_system(const orvane_error* error);
 ORVANE_C_API const char* orvane_error_message(const orvane_error* error);
