@@ -145,7 +145,8 @@ std::string LeftBehindBy(uint32_t /*client*/, uint32_t moduleWord) {
         std::error_code error;
         for (const auto& process : std::filesystem::directory_iterator("/proc", error)) {
             std::ifstream file(process.path() / "cmdline");
-            const std::string arguments(std::istreambuf_iterator<char>(file), {});
+            std::string arguments;
+            std::getline(file, arguments);  // nothing of a process that has just gone
             if (arguments.find(word) != std::string::npos) {
                 return true;
             }
