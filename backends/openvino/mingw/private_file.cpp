@@ -1,5 +1,7 @@
 #include "backends/openvino/mingw/private_file.h"
 
+#include "platform/path.h"
+
 #include <cstdlib>
 #include <random>
 #include <sstream>
@@ -23,6 +25,7 @@ std::string UnguessableName() {
 }
 
 fs::path NewFolder() {
+    const Platform::OwnerOnlyFiles ownerOnly;  // from the start, and without a change that a sandbox refuses
     fs::path folder = fs::temp_directory_path() / UnguessableName();
     if (!fs::create_directory(folder)) {
         throw fs::filesystem_error("cannot create", folder, std::make_error_code(std::errc::file_exists));
@@ -47,9 +50,7 @@ fs::path NewFolder() {
 
 }  // namespace
 
-PrivateFile::PrivateFile() : PrivateFile(NewFolder(), UnguessableName()) {
-    fs::permissions(folder, fs::perms::owner_all);
-}
+PrivateFile::PrivateFile() : PrivateFile(NewFolder(), UnguessableName()) {}
 
 PrivateFile::PrivateFile(fs::path newFolder, std::string newName)
     : folder(std::move(newFolder)), name(std::move(newName)) {}
