@@ -95,18 +95,6 @@ View Section::Map(uint64_t /*size*/) const {
     return view;
 }
 
-struct NamesHeld::State {};
-
-void NamesHeld::Closing::Close(Value held) noexcept {
-    delete held;
-}
-
-NamesHeld::NamesHeld() : state(new State) {}
-
-bool IsNameTaken(const std::string& /*name*/) {
-    return false;
-}
-
 void RemoveAbandoned(const std::vector<std::string>& /*prefixes*/) {}
 
 uint32_t ModuleWord() {

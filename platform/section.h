@@ -69,29 +69,6 @@ class Section {
 // its last handle.
 void RemoveAbandoned(const std::vector<std::string>& prefixes);
 
-// While it lives, no other process that holds one of these forms names of shared objects, so that one can look which
-// names are free, and take them. Empty, with the system's last error, when another process holds on to its own for more
-// than 10 seconds. On Linux there is nothing to hold.
-class NamesHeld {
- public:
-    NamesHeld();
-
-    explicit operator bool() const { return static_cast<bool>(state); }
-
- private:
-    struct State;
-    struct Closing {
-        using Value = State*;
-        static constexpr State* kNone = nullptr;
-        static void Close(Value held) noexcept;
-    };
-
-    UniqueHandle<Closing> state;
-};
-
-// Whether a section or an event that is created under this name would be another one's. Never on Linux.
-bool IsNameTaken(const std::string& name);
-
 // A number that the names of this process's shared objects carry: a random one on Linux, and another one after a fork;
 // the low half of the program's load address on Windows.
 uint32_t ModuleWord();

@@ -8,6 +8,7 @@
 #include "backends/openvino/encrypted_model_file.h"
 #include "backends/openvino/openvino_backend.h"
 #include "core/error_status.h"
+#include "core/weights_file.h"
 #include "platform/path.h"
 
 #include <algorithm>
@@ -69,15 +70,6 @@ std::vector<TensorInfo> DescribeAll(const std::vector<ov::Output<const ov::Node>
 
 Status RuntimeFailure(const ov::Exception& error) {
     return MakeErrorStatus(error.what(), kErrorCode, FailureReasonRuntime);
-}
-
-// The model file with the ending "bin". Its ending is what stands in its name from the last "." on, also when that is
-// all of the name, which the standard library takes for a name without an ending.
-std::string WeightsFileOf(const std::string& modelFile) {
-    std::filesystem::path file = Platform::PathFromUtf8(modelFile);
-    const std::filesystem::path name = file.filename();
-    const bool isEnding = name.native().size() > 1 && name.native().rfind('.') == 0;
-    return Platform::Utf8FromPath(isEnding ? file.replace_filename(".bin") : file.replace_extension("bin"));
 }
 
 // Throws `std::bad_alloc` for a size that no memory has, which a dynamic dimension, -1, gives: a product that wrapped

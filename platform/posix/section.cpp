@@ -122,18 +122,6 @@ View Section::Map(uint64_t size) const {
     return view;
 }
 
-struct NamesHeld::State {};
-
-void NamesHeld::Closing::Close(Value held) noexcept {
-    delete held;
-}
-
-NamesHeld::NamesHeld() : state(new State) {}
-
-bool IsNameTaken(const std::string& /*name*/) {
-    return false;
-}
-
 uint32_t ModuleWord() {
     const auto process = static_cast<uint32_t>(getpid());
     uint64_t word = moduleWord;

@@ -3,8 +3,6 @@
 #include "platform/win32/handle.h"
 #include "platform/win32/wide_text.h"
 
-#include <utility>
-
 namespace Orvane::Platform {
 
 static_assert(FILE_MAP_ALL_ACCESS == 0x000F001F);
@@ -57,36 +55,6 @@ View Section::Map(uint64_t size) const {
         view.state = UniqueHandle<View::Closing>(new View::State{static_cast<uint8_t*>(base)});
     }
     return view;
-}
-
-struct NamesHeld::State {
-    ~State() { ReleaseMutex(mutex.Get()); }
-
-    Handle mutex;
-};
-
-void NamesHeld::Closing::Close(Value held) noexcept {
-    delete held;
-}
-
-NamesHeld::NamesHeld() {
-    constexpr DWORD kLongestWait = 10'000;
-    Handle mutex(CreateMutexW(nullptr, FALSE, L"Orvane_channel_names"));
-    if (!mutex) {
-        return;
-    }
-    const DWORD wait = WaitForSingleObject(mutex.Get(), kLongestWait);
-    if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {  // whoever died with it made all of its objects or none
-        state = UniqueHandle<Closing>(new State{std::move(mutex)});
-    } else if (wait == WAIT_TIMEOUT) {
-        SetLastError(WAIT_TIMEOUT);
-    }
-}
-
-// An object of another kind, or one that may not be opened, has the name too.
-bool IsNameTaken(const std::string& name) {
-    const Handle object(OpenEventW(SYNCHRONIZE, FALSE, WideFromUtf8(name).c_str()));
-    return object || GetLastError() != ERROR_FILE_NOT_FOUND;
 }
 
 void RemoveAbandoned(const std::vector<std::string>& /*prefixes*/) {}

@@ -1,5 +1,6 @@
 #include "sdk/c/options.h"
 
+#include "core/weights_file.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "sdk/c/utf8.h"
@@ -102,7 +103,7 @@ LoadRequest ReadOptions(const orvane_options* given) {
     RefuseSpecialFile(params.modelPath);
     RefuseSpecialFile(params.openvinoCachePath);
     if (params.modelPath.ends_with(".xml") || params.openvinoMakeEncrypted) {
-        RefuseSpecialFile(params.modelPath.substr(0, params.modelPath.rfind('.')) + ".bin");  // its weights
+        RefuseSpecialFile(WeightsFileOf(params.modelPath));
     }
     return request;
 }

@@ -1,0 +1,40 @@
+#include "platform/taken_names.h"
+
+#include "platform/win32/handle.h"
+#include "platform/win32/wide_text.h"
+
+#include <utility>
+
+namespace Orvane::Platform {
+
+struct NamesHeld::State {
+    ~State() { ReleaseMutex(mutex.Get()); }
+
+    Handle mutex;
+};
+
+void NamesHeld::Closing::Close(Value held) noexcept {
+    delete held;
+}
+
+NamesHeld::NamesHeld() {
+    constexpr DWORD kLongestWait = 10'000;
+    Handle mutex(CreateMutexW(nullptr, FALSE, L"Orvane_channel_names"));
+    if (!mutex) {
+        return;
+    }
+    const DWORD wait = WaitForSingleObject(mutex.Get(), kLongestWait);
+    if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {  // whoever died with it made all of its objects or none
+        state = UniqueHandle<Closing>(new State{std::move(mutex)});
+    } else if (wait == WAIT_TIMEOUT) {
+        SetLastError(WAIT_TIMEOUT);
+    }
+}
+
+// An object of another kind, or one that may not be opened, has the name too.
+bool IsNameTaken(const std::string& name) {
+    const Handle object(OpenEventW(SYNCHRONIZE, FALSE, WideFromUtf8(name).c_str()));
+    return object || GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
+}  // namespace Orvane::Platform
