@@ -1,0 +1,20 @@
+"""The command line, ``orvane`` or ``python -m orvane``: the program of the same name."""
+
+import os
+import subprocess
+import sys
+from typing import NoReturn
+
+from ._library import let_programs_find, program, runtime_folder
+
+
+def main() -> NoReturn:
+    let_programs_find(runtime_folder())
+    command = [str(program("orvane")), *sys.argv[1:]]
+    if sys.platform == "win32":
+        sys.exit(subprocess.run(command, check=False).returncode)
+    os.execv(command[0], command)
+
+
+if __name__ == "__main__":
+    main()
