@@ -31,10 +31,11 @@ class Case:
     count: int
     repetitions: int
     busy: bool = False  # beside two busy loops per processor
+    python: bool = False  # from Python, where the variants are other ones
 
     @property
     def name(self):
-        return targets.on_a_busy_machine(self.workload) if self.busy else self.workload
+        return targets.case_name(self.workload, self.python, self.busy)
 
 
 class Programs:
@@ -93,6 +94,12 @@ class Programs:
             text = self.infer_with_peer(variant, workload, arguments)
         return json.loads(text)
 
+    def infer_from_python(self, variant, workload, warm_up, count):
+        """The same from Python. Another runtime gives other bits: its checksum is left out."""
+        worker = pathlib.Path(__file__).with_name("python_worker.py")
+        result = json.loads(self.run(sys.executable, worker, PYTHON[variant], workload, MODELS[workload], warm_up, count))
+        return result | ({"checksum": None} if variant == "onnxruntime" else {})
+
     def infer_with_peer(self, variant, workload, arguments):
         server, worker, address = {
             "gRPC, TCP": ("grpc_server", "grpc_worker", "127.0.0.1:0"),
@@ -106,6 +113,16 @@ class Programs:
 # Variants that bound what a channel can reach, by what the limit's worker calls them.
 LIMITS = {"limit": "events", "limit, spinning": "spinning", "copies alone": "copies"}
 C_INTERFACE = ("C interface, in process", "C interface, remote")
+# Ways from Python, by what its worker calls them, and the models that it is given.
+PYTHON = {
+    "in process": "orvane_in_process",
+    "remote": "orvane_host",
+    "openvino": "openvino_request",
+    "onnxruntime": "onnxruntime_session",
+    "hand-made worker": "hand_made_worker",
+}
+MATERIAL = pathlib.Path(__file__).resolve().parent.parent / ".deps" / "material"
+MODELS = {"face": MATERIAL / "face_detection_short_range.tflite", "voice": MATERIAL / "silero_vad_openvino_16k.onnx"}
 PEERS = ("gRPC, TCP", "gRPC, Unix socket", "ZeroMQ, ipc")
 
 
@@ -136,9 +153,11 @@ def time_variants(programs, case, progress):
         # Each repetition starts with another variant, so that none always follows the same one.
         first = repetition % len(case.variants)
         for variant in case.variants[first:] + case.variants[:first]:
-            result = programs.infer(variant, case.workload, case.warm_up, case.count)
+            infer = programs.infer_from_python if case.python else programs.infer
+            result = infer(variant, case.workload, case.warm_up, case.count)
             samples[variant].append(result["nanoseconds"])
-            checksums[variant] = result["checksum"]
+            if result["checksum"] is not None:
+                checksums[variant] = result["checksum"]
     if len(set(checksums.values())) != 1:
         raise Failure(f"{case.name}: the variants did not do the same work: {checksums}")
     return {variant: summarise(repetitions) for variant, repetitions in samples.items()}

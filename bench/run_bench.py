@@ -25,6 +25,7 @@ from measure import Case
 
 MODEL_VARIANTS = ("direct", "in process", "remote", *measure.PEERS)
 BUSY_VARIANTS = ("in process", "remote", *measure.PEERS)
+FACE_PYTHON = tuple(variant for variant in measure.PYTHON if variant != "onnxruntime")  # which does not read its file
 STUB_VARIANTS = ("remote", "limit", "limit, spinning", *measure.PEERS)
 SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
 
@@ -36,6 +37,10 @@ def plan(quick):
         # Warmed up longer: how busy a machine is has to be learnt.
         Case("face", BUSY_VARIANTS, 200, 200 // share, 3 if quick else 9, busy=True),
         Case("voice", BUSY_VARIANTS, 400, 800 // share, 3 if quick else 9, busy=True),
+        Case("face", FACE_PYTHON, 200, 200 // share, 3 if quick else 9, busy=True, python=True),
+        Case("voice", tuple(measure.PYTHON), 400, 800 // share, 3 if quick else 9, busy=True, python=True),
+        Case("face", FACE_PYTHON, 100, 600 // share, repetitions, python=True),
+        Case("voice", tuple(measure.PYTHON), 200, 2000 // share, repetitions, python=True),
         Case("face", MODEL_VARIANTS, 100, 600 // share, repetitions),
         Case("voice", MODEL_VARIANTS + measure.C_INTERFACE, 200, 2000 // share, repetitions),
         Case("pose", MODEL_VARIANTS, 10, 20 if quick else 40, repetitions),

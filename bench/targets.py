@@ -24,8 +24,8 @@ def stub(input_bytes, output_bytes=4000):
     return f"stub:{input_bytes}:{output_bytes}"
 
 
-def on_a_busy_machine(workload):
-    return f"{workload}, busy machine"
+def case_name(workload, python=False, busy=False):
+    return workload + (" from Python" if python else "") + (", busy machine" if busy else "")
 
 
 PICTURE = stub(602_112)
@@ -52,11 +52,19 @@ def cost_targets(cases):
 
 def busy_targets(cases):
     for workload, limit in (("face", 2.5), ("voice", 4)):
-        name = on_a_busy_machine(workload)
+        name = case_name(workload, busy=True)
         fastest = min((peer for peer in cases[name] if peer not in ("in process", "remote")),
                       key=lambda peer: cases[name][peer]["median"])
         yield target(9, f"{name}: remote / in process", ratio(cases[name], "remote", "in process"), limit)
         yield target(9, f"{name}: remote / {fastest}", ratio(cases[name], "remote", fastest), 1)
+
+
+def python_targets(cases):
+    for workload, variant, base, limit in (
+            ("voice", "in process", "openvino", 0.7), ("voice", "remote", "openvino", 0.85),
+            ("face", "remote", "openvino", 1.05), ("voice", "remote", "hand-made worker", 0.5)):
+        name = case_name(workload, python=True)
+        yield target(11, f"{name}: {variant} / {base}", ratio(cases[name], variant, base), limit)
 
 
 def evaluate(results):
@@ -80,6 +88,7 @@ def evaluate(results):
         *(target(10, f"voice: C interface, {where} / {where}", ratio(cases["voice"], f"C interface, {where}", where), 1.03)
           for where in ("in process", "remote")),
         *busy_targets(cases),
+        *python_targets(cases),
         *channel_targets(cases),
         target(4, "idle host: share of a core", second("idle"), 0),
         target(4, "client waiting for a run of 1 s: share of a core", second("waiting"), 0.01),

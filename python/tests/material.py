@@ -1,0 +1,46 @@
+"""Models and host processes for the tests."""
+
+from __future__ import annotations
+
+import os
+import pathlib
+from typing import Sequence
+
+import numpy as np
+import onnx
+from onnx import TensorProto, helper
+
+MATERIAL = pathlib.Path(__file__).resolve().parents[2] / ".deps" / "material"
+FACE = MATERIAL / "face_detection_short_range.tflite"
+VOICE = MATERIAL / "silero_vad_openvino_16k.onnx"
+
+
+def voice_inputs(seed: int = 0) -> list[np.ndarray]:
+    random = np.random.default_rng(seed)
+    return [random.random((1, 576), np.float32), random.random((2, 1, 128), np.float32)]
+
+
+def write_sum(path: pathlib.Path, element_type: int = TensorProto.FLOAT,
+              shape: Sequence[int | str] = (2, 3)) -> pathlib.Path:
+    """A model with the output "sum" of its inputs "left" and "right"."""
+    tensors = [helper.make_tensor_value_info(name, element_type, shape) for name in ("left", "right", "sum")]
+    graph = helper.make_graph([helper.make_node("Add", ["left", "right"], ["sum"])], "sum", tensors[:2], tensors[2:])
+    model = helper.make_model(graph, opset_imports=[helper.make_opsetid("", 17)])
+    model.ir_version = 8
+    onnx.save(model, path)
+    return path
+
+
+def hosts(parent: int | None = None) -> list[int]:
+    """The process ids of the hosts that this process has started."""
+    found = []
+    for entry in pathlib.Path("/proc").iterdir():
+        if entry.name.isdigit():
+            try:
+                name, _, rest = (entry / "stat").read_text().rpartition(")")
+            except OSError:  # it has ended meanwhile
+                continue
+            state, its_parent = rest.split()[:2]
+            if name.endswith("(orvane_host") and state != "Z" and int(its_parent) == (parent or os.getpid()):
+                found.append(int(entry.name))
+    return found

@@ -1,0 +1,283 @@
+"""One model: what goes in and out, and what happens when its host does not live."""
+
+from __future__ import annotations
+
+import asyncio
+import os
+import pathlib
+import pickle
+import signal
+import threading
+import tracemalloc
+from typing import Any, Iterator
+
+import numpy as np
+import onnx
+import openvino
+import orvane
+import pytest
+from material import FACE, VOICE, hosts, voice_inputs, write_sum
+
+pytestmark = pytest.mark.timeout(120)
+
+WAYS = pytest.mark.parametrize("host", [False, True], ids=["in_process", "host"])
+
+
+@pytest.fixture(autouse=True)
+def no_host_stays() -> Iterator[None]:
+    yield
+    assert hosts() == []
+
+
+@pytest.fixture(name="sum_model")
+def make_sum_model(tmp_path: pathlib.Path) -> pathlib.Path:
+    return write_sum(tmp_path / "sum.onnx")
+
+
+def same(ours: list[np.ndarray], theirs: list[np.ndarray]) -> bool:
+    return all(np.array_equal(our, their) and our.dtype == their.dtype for our, their in zip(ours, theirs, strict=True))
+
+
+@WAYS
+@pytest.mark.parametrize("path", [FACE, VOICE], ids=["face", "voice"])
+def test_gives_the_bits_of_the_runtime(path: pathlib.Path, host: bool) -> None:
+    compiled = openvino.Core().compile_model(path, "CPU")
+    inputs = [np.random.default_rng(7).random(tuple(port.shape), np.float32) for port in compiled.inputs]
+    expected = list(compiled(inputs).values())
+    with orvane.Model(path, host=host) as model:
+        for described, ports in ((model.inputs, compiled.inputs), (model.outputs, compiled.outputs)):
+            assert [tensor.shape for tensor in described] == [tuple(port.shape) for port in ports]
+            assert {tensor.dtype for tensor in described} == {np.dtype(np.float32)}
+        assert same(model.run(*inputs), expected)
+        assert same(model.run(**dict(zip([tensor.name for tensor in model.inputs], inputs))), expected)
+        targets = [np.full_like(array, 9) for array in expected]
+        assert all(got is target for got, target in zip(model.run(*inputs, out=targets), targets))
+        assert same(targets, expected)
+
+
+def test_takes_what_it_can_convert_without_loss(sum_model: pathlib.Path, tmp_path: pathlib.Path) -> None:
+    plain = np.arange(6, dtype=np.float32).reshape(2, 3)
+    read_only = plain.copy()
+    read_only.flags.writeable = False
+    with orvane.Model(sum_model) as model:
+        for value in (np.asfortranarray(plain), plain.astype(">f4"), plain.astype(np.float16), plain.astype(np.int16),
+                      np.repeat(plain, 2, axis=1)[:, ::2], plain[::-1, ::-1][::-1, ::-1], read_only, plain.tolist(),
+                      plain.astype(int).tolist(), tuple(map(tuple, plain.tolist())), memoryview(plain)):
+            assert np.array_equal(model.run(value, right=plain)[0], plain + plain), repr(value)
+    with orvane.Model(write_sum(tmp_path / "int.onnx", onnx.TensorProto.INT32)) as model:
+        most = [[2**31 - 1, -2**31, 0]] * 2
+        assert model.run(most, np.zeros((2, 3), np.int8))[0].tolist() == most
+
+
+@pytest.mark.parametrize(("left", "error", "text"), [
+    (np.zeros((2, 3)), TypeError, "input 0 'left' wants float32, and got float64"),
+    (np.zeros((2, 3), np.int32), TypeError, "wants float32, and got int32"),
+    (np.zeros((2, 3), complex), TypeError, "wants float32, and got complex128"),
+    ("text", TypeError, "wants float32, and got <U4"),
+    (None, TypeError, "wants float32, and got object"),
+    ([[True] * 3] * 2, TypeError, "wants float32, and got bool"),
+    ([[1e39, 0, 0]] * 2, ValueError, "wants float32, which does not hold 1e[+]39"),
+    ([[1, 2, 3], [4]], ValueError, "wants float32, and got what is no array"),
+    (np.zeros(6, np.float32), ValueError, r"wants 2 dimensions, \[2, 3\], and got 1, \[6\]"),
+    (np.zeros((3, 2), np.float32), ValueError, r"wants the shape \[2, 3\], and got \[3, 2\]"),
+])
+def test_names_what_is_wrong_with_an_input(sum_model: pathlib.Path, left: Any, error: type[Exception],
+                                           text: str) -> None:
+    with orvane.Model(sum_model) as model, pytest.raises(error, match=text):
+        model.run(left, np.zeros((2, 3), np.float32))
+
+
+def test_integers_and_truth_values_are_not_cut(tmp_path: pathlib.Path) -> None:
+    with orvane.Model(write_sum(tmp_path / "byte.onnx", onnx.TensorProto.UINT8)) as model:
+        for value, error in (([[256, 0, 0]] * 2, ValueError), ([[-1, 0, 0]] * 2, ValueError),
+                             ([[1.0, 0, 0]] * 2, TypeError), (np.zeros((2, 3), bool), None)):
+            if error is None:
+                model.run(value, np.zeros((2, 3), np.uint8))
+            else:
+                with pytest.raises(error, match="wants uint8"):
+                    model.run(value, np.zeros((2, 3), np.uint8))
+
+
+def test_names_missing_unknown_and_surplus_inputs_and_wrong_targets(sum_model: pathlib.Path) -> None:
+    plain = np.ones((2, 3), np.float32)
+    with orvane.Model(sum_model) as model:
+        for arrays, by_name, text in (((plain,), {}, "nothing was given for 'right'"),
+                                      ((plain,), {"middle": plain}, "there is no input 'middle'"),
+                                      ((plain,), {"left": plain}, "'left', or it was given twice"),
+                                      ((plain, plain, plain), {}, "has 2 inputs")):
+            with pytest.raises(TypeError, match=text):
+                model.run(*arrays, **by_name)
+        fixed = np.zeros((2, 3), np.float32)
+        fixed.flags.writeable = False
+        for out, error in (([], ValueError), ([[0.0] * 3] * 2, ValueError), ([plain.tolist()], TypeError),
+                           (np.zeros((3, 2), np.float32), ValueError), (np.zeros((2, 3)), TypeError),
+                           (np.zeros((3, 2), np.float32).T, ValueError), (fixed, ValueError)):
+            with pytest.raises(error, match="out"):
+                model.run(plain, plain, out=out)
+        assert model.run(plain, plain)[0].tolist() == [[2.0] * 3] * 2
+    with pytest.raises(ValueError, match="closed"):
+        model.run(plain, plain)
+
+
+def test_takes_no_memory_from_run_to_run() -> None:
+    inputs = voice_inputs()
+    with orvane.Model(VOICE) as model:
+        out = model.run(*inputs)
+        tracemalloc.start()
+        try:
+            model.run(*inputs, out=out)
+            before, _ = tracemalloc.get_traced_memory()
+            for _ in range(1000):
+                model.run(*inputs, out=out)
+            after, peak = tracemalloc.get_traced_memory()
+        finally:
+            tracemalloc.stop()
+    assert after - before < 8000  # a run does not leave an object
+    assert peak - before < 4000  # nor does it take as much as the 3,332 bytes of its inputs, beside its own objects
+
+
+def test_a_dead_host_is_an_exception_until_a_restart() -> None:
+    inputs = voice_inputs()
+    with orvane.Model(VOICE, host=True) as model:
+        expected = model.run(*inputs)
+        os.kill(hosts()[0], signal.SIGKILL)
+        for _ in range(2):
+            with pytest.raises(orvane.HostEnded, match="SIGKILL") as caught:
+                model.run(*inputs)
+            assert caught.value.reason is orvane.Reason.HOST_ENDED
+        model.restart()
+        assert same(model.run(*inputs), expected)
+
+
+def test_tries_again_on_a_new_host_as_often_as_it_may() -> None:
+    inputs = voice_inputs()
+    with orvane.Model(VOICE, host=True, retries=1) as model:
+        expected = model.run(*inputs)
+        for _ in range(3):
+            os.kill(hosts()[0], signal.SIGKILL)
+            assert same(model.run(*inputs), expected)
+
+
+@pytest.mark.parametrize("how", ["time_limit", "interrupt"])
+def test_a_hanging_host_is_ended_while_other_threads_go_on(how: str) -> None:
+    inputs = voice_inputs()
+    limit = 1.0 if how == "time_limit" else None
+    with orvane.Model(VOICE, host=True, time_limit=limit) as model:
+        host = hosts()[0]
+        os.kill(host, signal.SIGSTOP)
+        caught: list[BaseException] = []
+
+        def run() -> None:
+            try:
+                model.run(*inputs)
+            except orvane.HostEnded as error:
+                caught.append(error)
+
+        waiting = threading.Thread(target=run)
+        waiting.start()  # this thread goes on only because that one does not hold the interpreter
+        if how == "interrupt":
+            while "S" not in pathlib.Path(f"/proc/{os.getpid()}/task/{waiting.native_id}/stat").read_text().split()[2]:
+                pass
+            model.interrupt()
+        waiting.join(60)
+        assert len(caught) == 1
+
+
+@WAYS
+def test_a_forked_process_is_told_so_and_disturbs_nobody(host: bool) -> None:
+    inputs = voice_inputs()
+    with orvane.Model(VOICE, host=host) as model:
+        expected = model.run(*inputs)
+        child = os.fork()
+        if child == 0:
+            ended = 1
+            try:
+                model.run(*inputs)
+            except RuntimeError as error:
+                ended = 0 if "fork" in str(error) else 2
+            model.close()
+            os._exit(ended)
+        assert os.waitpid(child, 0)[1] == 0
+        assert same(model.run(*inputs), expected)
+
+
+def test_tasks_wait_side_by_side() -> None:
+    inputs = voice_inputs()
+
+    async def both(models: list[orvane.Model]) -> list[list[np.ndarray]]:
+        return await asyncio.gather(*(model.run_async(*inputs) for model in models))
+
+    with orvane.Model(VOICE) as one, orvane.Model(VOICE, host=True) as other:
+        first, second = asyncio.run(both([one, other]))
+        assert same(first, second)
+
+
+@WAYS
+def test_shapes_make_a_dynamic_model_static_once(tmp_path: pathlib.Path, monkeypatch: pytest.MonkeyPatch,
+                                                 host: bool) -> None:
+    monkeypatch.setenv("XDG_CACHE_HOME", str(tmp_path / "cache"))
+    path = write_sum(tmp_path / "dynamic.onnx", shape=("batch", 3))
+    plain = np.ones((4, 3), np.float32)
+    with orvane.Model(path, host=host) as model:
+        assert model.inputs[0].shape == (None, 3)
+        with pytest.raises(ValueError, match=r"shapes=\{'left': \(1, 3,\)\}"):
+            model.run(plain, plain)
+    shapes: dict[str | int, tuple[int, ...]] = {"left": (4, 3), 1: (4, 3)}
+    for _ in range(2):
+        with orvane.Model(path, host=host, shapes=shapes) as model:
+            assert model.outputs[0].shape == (4, 3)
+            assert np.array_equal(model.run(plain, plain)[0], plain + plain)
+    assert len(list(orvane.static_folder().iterdir())) == 1
+    for wrong, text in (({"left": (4, 3)}, "'right'"), ({"up": (4, 3)}, "'up'"), ({"left": (4, 5)}, r"allows \[\?,3\]"),
+                        ({"left": (0, 3)}, "above 0"), ({"left": "43"}, "sequence")):
+        with pytest.raises(ValueError, match=text):
+            orvane.Model(path, host=host, shapes=wrong)  # type: ignore[arg-type]
+    assert len(list(orvane.static_folder().iterdir())) == 1
+
+
+@WAYS
+def test_encrypted_models_and_caches(tmp_path: pathlib.Path, host: bool) -> None:
+    inputs = voice_inputs()
+    with orvane.Model(VOICE) as model:
+        expected = model.run(*inputs)
+    secret, plain, cache = tmp_path / "secret.onnx", tmp_path / "plain.onnx", tmp_path / "cache"
+    orvane.encrypt(VOICE, secret, b"key!", pad=True)
+    orvane.decrypt(secret, plain, b"key!")
+    assert plain.read_bytes()[:VOICE.stat().st_size] == VOICE.read_bytes()
+    with orvane.Model(secret, host=host, key=b"key!", cache=cache, make_cache=True) as model:
+        assert same(model.run(*inputs), expected)
+    with orvane.Model("", host=host, key=b"key!", cache=cache) as model:
+        assert same(model.run(*inputs), expected)
+    with pytest.raises(orvane.Error):
+        orvane.Model(secret, host=host, key=b"no")
+    for key in (b"", b"12345", "key!"):
+        with pytest.raises(ValueError, match="1 to 4 bytes"):
+            orvane.Model(secret, host=host, key=key)  # type: ignore[arg-type]
+
+
+def test_errors_have_a_reason_and_travel_between_processes(tmp_path: pathlib.Path) -> None:
+    with pytest.raises(orvane.Error) as caught:
+        orvane.Model(VOICE, host=tmp_path / "no_such_host")
+    assert caught.value.reason is orvane.Reason.SYSTEM and caught.value.system == 2
+    assert "host must be the path of the host program" in str(caught.value)
+    travelled = pickle.loads(pickle.dumps(caught.value))
+    assert (str(travelled), travelled.reason, travelled.system) == (str(caught.value), caught.value.reason, 2)
+    for wrong in ({"retries": 1}, {"retries": -1, "host": True}, {"time_limit": 0, "host": True}):
+        with pytest.raises(ValueError):
+            orvane.Model(VOICE, **wrong)  # type: ignore[arg-type]
+    with pytest.raises(orvane.Error, match="no host$|no host[^_]") as caught:
+        orvane.Model(VOICE, time_limit=1)
+    assert caught.value.reason is orvane.Reason.BAD_ARGUMENT
+
+
+def test_log_lines_reach_the_sink_that_was_set_last(tmp_path: pathlib.Path) -> None:
+    lines: list[str] = []
+    orvane.set_log(lambda level, text: lines.append(f"{level} {text}"))
+    with orvane.Model(VOICE, cache=tmp_path / "no" / "folder", make_cache=True):
+        pass
+    orvane.set_log(None)
+    assert any(line.startswith("6 ") and "cache" in line for line in lines)
+    count = len(lines)
+    with orvane.Model(VOICE, cache=tmp_path / "no" / "folder", make_cache=True):
+        pass
+    assert len(lines) == count
