@@ -1,0 +1,164 @@
+"""Looks for a face in every piece of pictures, on a Ray cluster: an actor for each worker, which owns one host.
+
+    python examples/cluster/faces.py PICTURE...                          a cluster of this machine alone
+    python examples/cluster/faces.py --address HEAD:6379 PICTURE...      one that runs already
+
+A host that ends is replaced by its worker, a worker that ends by Ray; what either had not answered is asked again.
+"""
+
+from __future__ import annotations
+
+import argparse
+import math
+import os
+import pathlib
+import socket
+import sys
+from typing import Any, Iterable, Iterator, NamedTuple
+
+os.environ.setdefault("RAY_USAGE_STATS_ENABLED", "0")
+
+import numpy as np
+import orvane
+import psutil
+import ray
+from PIL import Image
+
+Array = np.ndarray[Any, np.dtype[np.float32]]
+
+MODEL = pathlib.Path(__file__).resolve().parents[2] / ".deps" / "material" / "face_detection_short_range.tflite"
+PIECE, STEP = 256, 48  # pixels of a picture: the side of a piece, and how far the next one is
+SIDE = 128  # pixels that the model takes
+FACE = 0.5  # the score of a piece with a face
+
+AHEAD = 2  # pictures that a worker has at a time: one at work, one on its way
+RETRIES = 3  # of a picture whose host, or whose worker, ends
+RESTARTS = 3  # of a worker
+TIME_LIMIT = 60.0  # seconds in which a host answers a call
+STORE = 80 << 20  # bytes for pieces and outputs on their way, in a cluster of this machine alone
+PATIENCE = 300.0  # seconds in which any worker answers
+
+
+class Processes(NamedTuple):
+    """Where a worker is."""
+
+    node: str  # Ray's name for it
+    worker: int  # process number of the worker
+    host: int  # and of its host
+
+
+class Worker:
+    """Owns a host, in a process of its own on one of the cluster's machines."""
+
+    def __init__(self, model: str) -> None:
+        self._model = orvane.Model(model, host=True, retries=RETRIES, time_limit=TIME_LIMIT)
+
+    def infer(self, piece: Array) -> list[Array]:
+        """The outputs for a piece, float32 [1, 128, 128, 3] from -1 to 1: regressors float32 [1, 896, 16] and
+        classificators float32 [1, 896, 1]."""
+        return self._model.run(piece)
+
+    def processes(self) -> Processes:
+        (host,) = (child.pid for child in psutil.Process().children() if child.name().startswith("orvane_host"))
+        return Processes(ray.get_runtime_context().get_node_id(), os.getpid(), host)
+
+
+def cut(path: pathlib.Path) -> Iterator[tuple[str, Array]]:
+    """All pieces of a picture, by a name that says where each is."""
+    with Image.open(path) as opened:
+        picture = opened.convert("RGB")
+    for top in range(0, max(1, picture.height - PIECE + 1), STEP):
+        for left in range(0, max(1, picture.width - PIECE + 1), STEP):
+            piece = picture.crop((left, top, left + PIECE, top + PIECE)).resize((SIDE, SIDE), Image.Resampling.BILINEAR)
+            scaled = np.asarray(piece, np.float32) / np.float32(127.5) - np.float32(1)
+            yield f"{path} at {left}, {top}", scaled[None]
+
+
+def start_workers(count: int, model: pathlib.Path) -> list[Any]:
+    """Actors of :class:`Worker`, on as many machines as there are. Ray starts one again when its process ends,
+    elsewhere if need be, and repeats the calls that it had not answered."""
+    actor: Any = ray.remote(num_cpus=1, max_restarts=RESTARTS, max_task_retries=RETRIES,
+                            scheduling_strategy="SPREAD")(Worker)
+    return [actor.remote(str(model)) for _ in range(count)]
+
+
+def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterator[tuple[str, list[Array]]]:
+    """The outputs for each piece, once, in the order in which they come. There may be any number of pieces, since none
+    is taken before a worker is free for it.
+
+    Raises:
+        RayError: A piece has ended more hosts or workers than are replaced.
+        TimeoutError: No worker has answered for PATIENCE seconds.
+    """
+    left = iter(pieces)
+    asked: dict[Any, tuple[str, Any]] = {}
+
+    def ask(worker: Any) -> None:
+        following = next(left, None)
+        if following is not None:
+            name, piece = following
+            asked[worker.infer.remote(piece)] = name, worker
+
+    for worker in workers * AHEAD:
+        ask(worker)
+    while asked:
+        answered, _ = ray.wait(list(asked), timeout=PATIENCE)
+        if not answered:
+            raise TimeoutError(f"no worker has answered for {PATIENCE:.0f} seconds: look at the cluster by ray status")
+        name, worker = asked.pop(answered[0])
+        ask(worker)
+        yield name, ray.get(answered[0])
+
+
+def score(outputs: list[Array]) -> float:
+    """How surely there is a face, from 0 to 1."""
+    return 1 / (1 + math.exp(-float(outputs[1].clip(-80, 80).max())))
+
+
+def connect(address: str | None, workers: int) -> None:
+    """To the cluster there, or to one of this machine alone."""
+    if address:
+        host, _, port = address.rpartition(":")
+        try:
+            socket.create_connection((host, int(port)), timeout=10).close()  # Ray itself goes on trying for minutes
+        except (OSError, ValueError) as error:
+            raise ConnectionError(f"no cluster answers at {address}, give HOST:PORT of its head: {error}") from error
+        ray.init(address=address, log_to_driver=False)
+    else:
+        ray.init(num_cpus=workers, object_store_memory=STORE, include_dashboard=False, log_to_driver=False)
+
+
+def run(arguments: argparse.Namespace) -> None:
+    orvane.Model(arguments.model, host=True).close()  # says what is wrong with it in a line, and an actor in fifty
+    connect(arguments.address, arguments.workers)
+    workers = start_workers(arguments.workers, arguments.model)
+    pieces = (piece for path in arguments.pictures for piece in cut(path))
+    found = {name: score(outputs) for name, outputs in infer_all(pieces, workers)}
+    print(f"{len(found)} pieces, {sum(value >= FACE for value in found.values())} with a face")
+    for name in sorted(found, key=lambda name: -found[name]):
+        if found[name] >= FACE:
+            print(f"  {found[name]:.2f}  {name}")
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description="Looks for a face in every piece of pictures, on a Ray cluster.")
+    parser.add_argument("pictures", metavar="PICTURE", type=pathlib.Path, nargs="+")
+    parser.add_argument("--address", help="of the cluster; one of this machine alone is started unless given")
+    parser.add_argument("--workers", metavar="NUMBER", type=int, default=2, help="how many; 2 unless given")
+    parser.add_argument("--model", metavar="FILE", type=pathlib.Path, default=MODEL,
+                        help="the face detector's, at the same place on each machine; .deps/material has it")
+    arguments = parser.parse_args()
+    if arguments.workers < 1:
+        parser.error("--workers is at least 1")
+    try:
+        run(arguments)
+    except (OSError, ValueError, orvane.Error, ray.exceptions.RayError) as error:
+        print(f"faces: {error}", file=sys.stderr)
+        return 1
+    finally:
+        ray.shutdown()
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
