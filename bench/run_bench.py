@@ -19,15 +19,17 @@ import time
 
 import large_model
 import measure
-import page
 import targets
 from measure import Case
 
+SOURCE = pathlib.Path(__file__).resolve().parent.parent
 MODEL_VARIANTS = ("direct", "in process", "remote", *measure.PEERS)
 BUSY_VARIANTS = ("in process", "remote", *measure.PEERS)
 FACE_PYTHON = tuple(variant for variant in measure.PYTHON if variant != "onnxruntime")  # which does not read its file
 STUB_VARIANTS = ("remote", "limit", "limit, spinning", *measure.PEERS)
 SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
+MUCH_OTHER_WORK = 0.05  # of the processors; as `orvane bench` has it
+TEMPLATE = "cli/report/bench_page.html"  # that of `orvane bench --html`
 
 
 def plan(quick):
@@ -63,16 +65,17 @@ class OtherWork:
     def read():
         fields = [int(field) for field in pathlib.Path("/proc/stat").read_text().splitlines()[0].split()[1:]]
         ticks = os.sysconf("SC_CLK_TCK")
-        busy = sum(fields[:3]) / ticks  # user, nice, system
+        busy = (sum(fields[:8]) - fields[3] - fields[4] - fields[7]) / ticks  # all but idle, waiting for a disk, stolen
         own = sum(usage.ru_utime + usage.ru_stime for usage in
                   (resource.getrusage(resource.RUSAGE_SELF), resource.getrusage(resource.RUSAGE_CHILDREN)))
         return {"busy": busy, "own": own, "stolen": fields[7] / ticks, "time": time.monotonic()}
 
     def shares(self):
-        """Of all processor time: that of other programs, and that which the machine's host took."""
+        """Of all processor time: that of other programs, and that which other virtual machines took."""
         change = {name: value - self.start[name] for name, value in self.read().items()}
         whole = change["time"] * os.cpu_count()
-        return {"others": max(0.0, (change["busy"] - change["own"]) / whole), "stolen": change["stolen"] / whole}
+        shares = {"others": max(0.0, (change["busy"] - change["own"]) / whole), "stolen": change["stolen"] / whole}
+        return shares | {"disturbed": max(shares.values()) > MUCH_OTHER_WORK}
 
 
 def first_match(pattern, path, default="unknown"):
@@ -87,25 +90,24 @@ def describe_machine(source):
         "processor": first_match(r"^model name\s*:(.*)$", "/proc/cpuinfo"),
         "cores": os.cpu_count(),
         "virtual": bool(re.search(r"\bhypervisor\b", pathlib.Path("/proc/cpuinfo").read_text())),
-        "memory_gb": round(int(first_match(r"^MemTotal:\s*(\d+)", "/proc/meminfo", "0")) / 1e6, 1),
-        "system": first_match(r'^PRETTY_NAME="?([^"\n]*)', "/etc/os-release"),
-        "kernel": platform.release(),
+        "memory_bytes": int(first_match(r"^MemTotal:\s*(\d+)", "/proc/meminfo", "0")) * 1024,
+        "system": first_match(r'^PRETTY_NAME="?([^"\n]*)', "/etc/os-release") + ", kernel " + platform.release(),
         "revision": revision or "unknown",
         "load_before": os.getloadavg()[0],
     }
 
 
 def run(arguments):
-    source = pathlib.Path(__file__).resolve().parent.parent
-    results = {"quick": arguments.quick, "machine": describe_machine(source),
+    results = {"quick": arguments.quick, "machine": describe_machine(SOURCE),
                "date": datetime.datetime.now(datetime.timezone.utc).isoformat(timespec="seconds")}
     started, other_work = time.monotonic(), OtherWork()
     repetitions = 3 if arguments.quick else 7
     starts = 7 if arguments.quick else 21
 
     def progress(text):
-        if sys.stderr.isatty():
-            print(f"\r\x1b[K{time.monotonic() - started:4.0f} s  {text}", end="", file=sys.stderr, flush=True)
+        # On a terminal a line replaces the one before.
+        begin, end = ("\r\x1b[K", "") if sys.stderr.isatty() else ("", "\n")
+        print(f"{begin}{time.monotonic() - started:4.0f} s  {text}", end=end, file=sys.stderr, flush=True)
 
     with measure.scratch_folder() as scratch:
         programs = measure.Programs(arguments.programs, scratch)
@@ -114,7 +116,7 @@ def run(arguments):
         results["starts"] = measure.measure_starts(programs, model, starts, progress)
         results["processes"] = measure.measure_processes(programs, 1 if arguments.quick else 3, progress)
         results["parts"] = measure.measure_parts(programs, repetitions, progress)
-    progress("")
+    progress("done\n" if sys.stderr.isatty() else "done")
     results["machine"] |= other_work.shares()
     results["seconds"] = round(time.monotonic() - started)
     results["targets"] = targets.evaluate(results)
@@ -123,10 +125,10 @@ def run(arguments):
 
 def print_table(results):
     machine = results["machine"]
-    print(f"{machine['processor']}, {machine['cores']} cores, {machine['system']}, kernel {machine['kernel']}, "
+    print(f"{machine['processor']}, {machine['cores']} cores, {machine['system']}, "
           f"revision {machine['revision']}")
     print(f"{results['seconds']} s; other programs used {machine['others']:.0%} of the processors, "
-          f"the machine's host took {machine['stolen']:.1%}\n")
+          f"other virtual machines {machine['stolen']:.1%}\n")
     print(f"{'microseconds':32}{'median':>10}{'lowest':>10}{'highest':>10}{'p90':>10}{'p99':>10}{'p99.9':>10}")
     for workload, case in results["cases"].items():
         print(workload)
@@ -148,6 +150,13 @@ def print_table(results):
         spread = f"{entry['low']:.3f} to {entry['high']:.3f}" if entry["low"] is not None else ""
         print(f"{entry['number']} {entry['text']:66}{entry['value']:9.3f}{'>=' if entry['at_least'] else '<=':>4}"
               f"{entry['limit']:6.3g}  {'met    ' if entry['met'] else 'NOT MET'}  {spread}")
+    if machine["disturbed"]:
+        print("\nDISTURBED: measure again when there is little else to do")
+
+
+def page(results):
+    """One HTML file that needs nothing else. A "<" could end the script that the results stand in, or begin a comment."""
+    return (SOURCE / TEMPLATE).read_text(encoding="utf-8").replace("@RESULTS@", json.dumps(results).replace("<", "\\u003c"))
 
 
 def parse_arguments():
@@ -171,7 +180,7 @@ def main():
         return 1
     print_table(results)
     measure.write_whole(output / "bench.json", json.dumps(results, indent=1) + "\n")
-    measure.write_whole(output / "bench.html", page.render(results))
+    measure.write_whole(output / "bench.html", page(results))
     print(f"\n{output / 'bench.json'} and {output / 'bench.html'} have been written")
     return 0
 

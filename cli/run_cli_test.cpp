@@ -110,6 +110,9 @@ TEST_F(RunCliTest, BenchMeasuresInThisProcessAndInAHost) {
         const json& program = memory.at(remote ? "host" : "orvane");
         EXPECT_GT(program.at("resident_bytes"), 1'000'000);  // no program here takes less
         EXPECT_GE(program.at("peak_bytes"), program.at("resident_bytes"));
+        const json& machine = result.at("machine");
+        EXPECT_GT(std::min(machine.at("cores"), machine.at("memory_bytes")), 0);
+        EXPECT_NE(machine.at("processor"), "");
     }
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Run("bench @m.xml --seconds 0.2").exitValue, 0);
@@ -182,6 +185,9 @@ const std::tuple<int, std::string, std::string> kRefusals[] = {
     {2, "bench @m.xml --seconds 0", "--seconds takes a number above 0"},
     {2, "bench @m.xml --seconds nan", "--seconds takes a number above 0"},
     {2, "bench @m.xml --json ''", "--json is empty"},
+    {2, "bench @m.xml --html ''", "--html is empty"},
+    {2, "bench @m.xml --json @y --html @y", "--json and --html name the same file"},
+    {2, "bench @m.xml --compare @old", "--compare requires --html"},
     {2, "decrypt --key k '' @y", "IN is empty"},
     {2, "encrypt --key k @x ''", "OUT is empty"},
     {2, "encrypt --key '' @x @y", "--key is empty; it takes 1 to 4 bytes"},
@@ -216,6 +222,10 @@ const std::tuple<int, std::string, std::string> kRefusals[] = {
     {1, "run @two.xml --input a=@x --input b=@x --output 0=@old --output 1=@no/2", "no folder for"},
     {1, "bench @any.xml", "input 0 \"x\" cannot be filled: its shape [?, 2] has a dynamic dimension"},
     {1, "bench @none --json @old", "there is no file"},
+    {1, "bench @m.xml --html @no/page", "no folder for"},
+    {1, "bench @m.xml --html @old --compare @none", "there is no file"},
+    {1, "bench @m.xml --html @old --compare @x", "@x holds no result of this version of orvane: it is no JSON object"},
+    {1, "bench @m.xml --html @old --compare @half.json", "it has no string /version"},
     {1, "encrypt --key k @none @old", "there is no file"},
     {1, "encrypt --key k @ @old", "is a folder"},
     {1, "encrypt --key k @old @", "is a folder"},
@@ -230,6 +240,7 @@ TEST_F(RunCliTest, WhatFailsSaysWhyAndWritesNothing) {
     folder.Write("shape.npy", NpyHeader({DataTypeFloat32, {3}}));
     folder.Write("short", std::string(11, 'd'));
     folder.Write("old", "old");
+    folder.Write("half.json", R"({"model": "m", "host": null})");
     folder.Write(".xml", AddModel({1}).description);
     EchoModel({{"x", "f32", {"?", "2"}}}).WriteTo(folder, "any");
     EchoModel({{"a", "f32", {"1", "3"}}, {"b", "f32", {"1", "3"}}}).WriteTo(folder, "two");

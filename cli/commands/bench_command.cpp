@@ -4,6 +4,7 @@
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
+#include "cli/report/bench_page.h"
 #include "cli/report/bench_report.h"
 #include "cli/report/progress_bar.h"
 #include "platform/interrupt.h"
@@ -14,6 +15,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <iterator>
 #include <limits>
 #include <memory>
@@ -31,6 +33,8 @@ struct BenchOptions {
     std::optional<uint32_t> iterations;
     double seconds = 5;
     std::optional<std::string> json;
+    std::optional<std::string> html;
+    std::vector<std::string> compare;
 };
 
 double Milliseconds(Clock::duration duration) {
@@ -43,18 +47,36 @@ void Check(const BenchOptions& options) {
         throw WrongUsage("--seconds takes a number above 0");
     }
     RefuseEmpty("--json", options.json, "the file to write");
-    if (options.json) {
-        const Platform::WholeFile trial(*options.json);
+    RefuseEmpty("--html", options.html, "the file to write");
+    if (options.json && options.json == options.html) {
+        throw WrongUsage("--json and --html name the same file");
+    }
+    for (const auto& file : {options.json, options.html}) {
+        if (file) {
+            const Platform::WholeFile trial(*file);
+        }
     }
 }
 
-void WriteJson(const std::string& path, const BenchReport& report) {
-    std::ostringstream text;
-    PrintJsonBenchReport(text, report);
+void WriteText(const std::string& path, const std::string& text) {
     Platform::WholeFile file(path);
-    file.Write(text.str().data(), text.str().size());
+    file.Write(text.data(), text.size());
     file.Close();
     file.Commit();
+}
+
+// The results as files, `earlier` ones beside them on the page.
+void WriteFiles(const BenchOptions& options, const BenchReport& report, std::vector<NamedResult> earlier) {
+    const Json result = BenchReportJson(report);
+    if (options.json) {
+        std::ostringstream text;
+        PrintJson(text, result);
+        WriteText(*options.json, text.str());
+    }
+    if (options.html) {
+        earlier.insert(earlier.begin(), {"this run", result});
+        WriteText(*options.html, BenchPage(earlier));
+    }
 }
 
 InferenceTimes TimeInference(Inference& inference) {
@@ -80,6 +102,7 @@ void Measure(Inference& inference, const BenchOptions& options, BenchReport& rep
     const Platform::InterruptFlag interrupt;
     const double target = options.iterations ? *options.iterations : options.seconds;
     ProgressBar progress(err);
+    const std::optional<Platform::ProcessorTime> before = Platform::ProcessorTimeSoFar();
     const auto start = Clock::now();
     for (double done = 0; done < target && !report.interrupted;) {
         report.inferences.push_back(TimeInference(inference));
@@ -88,6 +111,8 @@ void Measure(Inference& inference, const BenchOptions& options, BenchReport& rep
         progress.Show(done, target);
         report.interrupted = done < target && interrupt.IsSet();
     }
+    const std::optional<Platform::ProcessorTime> after = Platform::ProcessorTimeSoFar();
+    report.otherWork = before && after ? OtherWorkBetween(*before, *after) : std::nullopt;
 }
 
 Transfer Zeros(const ModelTensor& input) {
@@ -137,9 +162,26 @@ std::optional<double> TimeLaunch(const std::string& host) {
     return Distribute(std::move(times)).p50;
 }
 
+// As ISO 8601, in UTC.
+std::string Now() {
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    const auto day = std::chrono::floor<std::chrono::days>(now);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss time(now - day);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return text;
+}
+
 void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
     Check(options);
+    std::vector<NamedResult> earlier;
+    std::transform(options.compare.begin(), options.compare.end(), std::back_inserter(earlier), ReadBenchResult);
     BenchReport report;
+    report.machine = Platform::DescribeMachine();
     report.model = options.model.model;
     report.host = options.model.HostProgram();
     report.warmup = options.warmup;
@@ -147,10 +189,9 @@ void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
     if (report.host) {
         report.launch = TimeLaunch(*report.host);
     }
+    report.date = Now();
     PrintBenchReport(out, report);
-    if (options.json) {
-        WriteJson(*options.json, report);
-    }
+    WriteFiles(options, report, std::move(earlier));
 }
 
 }  // namespace
@@ -170,6 +211,12 @@ Command AddBenchCommand(CLI::App& app) {
         ->type_name("S");
     command->add_option("--json", options->json, "Also write the results to this file, as a JSON object")
         ->type_name("FILE");
+    CLI::Option* html =
+        command->add_option("--html", options->html, "Also write them to this file, as a page for a browser")
+            ->type_name("FILE");
+    command->add_option("--compare", options->compare, "Show these earlier --json files on the page too; after MODEL")
+        ->type_name("FILE")
+        ->needs(html);
     return {command, [options](std::ostream& out, std::ostream& err) { Bench(*options, out, err); }};
 }
 

@@ -1,6 +1,6 @@
 #include "cli/report/bench_report.h"
 
-#include "cli/report/print.h"
+#include <orvane/version.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -24,7 +24,25 @@ struct SteadyState {
     Distribution compute;
     Distribution copyOut;
     double perSecond;
+    std::vector<double> quantiles;  // of whole inferences, at each half of a percent between 0 and 100
 };
+
+// The smallest of the ordered values that at least so many of 1000 do not exceed; in whole numbers, so that no rounding
+// moves the rank.
+double PerMille(const std::vector<double>& ordered, std::size_t perMille) {
+    return ordered[(ordered.size() * perMille + 999) / 1000 - 1];
+}
+
+std::vector<double> Quantiles(const std::vector<InferenceTimes>& inferences) {
+    std::vector<double> ordered;
+    std::transform(inferences.begin(), inferences.end(), std::back_inserter(ordered), Whole);
+    std::sort(ordered.begin(), ordered.end());
+    std::vector<double> quantiles;
+    for (std::size_t perMille = 5; perMille < 1000; perMille += 5) {
+        quantiles.push_back(PerMille(ordered, perMille));
+    }
+    return quantiles;
+}
 
 template <typename Duration>
 Distribution DistributionOf(const std::vector<InferenceTimes>& inferences, Duration duration) {
@@ -35,13 +53,16 @@ Distribution DistributionOf(const std::vector<InferenceTimes>& inferences, Durat
 
 SteadyState Summarise(const std::vector<InferenceTimes>& inferences) {
     const Distribution whole = DistributionOf(inferences, Whole);
-    return {whole, DistributionOf(inferences, [](const InferenceTimes& times) { return times.copyIn; }),
+    return {whole,
+            DistributionOf(inferences, [](const InferenceTimes& times) { return times.copyIn; }),
             DistributionOf(inferences, [](const InferenceTimes& times) { return times.compute; }),
-            DistributionOf(inferences, [](const InferenceTimes& times) { return times.copyOut; }), 1000 / whole.mean};
+            DistributionOf(inferences, [](const InferenceTimes& times) { return times.copyOut; }),
+            1000 / whole.mean,
+            Quantiles(inferences)};
 }
 
 std::string Text(const char* format, double value) {
-    char text[64];
+    char text[128];
     std::snprintf(text, sizeof text, format, value);
     return text;
 }
@@ -65,6 +86,21 @@ Json ToJson(const Distribution& times) {
             {"p99_9", times.p999},  {"max", times.maximum}, {"mean", times.mean}};
 }
 
+Json WithQuantiles(Json object, const std::vector<double>& quantiles) {
+    object["quantiles"] = quantiles;
+    return object;
+}
+
+Json ToJson(const Platform::Machine& machine, const std::optional<OtherWork>& work) {
+    return {{"processor", machine.processor},
+            {"cores", machine.cores},
+            {"memory_bytes", machine.memory},
+            {"system", machine.system},
+            {"others", work ? Json(work->others) : Json()},
+            {"stolen", work ? Json(work->stolen) : Json()},
+            {"disturbed", work && work->IsMuch()}};
+}
+
 Json ToJson(const std::optional<Platform::MemoryUse>& memory) {
     return memory ? Json{{"resident_bytes", memory->resident}, {"peak_bytes", memory->peak}} : Json();
 }
@@ -73,17 +109,24 @@ Json ToJson(const std::optional<Platform::MemoryUse>& memory) {
 
 Distribution Distribute(std::vector<double> values) {
     std::sort(values.begin(), values.end());
-    const std::size_t count = values.size();
-    // In whole numbers, so that no rounding moves the rank.
-    const auto percentile = [&](std::size_t perMille) { return values[(count * perMille + 999) / 1000 - 1]; };
     const double sum = std::accumulate(values.begin(), values.end(), 0.0);
     return {values.front(),
-            percentile(500),
-            percentile(900),
-            percentile(990),
-            percentile(999),
+            PerMille(values, 500),
+            PerMille(values, 900),
+            PerMille(values, 990),
+            PerMille(values, 999),
             values.back(),
-            sum / static_cast<double>(count)};
+            sum / static_cast<double>(values.size())};
+}
+
+std::optional<OtherWork> OtherWorkBetween(const Platform::ProcessorTime& start, const Platform::ProcessorTime& end) {
+    constexpr double kLeast = 0.5;  // seconds
+    const double whole = end.whole - start.whole;
+    if (whole < kLeast) {
+        return std::nullopt;
+    }
+    const double others = (end.busy - start.busy) - (end.own - start.own);
+    return OtherWork{std::clamp(others / whole, 0.0, 1.0), std::clamp((end.stolen - start.stolen) / whole, 0.0, 1.0)};
 }
 
 void PrintBenchReport(std::ostream& out, const BenchReport& report) {
@@ -111,27 +154,35 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
     }
     out << "\n";
     PrintTable(out, memory);
+    if (report.otherWork && report.otherWork->IsMuch()) {
+        out << Text("\nDISTURBED: other programs used %.0f %% of the processors", report.otherWork->others * 100)
+            << Text(", and other virtual machines %.0f %%.\n", report.otherWork->stolen * 100)
+            << "Measure again when there is little else to do.\n";
+    }
 }
 
-void PrintJsonBenchReport(std::ostream& out, const BenchReport& report) {
+Json BenchReportJson(const BenchReport& report) {
     const SteadyState steady = Summarise(report.inferences);
     const std::string model = report.model.value_or("");  // deliberately a text even where only a cache was given
-    PrintJson(out, {{"model", model},
-                    {"host", report.host ? Json(*report.host) : Json()},
-                    {"start_up",
-                     {{"launch_ms", report.launch ? Json(*report.launch) : Json()},
-                      {"initialisation_ms", report.initialisation},
-                      {"first_inference_ms", Whole(report.firstInference)}}},
-                    {"steady_state",
-                     {{"warmup", report.warmup},
-                      {"iterations", report.inferences.size()},
-                      {"interrupted", report.interrupted},
-                      {"per_second", steady.perSecond},
-                      {"inference_ms", ToJson(steady.inference)},
-                      {"copy_in_ms", ToJson(steady.copyIn)},
-                      {"compute_ms", ToJson(steady.compute)},
-                      {"copy_out_ms", ToJson(steady.copyOut)}}},
-                    {"memory", {{"orvane", ToJson(report.ownMemory)}, {"host", ToJson(report.hostMemory)}}}});
+    return {{"model", model},
+            {"host", report.host ? Json(*report.host) : Json()},
+            {"version", Version()},
+            {"date", report.date},
+            {"machine", ToJson(report.machine, report.otherWork)},
+            {"start_up",
+             {{"launch_ms", report.launch ? Json(*report.launch) : Json()},
+              {"initialisation_ms", report.initialisation},
+              {"first_inference_ms", Whole(report.firstInference)}}},
+            {"steady_state",
+             {{"warmup", report.warmup},
+              {"iterations", report.inferences.size()},
+              {"interrupted", report.interrupted},
+              {"per_second", steady.perSecond},
+              {"inference_ms", WithQuantiles(ToJson(steady.inference), steady.quantiles)},
+              {"copy_in_ms", ToJson(steady.copyIn)},
+              {"compute_ms", ToJson(steady.compute)},
+              {"copy_out_ms", ToJson(steady.copyOut)}}},
+            {"memory", {{"orvane", ToJson(report.ownMemory)}, {"host", ToJson(report.hostMemory)}}}};
 }
 
 }  // namespace Orvane::Cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/report/print.h"
 #include "platform/resources.h"
 
 #include <cstdint>
@@ -31,8 +32,25 @@ struct InferenceTimes {
     double copyOut;
 };
 
+// Shares of all processors' time that the measured inferences did not have.
+struct OtherWork {
+    double others;  // used by other programs
+    double stolen;  // taken by what a virtual machine runs on
+
+    // A run beside that much proves nothing.
+    bool IsMuch() const { return others > kMuch || stolen > kMuch; }
+
+    static constexpr double kMuch = 0.05;
+};
+
+// Between two moments; empty when they are too close for the system's count.
+std::optional<OtherWork> OtherWorkBetween(const Platform::ProcessorTime& start, const Platform::ProcessorTime& end);
+
 // What `orvane bench` has measured.
 struct BenchReport {
+    std::string date;  // when it ended, as ISO 8601 in UTC
+    Platform::Machine machine;
+    std::optional<OtherWork> otherWork;
     std::optional<std::string> model;  // path of the model file
     std::optional<std::string> host;   // path of the host program, when the model ran in one
     std::optional<double> launch;      // of a host process
@@ -47,7 +65,7 @@ struct BenchReport {
 
 void PrintBenchReport(std::ostream& out, const BenchReport& report);
 
-// The same as one JSON object on one line.
-void PrintJsonBenchReport(std::ostream& out, const BenchReport& report);
+// The same as a JSON object, and also the machine and enough quantiles to draw the distribution.
+Json BenchReportJson(const BenchReport& report);
 
 }  // namespace Orvane::Cli

@@ -1,9 +1,10 @@
 #include "cli/report/bench_report.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <sstream>
+#include <string>
+#include <utility>
 
 namespace Orvane::Cli {
 namespace {
@@ -36,10 +37,32 @@ memory  now      peak
 orvane  12.3 MB  45.6 MB
 host    unknown  unknown
 )");
-    std::stringstream object;
-    PrintJsonBenchReport(object, report);
-    EXPECT_EQ(nlohmann::json::parse(object).at("steady_state").at("copy_out_ms"), nlohmann::json::parse(R"(
-        {"min": 0.5, "p50": 250.5, "p90": 450.5, "p99": 495.5, "p99_9": 500, "max": 500.5, "mean": 250.5})"));
+    const Json steady = BenchReportJson(report).at("steady_state");
+    EXPECT_EQ(steady.at("copy_out_ms"), Json::parse(R"(
+        {"min": 0.5, "p50": 250.5, "p90": 450.5, "p99": 495.5, "p99_9": 500.0, "max": 500.5, "mean": 250.5})"));
+    const Json& quantiles = steady.at("inference_ms").at("quantiles");
+    EXPECT_EQ(quantiles.size(), 199U);
+    EXPECT_EQ((Json{quantiles.at(0), quantiles.at(99), quantiles.at(198)}), (Json{21.0, 1753.5, 3486.0}));
+}
+
+TEST(BenchReportTest, ARunBesideOtherWorkSaysSo) {
+    const Platform::ProcessorTime start{100, 50, 10, 1};
+    EXPECT_FALSE(OtherWorkBetween(start, {100.4, 50.4, 10.1, 1})) << "too short to tell";
+    const auto quiet = OtherWorkBetween(start, {120, 61, 20.5, 2});
+    ASSERT_TRUE(quiet);
+    EXPECT_EQ((std::pair{quiet->others, quiet->stolen}), (std::pair{0.025, 0.05}));
+    EXPECT_FALSE(quiet->IsMuch());
+    EXPECT_EQ(OtherWorkBetween(start, {120, 58, 20, 1})->others, 0) << "counts that do not quite fit each other";
+
+    BenchReport report;
+    report.inferences = {{}};
+    for (const Platform::ProcessorTime& end : {Platform::ProcessorTime{120, 64, 20, 1}, {120, 60, 20, 5}}) {
+        report.otherWork = OtherWorkBetween(start, end);
+        std::ostringstream text;
+        PrintBenchReport(text, report);
+        EXPECT_NE(text.str().find("\nDISTURBED: other programs used "), std::string::npos);
+        EXPECT_EQ(BenchReportJson(report).at("machine").at("disturbed"), true);
+    }
 }
 
 }  // namespace

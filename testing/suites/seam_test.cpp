@@ -2,6 +2,7 @@
 #include "core/system_exception.h"
 #include "ipc/shared_channel.h"
 #include "platform/last_error.h"
+#include "platform/resources.h"
 #include "testing/support/processes.h"
 
 #include <gtest/gtest.h>
@@ -176,6 +177,19 @@ TEST_F(Seam, AChannelThatCannotBeOpenedSaysWhatIsMissing) {
         EXPECT_EQ(Failure([&] { SharedChannel().Open(arguments); }), failure);
         EXPECT_EQ(Failure([&] { SharedChannel().Open(""); }), "OpenEvent result error");
     }
+}
+
+TEST_F(Seam, ProcessorTimeCountsTheWorkOfThisProcess) {
+    const auto start = Platform::ProcessorTimeSoFar();
+    ASSERT_TRUE(start);
+    auto end = start;
+    while (end->own < start->own + 0.3) {
+        end = Platform::ProcessorTimeSoFar();
+    }
+    constexpr double kStep = 0.1;  // the system's counts do not quite fit each other
+    EXPECT_GT(end->busy - start->busy, 0.3 - kStep);
+    EXPECT_GT(end->whole - start->whole, end->busy - start->busy - kStep);
+    EXPECT_GE(end->stolen, start->stolen);
 }
 
 }  // namespace

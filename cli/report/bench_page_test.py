@@ -1,0 +1,204 @@
+#!/usr/bin/env python3
+"""The page of `orvane bench --html`, and that of `./dev bench`, as a browser without a window shows it.
+
+bench_page_test.py MODEL FOLDER ORVANE...: measures MODEL with the program that the command ORVANE... starts. FOLDER is
+emptied and filled.
+"""
+import html
+import html.parser
+import json
+import pathlib
+import random
+import shutil
+import subprocess
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench"))
+import measure
+import run_bench
+import targets
+
+TIMEOUT_S = 120
+HOSTILE = "</script><!-- <b id=bold> & <img src=x onerror=alert(1)> \u2028 模型"
+UNITS = {"s": 1, "ms": 1e-3, "µs": 1e-6, "ns": 1e-9, "GB": 1e9, "MB": 1e6, "kB": 1e3, "B": 1, "GB/s": 1e9, "MB/s": 1e6,
+         "%": 1e-2, "": 1}
+TIMES = ("s", "ms", "µs", "ns")
+
+
+class Page(html.parser.HTMLParser):
+    """What is on a page: its figures with their texts, and with the headings above them, the marks of its charts, and all
+    text."""
+
+    def __init__(self, text):
+        super().__init__()
+        self.figures, self.columns, self.marks, self.text, self.alerts = {}, {}, [], "", 0
+        self.headings, self.column = [], 0
+        self.elements, self.outside, self.open, self.width = set(), [], [], None
+        self.feed(text)
+
+    def handle_starttag(self, tag, attributes):
+        attributes = dict(attributes)
+        self.elements.add(tag)
+        self.outside += [value for name, value in attributes.items() if name in ("src", "href")]
+        self.alerts += attributes.get("role") == "alert"
+        self.width = attributes.get("data-width", self.width)
+        if tag == "table":
+            self.headings = []
+        self.column = 0 if tag == "tr" else self.column + (tag in ("td", "th"))
+        if tag not in ("meta", "line", "rect", "polygon"):
+            self.open.append((tag, attributes))
+
+    def handle_endtag(self, tag):
+        while self.open and self.open.pop()[0] != tag:
+            pass
+
+    def handle_data(self, data):
+        tags = [tag for tag, _ in self.open]
+        if "script" in tags or "style" in tags:
+            return
+        self.text += data
+        for tag, attributes in self.open:
+            if tag == "data":
+                self.figures.setdefault(float(attributes["value"]), set()).add(data)
+                self.columns.setdefault((self.headings + [""] * 99)[self.column], set()).add(data)
+            if attributes.get("class") == "mark":
+                self.marks.append((float(attributes["data-value"]), attributes["data-name"], data))
+            if tag == "thead":
+                self.headings += [""] * (self.column - len(self.headings)) + [data]
+
+
+def show(file, folder, *options):
+    command = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", f"--user-data-dir={folder}/profile", *options,
+               "--dump-dom", file.resolve().as_uri()]
+    done = subprocess.run(command, capture_output=True, timeout=TIMEOUT_S, check=True)
+    return Page(done.stdout.decode())
+
+
+def numbers(value, path=""):
+    """Every figure of some JSON, with the place where it stands."""
+    if isinstance(value, (int, float)) and not isinstance(value, bool):
+        yield path, value
+    items = value.items() if isinstance(value, dict) else enumerate(value) if isinstance(value, list) else ()
+    for key, member in items:
+        yield from numbers(member, f"{path}/{key}")
+
+
+def check_figures(page, expected, second):
+    """`second`: how many units of the times in the JSON make one."""
+    for path, value in expected:
+        texts = page.figures.get(float(value), set())
+        assert texts, f"{path}: {value} is not on the page"
+        for text in texts:
+            number, _, unit = text.partition(" ")
+            said = float(number) * UNITS[unit] * (second if unit in TIMES else 1)
+            assert abs(said - value) <= 0.006 * abs(value), f"{path}: {value} stands on the page as {text}"
+
+
+def check_page(page):
+    assert not page.outside and page.elements.isdisjoint({"b", "img", "link", "iframe"}), (page.outside, page.elements)
+    assert page.marks
+    for value, name, text in page.marks:
+        said = page.columns[name] if name else page.figures[value]
+        assert text.removeprefix(f"{name} ") in said, f"{text} is in no table under that name"
+
+
+def check_width(file, folder):
+    """On a telephone tables scroll within themselves, and the page does not. A window cannot be so narrow, a frame can."""
+    page = html.escape(file.read_text(encoding="utf-8"))
+    frame = folder / "frame.html"
+    frame.write_text(f"""<body><iframe srcdoc="{page}" style="width: 360px; height: 800px; border: 0"></iframe><script>
+        onload = () => {{
+          const {{defaultView: {{innerWidth}}, documentElement}} = document.querySelector("iframe").contentDocument;
+          document.body.dataset.width = `${{innerWidth}} ${{documentElement.scrollWidth}}`;
+        }};</script></body>""", encoding="utf-8")
+    width = show(frame, folder, "--hide-scrollbars").width
+    assert width == "360 360", f"width of the frame, and of the page in it: {width}"
+
+
+def check_runs(model, folder, orvane):
+    def bench(*options):
+        subprocess.run([*orvane, "bench", model, "--iterations", "300", *map(str, options)], timeout=TIMEOUT_S,
+                       stdout=subprocess.DEVNULL, check=True)
+
+    files = [folder / name for name in ("this.json", "quiet.json", "disturbed.json")]
+    page = folder / "page.html"
+    bench("--json", files[1])
+    earlier = json.loads(files[1].read_text(encoding="utf-8"))
+    earlier["machine"] |= {"others": 0.001, "stolen": 0.002, "disturbed": False}
+    files[1].write_text(json.dumps(earlier))
+    earlier |= {"model": HOSTILE, "host": HOSTILE}
+    earlier["machine"] |= {"processor": HOSTILE, "others": 0.345, "disturbed": True}
+    files[2].write_text(json.dumps(earlier))
+    bench("--remote", "--json", files[0], "--html", page, "--compare", files[1], files[2])
+
+    results = [json.loads(file.read_text(encoding="utf-8")) for file in files]
+    shown = show(page, folder)
+    check_page(shown)
+    for result in results:
+        check_figures(shown, numbers(result), second=1e3)
+        for text in (result["model"], result["date"], result["version"], *filter(None, (result["host"], ))):
+            assert text in shown.text, f"{text} is not on the page"
+    assert shown.alerts == sum(result["machine"]["disturbed"] for result in results)
+    steady = results[0]["steady_state"]
+    share = round(steady["compute_ms"]["mean"] / steady["inference_ms"]["mean"] * 100)
+    assert f"inferences a second; {share} % of the time is the model" in shown.text
+    check_width(page, folder)
+
+
+def made_up_results():
+    """As of a run of `./dev bench`, without measuring anything."""
+    chance = random.Random(7)
+
+    def summary(repetitions=3):
+        return measure.summarise([[chance.lognormvariate(12, 1) for _ in range(50)] for _ in range(repetitions)])
+
+    parts = ("Decipher", "KeystreamInPieces", "MemcpyInPieces", "KeystreamOverMemory", "MemcpyOverMemory")
+    results = {
+        "quick": True, "date": "2026-11-22T02:07:57+00:00", "seconds": 77,
+        "machine": run_bench.describe_machine(run_bench.SOURCE) | {"others": 0.51, "stolen": 0.002, "disturbed": True},
+        "cases": {case.name: {variant: summary() for variant in case.variants} for case in run_bench.plan(True)},
+        "starts": {way: summary() for way in ("direct, cold", "cold", "encrypted", "direct, imported", "cached")},
+        "processes": {what: summary() for what in ("launch", "start", "idle", "waiting", "memory")},
+        "parts": {part: {"nanoseconds": chance.uniform(10, 1e6), "bytes_per_second": chance.uniform(1e8, 1e11)}
+                  for part in parts},
+    }
+    results["machine"]["processor"] = HOSTILE
+    results["targets"] = targets.evaluate(results)
+    return results
+
+
+def check_benchmark(folder):
+    results = made_up_results()
+    page = folder / "bench.html"
+    page.write_text(run_bench.page(results), encoding="utf-8")
+    shown = show(page, folder)
+    check_page(shown)
+    expected = [(entry["text"], entry[key]) for entry in results["targets"] for key in ("value", "low", "high")
+                if entry[key] is not None]
+    for group, cases in ({"starts": results["starts"]} | results["cases"]).items():
+        for variant, figures in cases.items():
+            expected.append((f"{group}/{variant}", figures["median"]))
+            if not group.endswith(f":{targets.SWEEP_OUTPUT}"):
+                expected += numbers([min(figures["medians"]), max(figures["medians"]), figures["percentiles"]], group)
+    check_figures(shown, [*expected, *numbers(results["parts"]), *numbers(results["machine"] | {"load_before": 2})], 1e9)
+    assert all(entry["text"] in shown.text for entry in results["targets"])
+    assert HOSTILE in shown.text and shown.alerts == 1
+    check_width(page, folder)
+
+
+def main(model, folder, *orvane):
+    folder = pathlib.Path(folder)
+    if not shutil.which("chromium"):
+        print("SKIPPED: there is no chromium to look at a page with; `./dev test` installs it")
+        return
+    if not pathlib.Path(model).exists():
+        print(f"SKIPPED: {model} is missing; `./dev setup` fetches it")
+        return
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    check_runs(model, folder, orvane)
+    check_benchmark(folder)
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
