@@ -87,7 +87,7 @@ def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterat
     is taken before a worker is free for it.
 
     Raises:
-        RayError: A piece has ended more hosts or workers than are replaced.
+        RuntimeError: A piece has ended more hosts or workers than are replaced.
         TimeoutError: No worker has answered for PATIENCE seconds.
     """
     left = iter(pieces)
@@ -107,7 +107,11 @@ def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterat
             raise TimeoutError(f"no worker has answered for {PATIENCE:.0f} seconds: look at the cluster by ray status")
         name, worker = asked.pop(answered[0])
         ask(worker)
-        yield name, ray.get(answered[0])
+        try:
+            outputs: list[Array] = ray.get(answered[0])
+        except ray.exceptions.RayError as error:
+            raise RuntimeError(f"{name} has no answer: {error}") from error
+        yield name, outputs
 
 
 def score(outputs: list[Array]) -> float:
@@ -152,7 +156,7 @@ def main() -> int:
         parser.error("--workers is at least 1")
     try:
         run(arguments)
-    except (OSError, ValueError, orvane.Error, ray.exceptions.RayError) as error:
+    except (OSError, ValueError, RuntimeError, orvane.Error) as error:
         print(f"faces: {error}", file=sys.stderr)
         return 1
     finally:

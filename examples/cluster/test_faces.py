@@ -33,12 +33,13 @@ def cluster() -> Iterator[Cluster]:
     """Two nodes, and at the end nothing of them."""
     with pytest.MonkeyPatch.context() as patch, tempfile.TemporaryDirectory(prefix="ray") as folder:
         patch.setenv("RAY_USAGE_STATS_ENABLED", "0")
+        patch.setenv("RAY_TMPDIR", folder)  # what else of Ray runs on this machine has another
         patch.setenv("PYTHONPATH", str(PROGRAM.parent))  # where the workers find the class of the actors
         node: dict[str, Any] = {"num_cpus": 2, "object_store_memory": 80 << 20}
         started = Cluster()
         try:
             started.add_node(**node, include_dashboard=False, dashboard_port=0, include_log_monitor=False,
-                             no_monitor=True, temp_dir=folder)
+                             no_monitor=True)
             started.add_node(**node)
             ray.init(address=started.address, log_to_driver=False)
             yield started
