@@ -38,8 +38,10 @@ void Run(const RunOptions& options, std::ostream& out, std::ostream& err) {
     CheckFilesDiffer(outputFiles);
 
     const LogLines lines(options.model.logLevel, err);
-    orvane::Model model = LoadModel(options.model);
+    LoadedModel loaded = LoadModel(options.model, err);
+    orvane::Model& model = loaded.model;
     const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
+    RefuseDynamicInputs(options.model, inputs);
     const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
     Inference inference{model, ReadInputs(inputFiles, inputs), PrepareOutputs(outputFiles, outputs)};
 

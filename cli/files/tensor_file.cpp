@@ -98,13 +98,13 @@ void CheckFilesDiffer(const std::vector<TensorFileArgument>& arguments) {
     }
 }
 
-std::vector<const ModelTensor*> FindTensors(const std::vector<TensorFileArgument>& arguments,
+std::vector<const ModelTensor*> FindTensors(const std::vector<std::string>& named,
                                             const std::vector<ModelTensor>& tensors, TensorType side) {
     std::vector<const ModelTensor*> found;
-    for (const TensorFileArgument& argument : arguments) {
-        const ModelTensor* tensor = FindTensor(argument.which, tensors);
+    for (const std::string& which : named) {
+        const ModelTensor* tensor = FindTensor(which, tensors);
         if (tensor == nullptr) {
-            RefuseUnknown(argument.which, tensors, side);
+            RefuseUnknown(which, tensors, side);
         }
         if (std::find(found.begin(), found.end(), tensor) != found.end()) {
             throw Failure(Label(*tensor) + " is given twice");

@@ -20,9 +20,9 @@ std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>&
 // Throws `WrongUsage` when two arguments name the same file.
 void CheckFilesDiffer(const std::vector<TensorFileArgument>& arguments);
 
-// For each argument its tensor among `tensors`, which are all of one side. Throws `Failure` when there is no such
+// For each index or name its tensor among `tensors`, which are all of one side. Throws `Failure` when there is no such
 // tensor or one is named twice.
-std::vector<const ModelTensor*> FindTensors(const std::vector<TensorFileArgument>& arguments,
+std::vector<const ModelTensor*> FindTensors(const std::vector<std::string>& named,
                                             const std::vector<ModelTensor>& tensors, TensorType side);
 
 // A tensor's data lies in a file either as an .npy array, when the path ends in ".npy", or else as its bare bytes.

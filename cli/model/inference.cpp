@@ -22,6 +22,14 @@ void CheckAllGiven(const std::vector<ModelTensor>& inputs, const std::vector<con
     }
 }
 
+std::vector<std::string> NamesOf(const std::vector<TensorFileArgument>& arguments) {
+    std::vector<std::string> names;
+    for (const TensorFileArgument& argument : arguments) {
+        names.push_back(argument.which);
+    }
+    return names;
+}
+
 void CheckCopyable(const ModelTensor& tensor) {
     if (const std::optional<std::string> obstacle = tensor.Obstacle()) {
         throw Failure(Label(tensor) + " cannot be copied: " + *obstacle);
@@ -32,7 +40,7 @@ void CheckCopyable(const ModelTensor& tensor) {
 
 std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& arguments,
                                  const std::vector<ModelTensor>& inputs) {
-    const std::vector<const ModelTensor*> given = FindTensors(arguments, inputs, TensorTypeInput);
+    const std::vector<const ModelTensor*> given = FindTensors(NamesOf(arguments), inputs, TensorTypeInput);
     CheckAllGiven(inputs, given);
     std::vector<Transfer> transfers;
     for (std::size_t i = 0; i < given.size(); ++i) {
@@ -45,7 +53,7 @@ std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& argument
 std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& arguments,
                                      const std::vector<ModelTensor>& outputs) {
     std::vector<Transfer> transfers;
-    const std::vector<const ModelTensor*> named = FindTensors(arguments, outputs, TensorTypeOutput);
+    const std::vector<const ModelTensor*> named = FindTensors(NamesOf(arguments), outputs, TensorTypeOutput);
     for (std::size_t i = 0; i < named.size(); ++i) {
         CheckCopyable(*named[i]);
         transfers.push_back({named[i], {}, arguments[i].path});
