@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <utility>
 
 namespace Orvane {
@@ -51,6 +52,18 @@ std::string DynamicInputs(const ov::Model& model) {
         }
     }
     return text;
+}
+
+Status Write(const ov::Core& core, const std::shared_ptr<ov::Model>& model, const std::string& out) {
+    try {
+        ov::save_model(model, Platform::PathFromUtf8(out), false);
+        Read(core, out);  // a writer that does not notice a full disk leaves what cannot be read
+        return MakeSuccessStatus();
+    } catch (const ov::NotImplemented&) {
+        throw;
+    } catch (const std::runtime_error&) {
+        return MakeErrorStatus("the model could not be written: check that the folder may be written to and has room");
+    }
 }
 
 }  // namespace
@@ -96,8 +109,7 @@ Status ReshapeModelFile(const std::string& path, const InputShapes& shapes, cons
         }
         if (!out.empty()) {
             loadStep = LoadStep::Writing;
-            ov::save_model(model, Platform::PathFromUtf8(out), false);
-            Read(core, out);  // the writer does not notice that a disk is full
+            return Write(core, model, out);
         }
         return MakeSuccessStatus();
     });

@@ -13,8 +13,8 @@ Command AddHelpCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("help", "Show the commands, or all options of one");
     command->add_option("COMMAND", *wanted, "The command to tell of")->type_name("");
     return {command, [&app, wanted](std::ostream& out, std::ostream&) {
-                if (wanted->empty()) {
-                    out << app.help();
+                if (wanted->empty()) {  // `app.help` would tell of the command that was chosen, this one
+                    out << app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal);
                     return;
                 }
                 const std::vector<CLI::App*> told =

@@ -38,14 +38,15 @@ void CheckCopyable(const ModelTensor& tensor) {
 
 }  // namespace
 
-std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& arguments,
-                                 const std::vector<ModelTensor>& inputs) {
-    const std::vector<const ModelTensor*> given = FindTensors(NamesOf(arguments), inputs, TensorTypeInput);
-    CheckAllGiven(inputs, given);
+std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given, const std::vector<ModelTensor>& inputs,
+                                 const PictureOptions& pictures) {
+    const std::vector<TensorFileArgument> arguments = WithArrays(given);
+    const std::vector<const ModelTensor*> found = FindTensors(NamesOf(arguments), inputs, TensorTypeInput);
+    CheckAllGiven(inputs, found);
     std::vector<Transfer> transfers;
-    for (std::size_t i = 0; i < given.size(); ++i) {
-        CheckCopyable(*given[i]);
-        transfers.push_back({given[i], ReadTensorFile(arguments[i].path, *given[i]), std::nullopt});
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        CheckCopyable(*found[i]);
+        transfers.push_back({found[i], ReadTensorFile(arguments[i].path, *found[i], pictures), std::nullopt});
     }
     return transfers;
 }

@@ -108,7 +108,7 @@ std::optional<std::string> DeviceHint(const std::optional<std::string>& device) 
     }
     std::string listed;
     for (const orvane::Device& known : orvane::Devices()) {
-        if (known.name.find(*device) != std::string::npos) {
+        if (known.name == *device || known.name.substr(0, known.name.find('.')) == *device) {
             return std::nullopt;
         }
         listed += (listed.empty() ? "" : ", ") + known.name;

@@ -88,8 +88,7 @@ void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shap
         if (error.GetReason() != orvane::Reason::Runtime) {
             throw;
         }
-        throw Failure(error.what(), {"The model does not take these shapes, or cannot be written: the message above "
-                                     "says which. Give others with --shape."});
+        throw Failure(error.what(), {"The model does not take these shapes: give others with --shape."});
     }
 }
 

@@ -13,13 +13,17 @@ std::optional<std::string> ModelOptions::HostProgram() const {
 }
 
 void AddModelOptions(CLI::App& app, ModelOptions& options) {
-    app.add_option("MODEL", options.model, "Model file; may be left out when --cache names an existing file")
+    app.add_option("MODEL", options.model,
+                   "Model file: .xml with its .bin beside it, .onnx, .tflite, .pb, .pdmodel, or the folder of a "
+                   "SavedModel; may be left out when --cache names an existing file")
         ->type_name("");
     AddShapeOption(app, options.shapes);
-    app.add_option("--device", options.device, "Device that runs the model (CPU unless given)")->type_name("D");
+    app.add_option("--device", options.device,
+                   "Device that runs the model, one that orvane devices lists (CPU unless given)")
+        ->type_name("D");
     app.add_option("--framework", options.framework, "Number of the inference framework (9 unless given)")
         ->type_name("N");
-    app.add_option("--cache", options.cache, "Compiled-model cache; when the file exists, MODEL is not read")
+    app.add_option("--cache", options.cache, "File for the compiled model; when it exists, MODEL is not read")
         ->type_name("FILE");
     app.add_flag("--make-cache", options.makeCache, "Write the cache file if it does not exist yet");
     AddKeyOptions(app, options.key, "The model files are encrypted with this key of up to 4 bytes");

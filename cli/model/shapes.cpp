@@ -38,6 +38,14 @@ std::string Sentence(const ModelTensor& input) {
 // takes are what is proposed.
 constexpr std::pair<int64_t, int64_t> kSizes[] = {{640, 128}, {512, 512}, {320, 576}, {224, 64}, {48, 1}};
 
+// Where the batch is, which is proposed as 1: the first dimension, or, when that has another size of its own, the first
+// that is dynamic.
+std::size_t PlaceOfBatch(const std::vector<int64_t>& shape) {
+    return shape[0] == -1 || shape[0] == 1
+               ? 0
+               : static_cast<std::size_t>(std::find(shape.begin(), shape.end(), -1) - shape.begin());
+}
+
 std::vector<int64_t> WithSizes(const std::vector<int64_t>& shape, const std::pair<int64_t, int64_t>& sizes) {
     constexpr std::size_t kPictureRank = 4;
     if (shape.empty()) {
@@ -46,7 +54,7 @@ std::vector<int64_t> WithSizes(const std::vector<int64_t>& shape, const std::pai
     std::vector<int64_t> filled = shape;
     for (std::size_t i = 0; i < filled.size(); ++i) {
         if (filled[i] == -1) {
-            filled[i] = i == 0 ? 1 : shape.size() == kPictureRank ? sizes.first : sizes.second;
+            filled[i] = i == PlaceOfBatch(shape) ? 1 : shape.size() == kPictureRank ? sizes.first : sizes.second;
         }
     }
     return filled;
