@@ -121,8 +121,9 @@ bool HasOneOf(const std::string& text, std::initializer_list<const char*> parts)
                        [&](const char* part) { return text.find(part) != std::string::npos; });
 }
 
-// Why the runtime does not read a plain model file. Only its text tells these apart.
-std::string ReadingHint(const std::string& model, const std::string& text) {
+// Of a failure with plain model files, which may not come from the format at all. Only the runtime's text tells an
+// unknown format from an unknown operator.
+std::string PlainHint(const std::string& model, const std::string& text) {
     if (HasOneOf(text, {"No translator found", "No conversion rule found", "doesn't contain the operation",
                         "OpConversionFailure"})) {
         return "The file was read, but it has operators that this OpenVINO does not support, or not in this form; they "
@@ -134,38 +135,31 @@ std::string ReadingHint(const std::string& model, const std::string& text) {
                "encrypted "
                "one needs --key.";
     }
-    return model +
-           " begins like a model, but what follows is damaged, or belongs to another release: compare its size with "
-           "that of the original, and copy it again with the files beside it.";
-}
-
-// Of a failure with plain model files, which may not come from the format at all.
-std::vector<std::string> PlainHints(const ModelOptions& options) {
     try {
-        const orvane::FileTensors tensors = orvane::DescribeFile(*options.model);
+        const orvane::FileTensors tensors = orvane::DescribeFile(model);
         const bool isDynamic = std::any_of(tensors.inputs.begin(), tensors.inputs.end(),
                                            [](const orvane::Tensor& input) { return input.IsDynamic(); });
-        if (isDynamic) {
-            return {"The file was read, but not compiled. With fixed shapes that may work: give them with --shape."};
-        }
-        return {"The file was read, but not compiled for this device; the message above is the runtime's."};
-    } catch (const orvane::Error& error) {
-        return {ReadingHint(*options.model, error.what())};
+        return isDynamic
+                   ? "The file was read, but not compiled. With fixed shapes that may work: give them with --shape."
+                   : "The file was read, but not compiled for this device; the message above is the runtime's.";
+    } catch (const orvane::Error&) {
+        return model +
+               " begins like a model, but what follows is damaged, or belongs to another release: compare its size "
+               "with that of the original, and copy it again with the files beside it.";
     }
 }
 
-std::vector<std::string> LikelyHints(const ModelOptions& options) {
+std::string LikelyHint(const ModelOptions& options, const std::string& text) {
     if (IsCacheRead(options)) {
-        return {"The model came from the cache file " + *options.cache +
-                ". If that is damaged, or from another version or machine, delete it and make it again: give MODEL "
-                "and --make-cache."};
+        return "The model came from the cache file " + *options.cache +
+               ". If that is damaged, or from another version or machine, delete it and make it again: give MODEL "
+               "and --make-cache.";
     }
     if (options.IsEncrypted()) {
-        return {
-            "Check --key: it must be the key that the model, and its .bin file, were encrypted with. An encrypted "
-            "model is an .xml with its .bin, or an .onnx."};
+        return "Check --key: it must be the key that the model, and its .bin file, were encrypted with. An encrypted "
+               "model is an .xml with its .bin, or an .onnx.";
     }
-    return PlainHints(options);
+    return PlainHint(*options.model, text);
 }
 
 }  // namespace
@@ -205,7 +199,7 @@ std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Er
             return {*hint};
         }
     }
-    return LikelyHints(options);
+    return {LikelyHint(options, error.what())};
 }
 
 }  // namespace Orvane::Cli
