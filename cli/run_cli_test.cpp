@@ -2,6 +2,7 @@
 #include "cli/files/npy.h"
 #include "platform/path.h"
 #include "platform/process.h"
+#include "testing/support/processes.h"
 #include "testing/support/tiny_models.h"
 
 #include <orvane/host.h>
@@ -127,7 +128,8 @@ TEST_F(RunCliTest, ShapesAreGivenOnTheWayOrForGood) {
     EXPECT_EQ(Run("run @fixed.xml --remote" + inputs).out, given.out);
     EXPECT_EQ(Run("run @any.xml --remote" + inputs + proposed).out, given.out);
     EXPECT_THAT(Run("info @any.xml --shape 0=4,3 --shape n=1").out, HasSubstr("[4, 3]  48 bytes"));
-    EXPECT_EQ(TemporaryModels(), before);
+    // Other processes may have some, but none for long.
+    EXPECT_TRUE(Testing::Within(std::chrono::seconds(60), [&] { return TemporaryModels() <= before; }));
     // Also from one that has fixed shapes, over itself; its weights stay what they were.
     EXPECT_EQ(Run("reshape @m.xml @m.xml").err, "");
     EXPECT_EQ(Held("m.bin"), BytesOf({1, 2, 3}));

@@ -3,7 +3,7 @@
 #include "cli/report/load_progress.h"
 #include "cli/report/print.h"
 
-#include <orvane/orvane.hpp>
+#include <orvane/model_file.hpp>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -4,6 +4,8 @@
 #include "platform/input_file.h"
 #include "platform/path.h"
 
+#include <orvane/model_file.hpp>
+
 #include <algorithm>
 #include <filesystem>
 #include <initializer_list>

@@ -3,7 +3,7 @@
 #include "cli/model/model_options.h"
 #include "cli/model/model_tensor.h"
 
-#include <orvane/orvane.hpp>
+#include <orvane/model_file.hpp>
 
 #include <cstdint>
 #include <string>
