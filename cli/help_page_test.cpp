@@ -70,7 +70,7 @@ TEST(HelpPage, SaysWhatTheProgramSays) {
     const Rows page = RowsOfPage();
     ASSERT_GE(program.size(), 8U);
     for (const auto& [command, rows] : program) {
-        EXPECT_EQ(page.count(command) != 0 ? page.at(command) : std::set<std::string>(), rows) << command;
+        EXPECT_EQ(page.contains(command) ? page.at(command) : std::set<std::string>(), rows) << command;
     }
     EXPECT_EQ(page.size(), program.size()) << "a table is about a command that there is not";
 }

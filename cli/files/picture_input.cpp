@@ -27,7 +27,7 @@ std::optional<Layout> LayoutOf(std::vector<int64_t> shape) {
         return std::nullopt;
     }
     const auto isChannels = [](int64_t size) { return size == 1 || size == 3; };
-    const bool isFirst = isChannels(shape[0]) && !(isChannels(shape[2]) && shape[2] > shape[0]);
+    const bool isFirst = isChannels(shape[0]) && (!isChannels(shape[2]) || shape[2] <= shape[0]);
     const Layout layout =
         isFirst ? Layout{shape[1], shape[2], shape[0], true} : Layout{shape[0], shape[1], shape[2], false};
     constexpr int64_t kLargest = std::numeric_limits<int>::max();

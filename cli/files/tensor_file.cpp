@@ -105,8 +105,8 @@ std::vector<uint8_t> ReadData(std::istream& stream, const std::string& path, con
 
 std::vector<uint8_t> ReadNpyData(std::istream& stream, const std::string& path, const ModelTensor& tensor) {
     const NpyArray array = CheckNpy(stream, path, tensor);
-    std::vector<uint8_t> data = ReadData(stream, path, tensor, "The file is damaged; write it again.");
-    return array.isFortran ? InCOrder(data, array) : data;
+    const auto read = [&] { return ReadData(stream, path, tensor, "The file is damaged; write it again."); };
+    return array.isFortran ? InCOrder(read(), array) : read();
 }
 
 // Does `read` with what it holds, and says whose fault it is when that cannot be read.
@@ -149,7 +149,7 @@ std::vector<uint8_t> ReadNpzData(const std::string& path, const ModelTensor& ten
 }
 
 std::string ReadWhole(const std::string& path) {
-    std::ifstream file = Platform::OpenInputFile(path);
+    const std::ifstream file = Platform::OpenInputFile(path);
     std::ostringstream bytes;
     bytes << file.rdbuf();
     return bytes.str();

@@ -110,7 +110,7 @@ std::string Argument(const ModelTensor& input, const std::vector<int64_t>& shape
         failure.missingArguments.insert(failure.missingArguments.end(),
                                         {"--shape", Argument(*input, shapes.at(input->index))});
     }
-    throw failure;
+    throw Failure(failure);
 }
 
 int64_t ParseDimension(const std::string& text, std::size_t begin, std::size_t end) {
@@ -162,7 +162,7 @@ orvane::InputShapes ResolveShapes(const std::string& model, const std::vector<Sh
     }
     std::vector<const ModelTensor*> missing;
     for (const ModelTensor& input : inputs) {
-        if (NeedsShape(input) && shapes.count(input.index) == 0) {
+        if (NeedsShape(input) && !shapes.contains(input.index)) {
             missing.push_back(&input);
         }
     }

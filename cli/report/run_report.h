@@ -22,8 +22,8 @@ void CheckLabels(const TopOptions& top, const std::vector<ModelTensor>& outputs)
 struct RunReport {
     const std::vector<ModelTensor>& outputs;  // all of the model's
     const std::vector<Transfer>& transfers;   // those that were copied out
-    uint32_t repeat;
-    double milliseconds;  // for all repeats together
+    uint32_t repeat = 1;
+    double milliseconds = 0;  // for all repeats together
     TopOptions top;
 };
 

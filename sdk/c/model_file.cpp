@@ -30,7 +30,7 @@ void Tell(const std::vector<TensorInfo>& infos, TensorType side, TensorSink sink
         const orvane_tensor tensor{sizeof tensor,     name.c_str(),
                                    info.shape.data(), static_cast<uint32_t>(info.shape.size()),
                                    info.dataType,     BytesToCopy(side, info.dataType, info.shape, false)};
-        sink(user, side, &tensor);
+        sink(user, static_cast<int32_t>(side), &tensor);
     }
 }
 

@@ -37,8 +37,10 @@ std::string ErrorsThrough(int reader, const char* writer) {
 TEST(Terminal, ShowsWhatALoadIsAtAndLeavesNoLineBehind) {
     const Watchdog watchdog;
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-    ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
-    const std::string text = ErrorsThrough(terminal, ptsname(terminal));
+    char name[64];
+    ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0 &&
+                ptsname_r(terminal, name, sizeof name) == 0);
+    const std::string text = ErrorsThrough(terminal, name);
     EXPECT_NE(text.find("\rthe host is loading hang  "), std::string::npos) << text;
     const size_t message = text.find("orvane: Orvane Host Exit");
     ASSERT_NE(message, std::string::npos) << text;
@@ -47,7 +49,7 @@ TEST(Terminal, ShowsWhatALoadIsAtAndLeavesNoLineBehind) {
 
 TEST(Terminal, WithoutOneThereIsNothingButTheMessage) {
     const Watchdog watchdog;
-    TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string file = folder.Write("errors", "");
     const std::string text = ErrorsThrough(open(file.c_str(), O_RDONLY), file.c_str());
     EXPECT_EQ(text.rfind("orvane: Orvane Host Exit", 0), 0U) << text;
