@@ -15,6 +15,7 @@ struct Failure : std::runtime_error {
         : std::runtime_error(message), hints(std::move(whatToDo)) {}
 
     std::vector<std::string> hints;
+    std::vector<std::string> missingArguments;  // shown behind the hints, with the command line that lacked them
 };
 
 // The command line itself is wrong: exit value 2, and the usage is shown.

@@ -2,6 +2,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/failure.h"
+#include "cli/model/load_hints.h"
 #include "cli/printable.h"
 
 #include <orvane/version.h>
@@ -43,15 +44,45 @@ int ReportFailure(const std::string& message, const std::vector<std::string>& hi
     return kFailed;
 }
 
+// As it can be typed into a shell: in the one kind of quotes that all know, or where that would not do, in a POSIX
+// shell's other kind.
+std::string ShellWord(const std::string& text) {
+    constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:=,@%+";
+    if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) {
+        return text;
+    }
+    const char* quote = text.find_first_of("\"$`!") == std::string::npos ? "\"" : "'";
+    return quote + text + quote;
+}
+
+// The command line that was given, with what it lacked.
+std::vector<std::string> WithCompletedLine(const std::vector<std::string>& arguments, const Failure& failure) {
+    std::vector<std::string> hints = failure.hints;
+    if (!failure.missingArguments.empty()) {
+        std::string line = "  orvane";
+        for (const auto* part : {&arguments, &failure.missingArguments}) {
+            for (const std::string& argument : *part) {
+                line += " " + ShellWord(argument);
+            }
+        }
+        hints.push_back(line);
+    }
+    return hints;
+}
+
 }  // namespace
+
+std::vector<Command> AddCommands(CLI::App& app) {
+    return {AddInfoCommand(app),    AddRunCommand(app),     AddBenchCommand(app),   AddReshapeCommand(app),
+            AddDevicesCommand(app), AddEncryptCommand(app), AddDecryptCommand(app), AddHelpCommand(app)};
+}
 
 int RunCli(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
     CLI::App app("Runs neural-network models from a terminal.", "orvane");
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", std::string("orvane ") + Version(), "Print the version and exit");
     app.require_subcommand(0, 1);  // `Execute` misses one; this would not name an unknown one
-    const std::vector<Command> commands = {AddInfoCommand(app), AddRunCommand(app), AddBenchCommand(app),
-                                           AddEncryptCommand(app), AddDecryptCommand(app)};
+    const std::vector<Command> commands = AddCommands(app);
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         Execute(commands, out, err);
@@ -63,7 +94,9 @@ int RunCli(const std::vector<std::string>& arguments, std::ostream& out, std::os
     } catch (const WrongUsage& error) {
         return ReportWrongUsage(app, error.what(), err);
     } catch (const Failure& failure) {
-        return ReportFailure(failure.what(), failure.hints, err);
+        return ReportFailure(failure.what(), WithCompletedLine(arguments, failure), err);
+    } catch (const orvane::Error& error) {
+        return ReportFailure(error.what(), SystemHints(error), err);
     } catch (const std::bad_alloc&) {
         return ReportFailure("there is not enough memory", {}, err);
     } catch (const std::exception& error) {

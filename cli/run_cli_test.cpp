@@ -1,6 +1,8 @@
 #include "cli/captured_run.h"
 #include "cli/files/npy.h"
+#include "platform/path.h"
 #include "platform/process.h"
+#include "testing/support/processes.h"
 #include "testing/support/tiny_models.h"
 
 #include <orvane/host.h>
@@ -14,6 +16,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <tuple>
 
 namespace Orvane::Cli {
@@ -23,6 +26,7 @@ using namespace ::testing;
 using nlohmann::json;
 using Testing::AddModel;
 using Testing::EchoModel;
+using Testing::TinyModel;
 
 std::string BytesOf(const std::vector<float>& values) {
     return {reinterpret_cast<const char*>(values.data()), values.size() * sizeof(float)};
@@ -88,6 +92,59 @@ TEST_F(RunCliTest, WithoutOutputItPrintsASummary) {
     folder.Write("x", BytesOf({INFINITY, -INFINITY, NAN}));
     EXPECT_EQ(Run("run @m.xml --input 0=@x").out,
               "0  y  float32  [1, 3]  min -inf  max inf  mean nan  max at 0  1 NaN\n");
+}
+
+// Not over OpenVINO's C interface, which writes no models.
+constexpr bool kWritesModels = ORVANE_WRITES_MODELS;
+
+size_t TemporaryModels() {
+    const auto files = std::filesystem::directory_iterator(std::filesystem::temp_directory_path());
+    return static_cast<size_t>(std::count_if(begin(files), end(files), [](const auto& entry) {
+        return entry.path().filename().string().starts_with("orvane.partial-");
+    }));
+}
+
+TEST_F(RunCliTest, ShapesAreGivenOnTheWayOrForGood) {
+    EchoModel({{"x", "f32", {"?", "3"}}, {"n", "f32", {}}}).WriteTo(folder, "any");
+    const std::string inputs = " --input x=@x --input n=@n";
+    folder.Write("n", BytesOf({7}));
+    const size_t before = TemporaryModels();
+    const CapturedRun refused = Run("run @any.xml" + inputs);
+    EXPECT_EQ(refused.exitValue, 1);
+    EXPECT_THAT(refused.err, StartsWith("orvane: input 0 \"x\" is [?, 3]: dimension 0 must be given\n"
+                                        "input 1 \"n\" has no dimensions, and one must be given\n"));
+    const std::string proposed = " --shape x=1,3 --shape n=1";
+    EXPECT_THAT(refused.err, EndsWith(proposed + "\n"));
+    const CapturedRun given = Run("run @any.xml" + inputs + proposed);
+    const CapturedRun kept = Run("reshape @any.xml @fixed.xml" + proposed);
+    if (!kWritesModels) {
+        EXPECT_THAT(given.err, HasSubstr("cannot write a model file"));
+        EXPECT_THAT(kept.err, HasSubstr("cannot write a model file"));
+        EXPECT_THAT(folder.Names(), Not(Contains(HasSubstr("fixed"))));
+        return;
+    }
+    EXPECT_THAT(given.out, AllOf(HasSubstr("[1, 3]  min -30  max 20"), HasSubstr("[1]     min 7"))) << given.err;
+    EXPECT_EQ(kept.out + kept.err, "");
+    EXPECT_EQ(Run("run @fixed.xml --remote" + inputs).out, given.out);
+    EXPECT_EQ(Run("run @any.xml --remote" + inputs + proposed).out, given.out);
+    EXPECT_THAT(Run("info @any.xml --shape 0=4,3 --shape n=1").out, HasSubstr("[4, 3]  48 bytes"));
+    // Other processes may have some, but none for long.
+    EXPECT_TRUE(Testing::Within(std::chrono::seconds(60), [&] { return TemporaryModels() <= before; }));
+    // Also from one that has fixed shapes, over itself; its weights stay what they were.
+    EXPECT_EQ(Run("reshape @m.xml @m.xml").err, "");
+    EXPECT_EQ(Held("m.bin"), BytesOf({1, 2, 3}));
+    EXPECT_THAT(folder.Names(),
+                ElementsAre("any.bin", "any.xml", "fixed.bin", "fixed.xml", "m.bin", "m.xml", "n", "x"));
+}
+
+TEST_F(RunCliTest, DevicesListsWhatTheDeviceOptionTakes) {
+    const json listed = json::parse(Run("devices --json").out);
+    EXPECT_THAT(listed.at("accepted"), Contains("CPU"));
+    EXPECT_NE(listed.at("devices").at(0).at("full_name"), "");
+    for (const json& name : listed.at("accepted")) {
+        EXPECT_EQ(Run("info @m.xml --device " + name.get<std::string>()).exitValue, 0) << name;
+    }
+    EXPECT_THAT(Run("devices").out, HasSubstr("--device takes one of these: "));
 }
 
 TEST_F(RunCliTest, BenchMeasuresInThisProcessAndInAHost) {
@@ -197,7 +254,25 @@ const std::tuple<int, std::string, std::string> kRefusals[] = {
     {2, "encrypt --key 12345 @x @y", "--key takes 1 to 4 bytes"},
     {1, "info @none.onnx", "The model cannot be read: there is no file"},
     {1, "info @.xml", "put @.bin beside the model"},
+    {2, "info @m.xml --shape x", "--shape takes an input and its dimensions"},
+    {2, "info @m.xml --shape x=1,0", "--shape takes an input and its dimensions"},
+    {2, "info @m.xml --shape x=1,3, ", "--shape takes an input and its dimensions"},
+    {2, "info @m.xml --shape x=1,3 --key k3y", "plain MODEL only"},
+    {2, "reshape @m.xml @out", "must end in .xml"},
+    {2, "help fly", "there is no command fly"},
+    {1, "reshape @any.xml @out.xml", "dimension 0 must be given\n"},
+    {1, "reshape @none.onnx @out.xml", "there is no file"},
+    {1, "reshape @m.xml @no/out.xml", "there is no folder"},
+    {1, "reshape @m.xml @folder.xml", "is a folder"},
+    {1, "info @any.xml --shape y=1,2", "no input \"y\""},
+    {1, "info @any.xml --shape x=1,2 --shape 0=1,2", "\"x\" is given twice"},
+    {1, "info @any.xml --shape 0=1", "--shape gives 1 dimension\nGive 2."},
+    {1, "info @m.xml --shape 0=1,4", "does not take these shapes"},
     {1, "info @x", "Check MODEL"},
+    {1, "info @", "is a folder. As such OpenVINO reads"},
+    {1, "info @cut.xml", "damaged"},
+    {1, "info @operator.xml", "does not support"},
+    {1, "info @m.xml --device AUTO", "stands for several devices"},
     {1, "info @m.xml --framework 4", "Framework 4 is not in this build"},
     {1, "info @m.xml --device NPX", "no device NPX"},
     {1, "info @m.xml --cache @x", "came from the cache file @x"},
@@ -218,9 +293,9 @@ const std::tuple<int, std::string, std::string> kRefusals[] = {
     {1, "run @m.xml --input image=@x", "no input \"image\""},
     {1, "run @two.xml --input a=@x", "also needs input 1 \"b\""},
     {1, "run @two.xml --input a=@x --input 0=@x", "\"a\" is given twice"},
-    {1, "run @any.xml --input 0=@x", "[?, 2] has a dynamic dimension"},
+    {1, "run @any.xml --input 0=@x", "\"@any.xml\" --input \"0=@x\" --shape x=1,2\n"},
     {1, "run @two.xml --input a=@x --input b=@x --output 0=@old --output 1=@no/2", "no folder for"},
-    {1, "bench @any.xml", "input 0 \"x\" cannot be filled: its shape [?, 2] has a dynamic dimension"},
+    {1, "bench @any.xml", "orvane bench \"@any.xml\" --shape x=1,2\n"},
     {1, "bench @none --json @old", "there is no file"},
     {1, "bench @m.xml --html @no/page", "no folder for"},
     {1, "bench @m.xml --html @old --compare @none", "there is no file"},
@@ -242,6 +317,12 @@ TEST_F(RunCliTest, WhatFailsSaysWhyAndWritesNothing) {
     folder.Write("old", "old");
     folder.Write("half.json", R"({"model": "m", "host": null})");
     folder.Write(".xml", AddModel({1}).description);
+    TinyModel changed = AddModel({1, 2});
+    changed.description.replace(changed.description.find("\"Add\""), 5, "\"Adx\"");
+    changed.WriteTo(folder, "operator");
+    folder.Write("cut.xml", Held("m.xml"));
+    folder.Write("cut.bin", "cut");
+    std::filesystem::create_directory(Platform::PathFromUtf8(folder.Path("folder.xml")));
     EchoModel({{"x", "f32", {"?", "2"}}}).WriteTo(folder, "any");
     EchoModel({{"a", "f32", {"1", "3"}}, {"b", "f32", {"1", "3"}}}).WriteTo(folder, "two");
     ASSERT_EQ(Run("encrypt --pad --key k3y @m.xml @secret.onnx").exitValue, 0);

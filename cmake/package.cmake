@@ -19,7 +19,7 @@ foreach(file IN LISTS orvaneRuntimeFiles)
 endforeach()
 install(DIRECTORY ${orvaneRuntimeFolder}/../licenses/ DESTINATION licenses/openvino)
 # What else is compiled into the programs and libraries, by the name that the notice gets and the package that has it.
-set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev")
+set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev" "stb libstb-dev")
 if(WIN32)
     list(APPEND notices "GCC gcc-mingw-w64-base" "MinGW-w64 mingw-w64-common")
     install(FILES ${orvaneRuntimeFolder}/openvino_c.lib DESTINATION lib)

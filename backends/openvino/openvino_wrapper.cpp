@@ -5,9 +5,11 @@
 
 #include "backends/openvino/decode_input_stream_buf.h"
 #include "backends/openvino/decode_output_stream_buf.h"
+#include "backends/openvino/describe_ports.h"
 #include "backends/openvino/encrypted_model_file.h"
 #include "backends/openvino/openvino_backend.h"
 #include "core/error_status.h"
+#include "core/load_step.h"
 #include "core/weights_file.h"
 #include "platform/path.h"
 
@@ -21,52 +23,6 @@
 namespace Orvane {
 
 namespace {
-
-DataType DataTypeOf(const ov::element::Type& type) {
-    switch (type) {
-        case ov::element::Type_t::f32:
-            return DataTypeFloat32;
-        case ov::element::Type_t::f16:
-            return DataTypeFloat16;
-        case ov::element::Type_t::i32:
-            return DataTypeInt32;
-        case ov::element::Type_t::u8:
-            return DataTypeUInt8;
-        case ov::element::Type_t::i64:
-            return DataTypeInt64;
-        case ov::element::Type_t::boolean:
-            return DataTypeBool;
-        case ov::element::Type_t::i16:
-            return DataTypeInt16;
-        case ov::element::Type_t::i8:
-            return DataTypeInt8;
-        case ov::element::Type_t::f64:
-            return DataTypeFloat64;
-        default:
-            return DataTypeUnknown;
-    }
-}
-
-TensorInfo Describe(const ov::Output<const ov::Node>& port) {
-    TensorInfo info;
-    try {
-        info.name = port.get_any_name();
-    } catch (const ov::Exception& error) {
-        Log(kLogLevelError, "[ORVANE]:port.get_any_name() error:%s", error.what());
-    }
-    info.dataType = DataTypeOf(port.get_element_type());
-    info.format = 1;
-    for (const ov::Dimension& dimension : port.get_partial_shape()) {
-        info.shape.push_back(dimension.is_static() ? dimension.get_length() : -1);
-    }
-    return info;
-}
-
-std::vector<TensorInfo> DescribeAll(const std::vector<ov::Output<const ov::Node>>& ports) {
-    std::vector<TensorInfo> infos;
-    std::transform(ports.begin(), ports.end(), std::back_inserter(infos), Describe);
-    return infos;
-}
 
 Status RuntimeFailure(const ov::Exception& error) {
     return MakeErrorStatus(error.what(), kErrorCode, FailureReasonRuntime);
@@ -107,6 +63,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
         const std::filesystem::path cachePath = Platform::PathFromUtf8(params.openvinoCachePath);
         if (!cachePath.empty() && !Platform::IsMissing(cachePath)) {
             // Whatever is there is the cache: when it cannot be imported, nothing falls back to the model files.
+            loadStep = LoadStep::Importing;
             DecodeInputStreamBuf buffer(cachePath);
             std::istream stream(&buffer);
             compiledModel = core->import_model(stream, device, ov::AnyMap{});
@@ -114,13 +71,17 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
             if (params.modelPath.empty()) {
                 return MakeErrorStatus("模型参数错误");
             }
-            compiledModel = core->compile_model(ReadModel(params), device, ov::AnyMap{});
+            loadStep = LoadStep::Reading;
+            const std::shared_ptr<ov::Model> model = ReadModel(params);
+            loadStep = LoadStep::Compiling;
+            compiledModel = core->compile_model(model, device, ov::AnyMap{});
             if (params.openvinoMakeCache && !cachePath.empty()) {
+                loadStep = LoadStep::Writing;
                 WriteCache(cachePath);
             }
         }
-        inputInfos = DescribeAll(compiledModel.inputs());
-        outputInfos = DescribeAll(compiledModel.outputs());
+        inputInfos = DescribePorts(compiledModel.inputs());
+        outputInfos = DescribePorts(compiledModel.outputs());
         return MakeSuccessStatus();
     } catch (const ov::Exception& error) {
         return RuntimeFailure(error);

@@ -5,6 +5,7 @@
 
 #include "core/backend_factory.h"
 #include "core/error_status.h"
+#include "core/load_step.h"
 #include "core/system_exception.h"
 #include "ipc/call_protocol.h"
 #include "platform/last_error.h"
@@ -165,9 +166,11 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
     option->FromParams(params);
     const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
     outputBytes.clear();
+    loadStep = LoadStep::StartingHost;
     if (Status status = EnsureHost(params.host, size); !status.Ok()) {
         return status;
     }
+    loadStep = LoadStep::InHost;
     return ExchangeForStatus(size, [&option, size](MessageBuffer& message) {
         WriteRequest(message, CallInit, size);
         const uint32_t room = message.Room();

@@ -125,10 +125,12 @@ Transfer Zeros(const ModelTensor& input) {
 void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream& err) {
     const LogLines lines(options.model.logLevel, err);
     const auto start = Clock::now();
-    orvane::Model model = LoadModel(options.model);
+    LoadedModel loaded = LoadModel(options.model, err);
+    orvane::Model& model = loaded.model;
     report.initialisation = Milliseconds(Clock::now() - start);
 
     const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
+    RefuseDynamicInputs(options.model, inputs);
     const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
     Inference inference{model, {}, PrepareOutputs({}, outputs)};
     std::transform(inputs.begin(), inputs.end(), std::back_inserter(inference.inputs), Zeros);

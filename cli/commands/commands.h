@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <iosfwd>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -20,7 +21,13 @@ struct Command {
 Command AddInfoCommand(CLI::App& app);
 Command AddRunCommand(CLI::App& app);
 Command AddBenchCommand(CLI::App& app);
+Command AddReshapeCommand(CLI::App& app);
+Command AddDevicesCommand(CLI::App& app);
 Command AddEncryptCommand(CLI::App& app);
 Command AddDecryptCommand(CLI::App& app);
+Command AddHelpCommand(CLI::App& app);
+
+// All of them.
+std::vector<Command> AddCommands(CLI::App& app);
 
 }  // namespace Orvane::Cli

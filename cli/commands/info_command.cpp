@@ -36,7 +36,8 @@ void AddRows(const std::vector<ModelTensor>& tensors, std::vector<std::vector<st
 
 void Info(const InfoOptions& options, std::ostream& out, std::ostream& err) {
     const LogLines lines(options.model.logLevel, err);
-    const orvane::Model model = LoadModel(options.model);
+    const LoadedModel loaded = LoadModel(options.model, err);
+    const orvane::Model& model = loaded.model;
     const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
     const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
     if (options.json) {

@@ -85,10 +85,7 @@ class HeaderParser {
         if (!elementType || !fortranOrder || !shape) {
             Refuse("its header lacks one of descr, fortran_order and shape");
         }
-        if (*fortranOrder && shape->size() > 1) {
-            Refuse("its elements are in Fortran order; save the array in C order");
-        }
-        return {*elementType, *shape};
+        return {*elementType, *shape, *fortranOrder};
     }
 
  private:
@@ -212,6 +209,32 @@ NpyArray ReadNpyHeader(std::istream& file) {
     }
     const std::string header = ReadBytes(file, length);
     return HeaderParser(header).Parse();
+}
+
+std::vector<uint8_t> InCOrder(const std::vector<uint8_t>& data, const NpyArray& array) {
+    const std::size_t elementBytes = DataTypeSize(array.elementType);
+    // How many elements lie between neighbours of each dimension.
+    std::vector<std::size_t> strides;
+    std::size_t stride = 1;
+    for (const int64_t dimension : array.shape) {
+        strides.push_back(stride);
+        stride *= static_cast<std::size_t>(dimension);
+    }
+    std::vector<uint8_t> ordered(data.size());
+    std::vector<int64_t> place(array.shape.size());
+    std::size_t source = 0;
+    for (std::size_t offset = 0; offset < data.size(); offset += elementBytes) {
+        std::copy_n(data.data() + source * elementBytes, elementBytes, ordered.data() + offset);
+        for (std::size_t i = place.size(); i-- > 0;) {
+            source += strides[i];
+            if (++place[i] < array.shape[i]) {
+                break;
+            }
+            source -= strides[i] * static_cast<std::size_t>(array.shape[i]);
+            place[i] = 0;
+        }
+    }
+    return ordered;
 }
 
 std::string NpyHeader(const NpyArray& array) {

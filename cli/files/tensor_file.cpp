@@ -1,7 +1,10 @@
 #include "cli/files/tensor_file.h"
 
 #include "cli/failure.h"
+#include "cli/files/ending.h"
 #include "cli/files/npy.h"
+#include "cli/files/npz.h"
+#include "platform/file_error.h"
 #include "platform/input_file.h"
 #include "platform/path.h"
 
@@ -9,7 +12,7 @@
 #include <charconv>
 #include <filesystem>
 #include <set>
-#include <string_view>
+#include <sstream>
 
 namespace Orvane::Cli {
 namespace {
@@ -40,19 +43,22 @@ const ModelTensor* FindTensor(const std::string& which, const std::vector<ModelT
     throw Failure("the model has no " + SideName(side) + " " + (IsIndex(which) ? which : "\"" + which + "\""), hints);
 }
 
-bool IsNpy(std::string_view path) {
-    constexpr std::string_view kEnding = ".npy";
-    return path.size() >= kEnding.size() && path.substr(path.size() - kEnding.size()) == kEnding;
+bool IsNpy(const std::string& path) {
+    return EndsIn(path, ".npy");
+}
+
+bool IsNpz(const std::string& path) {
+    return EndsIn(path, ".npz");
 }
 
 std::string Describe(DataType type, const std::vector<int64_t>& shape) {
     return ElementTypeName(type) + " " + ShapeText(shape);
 }
 
-void CheckNpy(std::ifstream& file, const std::string& path, const ModelTensor& tensor) {
+NpyArray CheckNpy(std::istream& stream, const std::string& path, const ModelTensor& tensor) {
     NpyArray array;
     try {
-        array = ReadNpyHeader(file);
+        array = ReadNpyHeader(stream);
     } catch (const UnreadableNpy& reason) {
         throw Failure(path + " is not a readable .npy file: " + reason.what());
     }
@@ -60,16 +66,93 @@ void CheckNpy(std::ifstream& file, const std::string& path, const ModelTensor& t
         throw Failure(path + " holds " + Describe(array.elementType, array.shape) + ", but " + Label(tensor) + " is " +
                       Describe(tensor.elementType, tensor.shape));
     }
+    return array;
 }
 
-// How many bytes of data the file holds, `read` of which have been read, for a message.
-std::string BytesHeld(std::ifstream& file, std::size_t read) {
-    const auto here = file.tellg();
-    const auto end = file.seekg(0, std::ios::end).tellg();
-    if (end >= here && end != std::ifstream::pos_type(-1)) {
+std::size_t ReadUpTo(std::istream& stream, const std::string& path, void* data, std::size_t size) {
+    stream.read(static_cast<char*>(data), static_cast<std::streamsize>(size));
+    if (stream.bad()) {
+        throw Platform::FileError::OfSystem("cannot read " + path);
+    }
+    return static_cast<std::size_t>(stream.gcount());
+}
+
+// How many bytes of data the stream holds, `read` of which have been read, for a message.
+std::string BytesHeld(std::istream& stream, std::size_t read) {
+    const auto here = stream.tellg();
+    const auto end = stream.seekg(0, std::ios::end).tellg();
+    if (end >= here && end != std::istream::pos_type(-1)) {
         return std::to_string(static_cast<uint64_t>(end - here) + read);
     }
     return "more than " + std::to_string(read);  // a pipe does not tell
+}
+
+// All that is left in the stream, which is exactly the tensor's data.
+std::vector<uint8_t> ReadData(std::istream& stream, const std::string& path, const ModelTensor& tensor,
+                              const std::string& whatToDo) {
+    std::vector<uint8_t> data(tensor.Bytes());
+    const std::size_t read = ReadUpTo(stream, path, data.data(), data.size());
+    char beyond = 0;
+    const bool isCut = read < data.size();
+    if (isCut || ReadUpTo(stream, path, &beyond, 1) != 0) {
+        const std::string held = isCut ? std::to_string(read) : BytesHeld(stream, read + 1);
+        throw Failure(
+            path + " holds " + held + " bytes of data, but " + Label(tensor) + " takes " + std::to_string(data.size()),
+            {whatToDo});
+    }
+    return data;
+}
+
+std::vector<uint8_t> ReadNpyData(std::istream& stream, const std::string& path, const ModelTensor& tensor) {
+    const NpyArray array = CheckNpy(stream, path, tensor);
+    const auto read = [&] { return ReadData(stream, path, tensor, "The file is damaged; write it again."); };
+    return array.isFortran ? InCOrder(read(), array) : read();
+}
+
+// Does `read` with what it holds, and says whose fault it is when that cannot be read.
+template <typename Read>
+auto WithNpz(const std::string& path, Read read) {
+    std::ifstream file = Platform::OpenInputFile(path);
+    try {
+        const std::vector<NpzArray> arrays = ListNpz(file);
+        return read(file, arrays);
+    } catch (const UnreadableNpz& reason) {
+        throw Failure(path + " is not a readable .npz file: " + reason.what());
+    }
+}
+
+// The array of the tensor's name, or the only one.
+const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string& path, const ModelTensor& tensor) {
+    const auto found =
+        std::find_if(arrays.begin(), arrays.end(), [&](const NpzArray& array) { return array.name == tensor.name; });
+    if (found != arrays.end()) {
+        return *found;
+    }
+    if (arrays.size() == 1) {
+        return arrays.front();
+    }
+    std::string names;
+    for (const NpzArray& array : arrays) {
+        names += " ";
+        names += array.name;
+    }
+    throw Failure(path + " has no array of the name of " + Label(tensor) + ", but these:" + names,
+                  {"Save it with the names of the inputs: numpy.savez(FILE, **{\"" + tensor.name + "\": array})."});
+}
+
+std::vector<uint8_t> ReadNpzData(const std::string& path, const ModelTensor& tensor) {
+    return WithNpz(path, [&](std::istream& file, const std::vector<NpzArray>& arrays) {
+        const NpzArray& array = FindArray(arrays, path, tensor);
+        std::istringstream npy(ReadNpz(file, array));
+        return ReadNpyData(npy, path + ", array " + array.name, tensor);
+    });
+}
+
+std::string ReadWhole(const std::string& path) {
+    const std::ifstream file = Platform::OpenInputFile(path);
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
 }
 
 }  // namespace
@@ -77,6 +160,10 @@ std::string BytesHeld(std::ifstream& file, std::size_t read) {
 std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>& texts) {
     std::vector<TensorFileArgument> arguments;
     for (const std::string& text : texts) {
+        if (IsNpz(text) && text.find('=') == std::string::npos) {
+            arguments.push_back({"", text});
+            continue;
+        }
         const std::size_t split = text.find('=');
         if (split == std::string::npos || split == 0 || split + 1 == text.size()) {
             throw WrongUsage("\"" + text + "\" is not of the form WHICH=FILE, an index or a name and a file");
@@ -86,9 +173,12 @@ std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>&
     return arguments;
 }
 
-void CheckFilesDiffer(const std::vector<TensorFileArgument>& arguments) {
+void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments) {
     std::set<std::filesystem::path> places;
     for (const TensorFileArgument& argument : arguments) {
+        if (IsNpz(argument.path) || IsPicture(argument.path)) {
+            throw WrongUsage(argument.path + " cannot be written: an output is written as .npy or as bare bytes");
+        }
         std::error_code ignored;
         const std::filesystem::path path = Platform::PathFromUtf8(argument.path);
         const std::filesystem::path place = std::filesystem::weakly_canonical(path, ignored);
@@ -98,13 +188,13 @@ void CheckFilesDiffer(const std::vector<TensorFileArgument>& arguments) {
     }
 }
 
-std::vector<const ModelTensor*> FindTensors(const std::vector<TensorFileArgument>& arguments,
+std::vector<const ModelTensor*> FindTensors(const std::vector<std::string>& named,
                                             const std::vector<ModelTensor>& tensors, TensorType side) {
     std::vector<const ModelTensor*> found;
-    for (const TensorFileArgument& argument : arguments) {
-        const ModelTensor* tensor = FindTensor(argument.which, tensors);
+    for (const std::string& which : named) {
+        const ModelTensor* tensor = FindTensor(which, tensors);
         if (tensor == nullptr) {
-            RefuseUnknown(argument.which, tensors, side);
+            RefuseUnknown(which, tensors, side);
         }
         if (std::find(found.begin(), found.end(), tensor) != found.end()) {
             throw Failure(Label(*tensor) + " is given twice");
@@ -114,29 +204,41 @@ std::vector<const ModelTensor*> FindTensors(const std::vector<TensorFileArgument
     return found;
 }
 
-std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor) {
+std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>& arguments) {
+    std::vector<TensorFileArgument> all;
+    for (const TensorFileArgument& argument : arguments) {
+        if (!argument.which.empty()) {
+            all.push_back(argument);
+            continue;
+        }
+        WithNpz(argument.path, [&](std::istream&, const std::vector<NpzArray>& arrays) {
+            for (const NpzArray& array : arrays) {
+                all.push_back({array.name, argument.path});
+            }
+        });
+    }
+    return all;
+}
+
+std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor,
+                                    const PictureOptions& pictures) {
+    if (IsNpz(path)) {
+        return ReadNpzData(path, tensor);
+    }
+    if (IsPicture(path)) {
+        return PictureData(ReadWhole(path), path, tensor, pictures);
+    }
     std::ifstream file = Platform::OpenInputFile(path);
-    const bool isNpy = IsNpy(path);
-    if (isNpy) {
-        CheckNpy(file, path, tensor);
+    if (IsNpy(path)) {
+        return ReadNpyData(file, path, tensor);
     }
-    std::vector<uint8_t> data(tensor.Bytes());
-    const std::size_t read = Platform::ReadUpTo(file, path, data.data(), data.size());
-    char beyond = 0;
-    const bool isCut = read < data.size();
-    if (isCut || Platform::ReadUpTo(file, path, &beyond, 1) != 0) {
-        const std::string held = isCut ? std::to_string(read) : BytesHeld(file, read + 1);
-        throw Failure(
-            path + " holds " + held + " bytes of data, but " + Label(tensor) + " takes " + std::to_string(data.size()),
-            {isNpy ? "The file is damaged; write it again."
-                   : "Give exactly the bytes of " + Describe(tensor.elementType, tensor.shape) +
-                         ", or an .npy file, whose element type and shape are checked."});
-    }
-    return data;
+    return ReadData(file, path, tensor,
+                    "Give exactly the bytes of " + Describe(tensor.elementType, tensor.shape) +
+                        ", or an .npy file, whose element type and shape are checked.");
 }
 
 std::string TensorFileHeader(const std::string& path, const ModelTensor& tensor) {
-    return IsNpy(path) ? NpyHeader({tensor.elementType, tensor.shape}) : "";
+    return IsNpy(path) ? NpyHeader({tensor.elementType, tensor.shape, false}) : "";
 }
 
 }  // namespace Orvane::Cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/files/picture_input.h"
 #include "cli/model/model_tensor.h"
 
 #include <cstdint>
@@ -10,26 +11,31 @@ namespace Orvane::Cli {
 
 // WHICH=FILE of the command line: a tensor, by index or by name, and the file that it is read from or written to.
 struct TensorFileArgument {
-    std::string which;
+    std::string which;  // empty for all that an .npz file holds
     std::string path;
 };
 
 // Throws `WrongUsage` when a text is not of that form.
 std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>& texts);
 
-// Throws `WrongUsage` when two arguments name the same file.
-void CheckFilesDiffer(const std::vector<TensorFileArgument>& arguments);
+// Throws `WrongUsage` when two arguments name the same file, or one a kind of file that is read only.
+void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments);
 
-// For each argument its tensor among `tensors`, which are all of one side. Throws `Failure` when there is no such
+// For each index or name its tensor among `tensors`, which are all of one side. Throws `Failure` when there is no such
 // tensor or one is named twice.
-std::vector<const ModelTensor*> FindTensors(const std::vector<TensorFileArgument>& arguments,
+std::vector<const ModelTensor*> FindTensors(const std::vector<std::string>& named,
                                             const std::vector<ModelTensor>& tensors, TensorType side);
 
-// A tensor's data lies in a file either as an .npy array, when the path ends in ".npy", or else as its bare bytes.
+// A tensor's data lies in a file as its path's ending says: as an .npy array, in an .npz archive under the tensor's
+// name, as a .png or .jpg picture, or else as its bare bytes.
+
+// Puts in the place of an .npz file without a tensor all that it holds, each array for the tensor of its name. Throws
+// `Failure` when it cannot be read.
+std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>& arguments);
 
 // Reads the data of `tensor`, exactly as many bytes as it holds. Throws `Failure` when the file cannot be read or
 // holds another element type, shape or number of bytes.
-std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor);
+std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor, const PictureOptions& pictures);
 
 // What stands in the file before the data that `tensor` gave; empty for bare bytes.
 std::string TensorFileHeader(const std::string& path, const ModelTensor& tensor);

@@ -22,6 +22,14 @@ void CheckAllGiven(const std::vector<ModelTensor>& inputs, const std::vector<con
     }
 }
 
+std::vector<std::string> NamesOf(const std::vector<TensorFileArgument>& arguments) {
+    std::vector<std::string> names;
+    for (const TensorFileArgument& argument : arguments) {
+        names.push_back(argument.which);
+    }
+    return names;
+}
+
 void CheckCopyable(const ModelTensor& tensor) {
     if (const std::optional<std::string> obstacle = tensor.Obstacle()) {
         throw Failure(Label(tensor) + " cannot be copied: " + *obstacle);
@@ -30,14 +38,15 @@ void CheckCopyable(const ModelTensor& tensor) {
 
 }  // namespace
 
-std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& arguments,
-                                 const std::vector<ModelTensor>& inputs) {
-    const std::vector<const ModelTensor*> given = FindTensors(arguments, inputs, TensorTypeInput);
-    CheckAllGiven(inputs, given);
+std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given, const std::vector<ModelTensor>& inputs,
+                                 const PictureOptions& pictures) {
+    const std::vector<TensorFileArgument> arguments = WithArrays(given);
+    const std::vector<const ModelTensor*> found = FindTensors(NamesOf(arguments), inputs, TensorTypeInput);
+    CheckAllGiven(inputs, found);
     std::vector<Transfer> transfers;
-    for (std::size_t i = 0; i < given.size(); ++i) {
-        CheckCopyable(*given[i]);
-        transfers.push_back({given[i], ReadTensorFile(arguments[i].path, *given[i]), std::nullopt});
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        CheckCopyable(*found[i]);
+        transfers.push_back({found[i], ReadTensorFile(arguments[i].path, *found[i], pictures), std::nullopt});
     }
     return transfers;
 }
@@ -45,7 +54,7 @@ std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& argument
 std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& arguments,
                                      const std::vector<ModelTensor>& outputs) {
     std::vector<Transfer> transfers;
-    const std::vector<const ModelTensor*> named = FindTensors(arguments, outputs, TensorTypeOutput);
+    const std::vector<const ModelTensor*> named = FindTensors(NamesOf(arguments), outputs, TensorTypeOutput);
     for (std::size_t i = 0; i < named.size(); ++i) {
         CheckCopyable(*named[i]);
         transfers.push_back({named[i], {}, arguments[i].path});

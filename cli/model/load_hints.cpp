@@ -4,8 +4,13 @@
 #include "platform/input_file.h"
 #include "platform/path.h"
 
+#include <orvane/model_file.hpp>
+
+#include <algorithm>
 #include <filesystem>
+#include <initializer_list>
 #include <string_view>
+#include <system_error>
 
 namespace Orvane::Cli {
 namespace {
@@ -42,6 +47,21 @@ bool IsCacheRead(const ModelOptions& options) {
     return options.cache && !Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
 }
 
+std::string FolderHint(const std::string& folder) {
+    std::string found;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(Platform::PathFromUtf8(folder), ignored)) {
+        const std::string ending = Platform::Utf8FromPath(entry.path().extension());
+        if (ending == ".xml" || ending == ".onnx" || ending == ".tflite" || ending == ".pb" || ending == ".pdmodel") {
+            found += (found.empty() ? "" : ", ") + Platform::Utf8FromPath(entry.path().filename());
+        }
+    }
+    return folder +
+           " is a folder. As such OpenVINO reads a SavedModel of TensorFlow, with its saved_model.pb; of another "
+           "model name the file" +
+           (found.empty() ? "." : ": it holds " + found + ".");
+}
+
 // What is certainly wrong with the cache file or the model files.
 std::optional<std::string> CertainHint(const ModelOptions& options) {
     if (IsCacheRead(options)) {
@@ -50,6 +70,10 @@ std::optional<std::string> CertainHint(const ModelOptions& options) {
     }
     if (!options.model) {
         return "There is no cache file " + *options.cache + " yet: give MODEL, with --make-cache to write it.";
+    }
+    std::error_code ignored;
+    if (std::filesystem::is_directory(Platform::PathFromUtf8(*options.model), ignored)) {
+        return FolderHint(*options.model);
     }
     if (const std::optional<std::string> reason = WhyUnreadable(*options.model)) {
         return "The model cannot be read: " + *reason + ".";
@@ -69,7 +93,65 @@ std::optional<std::string> CertainHint(const ModelOptions& options) {
     return std::nullopt;
 }
 
-std::string LikelyHint(const ModelOptions& options) {
+// The names that stand for several devices, which the runtime has and does not list.
+bool IsVirtualDevice(const std::string& device) {
+    const std::string kind = device.substr(0, device.find_first_of(":("));
+    return kind == "AUTO" || kind == "MULTI" || kind == "HETERO" || kind == "BATCH";
+}
+
+std::optional<std::string> DeviceHint(const std::optional<std::string>& device) {
+    if (!device) {
+        return std::nullopt;
+    }
+    if (IsVirtualDevice(*device)) {
+        return *device +
+               " stands for several devices, and a model runs on one: name that, of those that orvane devices "
+               "lists.";
+    }
+    std::string listed;
+    for (const orvane::Device& known : orvane::Devices()) {
+        if (known.name == *device || known.name.substr(0, known.name.find('.')) == *device) {
+            return std::nullopt;
+        }
+        listed += (listed.empty() ? "" : ", ") + known.name;
+    }
+    return "This machine has no device " + *device + ", only " + listed + ": leave --device out for the CPU.";
+}
+
+bool HasOneOf(const std::string& text, std::initializer_list<const char*> parts) {
+    return std::any_of(parts.begin(), parts.end(),
+                       [&](const char* part) { return text.find(part) != std::string::npos; });
+}
+
+// Of a failure with plain model files, which may not come from the format at all. Only the runtime's text tells an
+// unknown format from an unknown operator.
+std::string PlainHint(const std::string& model, const std::string& text) {
+    if (HasOneOf(text, {"No translator found", "No conversion rule found", "doesn't contain the operation",
+                        "OpConversionFailure"})) {
+        return "The file was read, but it has operators that this OpenVINO does not support, or not in this form; they "
+               "are "
+               "named above. Export the model with others.";
+    }
+    if (HasOneOf(text, {"Unable to read the model"})) {
+        return "Check MODEL: OpenVINO reads .xml with its .bin beside it, .onnx, .tflite, .pb and .pdmodel. An "
+               "encrypted "
+               "one needs --key.";
+    }
+    try {
+        const orvane::FileTensors tensors = orvane::DescribeFile(model);
+        const bool isDynamic = std::any_of(tensors.inputs.begin(), tensors.inputs.end(),
+                                           [](const orvane::Tensor& input) { return input.IsDynamic(); });
+        return isDynamic
+                   ? "The file was read, but not compiled. With fixed shapes that may work: give them with --shape."
+                   : "The file was read, but not compiled for this device; the message above is the runtime's.";
+    } catch (const orvane::Error&) {
+        return model +
+               " begins like a model, but what follows is damaged, or belongs to another release: compare its size "
+               "with that of the original, and copy it again with the files beside it.";
+    }
+}
+
+std::string LikelyHint(const ModelOptions& options, const std::string& text) {
     if (IsCacheRead(options)) {
         return "The model came from the cache file " + *options.cache +
                ". If that is damaged, or from another version or machine, delete it and make it again: give MODEL "
@@ -79,11 +161,26 @@ std::string LikelyHint(const ModelOptions& options) {
         return "Check --key: it must be the key that the model, and its .bin file, were encrypted with. An encrypted "
                "model is an .xml with its .bin, or an .onnx.";
     }
-    return "Check MODEL: OpenVINO reads .xml with its .bin beside it, .onnx, .tflite, .pb and .pdmodel. An encrypted "
-           "one needs --key.";
+    return PlainHint(*options.model, text);
 }
 
 }  // namespace
+
+std::vector<std::string> SystemHints(const orvane::Error& error) {
+    const std::error_code code(error.GetSystemError(), std::system_category());
+    const std::filesystem::path sharedMemory = "/dev/shm";
+    std::error_code ignored;
+    if (error.GetReason() != orvane::Reason::System || code != std::errc::no_space_on_device ||
+        !std::filesystem::is_directory(sharedMemory, ignored)) {
+        return {};  // the error says it all
+    }
+    const std::filesystem::space_info space = std::filesystem::space(sharedMemory, ignored);
+    constexpr std::uintmax_t kMegabyte = 1'000'000;
+    return {"/dev/shm, through which data goes to and from a host process, has " +
+            std::to_string(space.available / kMegabyte) + " MB left of " + std::to_string(space.capacity / kMegabyte) +
+            ", and a host takes up to 22. Give a container more, with --shm-size=256m for instance, or run without "
+            "--host and --remote."};
+}
 
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error) {
     switch (error.GetReason()) {
@@ -92,21 +189,19 @@ std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Er
                 "If it is the host program, orvane_host, this model ended it: see what happens without --host and "
                 "--remote, or, when the time was too short, with a longer --timeout."};
         case orvane::Reason::System:
+            return SystemHints(error);
         case orvane::Reason::BadArgument:
         case orvane::Reason::NoMemory:
             return {};  // the error says it all
         default:
             break;
     }
-    if (const std::optional<std::string> hint = CertainHint(options)) {
-        return {*hint};
+    for (const std::optional<std::string>& hint : {DeviceHint(options.device), CertainHint(options)}) {
+        if (hint) {
+            return {*hint};
+        }
     }
-    if (options.device && options.device != "CPU") {
-        return {"If this machine has no device " + *options.device +
-                    ", leave --device out: the model then runs on the CPU. Otherwise:",
-                LikelyHint(options)};
-    }
-    return {LikelyHint(options)};
+    return {LikelyHint(options, error.what())};
 }
 
 }  // namespace Orvane::Cli

@@ -13,4 +13,7 @@ namespace Orvane::Cli {
 // the files as they are.
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error);
 
+// The same for a failure at any time that the system is to blame for.
+std::vector<std::string> SystemHints(const orvane::Error& error);
+
 }  // namespace Orvane::Cli

@@ -3,13 +3,16 @@
 #include "cli/failure.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
+#include "cli/report/load_progress.h"
 #include "platform/interrupt.h"
 #include "platform/path.h"
 #include "platform/whole_file.h"
 
 #include <chrono>
+#include <filesystem>
 #include <ostream>
 #include <string>
+#include <utility>
 
 namespace Orvane::Cli {
 namespace {
@@ -51,18 +54,58 @@ orvane::Model LoadAndMakeCache(const ModelOptions& options, const std::optional<
     return model;
 }
 
+// Ctrl-C waits until the temporary files can be removed.
+LoadedModel LoadWithShapes(const ModelOptions& options, std::ostream& err) {
+    const Platform::InterruptFlag interrupt;
+    const std::filesystem::path place = std::filesystem::temp_directory_path() / "orvane";
+    auto files = std::make_unique<Platform::PrivateFolder>(place);
+    ModelOptions reshaped = options;
+    reshaped.model = Platform::Utf8FromPath(files->Path() / "model.xml");
+    Reshape(options, ParseShapes(options.shapes), *reshaped.model, err);
+    const LoadProgress progress(*options.model, err);
+    orvane::Model model = Load(reshaped, std::nullopt);
+    files->Remove();
+    if (interrupt.IsSet()) {
+        throw Failure("interrupted while the model was loaded");
+    }
+    return {std::move(files), std::move(model)};
+}
+
 }  // namespace
 
-orvane::Model LoadModel(const ModelOptions& options) {
+void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
+             std::ostream& err) {
+    const LoadProgress progress(*options.model, err);
+    orvane::InputShapes resolved;
+    try {
+        resolved = ResolveShapes(*options.model, shapes, ModelTensors(orvane::DescribeFile(*options.model).inputs));
+    } catch (const orvane::Error& error) {
+        throw Failure(error.what(), LoadHints(options, error));
+    }
+    try {
+        orvane::ReshapeFile(*options.model, resolved, out);
+    } catch (const orvane::Error& error) {
+        if (error.GetReason() != orvane::Reason::Runtime) {
+            throw;
+        }
+        throw Failure(error.what(), {"The model does not take these shapes: give others with --shape."});
+    }
+}
+
+LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
     CheckUsage(options);
     const std::optional<std::string> key = ReadKey(options.key);
     if (options.framework != FrameworkTypeOpenvino && options.framework != FrameworkTypeOpenvinoPlain) {
         throw Failure("Framework " + std::to_string(options.framework) + " is not in this build",
                       {"Leave --framework out."});
     }
+    if (!options.shapes.empty()) {
+        return LoadWithShapes(options, err);
+    }
+    const LoadProgress progress(options.model.value_or(options.cache.value_or("")), err);
     const bool makesCache =
         options.makeCache && options.cache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
-    return makesCache ? LoadAndMakeCache(options, key) : Load(options, key);
+    return {nullptr, makesCache ? LoadAndMakeCache(options, key) : Load(options, key)};
 }
 
 LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) : stream(err) {

@@ -13,12 +13,17 @@ std::optional<std::string> ModelOptions::HostProgram() const {
 }
 
 void AddModelOptions(CLI::App& app, ModelOptions& options) {
-    app.add_option("MODEL", options.model, "Model file; may be left out when --cache names an existing file")
+    app.add_option("MODEL", options.model,
+                   "Model file: .xml with its .bin beside it, .onnx, .tflite, .pb, .pdmodel, or the folder of a "
+                   "SavedModel; may be left out when --cache names an existing file")
         ->type_name("");
-    app.add_option("--device", options.device, "Device that runs the model (CPU unless given)")->type_name("D");
+    AddShapeOption(app, options.shapes);
+    app.add_option("--device", options.device,
+                   "Device that runs the model, one that orvane devices lists (CPU unless given)")
+        ->type_name("D");
     app.add_option("--framework", options.framework, "Number of the inference framework (9 unless given)")
         ->type_name("N");
-    app.add_option("--cache", options.cache, "Compiled-model cache; when the file exists, MODEL is not read")
+    app.add_option("--cache", options.cache, "File for the compiled model; when it exists, MODEL is not read")
         ->type_name("FILE");
     app.add_flag("--make-cache", options.makeCache, "Write the cache file if it does not exist yet");
     AddKeyOptions(app, options.key, "The model files are encrypted with this key of up to 4 bytes");
@@ -29,6 +34,13 @@ void AddModelOptions(CLI::App& app, ModelOptions& options) {
         ->type_name("SECONDS");
     app.add_option("--log-level", options.logLevel, "Log lines of this level and above go to standard error")
         ->type_name("L");
+}
+
+void AddShapeOption(CLI::App& app, std::vector<std::string>& shapes) {
+    app.add_option("--shape", shapes,
+                   "Dimensions of the input with this index or name, as in 0=1,3,640,640; once for each input")
+        ->type_name("WHICH=DIMS")
+        ->allow_extra_args(false);
 }
 
 void CheckUsage(const ModelOptions& options) {
@@ -54,6 +66,12 @@ void CheckUsage(const ModelOptions& options) {
     }
     if (options.timeout && !options.HostProgram()) {
         throw WrongUsage("--timeout needs --remote or --host: what runs in this process cannot be ended");
+    }
+    if (!options.shapes.empty() && (options.cache || options.IsEncrypted())) {
+        throw WrongUsage(
+            "--shape goes with a plain MODEL only: write one with the shapes by orvane reshape, and encrypt that or "
+            "make "
+            "the cache from it");
     }
     if (options.makeCache && !options.cache) {
         throw WrongUsage("--make-cache needs --cache FILE, the file to write");

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -17,6 +18,7 @@ namespace Orvane::Cli {
 // The arguments that say which model a command loads, and how. None of the texts is empty.
 struct ModelOptions {
     std::optional<std::string> model;   // path of the model file; may be missing when there is a cache
+    std::vector<std::string> shapes;    // of its inputs, as `ParseShapes` takes them
     std::optional<std::string> device;  // the SDK's own choice unless given
     std::optional<std::string> cache;   // path of the cache file
     bool makeCache = false;
@@ -35,6 +37,9 @@ struct ModelOptions {
 
 // Adds MODEL and the options to a subcommand. Parsing fills `options`, which must live as long.
 void AddModelOptions(CLI::App& app, ModelOptions& options);
+
+// Adds --shape, of those and of other subcommands.
+void AddShapeOption(CLI::App& app, std::vector<std::string>& shapes);
 
 // Throws `WrongUsage` for an empty text and for a combination that means nothing.
 void CheckUsage(const ModelOptions& options);

@@ -23,19 +23,23 @@ std::optional<std::string> ModelTensor::Obstacle() const {
         return "its shape " + ShapeText(shape) + " has no elements";
     }
     if (shape.empty()) {
-        return "it has no dimensions, which cannot be run: export the model with [1]";
+        return "it has no dimensions, which cannot be run";
     }
     return "its shape " + ShapeText(shape) + " takes too many bytes: up to " + std::to_string(kMaxHostTensorBytes) +
            " can travel to or from a host process, and less than 4 GiB be copied without --host and --remote";
 }
 
-std::vector<ModelTensor> TensorsOf(const orvane::Model& model, TensorType side) {
-    std::vector<ModelTensor> tensors;
-    for (const orvane::Tensor& tensor : side == TensorTypeInput ? model.Inputs() : model.Outputs()) {
-        tensors.push_back(
-            {side, tensor.index, tensor.name, static_cast<DataType>(tensor.type), tensor.shape, tensor.byteSize});
+std::vector<ModelTensor> ModelTensors(const std::vector<orvane::Tensor>& tensors) {
+    std::vector<ModelTensor> made;
+    for (const orvane::Tensor& tensor : tensors) {
+        made.push_back({static_cast<TensorType>(tensor.side), tensor.index, tensor.name,
+                        static_cast<DataType>(tensor.type), tensor.shape, tensor.byteSize});
     }
-    return tensors;
+    return made;
+}
+
+std::vector<ModelTensor> TensorsOf(const orvane::Model& model, TensorType side) {
+    return ModelTensors(side == TensorTypeInput ? model.Inputs() : model.Outputs());
 }
 
 std::string ElementTypeName(DataType type) {

@@ -26,6 +26,9 @@ struct ModelTensor {
     std::size_t Bytes() const { return static_cast<std::size_t>(byteSize); }
 };
 
+// As the SDK tells them.
+std::vector<ModelTensor> ModelTensors(const std::vector<orvane::Tensor>& tensors);
+
 // All inputs or all outputs, in the model's order.
 std::vector<ModelTensor> TensorsOf(const orvane::Model& model, TensorType side);
 

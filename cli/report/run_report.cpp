@@ -1,11 +1,14 @@
 #include "cli/report/run_report.h"
 
+#include "cli/failure.h"
 #include "cli/model/model_tensor.h"
 #include "cli/report/print.h"
 #include "cli/report/tensor_summary.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 #include <ostream>
 
 namespace Orvane::Cli {
@@ -60,6 +63,37 @@ void AddSummary(const Transfer& transfer, Json& entry) {
     entry["nan_count"] = summary.notNumbers;
 }
 
+// The label of an element, by its place in the last dimension; none where the labels are not for this output.
+std::optional<std::string> LabelOf(const TopOptions& top, const ModelTensor& tensor, uint64_t index) {
+    const bool hasLabels =
+        !tensor.shape.empty() && !top.labels.empty() && static_cast<uint64_t>(tensor.shape.back()) == top.labels.size();
+    return hasLabels ? std::optional(top.labels[index % top.labels.size()]) : std::nullopt;
+}
+
+void PrintTop(std::ostream& out, const Transfer& transfer, const TopOptions& top) {
+    const ModelTensor& tensor = *transfer.tensor;
+    out << tensor.index << "  " << Printable(tensor.name) << "  " << ElementTypeName(tensor.elementType) << "  "
+        << ShapeText(tensor.shape) << "\n";
+    std::vector<std::vector<std::string>> rows;
+    for (const RankedElement& element : Largest(tensor.elementType, transfer.data, top.count)) {
+        rows.push_back({"", std::to_string(element.index), Text(element.value),
+                        Printable(LabelOf(top, tensor, element.index).value_or(""))});
+    }
+    PrintTable(out, rows);
+}
+
+Json TopJson(const Transfer& transfer, const TopOptions& top) {
+    Json list = Json::array();
+    for (const RankedElement& element : Largest(transfer.tensor->elementType, transfer.data, top.count)) {
+        Json entry = {{"index", element.index}, {"value", ToJson(element.value)}};
+        if (const std::optional<std::string> label = LabelOf(top, *transfer.tensor, element.index)) {
+            entry["label"] = *label;
+        }
+        list.push_back(entry);
+    }
+    return list;
+}
+
 // Outputs go to files either all that were asked for, or none at all.
 bool WroteFiles(const RunReport& report) {
     return !report.transfers.empty() && report.transfers.front().path;
@@ -78,10 +112,22 @@ std::vector<const ModelTensor*> LeftOut(const RunReport& report) {
 
 }  // namespace
 
+void CheckLabels(const TopOptions& top, const std::vector<ModelTensor>& outputs) {
+    const bool fits = std::any_of(outputs.begin(), outputs.end(),
+                                  [&](const ModelTensor& output) { return LabelOf(top, output, 0) != std::nullopt; });
+    if (!top.labels.empty() && !fits) {
+        throw Failure("--labels has " + std::to_string(top.labels.size()) +
+                          " lines, and no output has as many elements in its last dimension",
+                      {"Give a file with a line for each; orvane info shows the shapes."});
+    }
+}
+
 void PrintReport(std::ostream& out, const RunReport& report) {
     std::vector<std::vector<std::string>> rows;
     for (const Transfer& transfer : report.transfers) {
-        if (!transfer.path) {
+        if (report.top.count > 0) {
+            PrintTop(out, transfer, report.top);
+        } else if (!transfer.path) {
             rows.push_back(SummaryRow(transfer));
         }
     }
@@ -103,6 +149,9 @@ void PrintJsonReport(std::ostream& out, const RunReport& report) {
             entry["file"] = *transfer.path;
         } else {
             AddSummary(transfer, entry);
+        }
+        if (report.top.count > 0) {
+            entry["top"] = TopJson(transfer, report.top);
         }
         outputs.push_back(entry);
     }

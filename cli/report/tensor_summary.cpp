@@ -1,8 +1,10 @@
 #include "cli/report/tensor_summary.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace Orvane::Cli {
 namespace {
@@ -34,6 +36,13 @@ Value Widen(Stored stored) {
     return static_cast<Value>(stored);
 }
 
+template <typename Stored>
+Stored ElementAt(const std::vector<uint8_t>& bytes, std::size_t index) {
+    Stored stored;
+    std::memcpy(&stored, bytes.data() + index * sizeof(Stored), sizeof(Stored));
+    return stored;
+}
+
 // `Stored` is how an element lies in memory; `widen` makes an int64_t or a double of it.
 template <typename Stored, typename Value>
 TensorSummary SummariseAs(const std::vector<uint8_t>& bytes, Value (*widen)(Stored)) {
@@ -45,9 +54,7 @@ TensorSummary SummariseAs(const std::vector<uint8_t>& bytes, Value (*widen)(Stor
     uint64_t indexOfMaximum = 0;
     const std::size_t count = bytes.size() / sizeof(Stored);
     for (std::size_t i = 0; i < count; ++i) {
-        Stored stored;
-        std::memcpy(&stored, bytes.data() + i * sizeof(Stored), sizeof(Stored));
-        const Value value = widen(stored);
+        const Value value = widen(ElementAt<Stored>(bytes, i));
         if (!IsNumber(value)) {
             ++summary.notNumbers;
             continue;
@@ -68,27 +75,58 @@ TensorSummary SummariseAs(const std::vector<uint8_t>& bytes, Value (*widen)(Stor
     return summary;
 }
 
+template <typename Stored, typename Value>
+std::vector<RankedElement> RankAs(const std::vector<uint8_t>& bytes, std::size_t count, Value (*widen)(Stored)) {
+    std::vector<std::pair<Value, uint64_t>> elements;
+    for (std::size_t i = 0; i < bytes.size() / sizeof(Stored); ++i) {
+        const Value value = widen(ElementAt<Stored>(bytes, i));
+        if (IsNumber(value)) {
+            elements.emplace_back(value, i);
+        }
+    }
+    const std::size_t kept = std::min(count, elements.size());
+    std::partial_sort(elements.begin(), elements.begin() + static_cast<std::ptrdiff_t>(kept), elements.end(),
+                      [](const auto& left, const auto& right) {
+                          return left.first != right.first ? left.first > right.first : left.second < right.second;
+                      });
+    std::vector<RankedElement> ranked;
+    for (std::size_t i = 0; i < kept; ++i) {
+        ranked.push_back({elements[i].second, elements[i].first});
+    }
+    return ranked;
+}
+
+// Calls `work` with what makes a number of an element of this type.
+template <typename Work>
+auto WithWidening(DataType type, Work work) {
+    switch (type) {
+        case DataTypeFloat32:
+            return work(Widen<float, double>);
+        case DataTypeFloat64:
+            return work(Widen<double, double>);
+        case DataTypeFloat16:
+            return work(FromHalf);
+        case DataTypeInt64:
+            return work(Widen<int64_t, int64_t>);
+        case DataTypeInt32:
+            return work(Widen<int32_t, int64_t>);
+        case DataTypeInt16:
+            return work(Widen<int16_t, int64_t>);
+        case DataTypeInt8:
+            return work(Widen<int8_t, int64_t>);
+        default:
+            return work(Widen<uint8_t, int64_t>);
+    }
+}
+
 }  // namespace
 
 TensorSummary Summarise(DataType type, const std::vector<uint8_t>& bytes) {
-    switch (type) {
-        case DataTypeFloat32:
-            return SummariseAs(bytes, Widen<float, double>);
-        case DataTypeFloat64:
-            return SummariseAs(bytes, Widen<double, double>);
-        case DataTypeFloat16:
-            return SummariseAs(bytes, FromHalf);
-        case DataTypeInt64:
-            return SummariseAs(bytes, Widen<int64_t, int64_t>);
-        case DataTypeInt32:
-            return SummariseAs(bytes, Widen<int32_t, int64_t>);
-        case DataTypeInt16:
-            return SummariseAs(bytes, Widen<int16_t, int64_t>);
-        case DataTypeInt8:
-            return SummariseAs(bytes, Widen<int8_t, int64_t>);
-        default:
-            return SummariseAs(bytes, Widen<uint8_t, int64_t>);
-    }
+    return WithWidening(type, [&](auto widen) { return SummariseAs(bytes, widen); });
+}
+
+std::vector<RankedElement> Largest(DataType type, const std::vector<uint8_t>& bytes, std::size_t count) {
+    return WithWidening(type, [&](auto widen) { return RankAs(bytes, count, widen); });
 }
 
 }  // namespace Orvane::Cli

@@ -28,4 +28,12 @@ struct TensorSummary {
 // `bytes` holds whole elements of `type`, which is not `DataTypeUnknown`.
 TensorSummary Summarise(DataType type, const std::vector<uint8_t>& bytes);
 
+struct RankedElement {
+    uint64_t index;  // counted through all dimensions
+    Number value;
+};
+
+// The largest elements, the largest first, of equal ones the first; fewer than `count` when there are fewer numbers.
+std::vector<RankedElement> Largest(DataType type, const std::vector<uint8_t>& bytes, std::size_t count);
+
 }  // namespace Orvane::Cli

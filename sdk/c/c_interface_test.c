@@ -289,6 +289,72 @@ static void TestShapesInThisProcess(void) {
 
 // --- What needs no model ---
 
+typedef struct Seen {
+    int tensors;
+    int64_t dimensions[2];  // the first of the input and of the output
+    char name[16];
+} Seen;
+
+static void SeeTensor(void* user, int32_t side, const orvane_tensor* tensor) {
+    Seen* seen = (Seen*)user;
+    EXPECT(side == seen->tensors && tensor->struct_size == sizeof *tensor && tensor->element_type == ORVANE_FLOAT32);
+    seen->dimensions[side] = tensor->dimensions[0];
+    snprintf(seen->name, sizeof seen->name, "%s", tensor->name);
+    ++seen->tensors;
+}
+
+static void SeeDevice(void* user, const char* name, const char* fullName) {
+    *(int*)user |= strcmp(name, "CPU") == 0 && *fullName != '\0';
+}
+
+static void TestModelFiles(int isClient) {
+    const int64_t good[] = {2, 3};
+    const int64_t bad[] = {0, 3};
+    const char* model = EchoModel("dynamic.xml", "f32", "?,3");
+    const char* out = Path("fixed.xml");
+    orvane_shape shapes[] = {{sizeof(orvane_shape), good, 2, 0}, {sizeof(orvane_shape), good, 2, 0}};
+    Seen seen = {0, {0, 0}, ""};
+    int hasCpu = 0;
+    remove(out);
+    EXPECT(sizeof(orvane_shape) == 24 && orvane_load_step() == ORVANE_LOAD_NONE);
+    FAILS(orvane_list_devices(NULL, NULL), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_describe_file(model, NULL, NULL), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_describe_file(NULL, SeeTensor, &seen), ORVANE_BAD_ARGUMENT, "is empty");
+    FAILS(orvane_reshape_file(model, shapes, 2, NULL), ORVANE_BAD_ARGUMENT, "input 0 is given twice");
+    FAILS(orvane_reshape_file(model, NULL, 1, NULL), ORVANE_BAD_ARGUMENT, "orvane_shape is null");
+    FAILS(orvane_reshape_file(model, shapes, 1, Path("fixed.onnx")), ORVANE_BAD_ARGUMENT, "does not end in .xml");
+    shapes[0].dimensions = bad;
+    FAILS(orvane_reshape_file(model, shapes, 1, NULL), ORVANE_BAD_ARGUMENT, "has the dimension 0");
+    shapes[0].dimensions = NULL;
+    FAILS(orvane_reshape_file(model, shapes, 1, NULL), ORVANE_BAD_ARGUMENT, "has no dimensions");
+    shapes[0].dimensions = good;
+    if (isClient) {
+        FAILS(orvane_list_devices(SeeDevice, &hasCpu), ORVANE_REFUSED, "use the library orvane_c");
+        FAILS(orvane_describe_file(model, SeeTensor, &seen), ORVANE_REFUSED, "use the library orvane_c");
+        FAILS(orvane_reshape_file(model, shapes, 1, out), ORVANE_REFUSED, "use the library orvane_c");
+        return;
+    }
+    SUCCEEDS(orvane_list_devices(SeeDevice, &hasCpu));
+    EXPECT(hasCpu);
+    FAILS(orvane_describe_file(Path("missing.xml"), SeeTensor, &seen), ORVANE_RUNTIME, "missing.xml");
+    SUCCEEDS(orvane_describe_file(model, SeeTensor, &seen));
+    EXPECT(seen.tensors == 2 && strcmp(seen.name, "x") == 0 && seen.dimensions[0] == -1 && seen.dimensions[1] == -1);
+    SUCCEEDS(orvane_reshape_file(model, shapes, 1, NULL));
+    FAILS(orvane_reshape_file(model, NULL, 0, out), ORVANE_REFUSED, "no shape was given for them: input 0 \"x\"");
+    shapes[0].input = 1;
+    FAILS(orvane_reshape_file(model, shapes, 1, out), ORVANE_REFUSED, "there is no input 1: the model has 1");
+    shapes[0].input = 0;
+    EXPECT(Read(out, seen.name, 1) == 0);
+    if (!ORVANE_WRITES_MODELS) {
+        FAILS(orvane_reshape_file(model, shapes, 1, out), ORVANE_REFUSED, "cannot write a model file");
+        return;
+    }
+    SUCCEEDS(orvane_reshape_file(model, shapes, 1, out));
+    seen.tensors = 0;
+    SUCCEEDS(orvane_describe_file(out, SeeTensor, &seen));
+    EXPECT(seen.dimensions[0] == 2 && seen.dimensions[1] == 2);
+}
+
 static void CountLine(void* user, uint32_t level, const char* text) {
     EXPECT(level == 6 && strlen(text) > 0);
     ++*(int*)user;
@@ -337,6 +403,7 @@ int main(int argc, char** argv) {
     TestTensors("");  // the host beside the library
     TestHost(argv[3]);
     TestForgedReplies(argv[4]);
+    TestModelFiles(argc > 5);
     TestTheRest();
     printf("%d failures\n", failures);
     return failures != 0;

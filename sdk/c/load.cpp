@@ -3,6 +3,7 @@
 #include <orvane/log.h>
 
 #include "platform/path.h"
+#include "platform/private_folder.h"
 #include "platform/whole_file.h"
 
 #include <exception>
@@ -12,26 +13,6 @@
 namespace Orvane::C {
 
 namespace {
-
-// A new folder beside `place` that only this user may look into. It goes with this object, with what is in it.
-class PrivateFolder {
- public:
-    explicit PrivateFolder(const std::filesystem::path& place) : name(place) {
-        std::filesystem::create_directory(name.Path());
-        std::filesystem::permissions(name.Path(), std::filesystem::perms::owner_all);
-    }
-    ~PrivateFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(name.Path(), ignored);
-    }
-    PrivateFolder(const PrivateFolder&) = delete;
-    PrivateFolder& operator=(const PrivateFolder&) = delete;
-
-    std::filesystem::path File() const { return name.Path() / "cache"; }
-
- private:
-    Platform::PartialFile name;
-};
 
 // The last bytes of a cache are as necessary as the others, and the SDK does not say when it could not write them.
 void PlaceCache(const std::filesystem::path& made, const std::filesystem::path& place, LoadRequest request) {
@@ -56,12 +37,12 @@ void LogNoCache(const LoadRequest& request, const std::exception& error) {
 
 Status LoadAndMakeCache(Interpreter& target, const LoadRequest& request) {
     std::filesystem::path place;
-    std::optional<PrivateFolder> folder;
+    std::optional<Platform::PrivateFolder> folder;
     LoadRequest making = request;
     try {
         place = Platform::FinalPlace(request.params.openvinoCachePath);
         folder.emplace(place);
-        making.params.openvinoCachePath = Platform::Utf8FromPath(folder->File());
+        making.params.openvinoCachePath = Platform::Utf8FromPath(folder->Path() / "cache");
     } catch (const std::exception& error) {
         LogNoCache(request, error);
         making.params.openvinoCachePath.clear();
@@ -71,7 +52,7 @@ Status LoadAndMakeCache(Interpreter& target, const LoadRequest& request) {
     Status status = target.Init(making.params);
     if (status.Ok()) {
         try {
-            PlaceCache(folder->File(), place, making);
+            PlaceCache(folder->Path() / "cache", place, making);
         } catch (const std::exception& error) {
             LogNoCache(request, error);
         }

@@ -2,6 +2,7 @@
 
 #include <orvane/host.h>
 
+#include "core/load_step.h"
 #include "sdk/c/load.h"
 
 #include <algorithm>
@@ -127,6 +128,7 @@ void Model::ReloadUnlessPrepared() {
 
 Model::Ports Model::Load(Interpreter& target) {
     target.SetTimeLimit(request.timeLimit);
+    const LoadStepScope loading;
     Check(LoadModel(target, request));
     uint64_t budget = kMostDescriptionBytes;
     Ports described;

@@ -54,4 +54,20 @@ Struct ReadStruct(const Struct* given, size_t first, const std::string& name) {
     return read;
 }
 
+// Does the same with each of the structures that lie one behind the other.
+template <typename Struct, typename Work>
+void ForEach(const Struct* structs, uint32_t count, size_t first, const std::string& name, Work work) {
+    if (count == 0) {
+        return;
+    }
+    const uint64_t size = ReadStruct(structs, first, name).struct_size;
+    const auto* place = reinterpret_cast<const uint8_t*>(structs);
+    for (uint32_t i = 0; i < count; ++i, place += size) {
+        if (std::memcmp(place, structs, sizeof size) != 0) {
+            throw BadArgument(name + ": the structures differ in struct_size; set it in each to the size of one");
+        }
+        work(ReadStruct(reinterpret_cast<const Struct*>(place), first, name));
+    }
+}
+
 }  // namespace Orvane::C

@@ -3,10 +3,12 @@
 #include <orvane/log.h>
 #include <orvane/version.h>
 
+#include "core/load_step.h"
 #include "ipc/shared_channel.h"
 #include "sdk/c/cipher_file.h"
 #include "sdk/c/failure.h"
 #include "sdk/c/model.h"
+#include "sdk/c/model_file.h"
 #include "sdk/c/options.h"
 #include "sdk/c/utf8.h"
 
@@ -37,23 +39,6 @@ void RequireNotNull(Pointer pointer, const char* name) {
 orvane_model& Open(orvane_model* model) {
     RequireNotNull(model, "the model");
     return *model;
-}
-
-// Does the same with each of the structures of an inference, which lie one behind the other.
-template <typename Struct, typename Work>
-void ForEach(const Struct* first, uint32_t count, const std::string& name, Work work) {
-    constexpr size_t kFirstSize = 32;
-    if (count == 0) {
-        return;
-    }
-    const uint64_t size = Orvane::C::ReadStruct(first, kFirstSize, name).struct_size;
-    const auto* place = reinterpret_cast<const uint8_t*>(first);
-    for (uint32_t i = 0; i < count; ++i, place += size) {
-        if (std::memcmp(place, first, sizeof size) != 0) {
-            throw BadArgument(name + ": the structures differ in struct_size; set it in each to the size of one");
-        }
-        work(Orvane::C::ReadStruct(reinterpret_cast<const Struct*>(place), kFirstSize, name));
-    }
 }
 
 void TransformFile(const char* in, const char* out, const uint8_t* key, uint32_t keySize, bool encrypts, bool pad) {
@@ -171,17 +156,18 @@ orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint
     return Guarded([&] {
         orvane_model& open = Open(model);
         open.RequireHost();
+        constexpr size_t kFirstSize = 32;
         const std::string input = "orvane_input";
         const std::string output = "orvane_output";
-        ForEach(inputs, input_count, input,
-                [&](const orvane_input& item) { open.CheckInput(item.index, item.data, item.bytes); });
-        ForEach(outputs, output_count, output,
-                [&](const orvane_output& item) { open.CheckOutput(item.index, item.data, item.bytes); });
-        ForEach(inputs, input_count, input,
-                [&](const orvane_input& item) { open.SetInput(item.index, item.data, item.bytes); });
+        Orvane::C::ForEach(inputs, input_count, kFirstSize, input,
+                           [&](const orvane_input& item) { open.CheckInput(item.index, item.data, item.bytes); });
+        Orvane::C::ForEach(outputs, output_count, kFirstSize, output,
+                           [&](const orvane_output& item) { open.CheckOutput(item.index, item.data, item.bytes); });
+        Orvane::C::ForEach(inputs, input_count, kFirstSize, input,
+                           [&](const orvane_input& item) { open.SetInput(item.index, item.data, item.bytes); });
         open.Run();
-        ForEach(outputs, output_count, output,
-                [&](const orvane_output& item) { open.GetOutput(item.index, item.data, item.bytes); });
+        Orvane::C::ForEach(outputs, output_count, kFirstSize, output,
+                           [&](const orvane_output& item) { open.GetOutput(item.index, item.data, item.bytes); });
     });
 }
 
@@ -198,6 +184,33 @@ orvane_error* orvane_encrypt_file(const char* in, const char* out, const uint8_t
 
 orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size) {
     return Guarded([&] { TransformFile(in, out, key, key_size, false, false); });
+}
+
+orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name), void* user) {
+    return Guarded([&] {
+        RequireNotNull(device, "the function that gets the devices");
+        Orvane::C::TellDevices(device, user);
+    });
+}
+
+orvane_error* orvane_describe_file(const char* model_path,
+                                   void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor), void* user) {
+    return Guarded([&] {
+        RequireNotNull(tensor, "the function that gets the tensors");
+        Orvane::C::TellTensors(ReadText(model_path, "model_path"), tensor, user);
+    });
+}
+
+orvane_error* orvane_reshape_file(const char* model_path, const orvane_shape* shapes, uint32_t shape_count,
+                                  const char* out) {
+    return Guarded([&] {
+        Orvane::C::Reshape(ReadText(model_path, "model_path"), Orvane::C::ReadShapes(shapes, shape_count),
+                           ReadText(out, "out"));
+    });
+}
+
+int32_t orvane_load_step() {
+    return static_cast<int32_t>(Orvane::loadStep.load());
 }
 
 int32_t orvane_error_reason(const orvane_error* error) {

@@ -24,6 +24,10 @@ uint64_t BytesUpTo(uint64_t most, DataType type, const std::vector<int64_t>& sha
     return bytes;
 }
 
+bool HasDynamicDimension(const std::vector<int64_t>& shape) {
+    return std::find(shape.begin(), shape.end(), -1) != shape.end();
+}
+
 std::string Label(TensorType side, uint32_t index, const std::string& name) {
     return (side == TensorTypeInput ? "input " : "output ") + std::to_string(index) + " \"" + name + "\"";
 }
@@ -38,6 +42,13 @@ std::vector<int64_t> ShapeOf(const TensorImpl& tensor, bool isRemote) {
 
 }  // namespace
 
+uint64_t BytesToCopy(TensorType side, DataType type, const std::vector<int64_t>& shape, bool isThroughHost) {
+    const bool isScalarInput = side == TensorTypeInput && shape.empty();
+    return HasDynamicDimension(shape) || isScalarInput
+               ? 0
+               : BytesUpTo(isThroughHost ? kMaxHostTensorBytes : UINT32_MAX, type, shape);
+}
+
 Port::Port(TensorHandle tensor, TensorType whichSide, uint32_t index, bool isRemote)
     : handle(std::move(tensor)),
       side(whichSide),
@@ -47,16 +58,11 @@ Port::Port(TensorHandle tensor, TensorType whichSide, uint32_t index, bool isRem
       modelShape(ShapeOf(*handle, isRemote)),
       shape(modelShape),
       isThroughHost(isRemote) {
-    bytes = CopyableBytes();
+    bytes = BytesToCopy(side, type, shape, isThroughHost);
 }
 
 bool Port::IsDynamic() const {
-    return std::find(shape.begin(), shape.end(), -1) != shape.end();
-}
-
-uint64_t Port::CopyableBytes() const {
-    const bool isScalarInput = side == TensorTypeInput && shape.empty();
-    return IsDynamic() || isScalarInput ? 0 : BytesUpTo(isThroughHost ? kMaxHostTensorBytes : UINT32_MAX, type, shape);
+    return HasDynamicDimension(shape);
 }
 
 bool Port::CouldHave(const std::vector<int64_t>& otherShape) const {
@@ -65,7 +71,7 @@ bool Port::CouldHave(const std::vector<int64_t>& otherShape) const {
 
 void Port::SetShape(const std::vector<int64_t>& otherShape) {
     shape = otherShape;
-    bytes = CopyableBytes();
+    bytes = BytesToCopy(side, type, shape, isThroughHost);
 }
 
 std::string Port::WhyNotCopied() const {

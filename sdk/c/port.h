@@ -8,6 +8,10 @@
 
 namespace Orvane::C {
 
+// Bytes of all elements, or 0 when the data cannot be copied: a dynamic dimension, an unknown type, an input without
+// dimensions, or more than can be copied, which is less through a host process.
+uint64_t BytesToCopy(TensorType side, DataType type, const std::vector<int64_t>& shape, bool isThroughHost);
+
 // An input or output of a loaded model. Which it is and the model's own shape stay as they are; `shape` may be set.
 struct Port {
     // What the tensor tells about itself. Through a host process, `isRemote`, it tells no dynamic dimension as -1 and
@@ -33,8 +37,6 @@ struct Port {
     uint64_t bytes = 0;  // of all elements; 0 when it cannot be copied
 
  private:
-    uint64_t CopyableBytes() const;
-
     bool isThroughHost;
 };
 

@@ -1,5 +1,6 @@
 // What is no ordinary file, given to the command line where it reads models and caches.
 #include "cli/captured_run.h"
+#include "cli/model/load_hints.h"
 #include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <utility>
@@ -36,6 +38,15 @@ class SpecialFiles : public testing::Test {
     std::string special[3] = {folder.Path("fifo"), folder.Path("socket"), "/dev/zero"};
     std::string model = Testing::AddModel({1, 2}).WriteTo(folder, "m");
 };
+
+TEST(SharedMemory, ThatIsTooSmallIsNamedWithWhatToDo) {
+    const auto hints = [](int system) {
+        return SystemHints({orvane::Reason::System, "CreateFileMapping error", system});
+    };
+    ASSERT_EQ(hints(ENOSPC).size(), 1U);
+    EXPECT_NE(hints(ENOSPC)[0].find("/dev/shm"), std::string::npos);
+    EXPECT_TRUE(hints(EACCES).empty());
+}
 
 TEST_F(SpecialFiles, AreRefusedAtOnce) {
     const std::string weights = folder.Path("w.bin");

@@ -5,6 +5,7 @@
 
 #include <openvino/c/openvino.h>
 
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <new>
@@ -84,6 +85,39 @@ Orvane::StreamContent Export(const ov_compiled_model* model) {
         throw Exception(error.what());
     }
 }
+
+template <typename Owner, typename CountPorts, typename GetPort>
+std::vector<Output<const Node>> PortsOf(const Owner* owner, CountPorts countPorts, GetPort getPort) {
+    size_t count = 0;
+    Check(countPorts(owner, &count));
+    std::vector<Output<const Node>> ports;
+    for (size_t i = 0; i < count; ++i) {
+        ov_output_const_port* port = nullptr;
+        Check(getPort(owner, i, &port));
+        ports.emplace_back(port);
+    }
+    return ports;
+}
+
+// The C interface's own form of a shape, which owns its dimensions.
+class PlainShape {
+ public:
+    explicit PlainShape(const PartialShape& dimensions) {
+        std::vector<ov_dimension_t> plain;
+        for (const Dimension& dimension : dimensions) {
+            plain.push_back({dimension.get_length(), dimension.get_length()});
+        }
+        Check(ov_partial_shape_create(static_cast<int64_t>(plain.size()), plain.data(), &shape));
+    }
+    ~PlainShape() { ov_partial_shape_free(&shape); }
+    PlainShape(const PlainShape&) = delete;
+    PlainShape& operator=(const PlainShape&) = delete;
+
+    const ov_partial_shape_t& Get() const { return shape; }
+
+ private:
+    ov_partial_shape_t shape{};
+};
 
 constexpr bool Same(element::Type_t type, ov_element_type_e number) {
     return static_cast<int>(type) == static_cast<int>(number);
@@ -165,6 +199,34 @@ PartialShape Output<const Node>::get_partial_shape() const {
     return dimensions;
 }
 
+Model::Model(ov_model* model) : handle(model, ov_model_free) {}
+
+std::vector<Output<const Node>> Model::inputs() const {
+    return PortsOf(handle.get(), ov_model_inputs_size, ov_model_const_input_by_index);
+}
+
+std::vector<Output<const Node>> Model::outputs() const {
+    return PortsOf(handle.get(), ov_model_outputs_size, ov_model_const_output_by_index);
+}
+
+void Model::reshape(const std::map<size_t, PartialShape>& shapes) {
+    std::deque<PlainShape> owners;
+    std::vector<size_t> indexes;
+    std::vector<ov_partial_shape_t> plain;
+    for (const auto& [index, shape] : shapes) {
+        indexes.push_back(index);
+        plain.push_back(owners.emplace_back(shape).Get());
+    }
+    Check(ov_model_reshape_by_port_indexes(handle.get(), indexes.data(), plain.data(), plain.size()));
+}
+
+void save_model(const std::shared_ptr<Model>&, const std::filesystem::path&, bool) {
+    throw NotImplemented(
+        "This build reaches OpenVINO through its C interface, which cannot write a model file.\n"
+        "Write it with a build over the C++ interface, on Linux for instance, or with OpenVINO's Python package: "
+        "openvino.save_model.");
+}
+
 Tensor::Tensor(const element::Type& type, const Shape& shape, void* memory) {
     std::vector<int64_t> dimensions(shape.begin(), shape.end());
     const ov_shape_t view{static_cast<int64_t>(dimensions.size()), dimensions.data()};
@@ -208,26 +270,14 @@ void InferRequest::infer() {
     Check(ov_infer_request_infer(handle.get()));
 }
 
-template <typename CountPorts, typename GetPort>
-std::vector<Output<const Node>> CompiledModel::Ports(CountPorts countPorts, GetPort getPort) const {
-    RequireInitialized(handle, "CompiledModel");
-    size_t count = 0;
-    Check(countPorts(handle.get(), &count));
-    std::vector<Output<const Node>> ports;
-    for (size_t i = 0; i < count; ++i) {
-        ov_output_const_port* port = nullptr;
-        Check(getPort(handle.get(), i, &port));
-        ports.push_back(Output<const Node>(port));
-    }
-    return ports;
-}
-
 std::vector<Output<const Node>> CompiledModel::inputs() const {
-    return Ports(ov_compiled_model_inputs_size, ov_compiled_model_input_by_index);
+    RequireInitialized(handle, "CompiledModel");
+    return PortsOf(handle.get(), ov_compiled_model_inputs_size, ov_compiled_model_input_by_index);
 }
 
 std::vector<Output<const Node>> CompiledModel::outputs() const {
-    return Ports(ov_compiled_model_outputs_size, ov_compiled_model_output_by_index);
+    RequireInitialized(handle, "CompiledModel");
+    return PortsOf(handle.get(), ov_compiled_model_outputs_size, ov_compiled_model_output_by_index);
 }
 
 InferRequest CompiledModel::create_infer_request() {
@@ -263,11 +313,17 @@ std::vector<std::string> Core::get_property(const std::string& plugin, const Ava
     return *text.get() == '\0' ? std::vector<std::string>() : std::vector<std::string>{text.get()};
 }
 
+std::string Core::get_property(const std::string& device, const device::FullName&) const {
+    char* name = nullptr;
+    Check(ov_core_get_property(handle.get(), device.c_str(), ov_property_key_device_full_name, &name));
+    return Text(name).get();
+}
+
 std::shared_ptr<Model> Core::read_model(const std::filesystem::path& model,
                                         const std::filesystem::path& weights) const {
     ov_model* read = nullptr;
     Check(ReadModel(handle.get(), model.c_str(), weights.c_str(), &read));
-    return {read, ov_model_free};
+    return std::make_shared<Model>(read);
 }
 
 std::shared_ptr<Model> Core::read_model(const std::string& description, const Tensor& weights) const {
@@ -275,12 +331,12 @@ std::shared_ptr<Model> Core::read_model(const std::string& description, const Te
     const std::string text = description.empty() ? " " : description;
     ov_model* read = nullptr;
     Check(ov_core_read_model_from_memory_buffer(handle.get(), text.data(), text.size(), weights.handle.get(), &read));
-    return {read, ov_model_free};
+    return std::make_shared<Model>(read);
 }
 
 CompiledModel Core::compile_model(const std::shared_ptr<Model>& model, const std::string& device, const AnyMap&) {
     ov_compiled_model* compiled = nullptr;
-    Check(ov_core_compile_model(handle.get(), model.get(), device.c_str(), 0, &compiled));
+    Check(ov_core_compile_model(handle.get(), model->handle.get(), device.c_str(), 0, &compiled));
     return CompiledModel({compiled, ov_compiled_model_free});
 }
 

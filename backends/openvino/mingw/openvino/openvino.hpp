@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <iosfwd>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -32,6 +33,11 @@ inline namespace over_c_interface {
 class Exception : public std::runtime_error {
  public:
     using std::runtime_error::runtime_error;
+};
+
+class NotImplemented : public Exception {
+ public:
+    using Exception::Exception;
 };
 
 namespace element {
@@ -70,12 +76,16 @@ class Dimension {
 using PartialShape = std::vector<Dimension>;
 using Shape = std::vector<size_t>;
 
-// The backend passes no properties, and asks for one.
+// The backend passes no properties, and asks for two.
 struct AnyMap {};
 struct AvailableDevices {};
 inline constexpr AvailableDevices available_devices;
 
-using Model = ::ov_model;
+namespace device {
+struct FullName {};
+inline constexpr FullName full_name;
+}  // namespace device
+
 class Node;
 
 template <typename NodeType>
@@ -86,16 +96,35 @@ class Output;
 template <>
 class Output<const Node> {
  public:
+    explicit Output(ov_output_const_port* port);  // which is this object's now
+
     std::string get_any_name() const;
     element::Type get_element_type() const;
     PartialShape get_partial_shape() const;
 
  private:
-    friend class CompiledModel;
-    explicit Output(ov_output_const_port* port);
-
     std::shared_ptr<ov_output_const_port> handle;
 };
+
+// One that was read, and is not compiled yet.
+class Model {
+ public:
+    explicit Model(ov_model* model);
+
+    std::vector<Output<const Node>> inputs() const;
+    std::vector<Output<const Node>> outputs() const;
+
+    // Shapes by the index of an input.
+    void reshape(const std::map<size_t, PartialShape>& shapes);
+
+ private:
+    friend class Core;
+
+    std::shared_ptr<ov_model> handle;
+};
+
+// Always throws, with what to do: the C interface writes no model files.
+[[noreturn]] void save_model(const std::shared_ptr<Model>& model, const std::filesystem::path& path, bool compress);
 
 class Tensor {
  public:
@@ -147,9 +176,6 @@ class CompiledModel {
     friend class Core;
     explicit CompiledModel(std::shared_ptr<ov_compiled_model> model) : handle(std::move(model)) {}
 
-    template <typename CountPorts, typename GetPort>
-    std::vector<Output<const Node>> Ports(CountPorts countPorts, GetPort getPort) const;
-
     std::shared_ptr<ov_compiled_model> handle;
 };
 
@@ -162,6 +188,7 @@ class Core {
 
     // Of one plugin, by its name. The C interface has them in one text, which is here the only element, if not empty.
     std::vector<std::string> get_property(const std::string& plugin, const AvailableDevices&) const;
+    std::string get_property(const std::string& device, const device::FullName&) const;
 
     // An empty path of the weights lets the runtime find them.
     std::shared_ptr<Model> read_model(const std::filesystem::path& model, const std::filesystem::path& weights) const;

@@ -147,6 +147,19 @@ struct Tensor {
     }
 };
 
+namespace detail {
+
+inline Tensor TensorOf(Side side, uint32_t index, const orvane_tensor& plain) {
+    return {side,
+            index,
+            plain.name,
+            static_cast<ElementType>(plain.element_type),
+            std::vector<int64_t>(plain.dimensions, plain.dimensions + plain.rank),
+            plain.byte_size};
+}
+
+}  // namespace detail
+
 /// Whether elements of type T are what a tensor of this type has. `std::byte` goes with every type.
 template <typename T>
 constexpr bool Matches(ElementType type) {
@@ -329,8 +342,7 @@ class Model {
             orvane_tensor plain{};
             plain.struct_size = sizeof plain;
             detail::Check(orvane_describe(handle.get(), static_cast<int32_t>(side), index, &plain));
-            tensors.push_back({side, index, plain.name, static_cast<ElementType>(plain.element_type),
-                               std::vector<int64_t>(plain.dimensions, plain.dimensions + plain.rank), plain.byte_size});
+            tensors.push_back(detail::TensorOf(side, index, plain));
         }
         return tensors;
     }

@@ -37,7 +37,7 @@
 #endif
 
 /// Number of the interface that this header describes; it grows with every addition.
-#define ORVANE_ABI 1
+#define ORVANE_ABI 2
 
 #ifdef __cplusplus
 extern "C" {
@@ -133,6 +133,25 @@ typedef struct orvane_output {
     uint64_t bytes;
 } orvane_output;
 
+/// A shape for an input of a model file.
+typedef struct orvane_shape {
+    uint64_t struct_size;
+    const int64_t* dimensions;  ///< outermost first, each at least 1
+    uint32_t rank;              ///< how many, 1 to 64
+    uint32_t input;             ///< index of the input
+} orvane_shape;
+
+/// What a load is at.
+enum {
+    ORVANE_LOAD_NONE = 0,       ///< nothing is being loaded
+    ORVANE_LOAD_READING,        ///< the model file is being read
+    ORVANE_LOAD_COMPILING,      ///< it is being compiled for its device
+    ORVANE_LOAD_IMPORTING,      ///< the cache file is being read
+    ORVANE_LOAD_WRITING,        ///< a cache file or a model file is being written
+    ORVANE_LOAD_STARTING_HOST,  ///< the host process is being started
+    ORVANE_LOAD_IN_HOST         ///< the host process is loading the model
+};
+
 /// The library's own `ORVANE_ABI`, and its version as "major.minor.patch" in static storage.
 ORVANE_C_API uint32_t orvane_abi(void);
 ORVANE_C_API const char* orvane_version(void);
@@ -192,6 +211,29 @@ ORVANE_C_API orvane_error* orvane_encrypt_file(const char* in, const char* out, 
 
 /// The other direction.
 ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size);
+
+/// What a load in this process is at, from any thread, to show it to a user who waits. Of several loads at once it is
+/// the step that was entered last.
+ORVANE_C_API int32_t orvane_load_step(void);
+
+/// Calls `device` for each device that models can run on here, `full_name` being that of the processor or card, perhaps
+/// empty. The texts live during the call. Refused by `orvane_client_c`, as the two below.
+ORVANE_C_API orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name),
+                                               void* user);
+
+/// Reads a model file without compiling it, and calls `tensor` for each of its inputs and then of its outputs, in the
+/// model's order. What `tensor` gets lives during the call; its `byte_size` is that in this process.
+ORVANE_C_API orvane_error* orvane_describe_file(const char* model_path,
+                                                void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor),
+                                                void* user);
+
+/// Reads a model file, gives inputs the shapes, and writes the model to `out`, whose name ends in ".xml", with a .bin
+/// beside it: both whole or none. The weights keep their precision. Null as `out` only tries. An input that has dynamic
+/// dimensions needs a shape; what else the model does not take is an error of the runtime. The structures lie one
+/// behind the other, each with the `struct_size` of the first. Not with MinGW, whose way to OpenVINO cannot write a
+/// model.
+ORVANE_C_API orvane_error* orvane_reshape_file(const char* model_path, const orvane_shape* shapes, uint32_t shape_count,
+                                               const char* out);
 
 /// Of an error: the reason, the system's error number or 0, and the text, which lives as long as the error. Of null: 0,
 /// 0 and "".

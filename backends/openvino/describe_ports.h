@@ -1,0 +1,15 @@
+#pragma once
+
+#include <orvane/tensor_info.h>
+
+#include <openvino/openvino.hpp>
+
+#include <vector>
+
+namespace Orvane {
+
+// What the SDK tells of the inputs or outputs of a model. A dynamic dimension is -1; a port without a name has an empty
+// one.
+std::vector<TensorInfo> DescribePorts(const std::vector<ov::Output<const ov::Node>>& ports);
+
+}  // namespace Orvane

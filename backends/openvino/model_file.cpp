@@ -1,0 +1,118 @@
+#include "core/model_file.h"
+
+#include "backends/openvino/describe_ports.h"
+#include "core/error_status.h"
+#include "core/load_step.h"
+#include "platform/path.h"
+
+#include <openvino/openvino.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+namespace Orvane {
+
+namespace {
+
+template <typename Work>
+Status Try(Work work) {
+    try {
+        return work();
+    } catch (const ov::NotImplemented& error) {
+        return MakeErrorStatus(error.what());
+    } catch (const ov::Exception& error) {
+        return MakeErrorStatus(error.what(), kErrorCode, FailureReasonRuntime);
+    }
+}
+
+std::shared_ptr<ov::Model> Read(const ov::Core& core, const std::string& path) {
+    loadStep = LoadStep::Reading;
+    return core.read_model(Platform::PathFromUtf8(path), std::filesystem::path());
+}
+
+std::string FullName(const ov::Core& core, const std::string& device) {
+    try {
+        return core.get_property(device, ov::device::full_name);
+    } catch (const ov::Exception&) {
+        return "";  // it is a device all the same
+    }
+}
+
+// Empty when all inputs have fixed dimensions.
+std::string DynamicInputs(const ov::Model& model) {
+    const std::vector<TensorInfo> inputs = DescribePorts(model.inputs());
+    std::string text;
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        const std::vector<int64_t>& shape = inputs[i].shape;
+        if (std::find(shape.begin(), shape.end(), -1) != shape.end()) {
+            text += (text.empty() ? "input " : ", input ") + std::to_string(i) + " \"" + inputs[i].name + "\"";
+        }
+    }
+    return text;
+}
+
+Status Write(const ov::Core& core, const std::shared_ptr<ov::Model>& model, const std::string& out) {
+    try {
+        ov::save_model(model, Platform::PathFromUtf8(out), false);
+        Read(core, out);  // a writer that does not notice a full disk leaves what cannot be read
+        return MakeSuccessStatus();
+    } catch (const ov::NotImplemented&) {
+        throw;
+    } catch (const std::runtime_error&) {
+        return MakeErrorStatus(out + " could not be written: check that the folder may be written to and has room");
+    }
+}
+
+}  // namespace
+
+Status ListDevices(std::vector<Device>& devices) {
+    return Try([&] {
+        const ov::Core core("");
+        for (const std::string& name : core.get_available_devices()) {
+            devices.push_back({name, FullName(core, name)});
+        }
+        return MakeSuccessStatus();
+    });
+}
+
+Status DescribeModelFile(const std::string& path, FileTensors& tensors) {
+    return Try([&] {
+        const ov::Core core("");
+        const std::shared_ptr<const ov::Model> model = Read(core, path);
+        tensors = {DescribePorts(model->inputs()), DescribePorts(model->outputs())};
+        return MakeSuccessStatus();
+    });
+}
+
+Status ReshapeModelFile(const std::string& path, const InputShapes& shapes, const std::string& out) {
+    return Try([&] {
+        const ov::Core core("");
+        const std::shared_ptr<ov::Model> model = Read(core, path);
+        const size_t count = std::as_const(*model).inputs().size();
+        std::map<size_t, ov::PartialShape> given;
+        for (const auto& [input, shape] : shapes) {
+            if (input >= count) {
+                return MakeErrorStatus("there is no input " + std::to_string(input) + ": the model has " +
+                                       std::to_string(count));
+            }
+            const std::vector<ov::Dimension> dimensions(shape.begin(), shape.end());
+            given.emplace(input, ov::PartialShape(dimensions));
+        }
+        if (!given.empty()) {
+            model->reshape(given);
+        }
+        if (const std::string dynamic = DynamicInputs(*model); !dynamic.empty()) {
+            return MakeErrorStatus("these inputs have dynamic dimensions and no shape was given for them: " + dynamic);
+        }
+        if (!out.empty()) {
+            loadStep = LoadStep::Writing;
+            return Write(core, model, out);
+        }
+        return MakeSuccessStatus();
+    });
+}
+
+}  // namespace Orvane

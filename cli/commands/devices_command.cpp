@@ -1,0 +1,64 @@
+#include "cli/commands/commands.h"
+
+#include "cli/report/load_progress.h"
+#include "cli/report/print.h"
+
+#include <orvane/model_file.hpp>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+namespace Orvane::Cli {
+namespace {
+
+std::vector<orvane::Device> ListDevices(std::ostream& err) {
+    const LoadProgress progress("the devices", err);
+    return orvane::Devices();
+}
+
+// The names, and of several devices of a kind, "GPU.0" and "GPU.1", also the kind's, which stands for the first.
+std::vector<std::string> AcceptedNames(const std::vector<orvane::Device>& devices) {
+    std::vector<std::string> names;
+    for (const orvane::Device& device : devices) {
+        for (const std::string& name : {device.name.substr(0, device.name.find('.')), device.name}) {
+            if (std::find(names.begin(), names.end(), name) == names.end()) {
+                names.push_back(name);
+            }
+        }
+    }
+    return names;
+}
+
+void PrintDevices(bool asJson, std::ostream& out, std::ostream& err) {
+    const std::vector<orvane::Device> devices = ListDevices(err);
+    if (asJson) {
+        Json list = Json::array();
+        for (const orvane::Device& device : devices) {
+            list.push_back({{"name", device.name}, {"full_name", device.fullName}});
+        }
+        PrintJson(out, {{"devices", list}, {"accepted", AcceptedNames(devices)}});
+        return;
+    }
+    std::vector<std::vector<std::string>> rows;
+    for (const orvane::Device& device : devices) {
+        rows.push_back({Printable(device.name), Printable(device.fullName)});
+    }
+    PrintTable(out, rows);
+    out << "--device takes one of these:";
+    for (const std::string& name : AcceptedNames(devices)) {
+        out << " " << Printable(name);
+    }
+    out << "\n";
+}
+
+}  // namespace
+
+Command AddDevicesCommand(CLI::App& app) {
+    const auto asJson = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("devices", "List what models can run on here");
+    command->add_flag("--json", *asJson, "Print one JSON object");
+    return {command, [asJson](std::ostream& out, std::ostream& err) { PrintDevices(*asJson, out, err); }};
+}
+
+}  // namespace Orvane::Cli

@@ -1,0 +1,135 @@
+#include "cli/files/npz.h"
+
+#include "cli/files/stb.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace Orvane::Cli {
+namespace {
+
+constexpr std::string_view kEndRecord = "PK\5\6";
+constexpr std::string_view kDirectoryEntry = "PK\1\2";
+constexpr std::string_view kLocalHeader = "PK\3\4";
+
+std::string ReadAt(std::istream& file, uint64_t offset, std::size_t size) {
+    // In pieces: what a damaged file claims is not allocated before it is there.
+    constexpr std::size_t kPiece = 1 << 24;
+    std::string bytes;
+    file.clear();
+    file.seekg(static_cast<std::streamoff>(offset));
+    while (bytes.size() < size) {
+        const std::size_t read = bytes.size();
+        bytes.resize(read + std::min(kPiece, size - read));
+        if (!file.read(bytes.data() + read, static_cast<std::streamsize>(bytes.size() - read))) {
+            throw UnreadableNpz("it is cut, or no zip archive");
+        }
+    }
+    return bytes;
+}
+
+// The little-endian number of so many bytes.
+uint32_t Number(std::string_view bytes, std::size_t offset, std::size_t size) {
+    uint32_t number = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        number |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[offset + i])) << (8 * i);
+    }
+    return number;
+}
+
+// The record at the end that says where the directory is. A comment of up to 65,535 bytes may follow it.
+std::string FindEndRecord(std::istream& file) {
+    constexpr uint64_t kRecordBytes = 22;
+    const auto end = file.seekg(0, std::ios::end).tellg();
+    const uint64_t size = end < 0 ? 0 : static_cast<uint64_t>(end);
+    const uint64_t looked = std::min<uint64_t>(size, kRecordBytes + 0xffff);
+    const std::string tail = ReadAt(file, size - looked, static_cast<std::size_t>(looked));
+    const std::size_t place = tail.rfind(kEndRecord);
+    if (place == std::string::npos || tail.size() - place < kRecordBytes) {
+        throw UnreadableNpz("it is cut, or no zip archive");
+    }
+    return tail.substr(place, kRecordBytes);
+}
+
+constexpr std::array<uint32_t, 256> MakeRemainders() {
+    std::array<uint32_t, 256> remainders{};
+    for (uint32_t byte = 0; byte < remainders.size(); ++byte) {
+        uint32_t value = byte;
+        for (int bit = 0; bit < 8; ++bit) {
+            value = (value >> 1) ^ ((value & 1) != 0 ? 0xedb8'8320 : 0);
+        }
+        remainders[byte] = value;
+    }
+    return remainders;
+}
+
+// The CRC-32 of zip.
+uint32_t Checksum(const std::string& bytes) {
+    constexpr std::array<uint32_t, 256> kRemainders = MakeRemainders();
+    uint32_t sum = 0xffff'ffff;
+    for (const char byte : bytes) {
+        sum = (sum >> 8) ^ kRemainders[(sum ^ static_cast<unsigned char>(byte)) & 0xff];
+    }
+    return ~sum;
+}
+
+}  // namespace
+
+std::vector<NpzArray> ListNpz(std::istream& file) {
+    constexpr std::size_t kEntryBytes = 46;
+    constexpr std::string_view kEnding = ".npy";
+    const std::string end = FindEndRecord(file);
+    const uint32_t count = Number(end, 10, 2);
+    const uint32_t bytes = Number(end, 12, 4);
+    const uint32_t offset = Number(end, 16, 4);
+    if (count == 0xffff || bytes == 0xffff'ffff || offset == 0xffff'ffff) {
+        throw UnreadableNpz("it has 4 GiB or more; save its arrays as .npy files");
+    }
+    const std::string directory = ReadAt(file, offset, bytes);
+    std::vector<NpzArray> arrays;
+    std::string_view rest = directory;
+    for (uint32_t i = 0; i < count; ++i) {
+        const bool isEntry = rest.size() >= kEntryBytes && rest.starts_with(kDirectoryEntry);
+        const std::size_t nameBytes = isEntry ? Number(rest, 28, 2) : 0;
+        const std::size_t entryBytes =
+            isEntry ? kEntryBytes + nameBytes + Number(rest, 30, 2) + Number(rest, 32, 2) : 0;
+        if (!isEntry || entryBytes > rest.size()) {
+            throw UnreadableNpz("its directory is damaged");
+        }
+        const uint32_t method = Number(rest, 10, 2);
+        const bool isEncrypted = (Number(rest, 8, 2) & 1) != 0;
+        std::string name(rest.substr(kEntryBytes, nameBytes));
+        if (isEncrypted || (method != 0 && method != 8)) {
+            throw UnreadableNpz("it is packed in a way that numpy does not use");
+        }
+        if (name.ends_with(kEnding)) {
+            name.resize(name.size() - kEnding.size());
+            arrays.push_back({name, method == 8, Number(rest, 16, 4), Number(rest, 20, 4), Number(rest, 24, 4),
+                              Number(rest, 42, 4)});
+        }
+        rest.remove_prefix(entryBytes);
+    }
+    return arrays;
+}
+
+std::string ReadNpz(std::istream& file, const NpzArray& array) {
+    constexpr std::size_t kHeaderBytes = 30;
+    const std::string header = ReadAt(file, array.offset, kHeaderBytes);
+    if (!header.starts_with(kLocalHeader)) {
+        throw UnreadableNpz("its directory is damaged");
+    }
+    const uint64_t data = uint64_t{array.offset} + kHeaderBytes + Number(header, 26, 2) + Number(header, 28, 2);
+    std::string bytes = ReadAt(file, data, array.packedSize);
+    if (array.isDeflated) {
+        constexpr uint32_t kMostTimes = 1'032;  // as much as deflate can make of a byte
+        const bool isPossible = array.size / kMostTimes <= array.packedSize;
+        bytes = isPossible ? Inflate(bytes, array.size) : "";
+    }
+    if (bytes.size() != array.size || Checksum(bytes) != array.checksum) {
+        throw UnreadableNpz("its array " + array.name + " is damaged");
+    }
+    return bytes;
+}
+
+}  // namespace Orvane::Cli

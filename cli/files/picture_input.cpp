@@ -1,0 +1,101 @@
+#include "cli/files/picture_input.h"
+
+#include "cli/failure.h"
+#include "cli/files/ending.h"
+#include "cli/files/stb.h"
+
+#include <cstring>
+#include <limits>
+#include <optional>
+
+namespace Orvane::Cli {
+namespace {
+
+struct Layout {
+    int64_t height;
+    int64_t width;
+    int64_t channels;
+    bool channelsFirst;
+};
+
+// With three dimensions, or four of which the first is 1.
+std::optional<Layout> LayoutOf(std::vector<int64_t> shape) {
+    if (shape.size() == 4 && shape[0] == 1) {
+        shape.erase(shape.begin());
+    }
+    if (shape.size() != 3) {
+        return std::nullopt;
+    }
+    const auto isChannels = [](int64_t size) { return size == 1 || size == 3; };
+    const bool isFirst = isChannels(shape[0]) && (!isChannels(shape[2]) || shape[2] <= shape[0]);
+    const Layout layout =
+        isFirst ? Layout{shape[1], shape[2], shape[0], true} : Layout{shape[0], shape[1], shape[2], false};
+    constexpr int64_t kLargest = std::numeric_limits<int>::max();
+    const bool fits = layout.height <= kLargest && layout.width <= kLargest;
+    return isChannels(layout.channels) && fits ? std::optional(layout) : std::nullopt;
+}
+
+double NumberFor(const std::vector<double>& numbers, int64_t channel, double fallback) {
+    if (numbers.empty()) {
+        return fallback;
+    }
+    return numbers[numbers.size() == 1 ? 0 : static_cast<std::size_t>(channel)];
+}
+
+void CheckOptions(const ModelTensor& input, const Layout& layout, const PictureOptions& options) {
+    for (const std::vector<double>* numbers : {&options.mean, &options.scale}) {
+        if (numbers->size() > 1 && static_cast<int64_t>(numbers->size()) != layout.channels) {
+            throw Failure(Label(input) + " has 1 channel, but --mean or --scale gives " +
+                              std::to_string(numbers->size()) + " numbers",
+                          {"Give one."});
+        }
+    }
+    if (input.elementType == DataTypeUInt8 && !(options.mean.empty() && options.scale.empty())) {
+        throw Failure(Label(input) + " is uint8, which takes the pixels as they are",
+                      {"Leave --mean and --scale out."});
+    }
+}
+
+template <typename Element>
+void Fill(std::vector<uint8_t>& data, const Picture& picture, const Layout& layout, const PictureOptions& options) {
+    const int64_t area = layout.height * layout.width;
+    for (int64_t channel = 0; channel < layout.channels; ++channel) {
+        const double mean = NumberFor(options.mean, channel, 0);
+        const double scale = NumberFor(options.scale, channel, 1);
+        const int64_t source = options.bgr ? layout.channels - 1 - channel : channel;
+        for (int64_t pixel = 0; pixel < area; ++pixel) {
+            const uint8_t value = picture.pixels[static_cast<std::size_t>(pixel * layout.channels + source)];
+            const auto element = static_cast<Element>((value - mean) / scale);
+            const int64_t place = layout.channelsFirst ? channel * area + pixel : pixel * layout.channels + channel;
+            std::memcpy(data.data() + static_cast<std::size_t>(place) * sizeof element, &element, sizeof element);
+        }
+    }
+}
+
+}  // namespace
+
+bool IsPicture(const std::string& path) {
+    return EndsIn(path, ".png") || EndsIn(path, ".jpg") || EndsIn(path, ".jpeg");
+}
+
+std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& path, const ModelTensor& input,
+                                 const PictureOptions& options) {
+    const std::optional<Layout> layout = LayoutOf(input.shape);
+    const bool isFloat = input.elementType == DataTypeFloat32;
+    if (!layout || (!isFloat && input.elementType != DataTypeUInt8)) {
+        throw Failure(Label(input) + " is " + ElementTypeName(input.elementType) + " " + ShapeText(input.shape) +
+                          ", which takes no picture",
+                      {"One goes into float32 or uint8 of [1, C, H, W] or [1, H, W, C] with 1 or 3 channels. Give an "
+                       ".npy file."});
+    }
+    CheckOptions(input, *layout, options);
+    Picture picture = DecodePicture(bytes, static_cast<int>(layout->channels), path);
+    if (picture.width != layout->width || picture.height != layout->height) {
+        picture = Scaled(picture, static_cast<int>(layout->width), static_cast<int>(layout->height));
+    }
+    std::vector<uint8_t> data(input.Bytes());
+    isFloat ? Fill<float>(data, picture, *layout, options) : Fill<uint8_t>(data, picture, *layout, options);
+    return data;
+}
+
+}  // namespace Orvane::Cli

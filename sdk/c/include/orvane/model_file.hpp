@@ -1,0 +1,96 @@
+#pragma once
+
+/// What can be asked about devices and model files, and done with these, without running a model: for C++17 and later,
+/// beside `orvane.hpp`, whose rules hold here too. Only with the library `orvane_c`, which has a runtime.
+
+#include <orvane/orvane.hpp>
+
+#include <cstdint>
+#include <exception>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvane {
+
+namespace detail {
+
+// Takes what a function of the C interface hands over piece by piece; no exception may pass through that.
+template <typename Result>
+struct Collector {
+    Result result;
+    std::exception_ptr failure;
+
+    template <typename Add>
+    static void Receive(void* self, Add add) noexcept {
+        auto& collector = *static_cast<Collector*>(self);
+        try {
+            add(collector.result);
+        } catch (...) {
+            collector.failure = std::current_exception();
+        }
+    }
+
+    Result Take(orvane_error* error) {
+        Check(error);
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
+        return std::move(result);
+    }
+};
+
+}  // namespace detail
+
+/// A device that models can run on here.
+struct Device {
+    std::string name;      ///< for `Options::device`
+    std::string fullName;  ///< of the processor or card; perhaps empty
+};
+
+inline std::vector<Device> Devices() {
+    using Collector = detail::Collector<std::vector<Device>>;
+    Collector collector;
+    return collector.Take(orvane_list_devices(
+        [](void* user, const char* name, const char* fullName) {
+            Collector::Receive(user, [&](std::vector<Device>& devices) { devices.push_back({name, fullName}); });
+        },
+        &collector));
+}
+
+/// The tensors of a model file.
+struct FileTensors {
+    std::vector<Tensor> inputs;
+    std::vector<Tensor> outputs;
+};
+
+/// Reads a model file without compiling it.
+inline FileTensors DescribeFile(const std::string& modelPath) {
+    using Collector = detail::Collector<FileTensors>;
+    Collector collector;
+    return collector.Take(orvane_describe_file(
+        modelPath.c_str(),
+        [](void* user, int32_t side, const orvane_tensor* tensor) {
+            Collector::Receive(user, [&](FileTensors& tensors) {
+                auto& list = side == ORVANE_INPUT ? tensors.inputs : tensors.outputs;
+                list.push_back(detail::TensorOf(static_cast<Side>(side), static_cast<uint32_t>(list.size()), *tensor));
+            });
+        },
+        &collector));
+}
+
+/// Shapes by the index of an input.
+using InputShapes = std::map<uint32_t, std::vector<int64_t>>;
+
+/// Writes a model file with these shapes as `out`, an .xml, and a .bin beside it. An empty `out` only tries. See
+/// `orvane_reshape_file`.
+inline void ReshapeFile(const std::string& modelPath, const InputShapes& shapes, const std::string& out) {
+    std::vector<orvane_shape> plain;
+    for (const auto& [input, shape] : shapes) {
+        plain.push_back({sizeof(orvane_shape), shape.data(), detail::Size(shape), input});
+    }
+    detail::Check(orvane_reshape_file(modelPath.c_str(), plain.data(), detail::Size(plain), out.c_str()));
+}
+
+}  // namespace orvane

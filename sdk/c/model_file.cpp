@@ -1,0 +1,113 @@
+#include "sdk/c/model_file.h"
+
+#include "core/load_step.h"
+#include "core/weights_file.h"
+#include "platform/file_error.h"
+#include "platform/path.h"
+#include "platform/private_folder.h"
+#include "platform/whole_file.h"
+#include "sdk/c/failure.h"
+#include "sdk/c/options.h"
+#include "sdk/c/port.h"
+#include "sdk/c/utf8.h"
+
+#include <filesystem>
+#include <vector>
+
+namespace Orvane::C {
+
+namespace {
+
+void Check(const Status& status) {
+    if (!status.Ok()) {
+        throw FailureOf(status);
+    }
+}
+
+void Tell(const std::vector<TensorInfo>& infos, TensorType side, TensorSink sink, void* user) {
+    for (const TensorInfo& info : infos) {
+        const std::string name = AsUtf8(info.name);
+        const orvane_tensor tensor{sizeof tensor,     name.c_str(),
+                                   info.shape.data(), static_cast<uint32_t>(info.shape.size()),
+                                   info.dataType,     BytesToCopy(side, info.dataType, info.shape, false)};
+        sink(user, static_cast<int32_t>(side), &tensor);
+    }
+}
+
+void CheckModelPath(const std::string& path) {
+    if (path.empty()) {
+        throw BadArgument("the path of the model file is empty: name a file");
+    }
+    RefuseSpecialFile(path);
+}
+
+void Rename(const std::filesystem::path& made, const std::filesystem::path& place) {
+    std::error_code error;
+    std::filesystem::rename(made, place, error);
+    if (error) {
+        throw Platform::FileError::OfSystem("cannot write " + Platform::Utf8FromPath(place),
+                                            static_cast<uint32_t>(error.value()));
+    }
+}
+
+}  // namespace
+
+void TellDevices(DeviceSink sink, void* user) {
+    std::vector<Device> devices;
+    Check(ListDevices(devices));
+    for (const Device& device : devices) {
+        sink(user, AsUtf8(device.name).c_str(), AsUtf8(device.fullName).c_str());
+    }
+}
+
+void TellTensors(const std::string& path, TensorSink sink, void* user) {
+    CheckModelPath(path);
+    const LoadStepScope loading;
+    FileTensors tensors;
+    Check(DescribeModelFile(path, tensors));
+    Tell(tensors.inputs, TensorTypeInput, sink, user);
+    Tell(tensors.outputs, TensorTypeOutput, sink, user);
+}
+
+InputShapes ReadShapes(const orvane_shape* first, uint32_t count) {
+    constexpr size_t kFirstSize = 24;
+    constexpr uint32_t kHighestRank = 64;
+    InputShapes shapes;
+    ForEach(first, count, kFirstSize, "orvane_shape", [&](const orvane_shape& shape) {
+        const std::string label = "the shape for input " + std::to_string(shape.input);
+        if (shape.dimensions == nullptr || shape.rank == 0 || shape.rank > kHighestRank) {
+            throw BadArgument(label + " has no dimensions, or more than " + std::to_string(kHighestRank));
+        }
+        const std::vector<int64_t> dimensions(shape.dimensions, shape.dimensions + shape.rank);
+        for (const int64_t dimension : dimensions) {
+            if (dimension < 1) {
+                throw BadArgument(label + " has the dimension " + std::to_string(dimension) + ": give at least 1");
+            }
+        }
+        if (!shapes.emplace(shape.input, dimensions).second) {
+            throw BadArgument(label + " is given twice: give one");
+        }
+    });
+    return shapes;
+}
+
+void Reshape(const std::string& path, const InputShapes& shapes, const std::string& out) {
+    CheckModelPath(path);
+    const LoadStepScope loading;
+    if (out.empty()) {
+        Check(ReshapeModelFile(path, shapes, out));
+        return;
+    }
+    if (!out.ends_with(".xml")) {
+        throw BadArgument(out + " does not end in .xml: the model is written as an .xml with its .bin beside it");
+    }
+    const std::filesystem::path place = Platform::FinalPlace(out);
+    const std::filesystem::path weights = Platform::FinalPlace(WeightsFileOf(Platform::Utf8FromPath(place)));
+    const Platform::PrivateFolder folder(place);
+    const std::filesystem::path made = folder.Path() / "model.xml";
+    Check(ReshapeModelFile(path, shapes, Platform::Utf8FromPath(made)));
+    Rename(folder.Path() / "model.bin", weights);
+    Rename(made, place);
+}
+
+}  // namespace Orvane::C
