@@ -57,6 +57,14 @@ def check_links(site):
                 assert urllib.parse.unquote(parts.fragment) in pages[target].names, f"{file}: {link} leads to no place on that page"
 
 
+def check_navigation(site):
+    """Every page can be reached from the first one but the sources, which other pages link to."""
+    links = {urllib.parse.unquote(link) for link in Page((site / "index.html").read_text(encoding="utf-8")).links}
+    pages = {file.relative_to(site).as_posix() for file in site.rglob("*.html")}
+    wanted = {page for page in pages if not page.startswith(("source/", "reference/cpp/"))} | {"reference/cpp/index.html"}
+    assert wanted <= links, f"the navigation does not lead to {wanted - links}"
+
+
 def check_search(site, folder):
     for word, page in (("keystream", "performance.html"), ("static_folder", "reference/python.html")):
         shown = show(f"{(site / 'index.html').as_uri()}?q={word}", folder)
@@ -87,6 +95,7 @@ def main(site):
     site = pathlib.Path(site).resolve()
     with tempfile.TemporaryDirectory() as folder:
         check_links(site)
+        check_navigation(site)
         check_search(site, pathlib.Path(folder))
         check_code(site, pathlib.Path(folder))
         check_width(site, pathlib.Path(folder))
