@@ -20,8 +20,8 @@ struct Transfer {
 };
 
 // Reads the file of every input. Throws `Failure` unless each input is given exactly once and its file fits.
-std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given,
-                                 const std::vector<ModelTensor>& inputs, const PictureOptions& pictures);
+std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given, const std::vector<ModelTensor>& inputs,
+                                 const PictureOptions& pictures);
 
 // Memory for the outputs that are asked for, or without arguments for all that can be copied. Throws `Failure` when
 // one that is asked for cannot be.
