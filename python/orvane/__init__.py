@@ -6,7 +6,7 @@
     boxes, scores = model.run(picture)
 
 A model runs in this process, or, with ``host=True``, in a host process: a runtime that crashes there is an
-:class:`orvane.HostEnded` here.
+``orvane.HostEnded`` here.
 """
 
 from ._library import Error, HostEnded, Reason, decrypt, encrypt, set_log, version

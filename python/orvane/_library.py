@@ -201,7 +201,7 @@ def encrypt(source: PathLike, target: PathLike, key: bytes, *, pad: bool = False
 
 
 def decrypt(source: PathLike, target: PathLike, key: bytes) -> None:
-    """The other direction of :func:`encrypt`."""
+    """The other direction of ``encrypt``."""
     check(library.orvane_decrypt_file(encode(source), encode(target), check_key(key), len(key)))
 
 

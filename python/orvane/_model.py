@@ -131,7 +131,7 @@ class Model:
         key: The model file is encrypted with this key of 1 to 4 bytes.
         time_limit: Seconds that one call may wait for the host, loading included; then the host is ended.
         shapes: Shapes for inputs, by name or index, which make a model with dynamic inputs a static one. That is made
-            once, with OpenVINO's own package, and kept in :func:`orvane.static_folder`.
+            once, with OpenVINO's own package, and kept in ``orvane.static_folder``.
         retries: How often a run whose host ends is tried again, on a new host.
 
     Raises:
@@ -211,9 +211,9 @@ class Model:
 
     async def run_async(self, *arrays: Any, out: Union[None, Array, Sequence[Array]] = None,
                         **by_name: Any) -> list[Array]:
-        """:meth:`run`, on a thread, while other tasks go on.
+        """``run``, on a thread, while other tasks go on.
 
-        A task that is cancelled no longer waits, but what runs, runs on: :meth:`interrupt` ends it, with its host.
+        A task that is cancelled no longer waits, but what runs, runs on: ``interrupt`` ends it, with its host.
         """
         return await asyncio.to_thread(self.run, *arrays, out=out, **by_name)
 
@@ -266,7 +266,7 @@ class Model:
             check(library.orvane_restart(handle))
 
     def restart(self) -> None:
-        """Loads the model again, in a new host process where it has one: after :class:`HostEnded`."""
+        """Loads the model again, in a new host process where it has one: after ``HostEnded``."""
         self._forked.check()
         with self._turn:
             handle = self._usable()
@@ -274,7 +274,7 @@ class Model:
             self._look(handle)
 
     def interrupt(self) -> None:
-        """Ends the host process, from any thread: a call that waits for it raises :class:`HostEnded` within 0.2 s, and
+        """Ends the host process, from any thread: a call that waits for it raises ``HostEnded`` within 0.2 s, and
         so does the next one. Does nothing for a model in this process."""
         self._forked.check()
         with self._life:

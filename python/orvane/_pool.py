@@ -20,7 +20,7 @@ class Pool:
     Args:
         path: The model file.
         size: How many hosts; as many as there are processors unless given.
-        options: The other arguments of :class:`Model`. ``retries`` is how often an item whose host ends is tried again,
+        options: The other arguments of ``Model``. ``retries`` is how often an item whose host ends is tried again,
             each time on a new host.
     """
 

@@ -1,4 +1,4 @@
-"""ONNX's own interface for backends, ``onnx.backend.base``, over :class:`orvane.Model`.
+"""ONNX's own interface for backends, ``onnx.backend.base``, over ``orvane.Model``.
 
     import onnx, orvane.onnx_backend
 
@@ -177,7 +177,7 @@ def _give_dimension(graph: onnx.GraphProto, value: onnx.ValueInfoProto) -> None:
 class OrvaneBackend(base.Backend):
     """``onnx.backend.base.Backend``; its methods are also functions of this module.
 
-    ``options`` are those of :class:`orvane.Model`: ``host``, ``time_limit`` and ``retries`` above all. The one device
+    ``options`` are those of ``orvane.Model``: ``host``, ``time_limit`` and ``retries`` above all. The one device
     is ``"CPU"``.
     """
 
@@ -208,7 +208,7 @@ class OrvaneBackend(base.Backend):
 
     @classmethod
     def run_model(cls, model: onnx.ModelProto, inputs: Inputs, device: str = "CPU", **options: Any) -> tuple[Any, ...]:
-        """:meth:`prepare`, and one :meth:`PreparedModel.run`."""
+        """``prepare``, and one ``PreparedModel.run``."""
         with cls.prepare(model, device, **options) as prepared:
             return prepared.run(inputs)
 

@@ -1,5 +1,6 @@
 #pragma once
 
+/// \file
 /// The whole SDK: create an option set, initialise an interpreter with it, copy data into its input tensors,
 /// invoke it, copy the results out of its output tensors.
 

@@ -1,5 +1,6 @@
 #pragma once
 
+/// \file
 /// Version of the headers. CMake reads the project's version from these three lines.
 #define ORVANE_VERSION_MAJOR 0
 #define ORVANE_VERSION_MINOR 1

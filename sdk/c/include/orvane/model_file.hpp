@@ -1,5 +1,6 @@
 #pragma once
 
+/// \file
 /// What can be asked about devices and model files, and done with these, without running a model: for C++17 and later,
 /// beside `orvane.hpp`, whose rules hold here too. Only with the library `orvane_c`, which has a runtime.
 

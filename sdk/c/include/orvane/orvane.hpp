@@ -1,5 +1,6 @@
 #pragma once
 
+/// \file
 /// The SDK for C++17 and later, over the C interface, whose rules hold here too (orvane_c.h). Nothing but this header
 /// is compiled: it goes with every compiler and with either of the libraries `orvane_c` and `orvane_client_c`.
 ///

@@ -1,6 +1,7 @@
 #ifndef ORVANE_ORVANE_C_H
 #define ORVANE_ORVANE_C_H
 
+/// \file
 /// The SDK behind plain C functions, for every compiler and every language that can call C: the libraries `orvane_c`
 /// (models run in this process or in a host process) and `orvane_client_c` (in a host process only, needs no OpenVINO).
 ///

@@ -1,0 +1,105 @@
+#!/usr/bin/env python3
+"""The site as a browser without a window shows it from its folder: no link leads nowhere, nothing is fetched from
+elsewhere, a search finds, code has colours, and a telephone's width is enough.
+
+site_test.py SITE: SITE is the folder that `./dev docs` has built.
+"""
+import html
+import html.parser
+import pathlib
+import subprocess
+import sys
+import tempfile
+import urllib.parse
+
+TIMEOUT_S = 120
+FETCHING = {"script": "src", "img": "src", "iframe": "src", "link": "href"}
+
+
+class Page(html.parser.HTMLParser):
+    def __init__(self, text):
+        super().__init__()
+        self.links, self.fetched, self.names, self.classes, self.width, self.results = [], [], set(), [], None, []
+        self.feed(text)
+
+    def handle_starttag(self, tag, attributes):
+        attributes = dict(attributes)
+        self.names |= {attributes.get("id"), attributes.get("name")}
+        if tag in FETCHING and attributes.get("rel") != "canonical":
+            self.fetched += filter(None, [attributes.get(FETCHING[tag])])
+        if tag == "a" and "href" in attributes:
+            self.links.append(attributes["href"])
+            if "md-search-result__link" in attributes.get("class", ""):
+                self.results.append(attributes["href"])
+        self.classes.append((tag, attributes.get("class")))
+        self.width = attributes.get("data-width", self.width)
+
+
+def show(address, folder, *options):
+    command = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", f"--user-data-dir={folder}/profile",
+               "--virtual-time-budget=20000", *options, "--dump-dom", address]
+    return Page(subprocess.run(command, capture_output=True, timeout=TIMEOUT_S, check=True).stdout.decode())
+
+
+def check_links(site):
+    pages = {file: Page(file.read_text(encoding="utf-8")) for file in site.rglob("*.html")}
+    assert len(pages) > 20, f"{site} has only {len(pages)} pages"
+    for file, page in pages.items():
+        for link in page.links + page.fetched:
+            parts = urllib.parse.urlsplit(link)
+            if parts.scheme or parts.netloc:
+                assert link not in page.fetched or parts.scheme == "javascript", f"{file}: {link} would be fetched from elsewhere"
+                continue
+            target = (file.parent / urllib.parse.unquote(parts.path)).resolve() if parts.path else file
+            assert target.is_file(), f"{file}: {link} leads to no file"
+            # Doxygen links to the list of a class's own classes even where all are private and the list is left out.
+            if parts.fragment and target in pages and link != "#nested-classes":
+                assert urllib.parse.unquote(parts.fragment) in pages[target].names, f"{file}: {link} leads to no place on that page"
+
+
+def check_navigation(site):
+    """Every page can be reached from the first one but the sources, which other pages link to."""
+    links = {urllib.parse.unquote(link) for link in Page((site / "index.html").read_text(encoding="utf-8")).links}
+    pages = {file.relative_to(site).as_posix() for file in site.rglob("*.html")}
+    wanted = {page for page in pages if not page.startswith(("source/", "reference/cpp/"))} | {"reference/cpp/index.html"}
+    assert wanted <= links, f"the navigation does not lead to {wanted - links}"
+
+
+def check_search(site, folder):
+    for word, page in (("keystream", "performance.html"), ("static_folder", "reference/python.html")):
+        shown = show(f"{(site / 'index.html').as_uri()}?q={word}", folder)
+        assert any(page in result for result in shown.results), f"a search for {word} finds {shown.results}"
+    assert not show(f"{(site / 'index.html').as_uri()}?q=zyzzyva", folder).results
+
+
+def check_code(site, folder):
+    shown = show((site / "index.html").as_uri(), folder)
+    kinds = {kind for tag, kind in shown.classes if tag == "span"}
+    assert {"k", "kt", "s"} & kinds, f"the code on the first page has no colours: {kinds}"
+
+
+def check_width(site, folder):
+    """A window cannot be so narrow, a frame can."""
+    for name in ("index.html", "command-line.html", "performance.html", "reference/python.html"):
+        frame = folder / "frame.html"
+        frame.write_text(f"""<body><iframe src="{(site / name).as_uri()}" style="width: 360px; height: 800px; border: 0">
+            </iframe><script>onload = () => {{
+              const {{defaultView: {{innerWidth}}, documentElement}} = document.querySelector("iframe").contentDocument;
+              document.body.dataset.width = `${{innerWidth}} ${{documentElement.scrollWidth}}`;
+            }};</script></body>""", encoding="utf-8")
+        width = show(frame.as_uri(), folder, "--hide-scrollbars", "--allow-file-access-from-files").width
+        assert width == "360 360", f"{name}: width of the frame, and of the page in it: {width}"
+
+
+def main(site):
+    site = pathlib.Path(site).resolve()
+    with tempfile.TemporaryDirectory() as folder:
+        check_links(site)
+        check_navigation(site)
+        check_search(site, pathlib.Path(folder))
+        check_code(site, pathlib.Path(folder))
+        check_width(site, pathlib.Path(folder))
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
