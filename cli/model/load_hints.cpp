@@ -1,5 +1,6 @@
 #include "cli/model/load_hints.h"
 
+#include "cli/failure.h"
 #include "platform/file_error.h"
 #include "platform/input_file.h"
 #include "platform/path.h"
@@ -47,21 +48,6 @@ bool IsCacheRead(const ModelOptions& options) {
     return options.cache && !Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
 }
 
-std::string FolderHint(const std::string& folder) {
-    std::string found;
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(Platform::PathFromUtf8(folder), ignored)) {
-        const std::string ending = Platform::Utf8FromPath(entry.path().extension());
-        if (ending == ".xml" || ending == ".onnx" || ending == ".tflite" || ending == ".pb" || ending == ".pdmodel") {
-            found += (found.empty() ? "" : ", ") + Platform::Utf8FromPath(entry.path().filename());
-        }
-    }
-    return folder +
-           " is a folder. As such OpenVINO reads a SavedModel of TensorFlow, with its saved_model.pb; of another "
-           "model name the file" +
-           (found.empty() ? "." : ": it holds " + found + ".");
-}
-
 // What is certainly wrong with the cache file or the model files.
 std::optional<std::string> CertainHint(const ModelOptions& options) {
     if (IsCacheRead(options)) {
@@ -73,7 +59,7 @@ std::optional<std::string> CertainHint(const ModelOptions& options) {
     }
     std::error_code ignored;
     if (std::filesystem::is_directory(Platform::PathFromUtf8(*options.model), ignored)) {
-        return FolderHint(*options.model);
+        return std::nullopt;  // a SavedModel
     }
     if (const std::optional<std::string> reason = WhyUnreadable(*options.model)) {
         return "The model cannot be read: " + *reason + ".";
@@ -165,6 +151,25 @@ std::string LikelyHint(const ModelOptions& options, const std::string& text) {
 }
 
 }  // namespace
+
+void RefuseFolder(const ModelOptions& options) {
+    const std::filesystem::path folder = Platform::PathFromUtf8(options.model.value_or(""));
+    std::error_code ignored;
+    if (IsCacheRead(options) || !std::filesystem::is_directory(folder, ignored) ||
+        std::filesystem::exists(folder / "saved_model.pb", ignored)) {
+        return;
+    }
+    std::string found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
+        const std::string ending = Platform::Utf8FromPath(entry.path().extension());
+        if (ending == ".xml" || ending == ".onnx" || ending == ".tflite" || ending == ".pb" || ending == ".pdmodel") {
+            found += found.empty() ? " It holds " : ", ";
+            found += Platform::Utf8FromPath(entry.path().filename());
+        }
+    }
+    throw Failure(*options.model + " is a folder, and no SavedModel of TensorFlow, which has a saved_model.pb",
+                  {"Name the file of the model." + found + (found.empty() ? "" : ".")});
+}
 
 std::vector<std::string> SystemHints(const orvane::Error& error) {
     const std::error_code code(error.GetSystemError(), std::system_category());

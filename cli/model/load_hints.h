@@ -13,7 +13,11 @@ namespace Orvane::Cli {
 // the files as they are.
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error);
 
-// The same for a failure at any time that the system is to blame for.
+// Throws `Failure` for a model that is a folder which the runtime does not read as one; it would ask for all memory
+// there is before it says so.
+void RefuseFolder(const ModelOptions& options);
+
+// What to do about a failure at any time that the system is to blame for.
 std::vector<std::string> SystemHints(const orvane::Error& error);
 
 }  // namespace Orvane::Cli

@@ -75,6 +75,7 @@ LoadedModel LoadWithShapes(const ModelOptions& options, std::ostream& err) {
 
 void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
              std::ostream& err) {
+    RefuseFolder(options);
     const LoadProgress progress(*options.model, err);
     orvane::InputShapes resolved;
     try {
@@ -99,6 +100,7 @@ LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
         throw Failure("Framework " + std::to_string(options.framework) + " is not in this build",
                       {"Leave --framework out."});
     }
+    RefuseFolder(options);
     if (!options.shapes.empty()) {
         return LoadWithShapes(options, err);
     }

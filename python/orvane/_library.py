@@ -147,8 +147,8 @@ def load() -> ctypes.CDLL:
     runtime = runtime_folder()
     let_programs_find(runtime)
     if sys.platform == "win32":
-        with os.add_dll_directory(str(runtime)):
-            library = ctypes.CDLL(str(LIBRARY))
+        os.add_dll_directory(str(runtime))  # for good: the runtime loads its plugins later
+        library = ctypes.CDLL(str(LIBRARY))
     else:
         try:
             library = ctypes.CDLL(str(LIBRARY))

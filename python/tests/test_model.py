@@ -7,6 +7,8 @@ import os
 import pathlib
 import pickle
 import signal
+import subprocess
+import sys
 import threading
 import tracemalloc
 from typing import Any, Iterator
@@ -268,6 +270,16 @@ def test_errors_have_a_reason_and_travel_between_processes(tmp_path: pathlib.Pat
     with pytest.raises(orvane.Error, match="no host$|no host[^_]") as caught:
         orvane.Model(VOICE, time_limit=1)
     assert caught.value.reason is orvane.Reason.BAD_ARGUMENT
+
+
+def test_another_release_of_the_runtime_is_named(tmp_path: pathlib.Path) -> None:
+    folder = tmp_path / "openvino-2025.1.0.dist-info"
+    folder.mkdir()
+    (folder / "METADATA").write_text("Metadata-Version: 2.1\nName: openvino\nVersion: 2025.1.0\n")
+    done = subprocess.run([sys.executable, "-c", "import orvane"], env={**os.environ, "PYTHONPATH": str(tmp_path)},
+                          capture_output=True, text=True, timeout=60, check=False)
+    assert done.returncode == 1
+    assert "ImportError: orvane needs openvino 2026.4.1, and 2025.1.0 is installed: pip install" in done.stderr
 
 
 def test_log_lines_reach_the_sink_that_was_set_last(tmp_path: pathlib.Path) -> None:
