@@ -17,7 +17,7 @@ struct Device {
     std::string fullName;  // of the processor or card
 };
 
-// What the runtime can use on this machine.
+// Adds to `devices` what the runtime can use on this machine.
 Status ListDevices(std::vector<Device>& devices);
 
 struct FileTensors {

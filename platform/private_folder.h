@@ -7,7 +7,8 @@
 
 namespace Orvane::Platform {
 
-// A new folder beside `place` that only this user may look into. It goes with this object, with what is in it.
+// A new folder beside `place` that only this user may look into. It goes with this object, with what is in it. Where it
+// cannot be made, the constructor throws std::filesystem::filesystem_error.
 class PrivateFolder {
  public:
     explicit PrivateFolder(const std::filesystem::path& place) : name(place) {

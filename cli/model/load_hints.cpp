@@ -114,14 +114,12 @@ bool HasOneOf(const std::string& text, std::initializer_list<const char*> parts)
 std::string PlainHint(const std::string& model, const std::string& text) {
     if (HasOneOf(text, {"No translator found", "No conversion rule found", "doesn't contain the operation",
                         "OpConversionFailure"})) {
-        return "The file was read, but it has operators that this OpenVINO does not support, or not in this form; they "
-               "are "
-               "named above. Export the model with others.";
+        return "The file was read, but it has operators that this OpenVINO does not support, or not in this form. "
+               "They are named above: export the model with others.";
     }
     if (HasOneOf(text, {"Unable to read the model"})) {
-        return "Check MODEL: OpenVINO reads .xml with its .bin beside it, .onnx, .tflite, .pb and .pdmodel. An "
-               "encrypted "
-               "one needs --key.";
+        return "Check MODEL: OpenVINO reads .xml with its .bin beside it, .onnx, .tflite, .pb and .pdmodel. "
+               "An encrypted one needs --key.";
     }
     try {
         const orvane::FileTensors tensors = orvane::DescribeFile(model);

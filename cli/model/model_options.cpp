@@ -69,9 +69,8 @@ void CheckUsage(const ModelOptions& options) {
     }
     if (!options.shapes.empty() && (options.cache || options.IsEncrypted())) {
         throw WrongUsage(
-            "--shape goes with a plain MODEL only: write one with the shapes by orvane reshape, and encrypt that or "
-            "make "
-            "the cache from it");
+            "--shape goes with a plain MODEL only: write one with the shapes by orvane reshape, and encrypt that "
+            "or make the cache from it");
     }
     if (options.makeCache && !options.cache) {
         throw WrongUsage("--make-cache needs --cache FILE, the file to write");

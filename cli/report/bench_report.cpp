@@ -51,7 +51,7 @@ Distribution DistributionOf(const std::vector<InferenceTimes>& inferences, Durat
     return Distribute(std::move(values));
 }
 
-SteadyState Summarise(const std::vector<InferenceTimes>& inferences) {
+SteadyState SteadyStateOf(const std::vector<InferenceTimes>& inferences) {
     const Distribution whole = DistributionOf(inferences, Whole);
     return {whole,
             DistributionOf(inferences, [](const InferenceTimes& times) { return times.copyIn; }),
@@ -138,7 +138,7 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
     start.push_back({"first inference", Text("%.3f ms", Whole(report.firstInference))});
     PrintTable(out, start);
 
-    const SteadyState steady = Summarise(report.inferences);
+    const SteadyState steady = SteadyStateOf(report.inferences);
     out << "\n"
         << report.inferences.size() << " inferences" << (report.interrupted ? " until Ctrl-C" : "") << ", "
         << Text("%.1f", steady.perSecond) << " per second\n";
@@ -162,7 +162,7 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
 }
 
 Json BenchReportJson(const BenchReport& report) {
-    const SteadyState steady = Summarise(report.inferences);
+    const SteadyState steady = SteadyStateOf(report.inferences);
     const std::string model = report.model.value_or("");  // deliberately a text even where only a cache was given
     return {{"model", model},
             {"host", report.host ? Json(*report.host) : Json()},

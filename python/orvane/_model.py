@@ -12,11 +12,10 @@ from typing import Any, Mapping, Optional, Sequence, Union
 import numpy as np
 
 from ._library import Buffer, Description, HostEnded, Options, PathLike, check, check_key, encode, library
-from ._static import make_static
+from ._static import Shapes, make_static
 from ._tensor import DTYPES, Tensor, check_target, convert
 
 Array = np.ndarray[Any, Any]
-Shapes = Mapping[Union[str, int], Sequence[int]]
 
 _forks = 0
 
@@ -254,16 +253,15 @@ class Model:
         return results
 
     def _infer(self, handle: int, inputs: int, outputs: int) -> None:
-        for retries_left in range(self._retries, -1, -1):
-            error = library.orvane_infer(handle, self._inputs.buffers, inputs, self._outputs.buffers, outputs)
-            if error is None:
-                return
+        for attempt in range(self._retries + 1):
             try:
-                check(error)
+                if attempt:
+                    check(library.orvane_restart(handle))
+                check(library.orvane_infer(handle, self._inputs.buffers, inputs, self._outputs.buffers, outputs))
+                return
             except HostEnded:
-                if not retries_left:
+                if attempt == self._retries:
                     raise
-            check(library.orvane_restart(handle))
 
     def restart(self) -> None:
         """Loads the model again, in a new host process where it has one: after ``HostEnded``."""

@@ -6,12 +6,10 @@ import collections
 import concurrent.futures
 import os
 import queue
-from typing import Any, Iterable, Iterator, Mapping, Optional, Union
+from typing import Any, Iterable, Iterator, Mapping, Optional
 
 from ._library import HostEnded, PathLike
 from ._model import Array, ForkGuard, Model
-
-Item = Union[Array, tuple[Any, ...], list[Any], Mapping[str, Any]]
 
 
 class Pool:

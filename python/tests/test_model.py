@@ -175,7 +175,7 @@ def test_a_hanging_host_is_ended_while_other_threads_go_on(how: str) -> None:
             except orvane.HostEnded as error:
                 caught.append(error)
 
-        waiting = threading.Thread(target=run)
+        waiting = threading.Thread(target=run, daemon=True)
         waiting.start()  # this thread goes on only because that one does not hold the interpreter
         if how == "interrupt":
             while "S" not in pathlib.Path(f"/proc/{os.getpid()}/task/{waiting.native_id}/stat").read_text().split()[2]:

@@ -85,9 +85,8 @@ std::string Port::WhyNotCopied() const {
     if (IsDynamic()) {
         return side == TensorTypeInput
                    ? " cannot be copied: it has a dynamic dimension; give it a shape with orvane_resize"
-                   : " has a dynamic dimension, and so no size that is known: copy it with orvane_get_output in the "
-                     "size "
-                     "that the run makes it";
+                   : " has a dynamic dimension, and so no size that is known: copy it with orvane_get_output in "
+                     "the size that the run makes it";
     }
     if (shape.empty()) {
         return " has no dimensions, which cannot be run: export the model with [1]";
