@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Runs real models by one command each and writes the table of them.
 
-known_models.py UNPACKED PINS ORVANE PAGE: each model below UNPACKED, the wheels that PINS names, is given random inputs, with
-the shapes that it needs, by `orvane run` of the program ORVANE in the process and in a host process, and by OpenVINO's
-Python package, given the same shapes. The bits of all outputs are compared. PAGE becomes the table. Exit value 1 when
-any model differs or fails.
+known_models.py UNPACKED PINS ORVANE PAGE: each model below UNPACKED, the wheels that PINS names, is given random
+inputs, with the shapes that it needs, by `orvane run` of the program ORVANE in the process and in a host process, and by
+OpenVINO's Python package, given the same shapes. The bits of all outputs are compared. PAGE becomes the table. Exit
+value 1 when any model differs or fails.
 """
 import pathlib
 import re
@@ -146,7 +146,9 @@ def write_page(page, rows, refused):
         "|---|---|---|",
         *("| " + " | ".join(row) + " |" for row in refused),
     ]
-    page.write_text("\n".join(lines) + "\n")
+    partial = page.with_suffix(".partial")
+    partial.write_text("\n".join(lines) + "\n")
+    partial.replace(page)
 
 
 def main(unpacked, pins, program, page):

@@ -1,0 +1,162 @@
+#!/usr/bin/env python3
+"""Runs the commands that stand on pages and compares what they print.
+
+page_commands.py PAGE...: with the wheel and the archives of `./dev wheel` and `./dev package` in dist/. Each page has a
+shell of its own, in a folder that shows the project's files and keeps what the commands write besides, and with the
+Python environment in which `./dev test --python` installed the wheel. Commands are the lines after `$ ` of blocks marked as `console`; what `./dev` does is done in the
+project itself, and left out where .ci/run does it. Lines below a command are what it prints, numbers aside; `...`
+stands for any lines. A command fails exactly when its first line begins with "orvane: ". A comment right above a block
+may say `<!-- not run: REASON -->` or `<!-- output not compared: REASON -->`. Exit value 1 when anything differs.
+"""
+import dataclasses
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+
+PROJECT = pathlib.Path(__file__).resolve().parent.parent
+ENVIRONMENT = os.environ | {"PATH": f"{PROJECT / 'build/python/bin'}:{os.environ['PATH']}"}
+TIMEOUT_S = 600  # of one command
+END = "--- the command has ended: "
+MARK = re.compile(r"<!-- (not run|output not compared): (.+) -->")
+
+
+@dataclasses.dataclass
+class Command:
+    line: int
+    text: str
+    printed: list[str] = dataclasses.field(default_factory=list)
+    mark: tuple[str, str] = ("", "")
+
+
+def commands_of(page):
+    """Those of a page, in its order."""
+    commands, mark, language, before = [], None, None, ""
+    for number, line in enumerate(page.read_text().splitlines(), 1):
+        if line.startswith("```"):
+            language = None if language is not None else line[3:]
+            mark = MARK.fullmatch(before)
+        elif language == "console" and line.startswith("$ "):
+            commands.append(Command(number, line[2:], mark=mark.groups() if mark else ("", "")))
+        elif language == "console":
+            commands[-1].printed.append(line)
+        before = line
+    return commands
+
+
+def pattern(lines):
+    """A regular expression for what is printed: with any numbers, blanks and, for `...`, lines."""
+    def one(line):
+        words = re.sub(r"-?\d+(\.\d+)?", "0", " ".join(line.split()))
+        return ".*" if words == "..." else re.escape(words).replace("0", r"-?\d+(?:\.\d+)?")
+    return re.compile(r"\s*".join(one(line) for line in lines) + r"\s*", re.DOTALL)
+
+
+class Shell:
+    def __init__(self, folder):
+        self.process = subprocess.Popen(["bash"], cwd=folder, env=ENVIRONMENT, stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                                        start_new_session=True)
+
+    def run(self, text):
+        """The command's exit value, None when it took too long, and what it has printed."""
+        watch = threading.Timer(TIMEOUT_S, os.killpg, (self.process.pid, signal.SIGKILL))
+        watch.start()
+        try:
+            self.process.stdin.write(f"{{ {text}\n}} </dev/null\necho \"{END}$?\"\n")
+            self.process.stdin.flush()
+            lines = []
+            for line in self.process.stdout:
+                before, end, value = line.partition(END)
+                lines.append(before)
+                if end:
+                    return int(value), "".join(lines)
+            return None, "".join(lines)
+        finally:
+            watch.cancel()
+
+    def close(self):
+        self.process.communicate()
+
+
+def show_project(folder):
+    """The project's files, and room for others beside them and beside its folder."""
+    folder.mkdir()
+    for entry in PROJECT.iterdir():
+        (folder / entry.name).symlink_to(entry)
+
+
+def write_program(page, folder):
+    """README's complete program, as it says where to put it."""
+    folder.mkdir()
+    blocks = dict(re.findall(r"```(cpp|cmake)\n(.*?)```", page.read_text(), re.DOTALL))
+    (folder / "main.cpp").write_text(blocks["cpp"])
+    (folder / "CMakeLists.txt").write_text(blocks["cmake"])
+
+
+def what_is_wrong(command, value, printed):
+    if value is None:
+        return f"took more than {TIMEOUT_S} s"
+    fails = bool(command.printed) and command.printed[0].startswith("orvane: ")
+    if (value != 0) != fails:
+        return f"ended with {value}"
+    if command.printed and command.mark[0] != "output not compared":
+        plain = " ".join(printed.split())
+        if not pattern(command.printed).fullmatch(plain):
+            return "printed something else"
+    return None
+
+
+def why_not(command, ci_chores):
+    """Why the command is not run here; --native is a part of what a chore does without."""
+    if command.text.removesuffix(" --native") in ci_chores:
+        return "CI runs it"
+    return command.mark[1] if command.mark[0] == "not run" else None
+
+
+def in_project(text):
+    return text.startswith(("./dev ", "cmake --preset ", "cmake --build --preset ", "ctest --preset "))
+
+
+def run_page(page, ci_chores):
+    """How many commands of the page were run, and how many went wrong."""
+    count = {"run": 0, "left out": 0, "wrong": 0}
+    with tempfile.TemporaryDirectory() as scratch:
+        folder = pathlib.Path(scratch) / "project"
+        show_project(folder)
+        if page.name == "README.md":
+            write_program(page, pathlib.Path(scratch) / "hello")
+        shell = Shell(folder)
+        for command in commands_of(page):
+            reason = why_not(command, ci_chores)
+            print(f"{page.relative_to(PROJECT)}:{command.line}: {command.text}" + (f"  [not run: {reason}]" if reason else ""),
+                  flush=True)
+            if reason:
+                count["left out"] += 1
+                continue
+            text = f"(cd '{PROJECT}' && {command.text})" if in_project(command.text) else command.text
+            value, printed = shell.run(text)
+            count["run"] += 1
+            if wrong := what_is_wrong(command, value, printed):
+                count["wrong"] += 1
+                print(f"  {wrong}:\n{printed}", flush=True)
+            if value is None:
+                break
+        shell.close()
+    return count
+
+
+def main(pages):
+    ci_chores = (PROJECT / ".ci/run").read_text().splitlines()
+    counts = [run_page(pathlib.Path(page).resolve(), ci_chores) for page in pages]
+    total = {what: sum(count[what] for count in counts) for what in counts[0]}
+    print(", ".join(f"{number} {what}" for what, number in total.items()))
+    return 1 if total["wrong"] or not total["run"] else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
