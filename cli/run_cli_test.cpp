@@ -227,6 +227,7 @@ const Refusal kRefusals[] = {
     {2, "info @m.xml --shape x=1,3 --key k3y", "plain MODEL only"},
     {2, "reshape @m.xml @out", "must end in .xml"},
     {2, "help fly", "there is no command fly"},
+    {1, "reshape @none.onnx @out.xml", "there is no file"},
     {1, "reshape @m.xml @no/out.xml", "there is no folder"},
     {1, "info @any.xml --shape 0=1", "--shape gives 1 dimension\nGive 2."},
     {1, "info @m.xml --shape 0=1,4", "does not take these shapes"},

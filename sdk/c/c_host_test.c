@@ -65,14 +65,13 @@ void TestForgedReplies(const char* forger) {
     EXPECT(strcmp(Describe(model, ORVANE_INPUT).name, "?(") == 0);
     orvane_close(model);
     for (size_t i = 0; i < 2; ++i) {
-        char* data = (char*)malloc(4);
+        char data[4] = {0};
         model = Open(i == 0 ? "size" : "failing", forger);
         SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
         SUCCEEDS(orvane_run(model));
         SUCCEEDS(orvane_get_output(model, 0, data, 4));
         EXPECT(memcmp(data, "abcd", 4) == 0);
         orvane_close(model);
-        free(data);
     }
     model = Open("status", forger);
     for (int round = 0; round < 2; ++round) {

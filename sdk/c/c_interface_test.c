@@ -75,8 +75,8 @@ static void TestTensors(const char* host) {
     orvane_tensor tensor = Describe(model, ORVANE_OUTPUT);
     const void* view = NULL;
     uint64_t bytes = 0;
-    float* received = (float*)malloc(12);
-    float* sent = (float*)malloc(12);
+    const float sent[3] = {1, 2, 3};
+    float received[3] = {0, 0, 0};
 
     EXPECT(orvane_tensor_count(model, ORVANE_INPUT) == 1 && orvane_tensor_count(model, ORVANE_OUTPUT) == 1);
     EXPECT(orvane_tensor_count(model, 2) == 0 && orvane_tensor_count(model, -1) == 0 &&
@@ -94,7 +94,6 @@ static void TestTensors(const char* host) {
     tensor.struct_size = 32;
     FAILS(orvane_describe(model, 0, 0, &tensor), ORVANE_BAD_ARGUMENT, "set it to sizeof(orvane_tensor)");
 
-    memcpy(sent, kData, 12);
     FAILS(orvane_run(model), ORVANE_REFUSED, "call orvane_set_input first");
     FAILS(orvane_set_input(NULL, 0, sent, 12), ORVANE_BAD_ARGUMENT, "the model is null");
     FAILS(orvane_set_input(model, 1, sent, 12), ORVANE_BAD_ARGUMENT, "no input 1");
@@ -120,13 +119,14 @@ static void TestTensors(const char* host) {
     EXPECT(bytes == 12 && view != NULL && memcmp(view, sent, 12) == 0);
     SUCCEEDS(orvane_restart(model));
     FAILS(orvane_run(model), ORVANE_REFUSED, "call orvane_set_input first");
-    EXPECT(Echoes(model, kData + 2, 3));
+    SUCCEEDS(orvane_set_input(model, 0, kData + 2, 12));
+    SUCCEEDS(orvane_run(model));
+    SUCCEEDS(orvane_get_output(model, 0, received, 12));
+    EXPECT(memcmp(received, kData + 2, 12) == 0);
     FAILS(orvane_restart(NULL), ORVANE_BAD_ARGUMENT, "the model is null");
     orvane_interrupt(NULL);
     orvane_close(NULL);
     orvane_close(model);
-    free(sent);
-    free(received);
 }
 
 static void TestInfer(const char* host) {
@@ -194,10 +194,8 @@ static void TestUncopyable(const char* host) {
 static void TestFiles(const char* host) {
     const char* model = EchoModel("files.xml", "f32", "1,3");
     const char* secret = "secret.xml";
-    const char* weights = Write("secret.bin", "", 0);
+    const char* weights = Write("secret.bin", "");
     const uint8_t key[4] = {'k', 'e', 'y', '!'};
-    char plain[2048];
-    char back[2048];
     orvane_options options = Options(secret, host);
 
     remove(secret);
@@ -209,13 +207,11 @@ static void TestFiles(const char* host) {
     FAILS(orvane_encrypt_file(model, secret, NULL, 4, 1), ORVANE_BAD_ARGUMENT, "key is null");
     FAILS(orvane_encrypt_file("missing", secret, key, 4, 1), ORVANE_REFUSED, "there is no file");
     FAILS(orvane_encrypt_file(model, ".", key, 4, 1), ORVANE_REFUSED, "is a folder");
-    FAILS(orvane_encrypt_file(Write("short", "abc", 3), secret, key, 4, 0), ORVANE_REFUSED, "would not come back");
-    EXPECT(Read(secret, back, 1) == 0);
+    FAILS(orvane_encrypt_file(Write("short", "abc"), secret, key, 4, 0), ORVANE_REFUSED, "would not come back");
+    EXPECT(fopen(secret, "rb") == NULL);
     SUCCEEDS(orvane_encrypt_file(model, secret, key, 4, 1));
     SUCCEEDS(orvane_decrypt_file(secret, "back.xml", key, 4));
-    const size_t size = Read(model, plain, sizeof plain);
-    EXPECT(Read("back.xml", back, sizeof back) >= size && memcmp(plain, back, size) == 0);
-    EXPECT(Read(secret, back, sizeof back) >= size && memcmp(plain, back, size) != 0);
+    SUCCEEDS(TryOpen(Options("back.xml", host)));
     SUCCEEDS(orvane_encrypt_file(weights, weights, key, 4, 1));
 
     options.key = key;
@@ -289,7 +285,6 @@ static void TestModelFiles(int isClient) {
     orvane_shape shapes[] = {{sizeof(orvane_shape), good, 2, 0}, {sizeof(orvane_shape), good, 2, 0}};
     int seen = 0;
     int hasCpu = 0;
-    char byte = 0;
     remove(out);
     EXPECT(sizeof(orvane_shape) == 24 && orvane_load_step() == ORVANE_LOAD_NONE);
     FAILS(orvane_list_devices(NULL, NULL), ORVANE_BAD_ARGUMENT, "is null");
@@ -318,7 +313,7 @@ static void TestModelFiles(int isClient) {
     FAILS(orvane_reshape_file(model, NULL, 0, out), ORVANE_REFUSED, "no shape was given for them: input 0 \"x\"");
     shapes[0].input = 1;
     FAILS(orvane_reshape_file(model, shapes, 1, out), ORVANE_REFUSED, "there is no input 1: the model has 1");
-    EXPECT(Read(out, &byte, 1) == 0);
+    EXPECT(fopen(out, "rb") == NULL);
 }
 
 static void CountLine(void* user, uint32_t level, const char* text) {

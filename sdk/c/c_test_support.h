@@ -17,10 +17,7 @@ void Expect(int isTrue, const char* what, const char* file, int line);
 void ExpectError(orvane_error* error, int32_t reason, const char* text, const char* file, int line);
 
 // Writes a file and returns its path.
-const char* Write(const char* path, const void* bytes, size_t size);
-
-// Reads up to `size` bytes; 0 when there is no such file.
-size_t Read(const char* path, char* bytes, size_t size);
+const char* Write(const char* path, const char* text);
 
 // Writes a model that hands its input "x", of a type and a shape ("1,?"), on as its output, and returns its path.
 const char* EchoModel(const char* path, const char* type, const char* shape);
@@ -30,9 +27,6 @@ orvane_model* Open(const char* model, const char* host);
 // Opens and closes.
 orvane_error* TryOpen(orvane_options options);
 orvane_tensor Describe(const orvane_model* model, int32_t side);
-
-// Whether a model gives back what it was sent.
-int Echoes(orvane_model* model, const float* sent, uint32_t count);
 
 #define EXPECT(condition) Expect((condition) != 0, #condition, __FILE__, __LINE__)
 #define SUCCEEDS(call) ExpectError(call, 0, "", __FILE__, __LINE__)
