@@ -122,18 +122,13 @@ TEST_F(InputFiles, WhatGoesNowhereIsRefused) {
     folder.Write("not.jpg", "JPEG");
     EchoModel({{"x", "f32", {"1", "3", "2", "2"}}}).WriteTo(folder, "e");
     EchoModel({{"x", "u8", {"1", "1", "2", "2"}}}).WriteTo(folder, "u");
-    const Refusal refusals[] = {
+    ExpectRefusals(std::vector<Refusal>{
         {1, "run @e.xml --input x=@not.jpg", "is no picture that can be read"},
         {1, "run @m.xml --input x=@p.PNG", "input 0 \"x\" is float32 [1, 3], which takes no picture"},
         {1, "run @u.xml --input x=@p.PNG --mean 1", "takes the pixels as they are"},
         {1, "run @u.xml --input x=@p.PNG --mean 1,2,3", "has 1 channel"},
         {2, "run @e.xml --input x=@p.PNG --mean 1,2", "one number or three"},
-        {2, "run @e.xml --input x=@p.PNG --scale 0", "takes no 0"}};
-    for (const auto& [exitValue, line, reason] : refusals) {
-        const CapturedRun run = Run(line);
-        EXPECT_EQ(run.exitValue, exitValue) << line;
-        EXPECT_THAT(run.err, HasSubstr(reason)) << line;
-    }
+        {2, "run @e.xml --input x=@p.PNG --scale 0", "takes no 0"}});
 }
 
 }  // namespace

@@ -151,8 +151,6 @@ static void TestInfer(const char* host) {
     SUCCEEDS(orvane_run(model));
     SUCCEEDS(orvane_get_output(model, 0, received, 8));
     EXPECT(received[0] == 2);  // the data was not taken by the call that was refused
-    inputs[1].struct_size = 0;
-    FAILS(orvane_infer(model, inputs, 2, &output, 1), ORVANE_BAD_ARGUMENT, "differ in struct_size");
     inputs[1].struct_size = 4000;
     FAILS(orvane_infer(model, inputs, 2, &output, 1), ORVANE_BAD_ARGUMENT, "differ in struct_size");
     output.index = 3;
@@ -177,15 +175,13 @@ static void TestUncopyable(const char* host) {
                   {"u16", "2", "element type is unknown"},
                   {"f32", "", "has no dimensions"},
                   {"u8", "65536,65536", "takes "}};
-    uint8_t data[8] = {0};
     for (size_t i = 0; i < sizeof kCases / sizeof kCases[0]; ++i) {
         orvane_model* model = Open(EchoModel("uncopyable.xml", kCases[i].type, kCases[i].shape), host);
         const orvane_tensor tensor = Describe(model, ORVANE_INPUT);
         EXPECT(tensor.byte_size == 0);
         EXPECT(i != 0 || (tensor.dimensions[0] == -1 && tensor.dimensions[1] == 2));
         EXPECT(i != 1 || tensor.element_type == ORVANE_UNKNOWN);
-        FAILS(orvane_set_input(model, 0, data, 0), ORVANE_REFUSED, kCases[i].text);
-        FAILS(orvane_set_input(model, 0, data, sizeof data), ORVANE_REFUSED, kCases[i].text);
+        FAILS(orvane_set_input(model, 0, kData, 0), ORVANE_REFUSED, kCases[i].text);
         FAILS(orvane_run(model), ORVANE_REFUSED, "call orvane_set_input first");
         orvane_close(model);
     }
@@ -250,8 +246,6 @@ static void TestShapesInThisProcess(void) {
     SUCCEEDS(orvane_restart(model));
     EXPECT(Describe(model, ORVANE_INPUT).dimensions[0] == -1);
     orvane_interrupt(model);  // does nothing here
-    SUCCEEDS(orvane_resize(model, 0, good, 2));
-    SUCCEEDS(orvane_set_input(model, 0, kData, 24));
     orvane_close(model);
 
     model = Open(EchoModel("bounded.xml", "f32", "1..4,3"), NULL);
