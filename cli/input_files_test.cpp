@@ -12,7 +12,6 @@ namespace Orvane::Cli {
 namespace {
 
 using namespace ::testing;
-using Testing::AddModel;
 using Testing::EchoModel;
 
 std::string FromHex(const std::string& digits) {

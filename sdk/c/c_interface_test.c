@@ -67,7 +67,7 @@ static void TestOptions(const char* host) {
 }
 
 static void TestTensors(const char* host) {
-    orvane_model* model = Open(EchoModel("tensors.xml", "f32", "1,3"), host);
+    orvane_model* model = Open(EchoModel("tensors.xml", "i32", "1,3"), host);
     struct {
         orvane_tensor known;
         uint64_t added;
@@ -75,14 +75,14 @@ static void TestTensors(const char* host) {
     orvane_tensor tensor = Describe(model, ORVANE_OUTPUT);
     const void* view = NULL;
     uint64_t bytes = 0;
-    const float sent[3] = {1, 2, 3};
-    float received[3] = {0, 0, 0};
+    const int32_t sent[3] = {1, 2, 3};
+    int32_t received[3] = {0, 0, 0};
 
     EXPECT(orvane_tensor_count(model, ORVANE_INPUT) == 1 && orvane_tensor_count(model, ORVANE_OUTPUT) == 1);
     EXPECT(orvane_tensor_count(model, 2) == 0 && orvane_tensor_count(model, -1) == 0 &&
            orvane_tensor_count(NULL, 0) == 0);
     EXPECT(strcmp(tensor.name, "x") == 0 && tensor.rank == 2 && tensor.dimensions[0] == 1 && tensor.dimensions[1] == 3);
-    EXPECT(tensor.element_type == ORVANE_FLOAT32 && tensor.byte_size == 12 && tensor.struct_size == sizeof tensor);
+    EXPECT(tensor.element_type == ORVANE_INT32 && tensor.byte_size == 12 && tensor.struct_size == sizeof tensor);
     FAILS(orvane_describe(NULL, 0, 0, &tensor), ORVANE_BAD_ARGUMENT, "the model is null");
     FAILS(orvane_describe(model, 0, 0, NULL), ORVANE_BAD_ARGUMENT, "orvane_tensor is null");
     FAILS(orvane_describe(model, 2, 0, &tensor), ORVANE_BAD_ARGUMENT, "no side 2");
@@ -130,8 +130,8 @@ static void TestTensors(const char* host) {
 }
 
 static void TestInfer(const char* host) {
-    orvane_model* model = Open(EchoModel("infer.xml", "f32", "1,2"), host);
-    float received[2] = {0, 0};
+    orvane_model* model = Open(EchoModel("infer.xml", "i32", "1,2"), host);
+    int32_t received[2] = {0, 0};
     struct {
         orvane_output known;
         uint64_t added;
@@ -223,9 +223,9 @@ static void TestShapesInThisProcess(void) {
     const int64_t good[] = {2, 3};
     const int64_t bad[][2] = {{0, 3}, {-1, 3}, {2, 4}, {INT64_MAX, 3}, {1 << 30, 3}};
     const int64_t tooMany[] = {9, 3};
-    const float large[27] = {0};
-    float received[6] = {0};
-    orvane_model* model = Open(EchoModel("shapes.xml", "f32", "?,3"), NULL);
+    const int32_t large[27] = {0};
+    int32_t received[6] = {0};
+    orvane_model* model = Open(EchoModel("shapes.xml", "i32", "?,3"), NULL);
     FAILS(orvane_resize(NULL, 0, good, 2), ORVANE_BAD_ARGUMENT, "the model is null");
     FAILS(orvane_resize(model, 1, good, 2), ORVANE_BAD_ARGUMENT, "no input 1");
     FAILS(orvane_resize(model, 0, NULL, 2), ORVANE_BAD_ARGUMENT, "not null");
@@ -248,7 +248,7 @@ static void TestShapesInThisProcess(void) {
     orvane_interrupt(model);  // does nothing here
     orvane_close(model);
 
-    model = Open(EchoModel("bounded.xml", "f32", "1..4,3"), NULL);
+    model = Open(EchoModel("bounded.xml", "i32", "1..4,3"), NULL);
     SUCCEEDS(orvane_resize(model, 0, tooMany, 2));
     FAILS(orvane_set_input(model, 0, large, sizeof large), ORVANE_RUNTIME, "");
     EXPECT(Describe(model, ORVANE_INPUT).dimensions[0] == -1);  // loaded again

@@ -10,7 +10,7 @@
 #include <string.h>
 
 extern int failures;
-static const float kData[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+static const int32_t kData[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 
 // A check that fails counts, and is printed with its place.
 void Expect(int isTrue, const char* what, const char* file, int line);
