@@ -1,9 +1,15 @@
 #pragma once
 
 #include "cli/run_cli.h"
+#include "testing/support/tiny_models.h"
 
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <span>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace Orvane::Cli {
@@ -21,5 +27,49 @@ inline CapturedRun RunCaptured(const std::vector<std::string>& arguments) {
     const int exitValue = RunCli(arguments, out, err);
     return {exitValue, out.str(), err.str()};
 }
+
+// An exit value, the command line that it answers, and a part of what is said to that.
+using Refusal = std::tuple<int, std::string, std::string>;
+
+// Of tests that run whole command lines on files in a folder of their own. In texts "@" stands for the folder.
+class CommandLineTest : public testing::Test {
+ protected:
+    std::string InFolder(const std::string& text) const {
+        return std::regex_replace(text, std::regex("@"), folder.Path(""));
+    }
+
+    // Runs the words of `line`, of which '' is an empty one.
+    CapturedRun Run(const std::string& line) const {
+        std::vector<std::string> arguments;
+        std::istringstream words(line);
+        for (std::string word; words >> word;) {
+            arguments.push_back(word == "''" ? "" : InFolder(word));
+        }
+        return RunCaptured(arguments);
+    }
+
+    // Wrong usage comes with the usage, and nothing adds a file or leaves one behind.
+    void ExpectRefusals(std::span<const Refusal> refusals) const {
+        const std::vector<std::string> before = folder.Names();
+        for (const auto& [exitValue, line, reason] : refusals) {
+            const CapturedRun run = Run(line);
+            EXPECT_EQ(run.exitValue, exitValue) << line;
+            EXPECT_TRUE(run.err.starts_with("orvane: ")) << run.err;
+            EXPECT_NE(run.err.find(InFolder(reason)), std::string::npos) << line << "\n" << run.err;
+            EXPECT_EQ(run.err.find("\nUsage: orvane ") != std::string::npos, exitValue == 2) << line;
+            EXPECT_EQ(folder.Names(), before) << line;
+        }
+    }
+
+    std::string Held(const std::string& name) const { return Testing::ReadBytes(folder.Path(name)); }
+
+    static std::string BytesOf(const std::vector<float>& values) {
+        return {reinterpret_cast<const char*>(values.data()), values.size() * sizeof(float)};
+    }
+
+    Testing::TemporaryFolder folder;
+    std::string model = Testing::AddModel({1, 2, 3}).WriteTo(folder, "m");
+    std::string x = folder.Write("x", BytesOf({10, 20, -30}));
+};
 
 }  // namespace Orvane::Cli

@@ -12,7 +12,6 @@ namespace Orvane::Cli {
 namespace {
 
 using namespace ::testing;
-using Testing::AddModel;
 using Testing::EchoModel;
 
 std::string FromHex(const std::string& digits) {
@@ -53,49 +52,32 @@ std::string ContentOf(const std::string& archive) {
     }
 }
 
-class InputFiles : public Test {
+class InputFiles : public CommandLineTest {
  protected:
-    CapturedRun Run(std::vector<std::string> arguments) {
-        for (std::string& argument : arguments) {
-            const size_t place = argument.find('@');
-            argument = place == std::string::npos
-                           ? argument
-                           : argument.substr(0, place) + folder.Path("") + argument.substr(place + 1);
-        }
-        return RunCaptured(arguments);
-    }
-
     // The elements that the model EchoModel({{"x", type, dimensions}}) gets of the picture.
     template <typename Element>
     std::vector<Element> Pixels(const std::string& type, const std::vector<std::string>& dimensions,
-                                const std::vector<std::string>& more = {}) {
+                                const std::string& options = "") {
         EchoModel({{"x", type, dimensions}}).WriteTo(folder, "e");
-        std::vector<std::string> arguments = {"run", "@e.xml", "--input", "0=@p.PNG", "--output", "0=@out"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        const CapturedRun run = Run(arguments);
-        EXPECT_EQ(run.err, "");
-        const std::string bytes = Testing::ReadBytes(folder.Path("out"));
+        EXPECT_EQ(Run("run @e.xml --input 0=@p.PNG --output 0=@out " + options).err, "");
+        const std::string bytes = Held("out");
         std::vector<Element> elements(bytes.size() / sizeof(Element));
         std::copy_n(bytes.data(), bytes.size(), reinterpret_cast<char*>(elements.data()));
         return elements;
     }
 
-    Testing::TemporaryFolder folder;
-    std::string model = AddModel({1, 2, 3}).WriteTo(folder, "m");
     std::string picture = folder.Write("p.PNG", kPicture);
 };
 
 TEST_F(InputFiles, AnArchiveGivesItsArraysByName) {
     folder.Write("stored.npz", kStored);
     folder.Write("packed.npz", kCompressed);
-    for (const char* argument : {"x=@stored.npz", "0=@packed.npz", "@packed.npz"}) {
-        const CapturedRun run = Run({"run", "@m.xml", "--input", argument});
-        EXPECT_THAT(run.out, HasSubstr("min -27  max 22")) << argument << run.err;
+    for (const std::string argument : {"x=@stored.npz", "0=@packed.npz", "@packed.npz"}) {
+        EXPECT_THAT(Run("run @m.xml --input " + argument).out, HasSubstr("min -27  max 22")) << argument;
     }
     EchoModel({{"a", "f32", {"1", "3"}}}).WriteTo(folder, "a");
-    EXPECT_EQ(Run({"run", "@a.xml", "--input", "a=@packed.npz"}).exitValue, 0) << "the only array";
-    EXPECT_THAT(Run({"run", "@a.xml", "--input", "@packed.npz"}).err, HasSubstr("the model has no input \"x\""));
-    EXPECT_EQ(Run({"run", "@m.xml", "--input", "@packed.npz", "--output", "0=@y.npz"}).exitValue, 2);
+    EXPECT_EQ(Run("run @a.xml --input a=@packed.npz").err, "") << "the only array";
+    EXPECT_THAT(Run("run @a.xml --input @packed.npz").err, HasSubstr("the model has no input \"x\""));
 }
 
 TEST_F(InputFiles, ADamagedArchiveIsRefused) {
@@ -117,9 +99,8 @@ TEST_F(InputFiles, PixelsGoWhereTheInputHasThem) {
     using Bytes = std::vector<uint8_t>;
     using Floats = std::vector<float>;
     EXPECT_EQ(Pixels<uint8_t>("u8", {"1", "2", "2", "3"}), (Bytes{255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255}));
-    EXPECT_EQ(Pixels<uint8_t>("u8", {"3", "2", "2"}, {"--bgr"}),
-              (Bytes{0, 0, 255, 255, 0, 255, 0, 255, 255, 0, 0, 255}));
-    EXPECT_EQ(Pixels<float>("f32", {"1", "3", "2", "2"}, {"--mean", "55,5,15", "--scale", "2"}),
+    EXPECT_EQ(Pixels<uint8_t>("u8", {"3", "2", "2"}, "--bgr"), (Bytes{0, 0, 255, 255, 0, 255, 0, 255, 255, 0, 0, 255}));
+    EXPECT_EQ(Pixels<float>("f32", {"1", "3", "2", "2"}, "--mean 55,5,15 --scale 2"),
               (Floats{100, -27.5, -27.5, 100, -2.5, 125, -2.5, 125, -7.5, -7.5, 120, 120}));
     EXPECT_THAT(Pixels<float>("f32", {"1", "1", "1", "3"}), Each(FloatNear(127.5, 0.5))) << "the mean of all pixels";
     const Floats larger = Pixels<float>("f32", {"4", "2", "3"});
@@ -128,38 +109,25 @@ TEST_F(InputFiles, PixelsGoWhereTheInputHasThem) {
 
 TEST_F(InputFiles, TheLargestElementsAreShownWithTheirLabels) {
     folder.Write("labels", "one\r\ntwo\nthree\n");
-    const std::vector<float> x = {10, NAN, 30};
-    folder.Write("x", {reinterpret_cast<const char*>(x.data()), 12});
-    const std::vector<std::string> run = {"run", "@m.xml", "--input", "0=@x", "--top", "5", "--labels", "@labels"};
-    EXPECT_EQ(Run(run).out, "0  y  float32  [1, 3]\n  2  33  three\n  0  11  one\n");
-    std::vector<std::string> asJson = run;
-    asJson.emplace_back("--json");
-    EXPECT_THAT(Run(asJson).out, HasSubstr(R"("top":[{"index":2,"value":33.0,"label":"three"},{"index":0,)"));
+    folder.Write("x", BytesOf({10, NAN, 30}));
+    const std::string line = "run @m.xml --input 0=@x --top 5 --labels @labels";
+    EXPECT_EQ(Run(line).out, "0  y  float32  [1, 3]\n  2  33  three\n  0  11  one\n");
+    EXPECT_THAT(Run(line + " --json").out, HasSubstr(R"("top":[{"index":2,"value":33.0,"label":"three"},{"index":0,)"));
     folder.Write("labels", "one\n");
-    EXPECT_THAT(Run(run).err, HasSubstr("--labels has 1 lines, and no output"));
+    EXPECT_THAT(Run(line).err, HasSubstr("--labels has 1 lines, and no output"));
 }
 
 TEST_F(InputFiles, WhatGoesNowhereIsRefused) {
     folder.Write("not.jpg", "JPEG");
     EchoModel({{"x", "f32", {"1", "3", "2", "2"}}}).WriteTo(folder, "e");
     EchoModel({{"x", "u8", {"1", "1", "2", "2"}}}).WriteTo(folder, "u");
-    const std::tuple<int, std::vector<std::string>, std::string> refusals[] = {
-        {1, {"@e.xml", "--input", "x=@not.jpg"}, "is no picture that can be read"},
-        {1, {"@m.xml", "--input", "x=@p.PNG"}, "input 0 \"x\" is float32 [1, 3], which takes no picture"},
-        {1, {"@u.xml", "--input", "x=@p.PNG", "--mean", "1"}, "takes the pixels as they are"},
-        {1, {"@u.xml", "--input", "x=@p.PNG", "--mean", "1,2,3"}, "has 1 channel"},
-        {2, {"@e.xml", "--input", "x=@p.PNG", "--mean", "1,2"}, "one number or three"},
-        {2, {"@e.xml", "--input", "x=@p.PNG", "--scale", "0"}, "takes no 0"},
-        {2, {"@m.xml", "--input", "x=@m.bin", "--bgr"}, "for an --input that is a picture"},
-        {2, {"@m.xml", "--input", "x=@m.bin", "--labels", "@m.xml"}, "--labels needs --top"},
-        {2, {"@m.xml", "--input", "x=@m.bin", "--top", "1", "--output", "0=@y"}, "exclude each other"}};
-    for (const auto& [exitValue, arguments, reason] : refusals) {
-        std::vector<std::string> line = {"run"};
-        line.insert(line.end(), arguments.begin(), arguments.end());
-        const CapturedRun run = Run(line);
-        EXPECT_EQ(run.exitValue, exitValue) << reason;
-        EXPECT_THAT(run.err, HasSubstr(reason));
-    }
+    ExpectRefusals(std::vector<Refusal>{
+        {1, "run @e.xml --input x=@not.jpg", "is no picture that can be read"},
+        {1, "run @m.xml --input x=@p.PNG", "input 0 \"x\" is float32 [1, 3], which takes no picture"},
+        {1, "run @u.xml --input x=@p.PNG --mean 1", "takes the pixels as they are"},
+        {1, "run @u.xml --input x=@p.PNG --mean 1,2,3", "has 1 channel"},
+        {2, "run @e.xml --input x=@p.PNG --mean 1,2", "one number or three"},
+        {2, "run @e.xml --input x=@p.PNG --scale 0", "takes no 0"}});
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <orvane/log.h>
 
-#include "core/system_exception.h"
-#include "platform/path.h"
 #include "testing/support/captured_log.h"
 
 #include <gtest/gtest.h>
@@ -60,11 +58,6 @@ TEST(Log, ThreadsLogWhileTheCallbackChanges) {
     stop = true;
     other.join();
     EXPECT_LT(received, 1'000'000) << "a line was garbled";
-}
-
-TEST(SystemException, CarriesTheErrorOfTheCallBefore) {
-    ASSERT_TRUE(Platform::IsMissing(Platform::PathFromUtf8("no such file")));
-    EXPECT_EQ(SystemException("").Code(), 2U) << "file not found has this number on both systems";
 }
 
 }  // namespace
