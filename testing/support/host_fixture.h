@@ -36,7 +36,6 @@ inline std::string Shown(const Status& status) {
 
 inline const std::string kOk = "0 ";
 inline const std::string kHostExit = "-1 Orvane Host Exit";
-inline const std::string kHostCallError = "-1 host call  error";
 
 // Sends bytes through input and output `index`: the status of the first step that fails, or "torn" for other bytes.
 inline std::string RoundTrip(Interpreter& interpreter, uint32_t index, size_t size, size_t seed) {
