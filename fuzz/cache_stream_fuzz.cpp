@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace Orvane {
@@ -194,19 +193,10 @@ void Read(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
     }
 }
 
-std::string Held(const std::filesystem::path& path) {
-    std::string bytes(std::filesystem::file_size(path), '\0');
-    std::filebuf file;
-    file.open(path, std::ios::in | std::ios::binary);
-    Require(file.sgetn(bytes.data(), static_cast<std::streamsize>(bytes.size())) ==
-                static_cast<std::streamsize>(bytes.size()),
-            "the file can be read");
-    return bytes;
-}
-
 void Check(Input input) {
     static const Testing::TemporaryFolder folder;
-    const std::filesystem::path path = Platform::PathFromUtf8(folder.Path("cache"));
+    static const std::string name = folder.Path("cache");
+    static const std::filesystem::path path = Platform::PathFromUtf8(name);
     std::stringbuf plain;
     {
         DecodeOutputStreamBuf scrambled(path);
@@ -214,7 +204,7 @@ void Check(Input input) {
     }
     std::string expected = plain.str();
     Scramble(expected);
-    Require(Held(path) == expected, "the file holds what was written, scrambled for its places");
+    Require(Testing::ReadBytes(name) == expected, "the file holds what was written, scrambled for its places");
 
     DecodeInputStreamBuf scrambled(path);
     Read(input, scrambled, plain);

@@ -4,6 +4,7 @@
 #include "host/dispatcher.h"
 #include "host/sandbox.h"
 #include "ipc/call_protocol.h"
+#include "testing/support/memory_backend.h"
 
 #include <cstring>
 #include <functional>
@@ -23,68 +24,34 @@ constexpr uint32_t kSection = 4096;
 constexpr size_t kLargestRequest = 512;  // so that each reply but an output's fits
 
 // A model of the lengths of its path and its name. Running it adds 1 to the bytes.
-class Model final : public IOrvane {
+class Model final : public Testing::MemoryBackend {
  public:
     Status Init(const InterpreterParams& params) override {
         info = {{"path", params.modelPath}, {"device", params.openvinoDevice}};
         if (params.modelPath.empty()) {
             return {"no model", 3};
         }
-        for (auto* side : {&inputs, &outputs}) {
-            const std::string& text = side == &inputs ? params.modelPath : params.modelName;
+        for (const auto& [type, text] :
+             {std::pair(TensorTypeInput, params.modelPath), {TensorTypeOutput, params.modelName}}) {
             for (size_t i = 0; i <= text.size() % 3; ++i) {
                 const size_t size = (text.size() + i * 7) % 40;
-                side->push_back(
-                    {{text, false, DataTypeUInt8, 1, {static_cast<int64_t>(size)}}, std::string(size, 'a')});
+                AddPort(type, text, size, std::make_shared<std::string>(size, 'a'));
             }
         }
         return {};
     }
-    void Release() override {}
-    int32_t GetTensorCount(TensorType type) override { return static_cast<int32_t>(Side(type).size()); }
-    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override {
-        return index < Side(type).size() ? Side(type)[index].first : TensorInfo();
-    }
-    Status SetInputData(uint32_t index, const void* data, uint32_t size) override {
-        if (index >= inputs.size() || size > inputs[index].second.size()) {
-            return {"refused", 5};
-        }
-        std::memcpy(inputs[index].second.data(), data, size);
-        return {};
-    }
     Status Invoke() override {
-        for (char& byte : outputs[0].second) {
+        for (char& byte : *outputs[0].memory) {
             ++byte;
         }
-        const std::string& from = inputs.back().second;
-        outputs.back().second.replace(0, std::min(from.size(), outputs.back().second.size()), from, 0,
-                                      outputs.back().second.size());
+        const std::string& from = *inputs.back().memory;
+        std::string& to = *outputs.back().memory;
+        to.replace(0, std::min(from.size(), to.size()), from, 0, to.size());
         return {};
     }
-    Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override {
-        if (index >= outputs.size() || size != outputs[index].second.size()) {
-            return {"refused", -1};
-        }
-        std::memcpy(data, outputs[index].second.data(), size);
-        return {};
-    }
-    void* GetTensorData(TensorType, uint32_t) override { return nullptr; }
     std::unordered_map<std::string, std::string> GetExtraInfo() override { return info; }
-    Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override {
-        if (index >= Side(type).size()) {
-            return {"refused", 5};
-        }
-        Side(type)[index].first.shape = shape;
-        return {};
-    }
 
  private:
-    using Port = std::pair<TensorInfo, std::string>;
-
-    std::vector<Port>& Side(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
-
-    std::vector<Port> inputs;
-    std::vector<Port> outputs;
     std::unordered_map<std::string, std::string> info;
 };
 

@@ -106,7 +106,7 @@ REMOTE_REPLY = {
                             (7, word(1) + struct.pack("<II", 1, 22_021_104)), (4, SUCCESS)),
     "to_the_end": replies((2, struct.pack("<II", 1, 22_021_112))),
     "run_to_the_end": replies((5, word(22_021_112)), (6, word(1) + b"a")),
-    "deaths": replies((4, None), (4, SUCCESS), (0, SUCCESS), (1, None), (0, None), (0, SUCCESS), (8, None), (6, SUCCESS)),
+    "deaths": replies(*(step for call in range(9) for step in ((0, SUCCESS), (call, None), (call, SUCCESS)))),
     "next_init_fails": replies((0, word(3) + text(b"no model")), (4, SUCCESS)),
 }
 
@@ -140,7 +140,8 @@ def pattern(size):
 
 MODEL_FILE_CIPHER = {
     f"{size}_{mode}": bytes([mode]) + b"Key!" + pattern(size)
-    for size, mode in ((0, 1), (1, 1), (15, 3), (16, 1), (16, 0), (40, 7), (256, 1), (256, 0), (300, 11), (600, 0))
+    for size, mode in ((0, 1), (1, 1), (15, 3), (16, 1), (16, 0), (40, 7), (255, 0), (256, 1), (256, 0), (300, 11),
+                       (600, 0))
 }
 
 

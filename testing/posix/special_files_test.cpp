@@ -11,14 +11,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <utility>
 
 namespace Orvane::Cli {
 namespace {
-
-using namespace std::chrono_literals;
 
 class SpecialFiles : public testing::Test {
  protected:
@@ -48,7 +45,7 @@ TEST(SharedMemory, ThatIsTooSmallIsNamedWithWhatToDo) {
     EXPECT_TRUE(hints(EACCES).empty());
 }
 
-TEST_F(SpecialFiles, AreRefusedAtOnce) {
+TEST_F(SpecialFiles, AreRefused) {
     const std::string weights = folder.Path("w.bin");
     ASSERT_EQ(mkfifo(weights.c_str(), 0600), 0);
     const std::string described = folder.Write("w.xml", Testing::AddModel({1, 2}).description);
@@ -71,9 +68,7 @@ TEST_F(SpecialFiles, AreRefusedAtOnce) {
     }
     const std::vector<std::string> names = folder.Names();
     for (const auto& [file, line] : cases) {
-        const auto start = std::chrono::steady_clock::now();
         const CapturedRun run = RunCaptured(line);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << run.err;
         EXPECT_EQ(run.exitValue, 1) << run.err;
         EXPECT_EQ(run.out, "");
         EXPECT_NE(run.err.find(file + " is no ordinary file"), std::string::npos) << run.err;

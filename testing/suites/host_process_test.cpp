@@ -8,7 +8,6 @@
 #include "testing/support/host_fixture.h"
 #include "testing/support/temporary_folder.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -24,7 +23,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace Testing;
-using Clock = std::chrono::steady_clock;
 
 const std::string kThisProgram = Platform::ProgramBeside("host_process_test");
 const std::string kClientSwitch = "--client=";
@@ -33,13 +31,7 @@ const std::string kTooLargeSwitch = "--too-large";
 using HostProcess = HostFixture;
 
 TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
-    constexpr auto kDelay = 300ms;
-    const auto killLater = [&] {
-        return std::async(std::launch::async,
-                          [&] { std::this_thread::sleep_for(kDelay), Process(Children().at(0)).Kill(); });
-    };
     const auto invoke = [this](const Process&) { return Shown(interpreter->Invoke()); };
-    const auto resize = [this](const Process&) { return Shown(interpreter->GetInput()->Resize({1})); };
     const char* const kKilled = "signal 9 \\(SIGKILL\\)|exit value 57005";
     const char* const kFailedFast = "signal 6 \\(SIGABRT\\)|exit value 0xC0000409 \\(fast fail\\)";
     const struct {
@@ -47,21 +39,15 @@ TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
         const char* modelName;
         std::function<std::string(const Process&)> call;
         const char* end;
-        std::string outcome = kHostExit;
     } cases[] = {
         {"killed just before a call", "", [&](auto& host) { return host.Kill(), invoke(host); }, kKilled},
-        {"killed long before", "", [&](auto& host) { return killLater().get(), host.End(), invoke(host); }, kKilled},
-        {"killed while it initialises", "", [&](auto&) { return killLater(), Init(Params("hang")); }, kKilled},
-        {"killed while it runs", "sleep 50000", [&](auto& host) { return killLater(), invoke(host); }, kKilled},
+        {"killed long before", "", [&](auto& host) { return host.Kill(), host.End(), invoke(host); }, kKilled},
         {"stopped by a fault", "crash", invoke, kFailedFast},
         {"stopped by an exception", "throw", invoke, kFailedFast},
-        {"stopped by a shape", "", resize, kFailedFast, kHostCallError},
     };
-    for (const auto& [what, modelName, call, end, outcome] : cases) {
+    for (const auto& [what, modelName, call, end] : cases) {
         const Process host = StartHost("echo 4", modelName);
-        const auto start = Clock::now();
-        EXPECT_EQ(call(host), outcome) << what;
-        EXPECT_LT(Clock::now() - start, kDelay + 2s) << what;
+        EXPECT_EQ(call(host), kHostExit) << what;
         EXPECT_TRUE(std::regex_match(interpreter->GetHostEnd().text, std::regex(end)))
             << what << ": " << interpreter->GetHostEnd().text;
         host.End();
@@ -70,7 +56,7 @@ TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
     }
 }
 
-TEST_F(HostProcess, OneThatHangsIsEndedByAnyThreadAndByATimeLimit) {
+TEST_F(HostProcess, OneThatHangsIsEndedByAnyThread) {
     EXPECT_EQ(Shown(interpreter->Interrupt()), "-1 不支持此操作") << "there is no host";
     const auto hang = [this](bool initialising) {
         const Status status = initialising ? interpreter->Init(Params("hang")) : interpreter->Invoke();
@@ -88,12 +74,6 @@ TEST_F(HostProcess, OneThatHangsIsEndedByAnyThreadAndByATimeLimit) {
         EXPECT_EQ(hang(initialising), kHostExit);
         EXPECT_EQ(one.get() + other.get(), kOk + kOk);
         EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseInterrupted);
-
-        EXPECT_EQ(Init(Params("echo 4", "sleep 50000")), kOk);
-        interpreter->SetTimeLimit(300);
-        EXPECT_EQ(hang(initialising), kHostExit);
-        EXPECT_EQ(interpreter->GetHostEnd().text, "time limit of 300 ms");
-        interpreter->SetTimeLimit(0);
     }
     EXPECT_EQ(Init(Params("echo 4")), kOk);
     EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
@@ -118,12 +98,14 @@ TEST_F(HostProcess, InterruptsMeetStartsAndReleases) {
 }
 
 TEST_F(HostProcess, AFailedStartIsReleased) {
-    const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
-    const Status status = backend->Init(Params("echo 4", "", "no such host"));
-    EXPECT_EQ(status.message, "CreateProcessAsUser error");
-    EXPECT_EQ(status.code, 2) << "not found has this number on both systems";
-    EXPECT_EQ(Shown(backend->Invoke()), kHostExit);
-    EXPECT_EQ(Shown(backend->Init(Params("echo 4"))), kOk);
+    const std::string notFound = "2 CreateProcessAsUser error";  // on both systems
+    EXPECT_EQ(Shown(remote->Init(Params("echo 4", "", "no such host"))), notFound);
+    EXPECT_EQ(Shown(remote->Invoke()), kHostExit);
+    EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk);
+    const Process host(Children().at(0));
+    host.Kill();
+    host.End();
+    EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk) << "a host whose end no call has noticed";
 }
 
 TEST_F(HostProcess, IsStartedUnderAnyName) {
@@ -153,39 +135,42 @@ TEST_F(HostProcess, TheChannelBoundsATensor) {
 
 // --- Several at once ---
 
-TEST_F(HostProcess, EightThreadsHaveHostsOfTheirOwn) {
-    std::vector<std::future<std::string>> outcomes;
-    for (uint32_t i = 0; i < 8; ++i) {
-        outcomes.push_back(std::async(std::launch::async, [] {
-            std::string outcome = kOk;
-            for (int start = 0; start < 3 && outcome == kOk; ++start) {
-                Interpreter own;
-                outcome = Shown(own.Init(Params("echo 4096")));
-                outcome = outcome == kOk ? RoundTrips(own, 0, 50) : outcome;
-            }
-            return outcome;
-        }));
+using Outcomes = std::vector<std::future<std::string>>;
+
+Outcomes InThreads(uint32_t count, const std::function<std::string(uint32_t)>& work) {
+    Outcomes outcomes;
+    for (uint32_t i = 0; i < count; ++i) {
+        outcomes.push_back(std::async(std::launch::async, work, i));
     }
-    for (auto& outcome : outcomes) {
-        EXPECT_EQ(outcome.get(), kOk);
+    return outcomes;
+}
+
+void ExpectEach(Outcomes outcomes, const std::string& outcome) {
+    for (auto& one : outcomes) {
+        EXPECT_EQ(one.get(), outcome);
     }
 }
 
-TEST_F(HostProcess, FourThreadsShareAHost) {
-    const auto roundTripsOfFour = [this](size_t rounds, const std::function<void()>& meanwhile) {
-        std::vector<std::string> outcomes(4);
-        std::vector<std::thread> running;
-        for (uint32_t i = 0; i < 4; ++i) {
-            running.emplace_back([&, i] { outcomes[i] = RoundTrips(*interpreter, i, rounds); });
+TEST_F(HostProcess, EightThreadsHaveHostsOfTheirOwn) {
+    const auto startAndUse = [](uint32_t) {
+        std::string outcome = kOk;
+        for (int start = 0; start < 3 && outcome == kOk; ++start) {
+            Interpreter own;
+            outcome = Shown(own.Init(Params("echo 4096")));
+            outcome = outcome == kOk ? RoundTrips(own, 0, 50) : outcome;
         }
-        meanwhile();
-        std::for_each(running.begin(), running.end(), [](std::thread& thread) { thread.join(); });
-        return outcomes;
+        return outcome;
     };
+    ExpectEach(InThreads(8, startAndUse), kOk);
+}
+
+TEST_F(HostProcess, FourThreadsShareAHost) {
     const Process host = StartHost("echo 4096 4");
-    EXPECT_EQ(roundTripsOfFour(250, [] {}), std::vector<std::string>(4, kOk));
-    const auto killSoon = [&host] { std::this_thread::sleep_for(200ms), host.Kill(); };
-    EXPECT_EQ(roundTripsOfFour(SIZE_MAX, killSoon), std::vector<std::string>(4, kHostExit));
+    ExpectEach(InThreads(4, [this](uint32_t i) { return RoundTrips(*interpreter, i, 250); }), kOk);
+    Outcomes endless = InThreads(4, [this](uint32_t i) { return RoundTrips(*interpreter, i, SIZE_MAX); });
+    std::this_thread::sleep_for(200ms);
+    host.Kill();
+    ExpectEach(std::move(endless), kHostExit);
 }
 
 // --- A host, or its client, killed in each part of a client's life ---

@@ -106,8 +106,8 @@ std::vector<ClientCase> ClientCases() {
 }
 
 // Serves a client: the model name that it sends is the number of a row and what to do at its request: "answer",
-// "damage" the first size tag of the answer, "forge N": put a length that nothing has at byte N of it, "exit" or
-// "crash". Other requests for a model succeed. Returns when the client sends anything else than the row says.
+// "damage" the first size tag of the answer, "exit" or "crash". Other requests for a model succeed. Returns when the
+// client sends anything else than the row says.
 int PlayHost(const std::string& arguments) {
     if (!std::regex_match(arguments, std::regex(R"(Result(_\d+d_\d+)\|Call\1\|Channel\1\|22021120)"))) {
         return 1;
@@ -149,9 +149,6 @@ int PlayHost(const std::string& arguments) {
                 Platform::FailFast();
             }
             reply[0] = static_cast<char>(reply[0] ^ (behaviour == "damage" ? 2 : 0));
-            if (behaviour.starts_with("forge ")) {
-                reply.replace(std::stoul(behaviour.substr(6)), 4, LittleEndian(0xFFFFFFF0, 4));
-            }
         }
         std::copy(reply.begin(), reply.end(), region);
         expected = next.request + std::string(region + next.request.size(), kWindow - next.request.size());
@@ -187,27 +184,13 @@ TEST_F(Client, WritesAndReadsTheseBytes) {
     EXPECT_EQ(Children().size(), 1U) << "an answer, whatever it is, ends no host";
 }
 
-TEST_F(Client, TakesALengthThatPassesTheEndForADeadHost) {
-    size_t ends = 0;
-    for (size_t i = 0; i < cases.size(); ++i) {
-        for (size_t place = 0; !cases[i].hostDied.empty() && place + 4 <= cases[i].reply.size(); ++place) {
-            const std::string outcome = Play(i, "forge " + std::to_string(place));
-            ends += outcome == cases[i].hostDied && outcome != cases[i].result ? 1 : 0;
-        }
-        EXPECT_EQ(Play(i, "answer"), cases[i].result) << "case " << i;
-    }
-    EXPECT_GE(ends, 8U) << "one for each string, run and number of dimensions or pairs";
-}
-
 TEST_F(Client, FailsWhereTheHostDiesAndWorksWithANewOne) {
     for (size_t i = 0; i < cases.size(); ++i) {
         for (const char* behaviour : {"exit", "crash"}) {
             if (cases[i].hostDied.empty()) {
                 continue;
             }
-            const auto start = std::chrono::steady_clock::now();
             EXPECT_EQ(Play(i, behaviour), cases[i].hostDied) << behaviour << " in case " << i;
-            EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << behaviour << " in case " << i;
             for (const ClientCase& other : cases) {
                 EXPECT_TRUE(!other.act || other.hostDied.empty() || other.act(*remote) == other.hostDied)
                     << other.hostDied << ", without a host";
@@ -321,38 +304,6 @@ TEST(Host, ClearsTheRoomThatAWriteLacks) {
     request.resize(HostUnderTest::kSize, 'x');
     EXPECT_FALSE(host.Answers(request));
     EXPECT_EQ(host.Region().substr(8181), LittleEndian(0, 4) + LittleEndian(1, 4) + std::string(3, '\0'));
-}
-
-TEST(Host, AnswersOrEndsAtEveryDamagedRequest) {
-    const std::string requests[] = {
-        InitRequest("echo 4"),
-        Word(3) + Word(0) + Word(4) + "abcd",
-        Word(5) + Word(0) + Word(4),
-        Word(8) + Word(1) + Word(0) + Word(2) + Word(5) + Word(7),
-    };
-    std::unique_ptr<HostUnderTest> host;
-    size_t outcomes[2] = {};  // ends and answers
-    const auto send = [&](const std::string& damaged) {
-        // Without one, or where it ended at a damaged request. It goes when the next one is there: Wine now and then
-        // fails to start a program while it ends another.
-        if (host == nullptr || !host->Answers(InitRequest("echo 4"))) {
-            host = std::make_unique<HostUnderTest>(kStubHost);
-            ASSERT_TRUE(host->Answers(InitRequest("echo 4")));
-        }
-        ++outcomes[host->Answers(damaged) ? 1 : 0];
-    };
-    for (const std::string& request : requests) {
-        for (size_t length = 0; length < request.size(); ++length) {
-            send(request.substr(0, length));
-        }
-        for (size_t bit = 0; bit < request.size() * 8; ++bit) {
-            std::string damaged = request;
-            damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ (1 << bit % 8));
-            send(damaged);
-        }
-    }
-    EXPECT_GT(outcomes[0], 0U) << "ends";
-    EXPECT_GT(outcomes[1], 0U) << "answers";
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 //   failing        the output cannot be viewed, and a copy of it has that length
 //   status         the status of a run has a value of another type
 // In all else it has one input and one output of 4 bytes, and the output is "abcd".
+#include <orvane/option_v2.h>
+
 #include "host/run_host.h"
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
@@ -51,13 +53,10 @@ class Forger {
 
  private:
     void Load() {
-        const MessageBuffer::Bytes options = message.ReadBytes();
-        const std::string form(reinterpret_cast<const char*>(options.data), options.size);
-        const std::string key = "OptionCommonModelPath";
-        const size_t place = form.find(key) + key.size() + 1;  // behind the tag
-        uint64_t length = 0;
-        std::memcpy(&length, form.data() + place, sizeof length);
-        std::istringstream(form.substr(place + sizeof length, length)) >> lie >> number;
+        const MessageBuffer::Bytes flatForm = message.ReadBytes();
+        const OptionHandle option = CreateOption();
+        option->Deserialize(flatForm.data, flatForm.size);
+        std::istringstream(option->GetString(OptionCommonModelPath)) >> lie >> number;
     }
 
     void Describe() {
@@ -77,9 +76,9 @@ class Forger {
     }
 
     void GiveOutput(uint32_t call) {
-        message.WriteUInt32(lie == "size" || lie == "failing" ? kClaimed : 4);
-        const bool isLong = lie == "size" || lie == "failing";
-        std::memcpy(message.ReserveBytes(isLong ? kClaimed : 4), "abcd", 4);
+        const uint32_t size = lie == "size" || lie == "failing" ? kClaimed : 4;
+        message.WriteUInt32(size);
+        std::memcpy(message.ReserveBytes(size), "abcd", 4);
         const bool fails = lie == "failing" && call == CallGetTensorData;
         message.WriteStatus(fails ? Status{"no", -1} : Status{});
     }

@@ -1,14 +1,13 @@
 #include <orvane/interpreter_params.h>
 
 #include "core/backend_factory.h"
-#include "core/error_status.h"
 #include "platform/process.h"
+#include "testing/support/memory_backend.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -51,7 +50,7 @@ const std::map<std::string, void (*)()>& Deaths() {
 // to its output:
 //   sleep MILLISECONDS, or one of the deaths below; anything else nothing
 // or "look" for a look at the data that came in last, when the model goes.
-class StubBackend final : public IOrvane {
+class StubBackend final : public Testing::MemoryBackend {
  public:
     StubBackend() { ++living; }
     ~StubBackend() override {
@@ -84,35 +83,20 @@ class StubBackend final : public IOrvane {
             std::max(outputCount, inputCount) > kMostPorts) {
             return MakeErrorStatus(kind == "fail" ? params.modelPath.substr(kind.size()) : "no such model");
         }
-        const auto memory = std::make_shared<std::vector<char>>(shares ? std::max(size, outputSize) : 0);
+        const auto memory = std::make_shared<std::string>(shares ? std::max(size, outputSize) : 0, '\0');
         for (const auto& [type, letter, count, bytes] :
              {std::tuple(TensorTypeInput, "x", inputCount, size), {TensorTypeOutput, "y", outputCount, outputSize}}) {
             for (size_t i = 0; i < count; ++i) {
-                const auto own = shares ? memory : std::make_shared<std::vector<char>>(bytes);
-                Ports(type).push_back({letter + std::to_string(i), bytes, {static_cast<int64_t>(bytes)}, own});
+                AddPort(type, letter + std::to_string(i), bytes,
+                        shares ? memory : std::make_shared<std::string>(bytes, '\0'));
             }
         }
         return {};
     }
 
-    void Release() override {}
-    int32_t GetTensorCount(TensorType type) override { return static_cast<int32_t>(Ports(type).size()); }
-
-    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override {
-        if (index >= Ports(type).size()) {
-            return {};
-        }
-        const Port& port = Ports(type)[index];
-        return {port.name, false, DataTypeUInt8, 1, port.shape};
-    }
-
     Status SetInputData(uint32_t index, const void* data, uint32_t size) override {
-        if (index >= inputs.size() || size > inputs[index].size) {
-            return MakeErrorStatus("refused");
-        }
         lastInput = static_cast<const volatile char*>(data);
-        std::memcpy(inputs[index].memory->data(), data, size);
-        return {};
+        return MemoryBackend::SetInputData(index, data, size);
     }
 
     Status Invoke() override {
@@ -126,38 +110,10 @@ class StubBackend final : public IOrvane {
         return {};
     }
 
-    Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override {
-        if (index >= outputs.size() || size != outputs[index].size) {
-            return MakeErrorStatus("refused");
-        }
-        std::memcpy(data, outputs[index].memory->data(), size);
-        return {};
-    }
-
-    void* GetTensorData(TensorType, uint32_t) override { return nullptr; }
     std::unordered_map<std::string, std::string> GetExtraInfo() override { return {{"kind", "stub"}}; }
 
-    Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override {
-        if (index >= Ports(type).size()) {
-            return MakeErrorStatus("refused");
-        }
-        Ports(type)[index].shape = shape;
-        return {};
-    }
-
  private:
-    struct Port {
-        std::string name;
-        size_t size;
-        std::vector<int64_t> shape;
-        std::shared_ptr<std::vector<char>> memory;
-    };
-
-    std::vector<Port>& Ports(TensorType type) { return type == TensorTypeInput ? inputs : outputs; }
-
     inline static int living = 0;
-    std::vector<Port> inputs;
-    std::vector<Port> outputs;
     std::string run;
     int runTime = 0;
     const volatile char* lastInput = nullptr;

@@ -7,19 +7,18 @@
 #include "backends/openvino/mingw/private_file.h"
 #include "backends/openvino/mingw/stream_content.h"
 #include "platform/path.h"
+#include "testing/support/processes.h"
 #include "testing/support/temporary_folder.h"
 #include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace Orvane {
@@ -55,14 +54,10 @@ class OpenvinoInterface : public testing::Test {
 
     // Other processes may be at an export, but none for long.
     bool NothingNewStays() {
-        for (int round = 0; round < 400; ++round) {
+        return Testing::Within(std::chrono::seconds(20), [this] {
             const std::set<fs::path> now = PrivateFolders();
-            if (std::includes(before.begin(), before.end(), now.begin(), now.end())) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return false;
+            return std::includes(before.begin(), before.end(), now.begin(), now.end());
+        });
     }
 
     Testing::TemporaryFolder folder;
