@@ -3,10 +3,10 @@
 
 page_commands.py PAGE...: with the wheel and the archives of `./dev wheel` and `./dev package` in dist/. Each page has a
 shell of its own, in a folder that shows the project's files and keeps what the commands write besides, and with the
-Python environment in which `./dev test --python` installed the wheel. Commands are the lines after `$ ` of blocks marked as `console`; what `./dev` does is done in the
-project itself, and left out where .ci/run does it. Lines below a command are what it prints, numbers aside; `...`
-stands for any lines. A command fails exactly when its first line begins with "orvane: ". A comment right above a block
-may say `<!-- not run: REASON -->` or `<!-- output not compared: REASON -->`. Exit value 1 when anything differs.
+Python environment in which `./dev test --python` installed the wheel. Commands are the lines after `$ ` of blocks marked
+as `console`; what `./dev` does is done in the project itself, and left out where .ci/run does it. Lines below a command
+are what it prints, numbers aside; `...` stands for any lines. A command fails exactly when the first of them begins with
+"orvane: ". A comment right above a block may say `<!-- not run: REASON -->` or `<!-- output not compared: REASON -->`. Exit value 1 when anything differs.
 """
 import dataclasses
 import os
@@ -80,7 +80,7 @@ class Shell:
             watch.cancel()
 
     def close(self):
-        self.process.communicate()
+        self.process.communicate(timeout=TIMEOUT_S)
 
 
 def show_project(folder):
@@ -100,7 +100,7 @@ def write_program(page, folder):
 
 def what_is_wrong(command, value, printed):
     if value is None:
-        return f"took more than {TIMEOUT_S} s"
+        return f"took more than {TIMEOUT_S} s, or ended the shell"
     fails = bool(command.printed) and command.printed[0].startswith("orvane: ")
     if (value != 0) != fails:
         return f"ended with {value}"
@@ -133,9 +133,9 @@ def run_page(page, ci_chores):
         shell = Shell(folder)
         for command in commands_of(page):
             reason = why_not(command, ci_chores)
-            print(f"{page.relative_to(PROJECT)}:{command.line}: {command.text}" + (f"  [not run: {reason}]" if reason else ""),
-                  flush=True)
+            print(f"{page.relative_to(PROJECT)}:{command.line}: {command.text}", flush=True)
             if reason:
+                print(f"  not run: {reason}", flush=True)
                 count["left out"] += 1
                 continue
             text = f"(cd '{PROJECT}' && {command.text})" if in_project(command.text) else command.text
