@@ -6,7 +6,8 @@ shell of its own, in a folder that shows the project's files and keeps what the 
 Python environment in which `./dev test --python` installed the wheel. Commands are the lines after `$ ` of blocks marked
 as `console`; what `./dev` does is done in the project itself, and left out where .ci/run does it. Lines below a command
 are what it prints, numbers aside; `...` stands for any lines. A command fails exactly when the first of them begins with
-"orvane: ". A comment right above a block may say `<!-- not run: REASON -->` or `<!-- output not compared: REASON -->`. Exit value 1 when anything differs.
+"orvane: ". A comment right above a block may say `<!-- not run: REASON -->` or `<!-- output not compared: REASON -->`.
+Exit value 1 when anything differs.
 """
 import dataclasses
 import os
