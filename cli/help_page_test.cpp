@@ -1,11 +1,11 @@
 // The page about the command line has the program's own words: every command and option, and no others.
+#include "cli/command_line.h"
 #include "cli/commands/commands.h"
 #include "testing/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <CLI/CLI.hpp>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -17,17 +17,14 @@ namespace {
 using Rows = std::set<std::string>;
 
 Rows RowsOfProgram() {
-    CLI::App app;
-    AddCommands(app);
+    const CommandLine line;
     Rows rows;
-    for (const CLI::App* command : app.get_subcommands({})) {
-        rows.insert("| `" + command->get_name() + "` | " + command->get_description() + " |");
-        for (const CLI::Option* option : command->get_options()) {
-            const std::string type = option->get_type_name();
-            if (option != command->get_help_ptr()) {
-                rows.insert(command->get_name() + "| `" + option->get_name() + (type.empty() ? "" : " " + type) +
-                            "` | " + option->get_description() + " |");
-            }
+    for (const Command& command : AllCommands(line)) {
+        rows.insert("| `" + command.name + "` | " + command.description + " |");
+        for (const Argument& argument : command.arguments) {
+            const std::string blank = argument.placeholder.empty() ? "" : " ";
+            rows.insert(command.name + "| `" + argument.name + blank + argument.placeholder + "` | " +
+                        argument.description + " |");
         }
     }
     return rows;

@@ -1,16 +1,15 @@
 #include "cli/run_cli.h"
 
+#include "cli/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/failure.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
 
-#include <orvane/version.h>
-
-#include <CLI/CLI.hpp>
-#include <algorithm>
 #include <new>
 #include <ostream>
+#include <utility>
+#include <variant>
 
 namespace Orvane::Cli {
 namespace {
@@ -18,21 +17,20 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
-void Execute(const std::vector<Command>& commands, std::ostream& out, std::ostream& err) {
-    const auto chosen =
-        std::find_if(commands.begin(), commands.end(), [](const Command& command) { return command.app->parsed(); });
-    if (chosen == commands.end()) {
-        throw WrongUsage("a command is missing");
+void Execute(CommandLine& line, const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+    const auto parsed = line.Parse(arguments);
+    if (const auto* text = std::get_if<std::string>(&parsed)) {
+        out << *text;
+    } else {
+        std::get<const Command*>(parsed)->execute(out, err);
     }
-    chosen->execute(out, err);
     if (!out.flush()) {
         throw Failure("the result could not be written to the standard output");
     }
 }
 
-int ReportWrongUsage(const CLI::App& app, const std::string& message, std::ostream& err) {
-    const std::vector<CLI::App*> chosen = app.get_subcommands();
-    err << "orvane: " << message << "\n\n" << (chosen.empty() ? app.help() : chosen.front()->help(app.get_name()));
+int ReportWrongUsage(const CommandLine& line, const std::string& message, std::ostream& err) {
+    err << "orvane: " << message << "\n\n" << line.Usage();
     return kWrongUsage;
 }
 
@@ -62,7 +60,7 @@ std::vector<std::string> WithCompletedLine(const std::vector<std::string>& argum
         std::string line = "  orvane";
         for (const auto* part : {&arguments, &failure.missingArguments}) {
             for (const std::string& argument : *part) {
-                line += " " + ShellWord(argument);
+                line.append(" ").append(ShellWord(argument));
             }
         }
         hints.push_back(line);
@@ -72,27 +70,21 @@ std::vector<std::string> WithCompletedLine(const std::vector<std::string>& argum
 
 }  // namespace
 
-std::vector<Command> AddCommands(CLI::App& app) {
-    return {AddInfoCommand(app),    AddRunCommand(app),     AddBenchCommand(app),   AddReshapeCommand(app),
-            AddDevicesCommand(app), AddEncryptCommand(app), AddDecryptCommand(app), AddHelpCommand(app)};
+std::vector<Command> AllCommands(const CommandLine& line) {
+    return {InfoCommand(),    RunCommand(),     BenchCommand(),   ReshapeCommand(),
+            DevicesCommand(), EncryptCommand(), DecryptCommand(), HelpCommand(line)};
 }
 
 int RunCli(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
-    CLI::App app("Runs neural-network models from a terminal.", "orvane");
-    app.allow_windows_style_options(false);
-    app.set_version_flag("--version", std::string("orvane ") + Version(), "Print the version and exit");
-    app.require_subcommand(0, 1);  // `Execute` misses one; this would not name an unknown one
-    const std::vector<Command> commands = AddCommands(app);
+    CommandLine line;
+    for (Command& command : AllCommands(line)) {
+        line.Add(std::move(command));
+    }
     try {
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-        Execute(commands, out, err);
+        Execute(line, arguments, out, err);
         return 0;
-    } catch (const CLI::Success& request) {  // --help and --version
-        return app.exit(request, out, err);
-    } catch (const CLI::ParseError& error) {
-        return ReportWrongUsage(app, error.what(), err);
     } catch (const WrongUsage& error) {
-        return ReportWrongUsage(app, error.what(), err);
+        return ReportWrongUsage(line, error.what(), err);
     } catch (const Failure& failure) {
         return ReportFailure(failure.what(), WithCompletedLine(arguments, failure), err);
     } catch (const orvane::Error& error) {

@@ -12,12 +12,10 @@
 
 #include <orvane/interpreter.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <sstream>
 #include <utility>
@@ -198,28 +196,26 @@ void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
 
 }  // namespace
 
-Command AddBenchCommand(CLI::App& app) {
+Command BenchCommand() {
     const auto options = std::make_shared<BenchOptions>();
-    CLI::App* command = app.add_subcommand("bench", "Measure how fast a model starts and runs");
-    AddModelOptions(*command, options->model);
-    command->add_option("--warmup", options->warmup, "Number of inferences before the measured ones (10 unless given)")
-        ->type_name("N");
-    CLI::Option* iterations =
-        command->add_option("--iterations", options->iterations, "Number of inferences to measure")
-            ->check(CLI::Range(1U, std::numeric_limits<uint32_t>::max()).description(""))
-            ->type_name("N");
-    command->add_option("--seconds", options->seconds, "How long to measure instead (5 unless given)")
-        ->excludes(iterations)
-        ->type_name("S");
-    command->add_option("--json", options->json, "Also write the results to this file, as a JSON object")
-        ->type_name("FILE");
-    CLI::Option* html =
-        command->add_option("--html", options->html, "Also write them to this file, as a page for a browser")
-            ->type_name("FILE");
-    command->add_option("--compare", options->compare, "Show these earlier --json files on the page too; after MODEL")
-        ->type_name("FILE")
-        ->needs(html);
-    return {command, [options](std::ostream& out, std::ostream& err) { Bench(*options, out, err); }};
+    const std::vector<Argument> own = {
+        {"--warmup", &options->warmup, "N", "Number of inferences before the measured ones (10 unless given)"},
+        {"--iterations", &options->iterations, "N", "Number of inferences to measure", {.isAboveZero = true}},
+        {"--seconds",
+         &options->seconds,
+         "S",
+         "How long to measure instead (5 unless given)",
+         {.excludes = "--iterations"}},
+        {"--json", &options->json, "FILE", "Also write the results to this file, as a JSON object"},
+        {"--html", &options->html, "FILE", "Also write them to this file, as a page for a browser"},
+        {"--compare",
+         &options->compare,
+         "FILE",
+         "Show these earlier --json files on the page too; after MODEL",
+         {.takesSeveral = true, .needs = "--html"}},
+    };
+    return {"bench", "Measure how fast a model starts and runs", Joined(ArgumentsForModel(options->model), own),
+            [options](std::ostream& out, std::ostream& err) { Bench(*options, out, err); }};
 }
 
 }  // namespace Orvane::Cli

@@ -9,7 +9,6 @@
 
 #include <orvane/model_file_cipher.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -81,21 +80,20 @@ void TransformFile(const CipherOptions& options, std::ostream& err, Transform tr
     });
 }
 
-CLI::App* AddCipherCommand(CLI::App& app, CipherOptions& options, const char* name, const char* description) {
-    CLI::App* command = app.add_subcommand(name, description);
-    AddKeyOptions(*command, options.key, "Key of 1 to 4 bytes");
-    command->add_option("IN", options.input, "File to read")->required()->type_name("");
-    command->add_option("OUT", options.output, "File to write; may be IN")->required()->type_name("");
-    return command;
+std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
+    return Joined(ArgumentsForKey(options.key, "Key of 1 to 4 bytes"),
+                  {{"IN", &options.input, "", "File to read", {.isRequired = true}},
+                   {"OUT", &options.output, "", "File to write; may be IN", {.isRequired = true}}});
 }
 
 }  // namespace
 
-Command AddEncryptCommand(CLI::App& app) {
+Command EncryptCommand() {
     const auto options = std::make_shared<CipherOptions>();
-    CLI::App* command = AddCipherCommand(app, *options, "encrypt", "Encrypt a model file");
-    command->add_flag("--pad", options->pad, "Append the few bytes without which some lengths do not come back");
-    return {command, [options](std::ostream& out, std::ostream& err) {
+    const Argument pad = {"--pad", &options->pad, "",
+                          "Append the few bytes without which some lengths do not come back"};
+    return {"encrypt", "Encrypt a model file", Joined(ArgumentsForCipher(*options), {pad}),
+            [options](std::ostream& out, std::ostream& err) {
                 CheckUsage(*options);
                 const ModelFileCipher cipher = MakeCipher(options->key);
                 std::string padding;  // of the last chunk: only that can be too short
@@ -109,10 +107,10 @@ Command AddEncryptCommand(CLI::App& app) {
             }};
 }
 
-Command AddDecryptCommand(CLI::App& app) {
+Command DecryptCommand() {
     const auto options = std::make_shared<CipherOptions>();
-    const CLI::App* command = AddCipherCommand(app, *options, "decrypt", "Decrypt a file that encrypt made");
-    return {command, [options](std::ostream&, std::ostream& err) {
+    return {"decrypt", "Decrypt a file that encrypt made", ArgumentsForCipher(*options),
+            [options](std::ostream&, std::ostream& err) {
                 CheckUsage(*options);
                 const ModelFileCipher cipher = MakeCipher(options->key);
                 TransformFile(*options, err,

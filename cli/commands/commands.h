@@ -1,33 +1,25 @@
 #pragma once
 
-#include <functional>
-#include <iosfwd>
-#include <vector>
+#include "cli/command.h"
 
-namespace CLI {
-class App;
-}
+#include <vector>
 
 namespace Orvane::Cli {
 
-// One subcommand: where its arguments are parsed to, and what it then does. `execute` throws `Failure` and
-// `WrongUsage`.
-struct Command {
-    const CLI::App* app;
-    std::function<void(std::ostream& out, std::ostream& err)> execute;
-};
+class CommandLine;
 
-// Each adds one subcommand to `app`, which owns it.
-Command AddInfoCommand(CLI::App& app);
-Command AddRunCommand(CLI::App& app);
-Command AddBenchCommand(CLI::App& app);
-Command AddReshapeCommand(CLI::App& app);
-Command AddDevicesCommand(CLI::App& app);
-Command AddEncryptCommand(CLI::App& app);
-Command AddDecryptCommand(CLI::App& app);
-Command AddHelpCommand(CLI::App& app);
+Command InfoCommand();
+Command RunCommand();
+Command BenchCommand();
+Command ReshapeCommand();
+Command DevicesCommand();
+Command EncryptCommand();
+Command DecryptCommand();
 
-// All of them.
-std::vector<Command> AddCommands(CLI::App& app);
+// Tells of the commands that `line` has by then.
+Command HelpCommand(const CommandLine& line);
+
+// All of them, in the order of the help.
+std::vector<Command> AllCommands(const CommandLine& line);
 
 }  // namespace Orvane::Cli

@@ -5,7 +5,6 @@
 
 #include <orvane/model_file.hpp>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 
@@ -54,11 +53,12 @@ void PrintDevices(bool asJson, std::ostream& out, std::ostream& err) {
 
 }  // namespace
 
-Command AddDevicesCommand(CLI::App& app) {
+Command DevicesCommand() {
     const auto asJson = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("devices", "List what models can run on here");
-    command->add_flag("--json", *asJson, "Print one JSON object");
-    return {command, [asJson](std::ostream& out, std::ostream& err) { PrintDevices(*asJson, out, err); }};
+    return {"devices",
+            "List what models can run on here",
+            {{"--json", asJson.get(), "", "Print one JSON object"}},
+            [asJson](std::ostream& out, std::ostream& err) { PrintDevices(*asJson, out, err); }};
 }
 
 }  // namespace Orvane::Cli

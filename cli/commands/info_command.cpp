@@ -5,7 +5,6 @@
 #include "cli/model/model_tensor.h"
 #include "cli/report/print.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace Orvane::Cli {
@@ -52,12 +51,11 @@ void Info(const InfoOptions& options, std::ostream& out, std::ostream& err) {
 
 }  // namespace
 
-Command AddInfoCommand(CLI::App& app) {
+Command InfoCommand() {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App* command = app.add_subcommand("info", "Show a model's inputs and outputs");
-    AddModelOptions(*command, options->model);
-    command->add_flag("--json", options->json, "Print one JSON object");
-    return {command, [options](std::ostream& out, std::ostream& err) { Info(*options, out, err); }};
+    return {"info", "Show a model's inputs and outputs",
+            Joined(ArgumentsForModel(options->model), {{"--json", &options->json, "", "Print one JSON object"}}),
+            [options](std::ostream& out, std::ostream& err) { Info(*options, out, err); }};
 }
 
 }  // namespace Orvane::Cli

@@ -4,7 +4,6 @@
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace Orvane::Cli {
@@ -28,15 +27,14 @@ void ReshapeModel(const ReshapeOptions& options, std::ostream& err) {
 
 }  // namespace
 
-Command AddReshapeCommand(CLI::App& app) {
+Command ReshapeCommand() {
     const auto options = std::make_shared<ReshapeOptions>();
-    CLI::App* command = app.add_subcommand("reshape", "Write a model with fixed shapes, as an .xml and a .bin");
-    command->add_option("MODEL", options->model, "Model file, plain")->required()->type_name("");
-    command->add_option("OUT", options->out, "File to write, an .xml; its .bin is written beside it")
-        ->required()
-        ->type_name("");
-    AddShapeOption(*command, options->shapes);
-    return {command, [options](std::ostream&, std::ostream& err) { ReshapeModel(*options, err); }};
+    return {"reshape",
+            "Write a model with fixed shapes, as an .xml and a .bin",
+            {{"MODEL", &options->model, "", "Model file, plain", {.isRequired = true}},
+             {"OUT", &options->out, "", "File to write, an .xml; its .bin is written beside it", {.isRequired = true}},
+             ArgumentForShapes(options->shapes)},
+            [options](std::ostream&, std::ostream& err) { ReshapeModel(*options, err); }};
 }
 
 }  // namespace Orvane::Cli

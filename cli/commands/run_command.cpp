@@ -7,10 +7,8 @@
 #include "cli/report/run_report.h"
 #include "platform/input_file.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
-#include <limits>
 #include <memory>
 
 namespace Orvane::Cli {
@@ -98,44 +96,37 @@ void Run(const RunOptions& options, std::ostream& out, std::ostream& err) {
 
 }  // namespace
 
-Command AddRunCommand(CLI::App& app) {
+Command RunCommand() {
     const auto options = std::make_shared<RunOptions>();
-    CLI::App* command = app.add_subcommand("run", "Run a model once or several times");
-    AddModelOptions(*command, options->model);
-    command
-        ->add_option("--input", options->inputs,
-                     "Data of the input with this index or name, once for each: .npy, .npz, .png, .jpg, or else bare "
-                     "bytes; an .npz alone gives all that it holds")
-        ->type_name("WHICH=FILE")
-        ->allow_extra_args(false);
-    command
-        ->add_option("--output", options->outputs,
-                     "Where this output goes, as .npy or else bare bytes; without any, a summary of all is printed")
-        ->type_name("WHICH=FILE")
-        ->allow_extra_args(false);
-    command
-        ->add_option("--mean", options->pictures.mean,
-                     "Of a picture: subtracted from each pixel, 0 to 255; one number, or one for each channel")
-        ->type_name("X[,X,X]")
-        ->delimiter(',')
-        ->allow_extra_args(false);
-    command
-        ->add_option("--scale", options->pictures.scale,
-                     "Of a picture: what is left is divided by this; one number, or one for each channel")
-        ->type_name("X[,X,X]")
-        ->delimiter(',')
-        ->allow_extra_args(false);
-    command->add_flag("--bgr", options->pictures.bgr, "Of a picture: blue is the first channel, not red");
-    command->add_option("--top", options->top, "Print the K largest elements of each output instead of a summary")
-        ->check(CLI::Range(1U, std::numeric_limits<uint32_t>::max()).description(""))
-        ->type_name("K");
-    command->add_option("--labels", options->labels, "With --top: the names of the elements, one on each line")
-        ->type_name("FILE");
-    command->add_option("--repeat", options->repeat, "Number of times to do the whole inference")
-        ->check(CLI::Range(1U, std::numeric_limits<uint32_t>::max()).description(""))
-        ->type_name("N");
-    command->add_flag("--json", options->json, "Print one JSON object");
-    return {command, [options](std::ostream& out, std::ostream& err) { Run(*options, out, err); }};
+    PictureOptions& pictures = options->pictures;
+    const std::vector<Argument> own = {
+        {"--input", &options->inputs, "WHICH=FILE",
+         "Data of the input with this index or name, once for each: .npy, .npz, .png, .jpg, or else bare bytes; an "
+         ".npz alone gives all that it holds"},
+        {"--output", &options->outputs, "WHICH=FILE",
+         "Where this output goes, as .npy or else bare bytes; without any, a summary of all is printed"},
+        {"--mean",
+         &pictures.mean,
+         "X[,X,X]",
+         "Of a picture: subtracted from each pixel, 0 to 255; one number, or one for each channel",
+         {.separator = ','}},
+        {"--scale",
+         &pictures.scale,
+         "X[,X,X]",
+         "Of a picture: what is left is divided by this; one number, or one for each channel",
+         {.separator = ','}},
+        {"--bgr", &pictures.bgr, "", "Of a picture: blue is the first channel, not red"},
+        {"--top",
+         &options->top,
+         "K",
+         "Print the K largest elements of each output instead of a summary",
+         {.isAboveZero = true}},
+        {"--labels", &options->labels, "FILE", "With --top: the names of the elements, one on each line"},
+        {"--repeat", &options->repeat, "N", "Number of times to do the whole inference", {.isAboveZero = true}},
+        {"--json", &options->json, "", "Print one JSON object"},
+    };
+    return {"run", "Run a model once or several times", Joined(ArgumentsForModel(options->model), own),
+            [options](std::ostream& out, std::ostream& err) { Run(*options, out, err); }};
 }
 
 }  // namespace Orvane::Cli

@@ -3,7 +3,6 @@
 #include "cli/failure.h"
 #include "platform/input_file.h"
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <iostream>
 
@@ -25,11 +24,13 @@ std::string ReadKeyFile(const std::string& path) {
 
 }  // namespace
 
-void AddKeyOptions(CLI::App& app, KeyOptions& options, const std::string& description) {
-    CLI::Option* key = app.add_option("--key", options.key, description)->type_name("K");
-    app.add_option("--key-file", options.file, "The same from a file, or with - from the standard input")
-        ->type_name("FILE")
-        ->excludes(key);
+std::vector<Argument> ArgumentsForKey(KeyOptions& options, const std::string& description) {
+    return {{"--key", &options.key, "K", description},
+            {"--key-file",
+             &options.file,
+             "FILE",
+             "The same from a file, or with - from the standard input",
+             {.excludes = "--key"}}};
 }
 
 std::optional<std::string> ReadKey(const KeyOptions& options) {

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "cli/command.h"
+
 #include <optional>
 #include <string>
-
-namespace CLI {
-class App;
-}
+#include <vector>
 
 namespace Orvane::Cli {
 
@@ -15,8 +14,8 @@ struct KeyOptions {
     std::optional<std::string> file;  // "-" is the standard input
 };
 
-// Adds --key and --key-file to a subcommand. Parsing fills `options`, which must live as long.
-void AddKeyOptions(CLI::App& app, KeyOptions& options, const std::string& description);
+// --key and --key-file.
+std::vector<Argument> ArgumentsForKey(KeyOptions& options, const std::string& description);
 
 // The key that was given; none when there is none. In a file a line end behind the key does not count. Throws `Failure`
 // when the file cannot be read, and `WrongUsage` for an empty key.

@@ -4,43 +4,38 @@
 
 #include <orvane/host.h>
 
-#include <CLI/CLI.hpp>
-
 namespace Orvane::Cli {
 
 std::optional<std::string> ModelOptions::HostProgram() const {
     return remote ? HostPathBesideProgram() : host;
 }
 
-void AddModelOptions(CLI::App& app, ModelOptions& options) {
-    app.add_option("MODEL", options.model,
-                   "Model file: .xml with its .bin beside it, .onnx, .tflite, .pb, .pdmodel, or the folder of a "
-                   "SavedModel; may be left out when --cache names an existing file")
-        ->type_name("");
-    AddShapeOption(app, options.shapes);
-    app.add_option("--device", options.device,
-                   "Device that runs the model, one that orvane devices lists (CPU unless given)")
-        ->type_name("D");
-    app.add_option("--framework", options.framework, "Number of the inference framework (9 unless given)")
-        ->type_name("N");
-    app.add_option("--cache", options.cache, "File for the compiled model; when it exists, MODEL is not read")
-        ->type_name("FILE");
-    app.add_flag("--make-cache", options.makeCache, "Write the cache file if it does not exist yet");
-    AddKeyOptions(app, options.key, "The model files are encrypted with this key of up to 4 bytes");
-    app.add_option("--host", options.host, "Run the model in a host process of this program")->type_name("PATH");
-    app.add_flag("--remote", options.remote, "Run it in a host process of the program orvane_host beside this one");
-    app.add_option("--timeout", options.timeout,
-                   "End the host process when a call takes longer (no limit unless given)")
-        ->type_name("SECONDS");
-    app.add_option("--log-level", options.logLevel, "Log lines of this level and above go to standard error")
-        ->type_name("L");
+std::vector<Argument> ArgumentsForModel(ModelOptions& options) {
+    const std::vector<Argument> model = {
+        {"MODEL", &options.model, "",
+         "Model file: .xml with its .bin beside it, .onnx, .tflite, .pb, .pdmodel, or the folder of a SavedModel; may "
+         "be left out when --cache names an existing file"},
+        ArgumentForShapes(options.shapes),
+        {"--device", &options.device, "D",
+         "Device that runs the model, one that orvane devices lists (CPU unless given)"},
+        {"--framework", &options.framework, "N", "Number of the inference framework (9 unless given)"},
+        {"--cache", &options.cache, "FILE", "File for the compiled model; when it exists, MODEL is not read"},
+        {"--make-cache", &options.makeCache, "", "Write the cache file if it does not exist yet"},
+    };
+    const std::vector<Argument> host = {
+        {"--host", &options.host, "PATH", "Run the model in a host process of this program"},
+        {"--remote", &options.remote, "", "Run it in a host process of the program orvane_host beside this one"},
+        {"--timeout", &options.timeout, "SECONDS",
+         "End the host process when a call takes longer (no limit unless given)"},
+        {"--log-level", &options.logLevel, "L", "Log lines of this level and above go to standard error"},
+    };
+    const auto key = ArgumentsForKey(options.key, "The model files are encrypted with this key of up to 4 bytes");
+    return Joined(Joined(model, key), host);
 }
 
-void AddShapeOption(CLI::App& app, std::vector<std::string>& shapes) {
-    app.add_option("--shape", shapes,
-                   "Dimensions of the input with this index or name, as in 0=1,3,640,640; once for each input")
-        ->type_name("WHICH=DIMS")
-        ->allow_extra_args(false);
+Argument ArgumentForShapes(std::vector<std::string>& shapes) {
+    return {"--shape", &shapes, "WHICH=DIMS",
+            "Dimensions of the input with this index or name, as in 0=1,3,640,640; once for each input"};
 }
 
 void CheckUsage(const ModelOptions& options) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/command.h"
 #include "cli/model/key.h"
 
 #include <orvane/interpreter_params.h>
@@ -8,10 +9,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace Orvane::Cli {
 
@@ -35,11 +32,11 @@ struct ModelOptions {
     bool IsEncrypted() const { return key.key || key.file; }
 };
 
-// Adds MODEL and the options to a subcommand. Parsing fills `options`, which must live as long.
-void AddModelOptions(CLI::App& app, ModelOptions& options);
+// MODEL and the options that go with it.
+std::vector<Argument> ArgumentsForModel(ModelOptions& options);
 
-// Adds --shape, of those and of other subcommands.
-void AddShapeOption(CLI::App& app, std::vector<std::string>& shapes);
+// --shape, of those and of other commands.
+Argument ArgumentForShapes(std::vector<std::string>& shapes);
 
 // Throws `WrongUsage` for an empty text and for a combination that means nothing.
 void CheckUsage(const ModelOptions& options);

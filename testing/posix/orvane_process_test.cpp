@@ -1,0 +1,110 @@
+// The command line in a process of its own: Ctrl-C, and what a terminal shows while a model loads.
+#include "platform/posix/descriptor.h"
+#include "platform/process.h"
+#include "testing/posix/processes.h"
+#include "testing/support/processes.h"
+#include "testing/support/tiny_models.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <string>
+#include <vector>
+
+namespace Orvane::Testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+bool Catches(pid_t process, int signal) {
+    const std::string caught = InStatus(static_cast<uint32_t>(process), "SigCgt");
+    return !caught.empty() && (std::stoull(caught, nullptr, 16) >> (signal - 1) & 1) != 0;
+}
+
+class OrvaneProcess : public testing::Test {
+ protected:
+    // Starts it as a shell does, in a process group of its own, with its output or its errors in a file.
+    static pid_t Start(std::vector<std::string> arguments, int stream, const std::string& file) {
+        return Fork([&] {
+            setpgid(0, 0);
+            dup2(open(file.c_str(), O_CREAT | O_WRONLY | O_NOCTTY, 0600), stream);
+            std::string program = Platform::ProgramBeside("orvane");
+            std::vector<char*> words = {program.data()};
+            for (std::string& argument : arguments) {
+                words.push_back(argument.data());
+            }
+            words.push_back(nullptr);
+            execv(program.c_str(), words.data());
+        });
+    }
+
+    pid_t StartBench(const std::string& warmup) {
+        return Start({"bench", model, "--remote", "--warmup", warmup, "--seconds", "90", "--json", json}, STDOUT_FILENO,
+                     printed);
+    }
+
+    // What `orvane info` says to a model that never loads, written to this file and read from that descriptor.
+    static std::string ErrorsOfALoad(const std::string& file, const Platform::Descriptor& reader) {
+        const std::string host = Platform::ProgramBeside("stub_host");
+        EXPECT_EQ(End(Start({"info", "hang", "--host", host, "--timeout", "1.5"}, STDERR_FILENO, file)), "exit 1");
+        std::string text;
+        char piece[4096];
+        for (ssize_t count = 0; (count = read(reader.Get(), piece, sizeof piece)) > 0;) {
+            text.append(piece, static_cast<size_t>(count));
+        }
+        return text;
+    }
+
+    Watchdog watchdog;
+    TemporaryFolder folder;
+    std::string model = AddModel({1, 2}).WriteTo(folder, "add");
+    std::string printed = folder.Path("printed");
+    std::string json = folder.Path("结果.json");
+};
+
+TEST_F(OrvaneProcess, CtrlCEndsAMeasurementWithTheResultsSoFar) {
+    const pid_t bench = StartBench("5");
+    ASSERT_TRUE(Within(60s, [bench] { return Catches(bench, SIGINT); }));
+    ASSERT_EQ(kill(-bench, SIGINT), 0);
+    EXPECT_EQ(End(bench), "exit 0");
+    EXPECT_NE(ReadBytes(printed).find(" until Ctrl-C, "), std::string::npos) << ReadBytes(printed);
+    EXPECT_NE(ReadBytes(json).find("\"interrupted\":true"), std::string::npos) << ReadBytes(json);
+    EXPECT_EQ(folder.Names().size(), 4U) << "the model's two files, and nothing beside the results";
+}
+
+TEST_F(OrvaneProcess, CtrlCBeforeItMeasuresKeepsNothing) {
+    const pid_t bench = StartBench("4000000000");
+    const auto children = [bench] { return Children(static_cast<uint32_t>(bench)); };
+    ASSERT_TRUE(Within(60s, [&] { return !children().empty(); }));
+    const Process host(children().at(0));
+    ASSERT_EQ(kill(-bench, SIGINT), 0);
+    EXPECT_EQ(End(bench), "signal 2");
+    EXPECT_FALSE(host.Lives(10s)) << "the host goes with it";
+    EXPECT_EQ(folder.Names().size(), 3U);
+    EXPECT_EQ(ReadBytes(printed), "");
+}
+
+TEST_F(OrvaneProcess, ATerminalShowsWhatALoadIsAtAndKeepsNoLineOfIt) {
+    const Platform::Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK));
+    char name[64];
+    ASSERT_TRUE(terminal && grantpt(terminal.Get()) == 0 && unlockpt(terminal.Get()) == 0 &&
+                ptsname_r(terminal.Get(), name, sizeof name) == 0);
+    const std::string text = ErrorsOfALoad(name, terminal);
+    EXPECT_NE(text.find("\rthe host is loading hang  "), std::string::npos) << text;
+    const size_t message = text.find("orvane: Orvane Host Exit");
+    ASSERT_NE(message, std::string::npos) << text;
+    EXPECT_EQ(text.substr(message - 3, 3), "  \r") << "blanks over the line, and back";
+}
+
+TEST_F(OrvaneProcess, WithoutATerminalThereIsNothingButTheMessage) {
+    const std::string file = folder.Write("errors", "");
+    const std::string text = ErrorsOfALoad(file, Platform::Descriptor(open(file.c_str(), O_RDONLY)));
+    EXPECT_EQ(text.rfind("orvane: Orvane Host Exit", 0), 0U) << text;
+}
+
+}  // namespace
+}  // namespace Orvane::Testing
