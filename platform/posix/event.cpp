@@ -76,8 +76,10 @@ class {
     std::atomic<uint32_t> timely{0};  // watches since the last sign
 } machine;
 
-constexpr std::chrono::nanoseconds kWatchForWork = std::chrono::microseconds(50);
-constexpr std::chrono::nanoseconds kWatchForResult = std::chrono::microseconds(500);
+// How long a wait watches. The long watch is for results that come in its time: where they take longer, its looks and
+// yields would only hold up the threads that compute them.
+constexpr std::chrono::nanoseconds kShortWatch = std::chrono::microseconds(50);
+constexpr std::chrono::nanoseconds kLongWatch = std::chrono::microseconds(500);
 
 uint64_t Nanoseconds(Clock::time_point time) {
     return static_cast<uint64_t>(std::chrono::nanoseconds(time.time_since_epoch()).count());
@@ -105,12 +107,11 @@ bool StepAside() {
 }
 
 // False when it was not set meanwhile.
-bool Watch(Word& word, std::chrono::nanoseconds limit, Awaited awaited) {
+bool Watch(Word& word, std::chrono::nanoseconds atMost, Awaited awaited) {
     // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
     // long. The side that waits for the result moves away, and not both, which would meet again. Watching where the
     // peer is to run would only hold it up: then every look is followed by a yield.
     const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
-    const std::chrono::nanoseconds atMost = std::min(awaited == Awaited::Work ? kWatchForWork : kWatchForResult, limit);
     const auto start = Clock::now();
     auto now = start;
     for (; !Take(word); now = Clock::now()) {
@@ -143,7 +144,7 @@ struct Event::State {
     static Event Own(Descriptor object, const std::string& ownName) {
         Event event;
         if (Word* word = Map(object); word != nullptr) {
-            event.state = UniqueHandle<Closing>(new State{*word, std::move(object), ownName, {}});
+            event.state = UniqueHandle<Closing>(new State{*word, std::move(object), ownName, {}, {true}});
         } else if (object && !ownName.empty()) {
             RemoveSharedObjectName(ownName, object);
         }
@@ -168,6 +169,21 @@ struct Event::State {
     Descriptor object;  // with its maker's lock on it; none on the side that opened
     std::string name;
     ProcessMark maker;
+    std::atomic<bool> isWorthALongWatch;  // as the last result showed that a short one would miss
+
+    std::chrono::nanoseconds WatchFor(Awaited awaited) const {
+        const bool isLong = awaited == Awaited::Result && isWorthALongWatch.load(std::memory_order_relaxed);
+        return isLong ? kLongWatch : kShortWatch;
+    }
+
+    // Of a wait from `start` on, at whose end the result was there or not.
+    void LearnOfResult(Clock::time_point start, bool wasThere) {
+        const uint64_t end = wasThere ? word.setAt.load(std::memory_order_relaxed) : Nanoseconds(Clock::now());
+        const std::chrono::nanoseconds took(static_cast<int64_t>(end - Nanoseconds(start)));
+        if (took > kShortWatch) {
+            isWorthALongWatch.store(took <= kLongWatch, std::memory_order_relaxed);
+        }
+    }
 };
 
 void Event::Closing::Close(Value event) noexcept {
@@ -212,12 +228,16 @@ bool Event::Wait(uint32_t milliseconds, Awaited awaited) {
     }
     const bool forever = milliseconds == kForever;
     const std::chrono::nanoseconds limit = std::chrono::milliseconds(milliseconds);
-    const auto end = Clock::now() + limit;
+    const auto start = Clock::now();
     const bool peerIsBusy = word.isBusy.load(std::memory_order_relaxed) != 0;
-    bool taken = machine.MayWatch() && !peerIsBusy && Watch(word, limit, awaited);
-    for (auto now = Clock::now(); !taken && (forever || now < end); now = Clock::now()) {
-        Sleep(word, end - now, forever);
+    bool taken =
+        machine.MayWatch() && !peerIsBusy && Watch(word, std::min(state.Get()->WatchFor(awaited), limit), awaited);
+    for (auto now = Clock::now(); !taken && (forever || now - start < limit); now = Clock::now()) {
+        Sleep(word, start + limit - now, forever);
         taken = Take(word);
+    }
+    if (awaited == Awaited::Result) {
+        state.Get()->LearnOfResult(start, taken);
     }
     return taken;
 }
