@@ -1,5 +1,6 @@
 #include <orvane/orvane_c.h>
 
+#include "bench/classes_application.h"
 #include "bench/worker.h"
 
 #include <cstdint>
@@ -52,12 +53,21 @@ struct Application {
     std::vector<orvane_output> outputs;
 };
 
+template <typename Client>
+Orvane::Bench::Infer Prepare(const Orvane::Bench::Workload& workload, const std::string& host) {
+    auto client = std::make_shared<Client>(workload, host);
+    return [client](const uint8_t* input, uint8_t* output) { client->Infer(input, output); };
+}
+
 }  // namespace
 
-// Times the C interface: in this process, or through the host program that the argument names.
+// Times the C interface, in turns with the classes beneath it: in this process, or through the host program that the
+// argument names.
 int main(int argc, char** argv) {
-    return Orvane::Bench::RunWorker(argc, argv, [](const Orvane::Bench::Workload& workload, const std::string& host) {
-        auto application = std::make_shared<Application>(workload, host);
-        return [application](const uint8_t* input, uint8_t* output) { application->Infer(input, output); };
+    using Orvane::Bench::Way;
+    return Orvane::Bench::RunInTurns(argc, argv, [](const auto& workload, const std::string& host) {
+        return std::vector<Way>{{"", Prepare<Application>(workload, host)},
+                                {host.empty() ? "classes, in process" : "classes, remote",
+                                 Prepare<Orvane::Bench::ClassesApplication>(workload, host)}};
     });
 }

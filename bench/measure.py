@@ -37,6 +37,11 @@ class Case:
     def name(self):
         return targets.case_name(self.workload, self.python, self.busy)
 
+    @property
+    def measured(self):
+        """The variants, and what takes turns with some of them in their processes."""
+        return (*self.variants, *(C_INTERFACE[variant] for variant in self.variants if variant in C_INTERFACE))
+
 
 class Programs:
     """The built programs, and a folder for what they write."""
@@ -112,7 +117,8 @@ class Programs:
 
 # Variants that bound what a channel can reach, by what the limit's worker calls them.
 LIMITS = {"limit": "events", "limit, spinning": "spinning", "copies alone": "copies"}
-C_INTERFACE = ("C interface, in process", "C interface, remote")
+# With what its programs time beside it.
+C_INTERFACE = {f"C interface, {where}": f"classes, {where}" for where in ("in process", "remote")}
 # Ways from Python, by what its worker calls them, and the models that it is given.
 PYTHON = {
     "in process": "orvane_in_process",
@@ -146,7 +152,7 @@ def run_case(programs, case, progress):
 
 
 def time_variants(programs, case, progress):
-    samples = {variant: [] for variant in case.variants}
+    samples = {}
     checksums = {}
     for repetition in range(case.repetitions):
         progress(f"{case.name}: {repetition + 1} of {case.repetitions}")
@@ -155,12 +161,13 @@ def time_variants(programs, case, progress):
         for variant in case.variants[first:] + case.variants[:first]:
             infer = programs.infer_from_python if case.python else programs.infer
             result = infer(variant, case.workload, case.warm_up, case.count)
-            samples[variant].append(result["nanoseconds"])
+            for name, nanoseconds in {variant: result["nanoseconds"], **result.get("beside", {})}.items():
+                samples.setdefault(name, []).append(nanoseconds)
             if result["checksum"] is not None:
                 checksums[variant] = result["checksum"]
     if len(set(checksums.values())) != 1:
         raise Failure(f"{case.name}: the variants did not do the same work: {checksums}")
-    return {variant: summarise(repetitions) for variant, repetitions in samples.items()}
+    return {variant: summarise(samples[variant]) for variant in case.measured}
 
 
 def percentile(ordered, percent):

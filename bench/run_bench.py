@@ -43,7 +43,7 @@ def plan(quick):
         Case("face", FACE_PYTHON, 100, 600 // share, repetitions, python=True),
         Case("voice", tuple(measure.PYTHON), 200, 2000 // share, repetitions, python=True),
         Case("face", MODEL_VARIANTS, 100, 600 // share, repetitions),
-        Case("voice", MODEL_VARIANTS + measure.C_INTERFACE, 200, 2000 // share, repetitions),
+        Case("voice", (*MODEL_VARIANTS, *measure.C_INTERFACE), 200, 2000 // share, repetitions),
         Case("pose", MODEL_VARIANTS, 10, 10 if quick else 40, repetitions),
         Case(targets.PICTURE, STUB_VARIANTS, 300, 1500 // share, repetitions),
         Case(targets.SMALL, STUB_VARIANTS, 300, 3000 // share, repetitions),

@@ -23,6 +23,17 @@ using Infer = std::function<void(const uint8_t* input, uint8_t* output)>;
 int RunWorker(int argc, char** argv,
               const std::function<Infer(const Workload& workload, const std::string& argument)>& prepare);
 
+// One of several variants that are timed in one process.
+struct Way {
+    std::string name;  // empty for the first one
+    Infer infer;
+};
+
+// The same for variants whose difference is smaller than that of two processes: they take turns, some inferences each.
+// The times of the second and later ones stand under their names in "beside".
+int RunInTurns(int argc, char** argv,
+               const std::function<std::vector<Way>(const Workload& workload, const std::string& argument)>& prepare);
+
 // The main function of a peer's server, which prints a line when it is ready and serves until it is ended:
 //
 //   SERVER WORKLOAD ADDRESS

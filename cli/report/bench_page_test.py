@@ -126,7 +126,7 @@ def made_up_results():
     results = {
         "quick": True, "date": "2026-11-22T02:07:57+00:00", "seconds": 77,
         "machine": run_bench.describe_machine(run_bench.SOURCE) | {"others": 0.51, "stolen": 0.002, "disturbed": True},
-        "cases": {case.name: {variant: summary() for variant in case.variants} for case in run_bench.plan(True)},
+        "cases": {case.name: {variant: summary() for variant in case.measured} for case in run_bench.plan(True)},
         "starts": {way: summary() for way in ("direct, cold", "cold", "encrypted", "direct, imported", "cached")},
         "processes": {what: summary() for what in ("launch", "start", "idle", "waiting", "memory")},
         "parts": {part: {"nanoseconds": chance.uniform(10, 1e6), "bytes_per_second": chance.uniform(1e8, 1e11)}
