@@ -53,21 +53,15 @@ struct Application {
     std::vector<orvane_output> outputs;
 };
 
-template <typename Client>
-Orvane::Bench::Infer Prepare(const Orvane::Bench::Workload& workload, const std::string& host) {
-    auto client = std::make_shared<Client>(workload, host);
-    return [client](const uint8_t* input, uint8_t* output) { client->Infer(input, output); };
-}
-
 }  // namespace
 
 // Times the C interface, in turns with the classes beneath it: in this process, or through the host program that the
 // argument names.
 int main(int argc, char** argv) {
-    using Orvane::Bench::Way;
-    return Orvane::Bench::RunInTurns(argc, argv, [](const auto& workload, const std::string& host) {
-        return std::vector<Way>{{"", Prepare<Application>(workload, host)},
-                                {host.empty() ? "classes, in process" : "classes, remote",
-                                 Prepare<Orvane::Bench::ClassesApplication>(workload, host)}};
+    using namespace Orvane::Bench;
+    return RunInTurns(argc, argv, [](const Workload& workload, const std::string& host) {
+        return std::vector<Way>{
+            {"", InferWith<Application>(workload, host)},
+            {host.empty() ? "classes, in process" : "classes, remote", InferWith<ClassesApplication>(workload, host)}};
     });
 }

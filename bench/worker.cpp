@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <exception>
 #include <numeric>
+#include <stdexcept>
 
 namespace Orvane::Bench {
 
@@ -19,9 +20,10 @@ uint64_t Checksum(const std::vector<uint8_t>& bytes) {
                            [](uint64_t sum, uint8_t byte) { return (sum ^ byte) * 0x100000001B3; });
 }
 
-// The times of `count` inferences of each way, behind `warmUp` others.
+// The times of `count` inferences of each way, behind `warmUp` others. Throws when the ways give different outputs.
 std::vector<std::vector<int64_t>> TimeInferences(const std::vector<Way>& ways, const std::vector<uint8_t>& input,
                                                  std::vector<uint8_t>& output, size_t warmUp, size_t count) {
+    std::vector<std::vector<uint8_t>> outputs(ways.size(), output);
     constexpr size_t kTurn = 50;  // enough for what a host is like when it is called again and again
     std::vector<std::vector<int64_t>> nanoseconds(ways.size());
     for (auto& times : nanoseconds) {
@@ -31,7 +33,7 @@ std::vector<std::vector<int64_t>> TimeInferences(const std::vector<Way>& ways, c
         for (size_t way = 0; way < ways.size(); ++way) {
             for (size_t i = done; i < std::min(done + kTurn, warmUp + count); ++i) {
                 const auto start = Clock::now();
-                ways[way].infer(input.data(), output.data());
+                ways[way].infer(input.data(), outputs[way].data());
                 const auto end = Clock::now();
                 if (i >= warmUp) {
                     nanoseconds[way].push_back(std::chrono::nanoseconds(end - start).count());
@@ -39,6 +41,12 @@ std::vector<std::vector<int64_t>> TimeInferences(const std::vector<Way>& ways, c
             }
         }
     }
+    for (const std::vector<uint8_t>& other : outputs) {
+        if (other != outputs[0]) {
+            throw std::runtime_error("the ways did not do the same work");
+        }
+    }
+    output = outputs[0];
     return nanoseconds;
 }
 

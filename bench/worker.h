@@ -13,6 +13,13 @@ namespace Orvane::Bench {
 // Runs the workload's model once: reads all inputs from `input` and writes all outputs to `output`.
 using Infer = std::function<void(const uint8_t* input, uint8_t* output)>;
 
+// That of a client, which is made of these arguments and lives as long as what is returned.
+template <typename Client, typename... Arguments>
+Infer InferWith(const Arguments&... arguments) {
+    auto client = std::make_shared<Client>(arguments...);
+    return [client](const uint8_t* input, uint8_t* output) { client->Infer(input, output); };
+}
+
 // The main function of a program that times one variant in a process of its own:
 //
 //   WORKER WORKLOAD WARM_UP COUNT [ARGUMENT]
@@ -30,7 +37,7 @@ struct Way {
 };
 
 // The same for variants whose difference is smaller than that of two processes: they take turns, some inferences each.
-// The times of the second and later ones stand under their names in "beside".
+// All must give the same outputs. The times of the second and later ones stand under their names in "beside".
 int RunInTurns(int argc, char** argv,
                const std::function<std::vector<Way>(const Workload& workload, const std::string& argument)>& prepare);
 

@@ -28,7 +28,7 @@ struct Argument {
 
     std::string name;  // "--json"; or "MODEL", which is told by its place
     Target target;
-    std::string placeholder;  // of the value, in the help; empty for none
+    std::string valueName;  // what stands for the value in the help; empty for none
     std::string description;
     ArgumentRules rules = {};
 };

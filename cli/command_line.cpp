@@ -21,7 +21,7 @@ CLI::Option* AddTo(CLI::App& app, const Argument& argument) {
             if constexpr (std::is_same_v<decltype(target), bool*>) {
                 return app.add_flag(argument.name, *target, argument.description);
             } else {
-                return app.add_option(argument.name, *target, argument.description)->type_name(argument.placeholder);
+                return app.add_option(argument.name, *target, argument.description)->type_name(argument.valueName);
             }
         },
         argument.target);

@@ -18,10 +18,11 @@ class CommandLine {
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
 
+    // Before parsing.
     void Add(Command command);
 
-    // Fills the arguments of the command that was chosen, and returns it; or the text that was asked for instead.
-    // Throws `WrongUsage`.
+    // Fills the arguments of the command that was chosen, and returns it, which lives as long as this; or the text that
+    // was asked for instead. Throws `WrongUsage`. To be called once.
     std::variant<const Command*, std::string> Parse(const std::vector<std::string>& arguments);
 
     // How to call the command that was chosen; the program where none was.

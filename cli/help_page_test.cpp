@@ -17,14 +17,17 @@ namespace {
 using Rows = std::set<std::string>;
 
 Rows RowsOfProgram() {
-    const CommandLine line;
+    CommandLine line;
     Rows rows;
     for (const Command& command : AllCommands(line)) {
+        line.Add(command);
+        const std::string help = line.Help(command.name);
         rows.insert("| `" + command.name + "` | " + command.description + " |");
         for (const Argument& argument : command.arguments) {
-            const std::string blank = argument.placeholder.empty() ? "" : " ";
-            rows.insert(command.name + "| `" + argument.name + blank + argument.placeholder + "` | " +
-                        argument.description + " |");
+            const std::string call = argument.name + (argument.valueName.empty() ? "" : " ") + argument.valueName;
+            EXPECT_THAT(help, ::testing::HasSubstr("\n  " + call + " "));
+            EXPECT_THAT(help, ::testing::HasSubstr(argument.description));
+            rows.insert(command.name + "| `" + call + "` | " + argument.description + " |");
         }
     }
     return rows;

@@ -16,7 +16,7 @@ Command DevicesCommand();
 Command EncryptCommand();
 Command DecryptCommand();
 
-// Tells of the commands that `line` has by then.
+// Tells of the commands that `line` has by then, which must live as long.
 Command HelpCommand(const CommandLine& line);
 
 // All of them, in the order of the help.

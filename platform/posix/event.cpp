@@ -144,7 +144,7 @@ struct Event::State {
     static Event Own(Descriptor object, const std::string& ownName) {
         Event event;
         if (Word* word = Map(object); word != nullptr) {
-            event.state = UniqueHandle<Closing>(new State{*word, std::move(object), ownName, {}, {true}});
+            event.state = UniqueHandle<Closing>(new State{*word, std::move(object), ownName, {}});
         } else if (object && !ownName.empty()) {
             RemoveSharedObjectName(ownName, object);
         }
@@ -169,7 +169,7 @@ struct Event::State {
     Descriptor object;  // with its maker's lock on it; none on the side that opened
     std::string name;
     ProcessMark maker;
-    std::atomic<bool> isWorthALongWatch;  // as the last result showed that a short one would miss
+    std::atomic<bool> isWorthALongWatch = true;  // as the last result showed that a short one would miss
 
     std::chrono::nanoseconds WatchFor(Awaited awaited) const {
         const bool isLong = awaited == Awaited::Result && isWorthALongWatch.load(std::memory_order_relaxed);
