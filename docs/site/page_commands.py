@@ -19,7 +19,7 @@ import sys
 import tempfile
 import threading
 
-PROJECT = pathlib.Path(__file__).resolve().parent.parent
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
 ENVIRONMENT = os.environ | {"PATH": f"{PROJECT / 'build/python/bin'}:{os.environ['PATH']}"}
 TIMEOUT_S = 600  # of one command
 END = "--- the command has ended: "

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Records docs/terminal.svg: runs the commands below and draws what they really print.
 
-    python3 docs/record_terminal.py build/linux/bin && termtosvg render build/terminal.cast docs/terminal.svg -D 4000
+    python3 tools/record_terminal.py build/linux/bin && termtosvg render build/terminal.cast docs/terminal.svg -D 4000
 
 `termtosvg` is the package of that name on PyPI.
 """
