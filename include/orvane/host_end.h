@@ -5,22 +5,22 @@
 
 namespace Orvane {
 
-/// Why a host process is no longer there.
+/// Why a host process ended.
 enum HostEndCause : uint32_t {
-    HostEndCauseNone = 0,         ///< it is, or it was released, or there never was one
-    HostEndCauseExit = 1,         ///< it exited; the value is its exit value, on Windows also after a crash
-    HostEndCauseSignal = 2,       ///< a signal ended it; the value is the signal's number
-    HostEndCauseUnknown = 3,      ///< the system, or the application that waits for children itself, does not tell
+    HostEndCauseNone = 0,         ///< it runs, it was released, or it never started
+    HostEndCauseExit = 1,         ///< it exited; `value` is its exit value, on Windows also after a crash
+    HostEndCauseSignal = 2,       ///< a signal ended it; `value` is the signal's number
+    HostEndCauseUnknown = 3,      ///< unknown, for instance because the application waits for its children itself
     HostEndCauseInterrupted = 4,  ///< `Interpreter::Interrupt` ended it
-    HostEndCauseTimeLimit = 5,    ///< a call took longer than `Interpreter::SetTimeLimit`, or than 55 hours
-    HostEndCauseBadReply = 6,     ///< it answered with what cannot be a reply, and was ended for that
+    HostEndCauseTimeLimit = 5,    ///< a call exceeded `Interpreter::SetTimeLimit` or 55 hours
+    HostEndCauseBadReply = 6,     ///< it sent a wrong reply, and the client ended it
 };
 
 /// How a host process ended.
 struct HostEnd {
     HostEndCause cause = HostEndCauseNone;
-    uint32_t value = 0;  ///< by cause
-    std::string text;    ///< the same for a person: "signal 11 (SIGSEGV)"; empty without a cause
+    uint32_t value = 0;  ///< depends on the cause
+    std::string text;    ///< for a person: "signal 11 (SIGSEGV)"; empty without a cause
 };
 
 }  // namespace Orvane

@@ -18,16 +18,18 @@ class InterpreterImpl;
 
 /// Drives one model. Empty until `Init` succeeds; an empty interpreter has no tensors and does not run.
 ///
-/// A failed inference is a status and never an exception. What an operation may throw: `std::bad_alloc`; from a host
-/// process that answers with what is no reply, a `std::runtime_error`; in this process, what the inference runtime
-/// throws and is not its own class of exceptions. None of these leaves the interpreter unusable for another `Init`.
+/// A failed inference is a status, never an exception. An operation can throw:
+/// - `std::bad_alloc`;
+/// - `std::runtime_error`, if a host process sends a wrong reply;
+/// - in this process, exceptions of the inference runtime that are not of its own class.
+/// After each of these you can call `Init` again.
 ///
-/// Threads: in this process an interpreter and its tensors are used from one thread at a time. With a host process any
-/// number of threads may copy, run and ask at the same time, one after the other reaching the host; `Init`, `Release`
-/// and destruction still want to be alone, but for the three operations that say "any thread". Separate interpreters
-/// are independent.
+/// Threads: in this process, use an interpreter and its tensors from one thread at a time. With a host process, several
+/// threads may copy, run and ask; their calls run one after the other. `Init`, `Release` and destruction must not run
+/// beside other operations, except the three that say "any thread". Different interpreters are independent.
 ///
-/// After a fork the child has no host process: calls fail as with one that has ended, and `Init` starts one of its own.
+/// After a fork the child has no host process. Its calls fail as if the host process had ended, and `Init` starts a new
+/// one for the child.
 class Interpreter {
  public:
     Interpreter();
@@ -35,58 +37,58 @@ class Interpreter {
     Interpreter(Interpreter&& other) noexcept;
     Interpreter& operator=(Interpreter&& other) noexcept;
 
-    /// Loads and compiles the model that the options name. A failure leaves the interpreter empty, but one
-    /// that refuses the options or the framework themselves leaves a model loaded earlier in place.
-    /// Tensors of an earlier model are dead after every other call.
+    /// Loads and compiles the model that the options name. If `Init` refuses the options or the framework, an earlier
+    /// model stays loaded. Any other failure leaves the interpreter empty.
+    /// Tensors of an earlier model are invalid afterwards, unless that model stays loaded.
     Status Init(const OptionV2& options);
     Status Init(const InterpreterParams& params);
 
-    /// Frees what the backend can free while the interpreter stays: ends a host process, does nothing in this
-    /// process. The next operation that is of use is `Init`.
+    /// Ends the host process. Does nothing for a model in this process. Call `Init` next.
     void Release();
 
-    /// Ends the host process, from any thread and while another one waits for it in any operation, `Init` included:
-    /// that operation fails within 200 ms, with `FailureReasonHostEnded`, and `Init` starts a new host. Fails, and does
-    /// nothing, where there is no host process: a model that runs in this process cannot be ended.
+    /// Ends the host process. Any thread, also while another thread waits for the host process in `Init` or any other
+    /// operation. That operation fails within 200 ms with `FailureReasonHostEnded`. `Init` starts a new host process.
+    /// Fails and does nothing if there is no host process: a model in this process cannot be ended.
     Status Interrupt();
 
-    /// How many milliseconds an operation, `Init` included, may wait for the host process. One that waits longer ends
-    /// the host and fails like one whose host has ended. 0, the default, is no limit but that of some 55 hours. Holds
-    /// for the operations that begin afterwards, also over later `Init`s. Any thread.
+    /// How many milliseconds an operation, `Init` included, may wait for the host process. An operation that waits
+    /// longer ends the host process and fails with `FailureReasonHostEnded`. 0, the default, is a limit of some 55
+    /// hours. Applies to operations that begin afterwards, also after later `Init`s. Any thread.
     void SetTimeLimit(uint32_t milliseconds);
 
-    /// How the last host process ended that nobody released, also after a failed `Init`. Any thread.
+    /// How the last host process ended by itself or was ended by the client, also after a failed `Init`. `Release` does
+    /// not count. Any thread.
     HostEnd GetHostEnd() const;
 
-    /// Runs the model once on the data last copied in. Fails before a successful `Init` and before data was
-    /// copied into an input.
+    /// Runs the model once on the data that was copied in last. Fails before a successful `Init`, and before the first
+    /// `CopyFrom`.
     Status Invoke();
 
     int32_t GetInputCount() const;
     int32_t GetOutputCount() const;
 
-    /// The first input and the first output; empty when there is none.
+    /// The first input and the first output; empty if the model has no such tensor.
     TensorHandle GetInput();
     TensorHandle GetOutput();
 
-    /// The first tensor with exactly this name; empty when there is none.
+    /// The first tensor with exactly this name; empty if there is no such tensor.
     TensorHandle GetTensorByName(TensorType type, const std::string& name);
 
-    /// Empty when the model has no tensor on that side. `index` must be below the count; nothing else checks it.
+    /// Empty if the model has no tensor on that side. `index` must be below the count; the SDK does not check it.
     TensorHandle GetTensor(TensorType type, uint32_t index);
 
-    /// Texts that the backend tells about the model; OpenVINO tells none.
+    /// Extra texts about the model from the backend. OpenVINO has none.
     std::unordered_map<std::string, std::string> GetExtraInfo();
 
-    /// Number of the framework that the last `Init` asked for, whether it succeeded or not.
+    /// Number of the framework that the last `Init` asked for, also if that `Init` failed.
     uint32_t GetFramework() const { return framework; }
 
-    /// True from a successful `Init` to the next one that fails, so also after `Release` and after the death of a host
-    /// process, when every operation fails until `Init`.
+    /// True from a successful `Init` until a failed `Init`. Stays true after `Release` and after the end of a host
+    /// process, although all operations then fail until `Init`.
     explicit operator bool() const { return interpreter != nullptr; }
 
  private:
-    struct Shared;  // what any thread may ask for
+    struct Shared;  // thread-safe state
 
     void ShareHost(std::shared_ptr<HostControl> host);
     std::shared_ptr<HostControl> SharedHost() const;

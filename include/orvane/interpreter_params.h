@@ -20,15 +20,15 @@ enum FrameworkType : uint32_t {
     FrameworkTypeOpenvino = 9,
 };
 
-/// Everything that initialisation reads, as plain values. An option set fills it (`OptionV2::ToParams`).
+/// Everything that `Init` reads, as plain values. `OptionV2::ToParams` fills it from an option set.
 /// All texts are UTF-8.
 struct InterpreterParams {
     uint32_t framework = 0;   ///< a `FrameworkType`
     std::string modelPath;    ///< first part of the model file's path; ends in a separator if a name follows
     std::string modelName;    ///< appended to `modelPath` as it is
-    std::string libraryPath;  ///< carried along; OpenVINO does not read it
+    std::string libraryPath;  ///< OpenVINO does not read it
 
-    /// Nothing reads these; only their places and starting values are fixed.
+    /// The SDK does not read these. Their order and initial values are fixed.
     std::string reservedText;
     std::vector<std::string> reservedList;
     int32_t reserved0 = 4;
@@ -40,7 +40,7 @@ struct InterpreterParams {
     int32_t reserved6 = 0;
     int32_t reserved7 = 2;
 
-    std::string host;  ///< path of a host program; not empty means that the model runs there
+    std::string host;  ///< path of a host program; if not empty, the model runs in a host process
 
     std::string openvinoDevice;          ///< device name; empty means "CPU"
     std::string openvinoCachePath;       ///< compiled-model cache file; empty disables the cache

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// Lets a compiler that can compare the format with the arguments behind it.
+/// Lets compilers check the format against the arguments.
 #if defined(__MINGW32__) && !defined(__clang__)
 #define ORVANE_LOG_FORMAT __attribute__((format(gnu_printf, 2, 3)))
 #elif defined(__GNUC__)
@@ -13,7 +13,7 @@
 
 namespace Orvane {
 
-/// Level at which the SDK logs every error; it uses no other. Higher is more severe.
+/// Level of every line of the SDK. Higher is more severe.
 inline constexpr uint32_t kLogLevelError = 6;
 
 /// Receives one finished line, zero-terminated UTF-8 without a line end of its own.
@@ -28,7 +28,7 @@ void SetLogCallback(LogCallback callback);
 void SetLogLevel(uint32_t minimum);
 
 /// Formats like `printf` and hands the line to the callback. Any thread.
-/// Returns 0 when the text could be formatted, whether or not anybody received it, and -1 when not.
+/// Returns 0 if the text could be formatted, also without a callback, and -1 if not.
 int32_t Log(uint32_t level, const char* format, ...) ORVANE_LOG_FORMAT;
 
 }  // namespace Orvane

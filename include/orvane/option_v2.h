@@ -8,14 +8,14 @@
 
 namespace Orvane {
 
-/// Keys that the SDK reads; an option set takes any other key as well. The comment gives the setter to use.
+/// Keys that the SDK reads. An option set also stores other keys. The comment names the setter to use.
 inline constexpr const char* OptionCommonFramework = "OptionCommonFramework";      ///< SetInt, a `FrameworkType`
 inline constexpr const char* OptionCommonHost = "OptionCommonHost";                ///< SetString
 inline constexpr const char* OptionCommonModelPath = "OptionCommonModelPath";      ///< SetString
 inline constexpr const char* OptionCommonModelName = "OptionCommonModelName";      ///< SetString
 inline constexpr const char* OptionCommonLibraryPath = "OptionCommonLibraryPath";  ///< SetString
 
-/// Read for `FrameworkTypeOpenvino` only. "Devie" is deliberate: stored option sets carry it.
+/// Read for `FrameworkTypeOpenvino` only. "Devie" is deliberate: stored option sets contain it.
 inline constexpr const char* OptionOpenvinoDevie = "OptionOpenvinoDevie";                  ///< SetString
 inline constexpr const char* OptionOpenvinoMakeCache = "OptionOpenvinoMakeCache";          ///< SetBool
 inline constexpr const char* OptionOpenvinoCachePath = "OptionOpenvinoCachePath";          ///< SetString
@@ -32,11 +32,11 @@ inline constexpr const char* OptionQnnOutputPath = "OptionQnnOutputPath";  ///< 
 /// A typed key-value store that says which model to run and how. Keys are zero-terminated; setting a key
 /// again replaces its value and its type. Used from one thread at a time.
 ///
-/// The getters take the caller's default for a missing key or a value of another type, and say in `*found`
-/// (when given) which of the two they returned.
+/// A getter returns the caller's default if the key is missing or its value has another type. `*found`, if given,
+/// becomes whether the value was found.
 class OptionV2 {
  public:
-    /// Frees the option set; nothing may use it afterwards. `OptionHandle` does this.
+    /// Frees the option set. `OptionHandle` calls this.
     virtual void Destroy() = 0;
 
     /// Keeps the caller's pointer without copying: the bytes must live as long as the set may use them.
@@ -66,27 +66,27 @@ class OptionV2 {
     /// Also converts a 32-bit integer.
     virtual int64_t GetInt64(const char* key, int64_t defaultValue, bool* found = nullptr) const = 0;
 
-    /// The stored text, valid until the key changes; an empty text, never null, when there is none.
+    /// The stored text, valid until the key changes. Without one an empty text, never null.
     virtual const char* GetString(const char* key) const = 0;
 
-    /// The stored bytes and their number; null and 0 when there are none.
+    /// The stored bytes and their number. Without them null and 0.
     virtual const void* GetBuffer(const char* key, uint32_t& size) const = 0;
 
     /// Adds the record's values to the set: the common ones, and the chosen framework's own.
     virtual void FromParams(const InterpreterParams& params) = 0;
 
-    /// Overwrites the record's values with the set's. Fails, and then leaves a key of zeros in the record,
-    /// when the model-file key is longer than 4 bytes: it is never cut.
+    /// Overwrites the record's values with the set's. If the model-file key is longer than 4 bytes, fails and leaves a
+    /// key of zeros in the record.
     virtual Status ToParams(InterpreterParams& params) const = 0;
 
-    /// Writes the flat byte form of the set (how it travels to a host process) and returns its size in bytes.
-    /// A null `buffer` only measures. Returns 0 when `capacity` bytes are not enough; what stands in `buffer`
-    /// is then of no use.
+    /// Writes the flat form of the set, in which it travels to a host process, and returns its size in bytes.
+    /// With a null `buffer` it only measures. Returns 0 if `capacity` bytes are not enough; the content of `buffer` is
+    /// then undefined.
     virtual uint64_t Serialize(void* buffer, uint64_t capacity) const = 0;
 
-    /// Replaces the content by a flat byte form; nothing points into `data` afterwards. False when the form is
-    /// cut or its lengths pass its end; the set then holds what stood before the fault.
-    /// One byte behind `data` must be readable.
+    /// Replaces the content with a flat form and keeps no pointer into `data`. Returns false if the form is cut or its
+    /// lengths exceed it; the set then holds the entries before the fault.
+    /// The byte after `data` must be readable.
     virtual bool Deserialize(const void* data, uint64_t size) = 0;
 
  protected:

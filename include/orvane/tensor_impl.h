@@ -10,9 +10,8 @@
 
 namespace Orvane {
 
-/// One input or output of a loaded model. The description is read when the tensor is made and answers
-/// locally; data stays in the backend. A tensor must not outlive the interpreter that gave it, nor that
-/// interpreter's next `Init`.
+/// One input or output of a loaded model. The tensor reads its description once, when it is created. The data stays in
+/// the backend. Destroy a tensor before its interpreter, and before the interpreter's next `Init`.
 class TensorImpl {
  public:
     virtual ~TensorImpl() = default;
@@ -23,39 +22,39 @@ class TensorImpl {
     virtual uint32_t GetFormat() const = 0;
     virtual bool GetFlag() const = 0;
 
-    /// Outermost dimension first. A dynamic one is -1; from a host process it arrives as 4294967295, because dimensions
-    /// travel with 32 bits.
+    /// Outermost dimension first. A dynamic dimension is -1. From a host process it arrives as 4294967295, because
+    /// dimensions travel with 32 bits.
     virtual std::vector<int64_t> GetShape() const = 0;
 
-    /// Element size times all dimensions, with wrap-around: a dynamic dimension gives a huge number and
-    /// `DataTypeUnknown` gives 0. A shape without dimensions is one element.
+    /// Element size times all dimensions, with wrap-around. With a dynamic dimension the result is a meaningless large
+    /// number, with `DataTypeUnknown` it is 0. A shape without dimensions is one element.
     virtual uint64_t GetByteSize() const = 0;
 
-    /// Hands `shape` to the backend, which only records it: the model keeps the shape that it was made with, and the
-    /// next first `CopyFrom` makes its buffers by the new one. With a host process a shape of at least one dimension
-    /// ends the host, and this call fails. This tensor's own shape and byte size deliberately stay as they were: ask
-    /// the interpreter for the tensor again to see the new ones.
+    /// Passes `shape` to the backend, which only records it. The model keeps its own shape. The first `CopyFrom`
+    /// creates the buffers for the recorded shapes. With a host process a shape of at least one dimension ends the host
+    /// process, and this call fails. Deliberately, this tensor keeps its shape and byte size: ask the interpreter for
+    /// the tensor again to see the new ones.
     virtual Status Resize(const std::vector<int64_t>& shape) = 0;
 
-    /// Binds another tensor's memory to this one; every backend refuses it.
+    /// Every backend refuses this.
     virtual Status Bind(const TensorImpl& other) = 0;
 
-    /// Copies `size` bytes from `data` into this input; they are copied before the call returns.
-    /// Fewer bytes than the input holds leave its tail as it was. Fails on an output and when `size` is
-    /// larger than the input. With a host process more than `kMaxHostTensorBytes` ends the application.
+    /// Copies `size` bytes from `data` into this input. The bytes are copied before the call returns. If `size` is
+    /// smaller than the input, the rest of the input keeps its bytes. Fails on an output, and if `size` is larger than
+    /// the input. With a host process more than `kMaxHostTensorBytes` ends the application.
     virtual Status CopyFrom(const void* data, uint32_t size) = 0;
 
-    /// Copies this output into `destination`. Fails on an input and unless `size` is exactly its byte size.
-    /// With a host process more than `kMaxHostTensorBytes` ends the host.
+    /// Copies this output to `destination`. Fails on an input, and if `size` is not the output's byte size.
+    /// With a host process more than `kMaxHostTensorBytes` ends the host process.
     virtual Status CopyTo(void* destination, uint32_t size) = 0;
 
-    /// The output's bytes in the backend's memory, not owned by the caller; null for an input and on failure.
-    /// In this process valid while the interpreter lives and rewritten by `Invoke`; from a host process valid
-    /// only until the next call on the interpreter or its tensors.
+    /// The output's bytes in the backend's memory, which the backend owns. Null for an input and on failure.
+    /// In this process valid while the interpreter lives; `Invoke` overwrites the bytes. From a host process valid
+    /// until the next call on the interpreter or its tensors.
     virtual void* GetData() = 0;
 };
 
-/// Owns a tensor; empty when there is no such tensor.
+/// Owns a tensor; empty if there is no such tensor.
 using TensorHandle = std::unique_ptr<TensorImpl>;
 
 }  // namespace Orvane

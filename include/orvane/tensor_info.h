@@ -26,17 +26,16 @@ enum DataType : uint32_t {
     DataTypeFloat64 = 9,
 };
 
-/// Bytes of one element: 0 for `DataTypeUnknown`, 1 for a number that is not in the table.
+/// Bytes of one element: 0 for `DataTypeUnknown`, 1 for other numbers.
 uint64_t DataTypeSize(DataType type);
 
 /// A tensor as its backend describes it.
 struct TensorInfo {
-    std::string name;                     ///< UTF-8; empty when the model gives none
-    bool flag = false;                    ///< free for a backend's use; no backend sets it
+    std::string name;                     ///< UTF-8; empty if the model has no name for it
+    bool flag = false;                    ///< no backend sets it
     DataType dataType = DataTypeUnknown;  ///< element type
     uint32_t format = 0;                  ///< format word; 1 from OpenVINO
-    std::vector<int64_t> shape =
-        {};  ///< dimensions, outermost first; a dynamic one is -1, from a host process 4294967295
+    std::vector<int64_t> shape = {};      ///< outermost dimension first; dynamic: -1, from a host process 4294967295
 };
 
 }  // namespace Orvane
