@@ -68,7 +68,7 @@ def check_navigation(site):
 
 
 def check_search(site, folder):
-    for word, page in (("keystream", "performance.html"), ("static_folder", "reference/python.html")):
+    for word, page in (("keystream", "performance.html"), ("return_exceptions", "reference/python.html")):
         shown = show(f"{(site / 'index.html').as_uri()}?q={word}", folder)
         assert any(page in result for result in shown.results), f"a search for {word} finds {shown.results}"
     assert not show(f"{(site / 'index.html').as_uri()}?q=zyzzyva", folder).results

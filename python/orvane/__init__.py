@@ -12,9 +12,8 @@ A model runs in this process, or, with ``host=True``, in a host process: a runti
 from ._library import Error, HostEnded, Reason, decrypt, encrypt, set_log, version
 from ._model import Model
 from ._pool import Pool
-from ._static import static_folder
 from ._tensor import Tensor
 
 __version__ = version()
 
-__all__ = ["Error", "HostEnded", "Model", "Pool", "Reason", "Tensor", "decrypt", "encrypt", "set_log", "static_folder"]
+__all__ = ["Error", "HostEnded", "Model", "Pool", "Reason", "Tensor", "decrypt", "encrypt", "set_log"]

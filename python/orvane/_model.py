@@ -7,12 +7,12 @@ import ctypes
 import math
 import os
 import threading
-from typing import Any, Mapping, Optional, Sequence, Union
+from typing import Any, Mapping, NoReturn, Optional, Sequence, Union
 
 import numpy as np
 
 from ._library import Buffer, Description, HostEnded, Options, PathLike, check, check_key, encode, library
-from ._static import Shapes, make_static
+from ._static import Shapes, StaticModel, static_model
 from ._tensor import DTYPES, Tensor, check_target, convert
 
 Array = np.ndarray[Any, Any]
@@ -42,6 +42,12 @@ class ForkGuard:
         if self._made_at != _forks:
             raise RuntimeError("this process was forked from the one that loaded the model: load it here, after the "
                                "fork, or let multiprocessing start processes by \"spawn\"")
+
+
+def refuse_copy(self: object) -> NoReturn:
+    """``__reduce__`` of an object that owns a handle: ``copy`` and ``pickle`` call it."""
+    raise TypeError(f"a {type(self).__name__} cannot be copied or pickled: pass the path of the model file, and load it "
+                    "again there")
 
 
 class _Side:
@@ -129,8 +135,8 @@ class Model:
         make_cache: Writes that file when it does not exist; whole, or not at all.
         key: The model file is encrypted with this key of 1 to 4 bytes.
         time_limit: Seconds that one call may wait for the host, loading included; then the host is ended.
-        shapes: Shapes for inputs, by name or index, which make a model with dynamic inputs a static one. That is made
-            once, with OpenVINO's own package, and kept in ``orvane.static_folder``.
+        shapes: Fixed shapes for dynamic inputs, by name or index. This process reads the model with OpenVINO's own
+            package, and writes a temporary copy with these shapes. ``close`` or the end of the program removes it.
         retries: How often a run whose host ends is tried again, on a new host.
 
     Raises:
@@ -138,26 +144,29 @@ class Model:
     """
 
     _handle: Optional[int] = None
+    _static: Optional[StaticModel] = None
+    __reduce__ = refuse_copy
 
     def __init__(self, path: PathLike, *, host: Union[bool, PathLike] = False, device: Optional[str] = None,
                  cache: Optional[PathLike] = None, make_cache: bool = False, key: Optional[bytes] = None,
                  time_limit: Optional[float] = None, shapes: Optional[Shapes] = None, retries: int = 0) -> None:
         if retries < 0 or (retries and host is False):
             raise ValueError("retries is how often a run is tried again on a new host: 0 or more, and with a host only")
-        if shapes:
-            if key is not None:
-                raise ValueError("shapes cannot go with key, since the static model would lie unencrypted in a folder: "
-                                 "encrypt a model that is static")
-            path = make_static(path, shapes)
+        self._static = static_model(path, shapes, key)
         self._name = os.path.basename(os.fspath(path))
         self._retries = retries
         self._forked = ForkGuard()
         self._turn = threading.Lock()  # of the thread that uses the model
         self._life = threading.Lock()  # held for ending the host, and for the model's end
         handle = ctypes.c_void_p()
-        check(library.orvane_open(_options(path, host, device, cache, make_cache, key, time_limit), handle))
-        self._handle = handle.value
-        self._look(self._usable())
+        file = self._static.file if self._static else path
+        try:
+            check(library.orvane_open(_options(file, host, device, cache, make_cache, key, time_limit), handle))
+            self._handle = handle.value
+            self._look(self._usable())
+        except BaseException:
+            self.close()
+            raise
 
     def _look(self, handle: int) -> None:
         self._inputs, self._outputs = _Side(handle, 0), _Side(handle, 1)
@@ -281,11 +290,12 @@ class Model:
 
     def close(self) -> None:
         """Ends the host process and frees the model, after the run that is under way. May be called again."""
-        if self._handle is None or self._forked.is_copy():
-            return  # a copy of the process has neither the host nor the runtime's threads
-        with self._turn, self._life:
-            handle, self._handle = self._handle, None
-            library.orvane_close(handle)
+        if self._handle is not None and not self._forked.is_copy():  # a copy has neither the host nor the threads
+            with self._turn, self._life:
+                handle, self._handle = self._handle, None
+                library.orvane_close(handle)
+        if self._static is not None:
+            self._static.remove()
 
     def __enter__(self) -> Model:
         return self

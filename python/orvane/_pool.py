@@ -6,34 +6,51 @@ import collections
 import concurrent.futures
 import os
 import queue
-from typing import Any, Iterable, Iterator, Mapping, Optional
+from typing import Any, Iterable, Iterator, Literal, Mapping, Optional, Union, overload
 
 from ._library import HostEnded, PathLike
-from ._model import Array, ForkGuard, Model
+from ._model import Array, ForkGuard, Model, refuse_copy
+from ._static import Shapes, static_model
+
+Results = concurrent.futures.Future[list[Array]]
 
 
 class Pool:
-    """As many copies of a model as ``size`` says, each in a host process of its own, and a thread for each.
+    """Copies of one model, each in its own host process and with its own thread.
 
     Args:
         path: The model file.
-        size: How many hosts; as many as there are processors unless given.
-        options: The other arguments of ``Model``. ``retries`` is how often an item whose host ends is tried again,
-            each time on a new host.
+        size: The number of hosts; by default, the number of processors.
+        host: ``True``, or the path of another host program.
+        device, cache, make_cache, key, time_limit, shapes: As for ``Model``.
+        retries: How often an item is tried again on a new host if its host crashes.
     """
 
-    def __init__(self, path: PathLike, size: Optional[int] = None, **options: Any) -> None:
+    __reduce__ = refuse_copy
+
+    def __init__(self, path: PathLike, size: Optional[int] = None, *, host: Union[bool, PathLike] = True,
+                 device: Optional[str] = None, cache: Optional[PathLike] = None, make_cache: bool = False,
+                 key: Optional[bytes] = None, time_limit: Optional[float] = None, shapes: Optional[Shapes] = None,
+                 retries: int = 0) -> None:
         size = size if size is not None else os.cpu_count() or 1
         if size < 1:
-            raise ValueError(f"size is how many hosts the pool has: at least 1, not {size}")
-        if options.setdefault("host", True) is False:
-            raise ValueError("a pool runs models in host processes: leave host out, or give a host program")
+            raise ValueError(f"size is the number of hosts: at least 1, not {size}")
+        if host is False:
+            raise ValueError("a pool runs models in host processes: leave host out, or pass the path of a host program")
+        self._name = os.path.basename(os.fspath(path))
+        self._static = static_model(path, shapes, key)  # one for all hosts
+        file = self._static.file if self._static else path
+
+        def load(_: int) -> Model:
+            return Model(file, host=host, device=device, cache=cache, make_cache=make_cache, key=key,
+                         time_limit=time_limit, retries=retries)
+
         self._forked = ForkGuard()
         self._models: list[Model] = []
         self._idle: queue.SimpleQueue[Model] = queue.SimpleQueue()
         self._threads = concurrent.futures.ThreadPoolExecutor(size, thread_name_prefix="orvane-pool")
         try:
-            for model in self._threads.map(lambda _: Model(path, **options), range(size)):
+            for model in self._threads.map(load, range(size)):
                 self._models.append(model)
                 self._idle.put(model)
         except BaseException:
@@ -42,35 +59,57 @@ class Pool:
 
     @property
     def size(self) -> int:
-        """How many hosts there are."""
+        """The number of hosts."""
         return len(self._models)
 
-    def submit(self, *arrays: Any, **by_name: Any) -> concurrent.futures.Future[list[Array]]:
-        """What ``Model.run`` gives, from whichever host is free first. The arrays must stay as they are until then."""
+    def submit(self, *arrays: Any, **by_name: Any) -> Results:
+        """Runs the model on the host that is free first, and returns a future of what ``Model.run`` returns. Do not
+        change the arrays before it is done."""
         self._forked.check()
         return self._threads.submit(self._run, arrays, by_name)
 
-    def map(self, items: Iterable[Any]) -> Iterator[list[Array]]:
-        """The results for each item, in the order of the items. An item is an array, or a tuple or a dict of all inputs.
+    @overload
+    def map(self, items: Iterable[Any], *, return_exceptions: Literal[False] = False) -> Iterator[list[Array]]: ...
 
-        Items are taken a few ahead of the results, so that there may be any number of them.
+    @overload
+    def map(self, items: Iterable[Any], *, return_exceptions: bool) -> Iterator[Union[list[Array], Exception]]: ...
+
+    def map(self, items: Iterable[Any], *,
+            return_exceptions: bool = False) -> Iterator[Union[list[Array], Exception]]:
+        """Runs the model once for each item, and returns the results in the order of the items.
+
+        It takes items only a few ahead of the results, so there may be any number of items.
+
+        Args:
+            items: Each is an array, or a tuple or a dict with all inputs.
+            return_exceptions: If true, the result of an item that fails is its exception, and the other items go on. If
+                false, the first item that fails raises its exception and ends the iteration: the results of all
+                later items are lost, and the items that still wait do not run.
         """
-        waiting: collections.deque[concurrent.futures.Future[list[Array]]] = collections.deque()
+        waiting: collections.deque[Results] = collections.deque()
+
+        def first() -> Union[list[Array], Exception]:
+            try:
+                return waiting.popleft().result()
+            except Exception as error:
+                if not return_exceptions:
+                    raise
+                return error
+
         try:
             for item in items:
-                if isinstance(item, Mapping):
-                    waiting.append(self.submit(**item))
-                else:
-                    waiting.append(self.submit(*(item if isinstance(item, tuple) else (item,))))
+                self._forked.check()
+                arrays = item if isinstance(item, tuple) else () if isinstance(item, Mapping) else (item,)
+                waiting.append(self._threads.submit(self._run, arrays, item if isinstance(item, Mapping) else {}))
                 if len(waiting) > 2 * self.size:
-                    yield waiting.popleft().result()
+                    yield first()
             while waiting:
-                yield waiting.popleft().result()
+                yield first()
         finally:
             for future in waiting:
                 future.cancel()
 
-    def _run(self, arrays: tuple[Any, ...], by_name: dict[str, Any]) -> list[Array]:
+    def _run(self, arrays: tuple[Any, ...], by_name: Mapping[str, Any]) -> list[Array]:
         model = self._idle.get()
         try:
             return model.run(*arrays, **by_name)
@@ -81,12 +120,14 @@ class Pool:
             self._idle.put(model)
 
     def close(self) -> None:
-        """Ends all hosts, after the runs that are under way; what waits for its turn is cancelled."""
+        """Ends all hosts after the current runs. Items that still wait are cancelled. You may call it again."""
         if self._forked.is_copy():
             return
         self._threads.shutdown(cancel_futures=True)
         for model in self._models:
             model.close()
+        if self._static is not None:
+            self._static.remove()
 
     def __enter__(self) -> Pool:
         return self

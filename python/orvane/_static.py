@@ -1,86 +1,101 @@
-"""Static models of dynamic ones, made with OpenVINO's own package and kept."""
+"""Models with fixed shapes, made from dynamic models with OpenVINO's own package."""
 
 from __future__ import annotations
 
-import hashlib
+import errno
+import operator
 import os
 import pathlib
-import sys
+import shutil
 import tempfile
-from typing import Any, Mapping, Sequence, Union
+import weakref
+from typing import Any, Mapping, Optional, Sequence, Union
 
-from ._library import OPENVINO_RELEASE, PathLike
+from ._library import Error, PathLike, Reason
 
 Shapes = Mapping[Union[str, int], Sequence[int]]
 
 
-def static_folder() -> pathlib.Path:
-    """The folder with the static models that ``Model(shapes=…)`` has made. It may be deleted at any time at which no
-    model is being loaded from it."""
-    if sys.platform == "win32":
-        base = os.environ.get("LOCALAPPDATA") or pathlib.Path.home() / "AppData" / "Local"
-    else:
-        base = os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache"
-    return pathlib.Path(base) / "orvane" / "static"
+class TemporaryFolder:
+    """A private folder, until ``remove``, the end of this object, or the end of the program."""
+
+    def __init__(self) -> None:
+        self.path = pathlib.Path(tempfile.mkdtemp(prefix="orvane-"))
+        self._removal = weakref.finalize(self, _remove, self.path, os.getpid())
+
+    @property
+    def exists(self) -> bool:
+        return self._removal.alive
+
+    def remove(self) -> None:
+        """May be called again."""
+        self._removal()
 
 
-def make_static(path: PathLike, shapes: Shapes) -> pathlib.Path:
-    """The path of a model file that is the model with these shapes for its inputs."""
-    model = pathlib.Path(path)
-    if not model.is_file():
-        raise FileNotFoundError(f"there is no model file {model}")
-    folder = static_folder()
-    place = folder / f"{model.stem}-{_digest(model, shapes)}"
-    if not place.exists():
-        folder.mkdir(parents=True, exist_ok=True, mode=0o700)
-        with tempfile.TemporaryDirectory(dir=folder) as scratch:
-            made = pathlib.Path(scratch) / "made"
-            made.mkdir()
-            _save(model, shapes, made / "model.xml")
-            try:
-                made.rename(place)
-            except OSError:
-                if not place.exists():  # another process has made the same meanwhile
-                    raise
-    return place / "model.xml"
+def _remove(folder: pathlib.Path, owner: int) -> None:
+    if os.getpid() == owner:  # a forked process shares the folder with its parent, which still needs it
+        shutil.rmtree(folder, ignore_errors=True)
 
 
-def _digest(model: pathlib.Path, shapes: Shapes) -> str:
-    """Of all that the static model is made of."""
-    digest = hashlib.sha256(repr((OPENVINO_RELEASE, model.suffix, sorted(_plain(shapes).items(), key=str))).encode())
-    for file in (model, model.with_suffix(".bin")):
-        if file.is_file():
-            with open(file, "rb") as opened:
-                while piece := opened.read(1 << 20):
-                    digest.update(piece)
-    return digest.hexdigest()[:24]
+class StaticModel(TemporaryFolder):
+    """A temporary copy of a model with these shapes for its inputs."""
+
+    def __init__(self, path: PathLike, shapes: Shapes) -> None:
+        super().__init__()
+        self.file = self.path / (pathlib.Path(path).stem + ".xml")
+        try:
+            _save(pathlib.Path(path), shapes, self.file)
+        except BaseException:
+            self.remove()
+            raise
 
 
-def _plain(shapes: Shapes) -> dict[Union[str, int], tuple[int, ...]]:
-    plain = {}
-    for which, shape in shapes.items():
-        if isinstance(shape, str) or not all(isinstance(d, int) and not isinstance(d, bool) and d > 0 for d in shape):
-            raise ValueError(f"shapes[{which!r}] is a sequence of numbers above 0, such as (1, 3, 320, 320), not "
-                             f"{shape!r}")
-        plain[which] = tuple(shape)
-    return plain
+def static_model(path: PathLike, shapes: Optional[Shapes], key: Optional[bytes]) -> Optional[StaticModel]:
+    """For the arguments of ``Model``: nothing without shapes."""
+    if not shapes:
+        return None
+    if key is not None:
+        raise ValueError("shapes and key cannot be combined, because the temporary copy with these shapes would not be "
+                         "encrypted: encrypt a model with fixed shapes")
+    return StaticModel(path, shapes)
+
+
+def _dimensions(which: Union[str, int], shape: Sequence[int]) -> list[int]:
+    try:
+        dimensions = [operator.index(dimension) for dimension in shape]
+    except TypeError:
+        dimensions = [0]
+    if min(dimensions, default=0) < 1:
+        raise ValueError(f"shapes[{which!r}] is a sequence of numbers above 0, such as (1, 3, 320, 320), not {shape!r}")
+    return dimensions
 
 
 def _save(source: pathlib.Path, shapes: Shapes, target: pathlib.Path) -> None:
-    import openvino  # a second to load, and needed here only
+    """Writes ``target``, an .xml file, and its .bin."""
+    import openvino  # takes up to a second, so only where it is used
 
-    model: Any = openvino.Core().read_model(source)
-    wanted = {}
-    for which, shape in _plain(shapes).items():
-        try:
-            port = model.input(which)
-        except RuntimeError:
-            names = [each.any_name for each in model.inputs]
-            raise ValueError(f"shapes has {which!r}, and the model has the inputs {names}") from None
-        if not port.partial_shape.compatible(openvino.PartialShape(list(shape))):
-            raise ValueError(f"shapes[{which!r}] is {shape}, and the model allows {port.partial_shape}")
-        wanted[port] = list(shape)
-    model.reshape(wanted)
-    if left := [f"{port.any_name!r} {port.partial_shape}" for port in model.inputs if port.partial_shape.is_dynamic]:
-        raise ValueError(f"shapes leaves dynamic: {', '.join(left)}; give each of them a shape")
-    openvino.save_model(model, target, compress_to_fp16=False)
+    wanted = {which: _dimensions(which, shape) for which, shape in shapes.items()}
+    if not source.is_file():
+        raise Error(f"there is no model file {source}", Reason.SYSTEM, errno.ENOENT)
+    try:
+        model: Any = openvino.Core().read_model(source)
+        model.reshape({_input(model, which, shape): shape for which, shape in wanted.items()})
+        dynamic = [f"{port.any_name!r} {port.partial_shape}" for port in model.inputs if port.partial_shape.is_dynamic]
+        if dynamic:
+            raise ValueError(f"shapes leaves dynamic: {', '.join(dynamic)}; give each of them a shape")
+        openvino.save_model(model, target, compress_to_fp16=False)
+    except RuntimeError as error:
+        raise Error(f"OpenVINO cannot give {source} these shapes: {error}", Reason.RUNTIME) from None
+
+
+def _input(model: Any, which: Union[str, int], shape: list[int]) -> Any:
+    import openvino
+
+    try:
+        port = model.input(which)
+    except RuntimeError:
+        names = [each.any_name for each in model.inputs]
+        raise ValueError(f"shapes has {which!r}, but the model has the inputs {names}") from None
+    if not port.partial_shape.compatible(openvino.PartialShape(shape)):
+        raise ValueError(f"shapes[{which!r}] is {shape}, but the model allows {port.partial_shape}")
+    return port

@@ -10,10 +10,6 @@ It needs the package onnx: ``pip install orvane[onnx]``.
 
 from __future__ import annotations
 
-import os
-import shutil
-import tempfile
-import weakref
 from typing import Any, Mapping, Optional, Sequence, Union
 
 import numpy as np
@@ -23,6 +19,7 @@ from onnx.backend import base
 
 from ._library import Error
 from ._model import Model
+from ._static import TemporaryFolder
 
 Inputs = Union[Sequence[Any], Mapping[str, Any]]
 Shape = tuple[Optional[int], ...]
@@ -46,8 +43,7 @@ class PreparedModel(base.BackendRep):
         self._results = base.namedtupledict("Outputs", [value.name for value in model.graph.output])
         self._options = options
         self._loaded: Optional[tuple[list[Shape], Model, list[int]]] = None
-        self._folder = tempfile.mkdtemp(prefix="orvane-onnx-")
-        self._remove_folder = weakref.finalize(self, _remove, self._folder, os.getpid())
+        self._folder = TemporaryFolder()
         shapes = [_shape(value) for value in self._inputs]
         if None not in shapes and not any(None in shape for shape in shapes if shape):
             self._load([shape for shape in shapes if shape is not None])
@@ -72,7 +68,7 @@ class PreparedModel(base.BackendRep):
             HostEnded: The host process has ended, more often than the option ``retries`` allows.
             Error: The model cannot be loaded, or it failed.
         """
-        if not self._remove_folder.alive:
+        if not self._folder.exists:
             raise ValueError("the model is closed: prepare it again")
         arrays = [np.asarray(array) for array in self._in_order(inputs)]
         for value, array in zip(self._inputs, arrays):
@@ -106,9 +102,8 @@ class PreparedModel(base.BackendRep):
                 _give_dimension(proto.graph, value)
             else:
                 _set_shape(value, shape)
-        path = os.path.join(self._folder, "model.onnx")  # stays there, since a new host loads it again
-        with open(path, "wb") as file:
-            file.write(proto.SerializeToString())
+        path = self._folder.path / "model.onnx"  # stays there, since a new host loads it again
+        path.write_bytes(proto.SerializeToString())
         model = Model(path, **self._options)
         kept = [i for i, shape in enumerate(shapes) if shape != (0,)]  # the runtime makes constants of empty inputs
         if len(kept) != len(model.inputs):
@@ -120,18 +115,13 @@ class PreparedModel(base.BackendRep):
         """Ends the host process and frees the model. May be called again."""
         if self.model is not None:
             self.model.close()
-        self._remove_folder()
+        self._folder.remove()
 
     def __enter__(self) -> PreparedModel:
         return self
 
     def __exit__(self, *_: object) -> None:
         self.close()
-
-
-def _remove(folder: str, owner: int) -> None:
-    if os.getpid() == owner:  # and not a fork, whose parent still needs it
-        shutil.rmtree(folder, ignore_errors=True)
 
 
 def _inputs(model: onnx.ModelProto) -> list[onnx.ValueInfoProto]:

@@ -31,6 +31,19 @@ def write_sum(path: pathlib.Path, element_type: int = TensorProto.FLOAT,
     return path
 
 
+def write_scale(path: pathlib.Path, weight_count: int = 1000) -> pathlib.Path:
+    """A model that multiplies its input "x" with the numbers in the file "weights" beside it."""
+    x, y = (helper.make_tensor_value_info(name, TensorProto.FLOAT, ("batch", weight_count)) for name in "xy")
+    weights = TensorProto(name="factor", data_type=TensorProto.FLOAT, dims=[weight_count],
+                          data_location=TensorProto.EXTERNAL)
+    weights.external_data.add(key="location", value="weights")
+    graph = helper.make_graph([helper.make_node("Mul", ["x", "factor"], ["y"])], "scale", [x], [y], [weights])
+    model = helper.make_model(graph, opset_imports=[helper.make_opsetid("", 17)])
+    model.ir_version = 8
+    path.write_bytes(model.SerializeToString())
+    return path
+
+
 def hosts(parent: int | None = None) -> list[int]:
     """The process ids of the hosts that this process has started."""
     found = []

@@ -3,12 +3,14 @@
 from __future__ import annotations
 
 import asyncio
+import copy
 import os
 import pathlib
 import pickle
 import signal
 import subprocess
 import sys
+import tempfile
 import threading
 import tracemalloc
 from typing import Any, Iterator
@@ -18,7 +20,7 @@ import onnx
 import openvino
 import orvane
 import pytest
-from material import FACE, VOICE, hosts, voice_inputs, write_sum
+from material import FACE, VOICE, hosts, voice_inputs, write_scale, write_sum
 
 pytestmark = pytest.mark.timeout(120)
 
@@ -29,6 +31,14 @@ WAYS = pytest.mark.parametrize("host", [False, True], ids=["in_process", "host"]
 def no_host_stays() -> Iterator[None]:
     yield
     assert hosts() == []
+
+
+@pytest.fixture(name="temporary")
+def use_own_temporary_folder(tmp_path: pathlib.Path, monkeypatch: pytest.MonkeyPatch) -> pathlib.Path:
+    folder = tmp_path / "temporary"
+    folder.mkdir()
+    monkeypatch.setattr(tempfile, "tempdir", str(folder))
+    return folder
 
 
 @pytest.fixture(name="sum_model")
@@ -211,9 +221,8 @@ def test_tasks_wait_side_by_side() -> None:
 
 
 @WAYS
-def test_shapes_make_a_dynamic_model_static_once(tmp_path: pathlib.Path, monkeypatch: pytest.MonkeyPatch,
-                                                 host: bool) -> None:
-    monkeypatch.setenv("XDG_CACHE_HOME", str(tmp_path / "cache"))
+def test_shapes_make_a_dynamic_model_static_while_it_is_loaded(tmp_path: pathlib.Path, temporary: pathlib.Path,
+                                                               host: bool) -> None:
     path = write_sum(tmp_path / "dynamic.onnx", shape=("batch", 3))
     plain = np.ones((4, 3), np.float32)
     with orvane.Model(path, host=host) as model:
@@ -221,16 +230,44 @@ def test_shapes_make_a_dynamic_model_static_once(tmp_path: pathlib.Path, monkeyp
         with pytest.raises(ValueError, match=r"shapes=\{'left': \(1, 3,\)\}"):
             model.run(plain, plain)
     shapes: dict[str | int, tuple[int, ...]] = {"left": (4, 3), 1: (4, 3)}
-    for _ in range(2):
-        with orvane.Model(path, host=host, shapes=shapes) as model:
-            assert model.outputs[0].shape == (4, 3)
+    with orvane.Model(path, host=host, shapes=shapes) as model:
+        assert "'dynamic.onnx'" in repr(model) and model.outputs[0].shape == (4, 3)
+        for _ in range(2):
             assert np.array_equal(model.run(plain, plain)[0], plain + plain)
-    assert len(list(orvane.static_folder().iterdir())) == 1
+            model.restart()  # the file is still there
+    assert list(temporary.iterdir()) == []
     for wrong, text in (({"left": (4, 3)}, "'right'"), ({"up": (4, 3)}, "'up'"), ({"left": (4, 5)}, r"allows \[\?,3\]"),
-                        ({"left": (0, 3)}, "above 0"), ({"left": "43"}, "sequence")):
-        with pytest.raises(ValueError, match=text):
+                        ({"left": (0, 3)}, "above 0"), ({"left": "43"}, "sequence"), ({"left": 43}, "sequence")):
+        with pytest.raises((ValueError, TypeError), match=text):
             orvane.Model(path, host=host, shapes=wrong)  # type: ignore[arg-type]
-    assert len(list(orvane.static_folder().iterdir())) == 1
+    with pytest.raises(ValueError, match="key"):
+        orvane.Model(path, host=host, shapes=shapes, key=b"key!")
+    (tmp_path / "no_model.onnx").write_bytes(b"no model")
+    for bad in ("no_model.onnx", "missing.onnx"):
+        with pytest.raises(orvane.Error, match=bad):
+            orvane.Model(tmp_path / bad, host=host, shapes=shapes)
+    assert list(temporary.iterdir()) == []
+
+
+def test_shapes_read_the_weights_that_are_there_now(tmp_path: pathlib.Path, temporary: pathlib.Path) -> None:
+    path = write_scale(tmp_path / "scale.onnx")
+    for factor in (2, 3):
+        np.full(1000, factor, np.float32).tofile(tmp_path / "weights")  # in a file of their own
+        with orvane.Pool(path, 2, shapes={"x": (1, 1000)}) as pool:
+            assert len(list(temporary.iterdir())) == 1  # for all hosts
+            assert pool.submit(np.ones((1, 1000), np.float32)).result(60)[0][0, 0] == factor
+    assert list(temporary.iterdir()) == []
+
+
+@pytest.mark.parametrize("end", ["", "raise ValueError", "if os.fork() == 0: sys.exit()\nos.wait(); model.restart()"])
+def test_the_end_of_the_program_removes_the_static_model(tmp_path: pathlib.Path, temporary: pathlib.Path,
+                                                         end: str) -> None:
+    path = write_sum(tmp_path / "dynamic.onnx", shape=("batch", 3))
+    program = f"import os, orvane, sys\nmodel = orvane.Model({str(path)!r}, shapes={{0: (4, 3), 1: (4, 3)}})\n{end}"
+    done = subprocess.run([sys.executable, "-c", program], env={**os.environ, "TMPDIR": str(temporary)},
+                          capture_output=True, text=True, timeout=60, check=False)
+    assert ("Error" in done.stderr) == ("raise" in end), done.stderr
+    assert list(temporary.iterdir()) == []
 
 
 @WAYS
@@ -251,6 +288,16 @@ def test_encrypted_models_and_caches(tmp_path: pathlib.Path, host: bool) -> None
     for key in (b"", b"12345", "key!"):
         with pytest.raises(ValueError, match="1 to 4 bytes"):
             orvane.Model(secret, host=host, key=key)  # type: ignore[arg-type]
+
+
+def test_models_and_pools_are_not_copied() -> None:
+    inputs = voice_inputs()
+    with orvane.Model(VOICE) as model, orvane.Pool(VOICE, 1) as pool:
+        for copied in (model, pool):
+            for way in (copy.copy, copy.deepcopy, pickle.dumps):
+                with pytest.raises(TypeError, match=f"a {type(copied).__name__} cannot be copied .* load it again"):
+                    way(copied)
+        assert same(model.run(*inputs), pool.submit(*inputs).result(60))
 
 
 def test_errors_have_a_reason_and_travel_between_processes(tmp_path: pathlib.Path) -> None:

@@ -40,6 +40,19 @@ def test_an_item_without_retries_fails_and_the_next_one_does_not() -> None:
     assert hosts() == []
 
 
+def test_failed_items_are_results_when_asked_for() -> None:
+    good = tuple(voice_inputs())
+    bad = (np.zeros((1, 576)), good[1])
+    with orvane.Pool(VOICE, 2) as pool:
+        results = list(pool.map([good, bad, {0: good}, good], return_exceptions=True))
+        assert [type(result) for result in results] == [list, TypeError, TypeError, list]
+        answers = pool.map([good, bad, *[good] * 3])
+        assert isinstance(next(answers), list)
+        with pytest.raises(TypeError, match="wants float32"):
+            next(answers)
+        assert list(answers) == []  # the first failure ends it
+
+
 def test_takes_only_a_few_items_ahead() -> None:
     taken = 0
 
