@@ -3,8 +3,6 @@
 #include "cli/printable.h"
 #include "platform/terminal.h"
 
-#include <orvane/orvane_c.h>
-
 #include <chrono>
 #include <cstdio>
 #include <iostream>
@@ -13,25 +11,6 @@ namespace Orvane::Cli {
 namespace {
 
 using namespace std::chrono_literals;
-
-const char* StepText() {
-    switch (orvane_load_step()) {
-        case ORVANE_LOAD_READING:
-            return "reading ";
-        case ORVANE_LOAD_COMPILING:
-            return "compiling ";
-        case ORVANE_LOAD_IMPORTING:
-            return "reading the cache of ";
-        case ORVANE_LOAD_WRITING:
-            return "writing ";
-        case ORVANE_LOAD_STARTING_HOST:
-            return "starting the host for ";
-        case ORVANE_LOAD_IN_HOST:
-            return "the host is loading ";
-        default:
-            return "loading ";
-    }
-}
 
 std::string Seconds(std::chrono::steady_clock::duration time) {
     char text[32];
@@ -76,7 +55,7 @@ void LoadProgress::Run(const std::string& what, std::ostream& terminal) {
     std::size_t width = 0;
     std::unique_lock lock(mutex);
     for (auto pause = 500ms; !ended.wait_for(lock, pause, [this] { return isOver; }); pause = 100ms) {
-        const std::string line = StepText() + what + "  " + Seconds(std::chrono::steady_clock::now() - start);
+        const std::string line = "loading " + what + "  " + Seconds(std::chrono::steady_clock::now() - start);
         terminal << "\r" << line << std::string(width > line.size() ? width - line.size() : 0, ' ') << std::flush;
         width = line.size();
     }

@@ -45,6 +45,22 @@ enum class Reason : int32_t {
     HostEnded = ORVANE_HOST_ENDED,
     System = ORVANE_SYSTEM,
     Runtime = ORVANE_RUNTIME,
+    Cancelled = ORVANE_CANCELLED,
+};
+
+/// "refused" and the like.
+inline const char* NameOf(Reason reason) {
+    return orvane_reason_name(static_cast<int32_t>(reason));
+}
+
+/// How a host process ended; see the enumerators of the same names in orvane_c.h.
+enum class HostEnd : int32_t {
+    Exit = ORVANE_HOST_END_EXIT,
+    Signal = ORVANE_HOST_END_SIGNAL,
+    Interrupted = ORVANE_HOST_END_INTERRUPTED,
+    TimeLimit = ORVANE_HOST_END_TIME_LIMIT,
+    BadReply = ORVANE_HOST_END_BAD_REPLY,
+    Unknown = ORVANE_HOST_END_UNKNOWN,
 };
 
 /// A failure. `what()` is UTF-8 and says what was wrong and what to do.
@@ -66,7 +82,13 @@ class Error : public std::runtime_error {
 /// The host process has ended; `Model::Restart` starts a new one.
 class HostEnded : public Error {
  public:
-    explicit HostEnded(const std::string& text) : Error(Reason::HostEnded, text) {}
+    explicit HostEnded(const std::string& text, HostEnd how = HostEnd::Unknown)
+        : Error(Reason::HostEnded, text), cause(how) {}
+
+    HostEnd GetCause() const { return cause; }
+
+ private:
+    HostEnd cause;
 };
 
 namespace detail {
@@ -78,7 +100,7 @@ inline void Check(orvane_error* error) {
     const std::unique_ptr<orvane_error, void (*)(orvane_error*)> owned(error, orvane_error_free);
     const auto reason = static_cast<Reason>(orvane_error_reason(error));
     if (reason == Reason::HostEnded) {
-        throw HostEnded(orvane_error_message(error));
+        throw HostEnded(orvane_error_message(error), static_cast<HostEnd>(orvane_error_host_end(error)));
     }
     throw Error(reason, orvane_error_message(error), orvane_error_system(error));
 }
@@ -125,10 +147,7 @@ enum class ElementType : uint32_t {
 
 /// "float32" and the like.
 inline const char* NameOf(ElementType type) {
-    static constexpr const char* kNames[] = {"unknown", "float32", "float16", "int32", "uint8",
-                                             "int64",   "bool",    "int16",   "int8",  "float64"};
-    const auto index = static_cast<size_t>(type);
-    return kNames[index < std::size(kNames) ? index : 0];
+    return orvane_element_type_name(static_cast<int32_t>(type));
 }
 
 /// An input or output of a model.
@@ -138,7 +157,8 @@ struct Tensor {
     std::string name;
     ElementType type = ElementType::Unknown;
     std::vector<int64_t> shape;  ///< outermost dimension first; a dynamic one is -1
-    uint64_t byteSize = 0;       ///< 0 for what cannot be copied
+    uint64_t byteSize = 0;       ///< 0 if the data cannot be copied
+    std::string problem;         ///< empty, or why the data cannot be copied and what to do
 
     bool IsDynamic() const { return std::find(shape.begin(), shape.end(), -1) != shape.end(); }
 
@@ -156,7 +176,8 @@ inline Tensor TensorOf(Side side, uint32_t index, const orvane_tensor& plain) {
             plain.name,
             static_cast<ElementType>(plain.element_type),
             std::vector<int64_t>(plain.dimensions, plain.dimensions + plain.rank),
-            plain.byte_size};
+            plain.byte_size,
+            plain.problem != nullptr ? plain.problem : ""};
 }
 
 }  // namespace detail
@@ -361,12 +382,13 @@ class Model {
 /// Encrypts a model file with a key of 1 to 4 bytes; `out` may be `in`. See `orvane_encrypt_file` for `pad`.
 inline void EncryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
                         bool pad = false) {
-    detail::Check(orvane_encrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key), pad ? 1 : 0));
+    detail::Check(
+        orvane_encrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key), pad ? 1 : 0, nullptr, nullptr));
 }
 
 /// The other direction.
 inline void DecryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key) {
-    detail::Check(orvane_decrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key)));
+    detail::Check(orvane_decrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key), nullptr, nullptr));
 }
 
 }  // namespace orvane

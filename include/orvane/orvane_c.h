@@ -38,7 +38,7 @@
 #endif
 
 /// Number of the interface that this header describes; it grows with every addition.
-#define ORVANE_ABI 2
+#define ORVANE_ABI 3
 
 #ifdef __cplusplus
 extern "C" {
@@ -57,7 +57,18 @@ enum {
     ORVANE_NO_MEMORY,     ///< there is not enough memory
     ORVANE_HOST_ENDED,    ///< the host process has ended; `orvane_restart` starts a new one
     ORVANE_SYSTEM,        ///< the system cannot do it; `orvane_error_system` has its error number
-    ORVANE_RUNTIME        ///< the inference runtime failed; the text is its own
+    ORVANE_RUNTIME,       ///< the inference runtime failed; the text is its own
+    ORVANE_CANCELLED      ///< a progress callback gave the call up
+};
+
+/// How a host process ended.
+enum {
+    ORVANE_HOST_END_EXIT = 1,     ///< it exited, or on Windows crashed
+    ORVANE_HOST_END_SIGNAL,       ///< a signal ended it
+    ORVANE_HOST_END_INTERRUPTED,  ///< `orvane_interrupt` or a progress callback ended it
+    ORVANE_HOST_END_TIME_LIMIT,   ///< a call reached its time limit, and the library ended it
+    ORVANE_HOST_END_BAD_REPLY,    ///< it sent what cannot be a reply, and the library ended it
+    ORVANE_HOST_END_UNKNOWN       ///< the system does not say how it ended
 };
 
 /// Sides of a model.
@@ -95,14 +106,23 @@ typedef struct orvane_options {
     /// is no error, because the model runs without it; the log says so.
     uint32_t make_cache;
 
-    /// How many milliseconds a call may wait for the host process, `orvane_open` and `orvane_restart` included; the
-    /// host is ended then, and the call fails with `ORVANE_HOST_ENDED`. 0 is no limit.
+    /// How many milliseconds one call may wait for its host processes. When the time is over, the library ends the
+    /// host, and the call fails with `ORVANE_HOST_ENDED`. 0: no limit. A limit needs a host program.
     uint32_t time_limit_ms;
 
-    uint32_t reserved;  ///< 0
+    /// The same for `orvane_open` and `orvane_restart`, which take much longer. 0: as `time_limit_ms`.
+    uint32_t load_time_limit_ms;
+
+    /// Null, or a function that a call runs on its own thread: at each step of a load, and about five times a second
+    /// while the call waits for a host process. `step` is an `ORVANE_LOAD_` value, `ORVANE_LOAD_NONE` when the call
+    /// is not a load. If it returns anything but 0, the call ends the host process and fails with `ORVANE_CANCELLED`;
+    /// a load in this process stops at its next step.
+    /// It may call `orvane_interrupt`, and any function for other models, but no other function for this model.
+    int32_t (*progress)(void* user, int32_t step);
+    void* progress_user;  ///< passed to `progress`
 } orvane_options;
 
-/// What `orvane_describe` tells about a tensor.
+/// Describes a tensor.
 typedef struct orvane_tensor {
     uint64_t struct_size;
 
@@ -116,6 +136,10 @@ typedef struct orvane_tensor {
     /// Bytes of all elements. 0 for what cannot be copied: a dynamic dimension, an element type that is unknown, more
     /// than 22,020,096 bytes through a host process or 4,294,967,295 in this one, an input without dimensions.
     uint64_t byte_size;
+
+    /// Null, or why the tensor's data cannot be copied and what to do: one line, which follows a name such as
+    /// `input 0 "x"`. Lives as long as `name`.
+    const char* problem;
 } orvane_tensor;
 
 /// Data for an input.
@@ -142,7 +166,7 @@ typedef struct orvane_shape {
     uint32_t input;             ///< index of the input
 } orvane_shape;
 
-/// What a load is at.
+/// Steps of a load.
 enum {
     ORVANE_LOAD_NONE = 0,       ///< nothing is being loaded
     ORVANE_LOAD_READING,        ///< the model file is being read
@@ -156,6 +180,12 @@ enum {
 /// The library's own `ORVANE_ABI`, and its version as "major.minor.patch" in static storage.
 ORVANE_C_API uint32_t orvane_abi(void);
 ORVANE_C_API const char* orvane_version(void);
+
+/// Names for messages, in static storage: "refused", "bad argument", "no memory", "host ended", "system", "runtime",
+/// "cancelled"; and "float32", "float16", "int32", "uint8", "int64", "bool", "int16", "int8", "float64". For any other
+/// value "unknown".
+ORVANE_C_API const char* orvane_reason_name(int32_t reason);
+ORVANE_C_API const char* orvane_element_type_name(int32_t element_type);
 
 /// Loads a model. `*model` is null after a failure.
 ORVANE_C_API orvane_error* orvane_open(const orvane_options* options, orvane_model** model);
@@ -207,15 +237,17 @@ ORVANE_C_API void orvane_interrupt(orvane_model* model);
 /// Encrypts a model file with a key of 1 to 4 bytes, as `orvane_options.key` expects it. `out` may be `in`; it appears
 /// whole or not at all. A file whose last 4 MiB piece has 1 to 15 bytes would not come back whole and is refused,
 /// unless `pad` is not 0: it is then filled up with blanks or zeros, which a reader of models skips.
-ORVANE_C_API orvane_error* orvane_encrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
-                                               uint32_t pad);
+/// Unless null, `progress` is called on this thread before each piece; if it returns anything but 0, nothing is written
+/// and the call fails with `ORVANE_CANCELLED`.
+ORVANE_C_API orvane_error* orvane_encrypt_file(
+    const char* in, const char* out, const uint8_t* key, uint32_t key_size, uint32_t pad,
+    int32_t (*progress)(void* user, uint64_t done_bytes, uint64_t total_bytes), void* user);
 
 /// The other direction.
-ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size);
-
-/// What a load in this process is at, from any thread, to show it to a user who waits. Of several loads at once it is
-/// the step that was entered last.
-ORVANE_C_API int32_t orvane_load_step(void);
+ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
+                                               int32_t (*progress)(void* user, uint64_t done_bytes,
+                                                                   uint64_t total_bytes),
+                                               void* user);
 
 /// Calls `device` for each device that models can run on here, `full_name` being that of the processor or card, perhaps
 /// empty. The texts live during the call. Refused by `orvane_client_c`, as the two below.
@@ -241,6 +273,10 @@ ORVANE_C_API orvane_error* orvane_reshape_file(const char* model_path, const orv
 ORVANE_C_API int32_t orvane_error_reason(const orvane_error* error);
 ORVANE_C_API int32_t orvane_error_system(const orvane_error* error);
 ORVANE_C_API const char* orvane_error_message(const orvane_error* error);
+
+/// How the host process ended that an error is about: an `ORVANE_HOST_END_` value. 0 unless the reason is
+/// `ORVANE_HOST_ENDED`.
+ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 
 /// Null is allowed.
 ORVANE_C_API void orvane_error_free(orvane_error* error);

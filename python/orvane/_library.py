@@ -14,7 +14,7 @@ from ctypes import POINTER, c_char_p, c_int32, c_int64, c_uint32, c_uint64, c_vo
 from typing import Any, Callable, Optional, Union
 
 OPENVINO_RELEASE = "2026.4.1"
-ABI = 1
+ABI = 3
 
 # As in an installed SDK: libraries and programs stand side by side, but for Windows, where they share a folder.
 FOLDER = pathlib.Path(__file__).resolve().parent
@@ -32,6 +32,7 @@ class Reason(enum.IntEnum):
     HOST_ENDED = 4  #: the host process has ended
     SYSTEM = 5  #: the system cannot do it
     RUNTIME = 6  #: the inference runtime failed; the text is its own
+    CANCELLED = 7  #: a progress callback gave the call up
 
 
 class Error(Exception):
@@ -55,6 +56,10 @@ class HostEnded(Error):
     """
 
 
+Progress = ctypes.CFUNCTYPE(c_int32, c_void_p, c_int32)
+FileProgress = ctypes.CFUNCTYPE(c_int32, c_void_p, c_uint64, c_uint64)
+
+
 class Options(ctypes.Structure):
     _fields_ = [
         ("struct_size", c_uint64),
@@ -66,7 +71,9 @@ class Options(ctypes.Structure):
         ("key_size", c_uint32),
         ("make_cache", c_uint32),
         ("time_limit_ms", c_uint32),
-        ("reserved", c_uint32),
+        ("load_time_limit_ms", c_uint32),
+        ("progress", Progress),
+        ("progress_user", c_void_p),
     ]
 
 
@@ -78,6 +85,7 @@ class Description(ctypes.Structure):
         ("rank", c_uint32),
         ("element_type", c_uint32),
         ("byte_size", c_uint64),
+        ("problem", c_char_p),
     ]
 
 
@@ -100,8 +108,8 @@ FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "orvane_describe": (c_void_p, (c_void_p, c_int32, c_uint32, POINTER(Description))),
     "orvane_infer": (c_void_p, (c_void_p, POINTER(Buffer), c_uint32, POINTER(Buffer), c_uint32)),
     "orvane_interrupt": (None, (c_void_p,)),
-    "orvane_encrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32, c_uint32)),
-    "orvane_decrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32)),
+    "orvane_encrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32, c_uint32, FileProgress, c_void_p)),
+    "orvane_decrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32, FileProgress, c_void_p)),
     "orvane_error_reason": (c_int32, (c_void_p,)),
     "orvane_error_system": (c_int32, (c_void_p,)),
     "orvane_error_message": (c_char_p, (c_void_p,)),
@@ -197,12 +205,12 @@ def encrypt(source: PathLike, target: PathLike, key: bytes, *, pad: bool = False
     ``target`` may be ``source``; it appears whole or not at all. A file whose last 4 MiB piece has 1 to 15 bytes would
     not come back whole and is refused, unless ``pad`` lets it be filled up with what a reader of models skips.
     """
-    check(library.orvane_encrypt_file(encode(source), encode(target), check_key(key), len(key), pad))
+    check(library.orvane_encrypt_file(encode(source), encode(target), check_key(key), len(key), pad, FileProgress(), None))
 
 
 def decrypt(source: PathLike, target: PathLike, key: bytes) -> None:
     """The other direction of ``encrypt``."""
-    check(library.orvane_decrypt_file(encode(source), encode(target), check_key(key), len(key)))
+    check(library.orvane_decrypt_file(encode(source), encode(target), check_key(key), len(key), FileProgress(), None))
 
 
 _log_line: Optional[Callable[[int, str], None]] = None

@@ -49,8 +49,8 @@ void TestHost(const char* stub) {
     SUCCEEDS(orvane_get_output(model, 0, much, largest));
     orvane_close(model);
     model = Open("echo 22020097", stub);
-    FAILS(orvane_set_input(model, 0, much, 22020097), ORVANE_REFUSED, "more than the 22020096 bytes that travel");
-    FAILS(orvane_get_output(model, 0, much, 22020097), ORVANE_REFUSED, "more than the 22020096 bytes that travel");
+    FAILS(orvane_set_input(model, 0, much, 22020097), ORVANE_REFUSED, "more than the 22020096 bytes");
+    FAILS(orvane_get_output(model, 0, much, 22020097), ORVANE_REFUSED, "more than the 22020096 bytes");
     orvane_close(model);
     free(much);
 }

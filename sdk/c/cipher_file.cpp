@@ -1,15 +1,41 @@
 #include "sdk/c/cipher_file.h"
 
+#include "platform/path.h"
 #include "platform/whole_file.h"
 #include "sdk/c/failure.h"
 
 #include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <system_error>
 #include <vector>
 
 namespace Orvane::C {
 
-void EncryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher, bool pad) {
-    Platform::TransformFile(in, out, ModelFileCipher::kChunkSize, [&](std::vector<uint8_t>& chunk) {
+namespace {
+
+using Chunk = std::vector<uint8_t>;
+
+void Transform(const std::string& in, const std::string& out, const FileProgress& progress,
+               const std::function<void(Chunk& chunk)>& transform) {
+    std::error_code unknown;
+    const auto size = std::filesystem::file_size(Platform::PathFromUtf8(in), unknown);
+    const uint64_t total = unknown ? 0 : size;
+    uint64_t done = 0;
+    Platform::TransformFile(in, out, ModelFileCipher::kChunkSize, [&](Chunk& chunk) {
+        if (progress.progress != nullptr && progress.progress(progress.user, done, total) != 0) {
+            throw Failure(ORVANE_CANCELLED, "cancelled; " + out + " was not written");
+        }
+        done += chunk.size();
+        transform(chunk);
+    });
+}
+
+}  // namespace
+
+void EncryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher, bool pad,
+                 const FileProgress& progress) {
+    Transform(in, out, progress, [&](Chunk& chunk) {
         if (pad) {
             ModelFileCipher::Pad(chunk);
         }
@@ -22,10 +48,10 @@ void EncryptFile(const std::string& in, const std::string& out, const ModelFileC
     });
 }
 
-void DecryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher) {
-    Platform::TransformFile(in, out, ModelFileCipher::kChunkSize, [&](std::vector<uint8_t>& chunk) {
-        cipher.Decrypt(chunk.data(), static_cast<uint32_t>(chunk.size()));
-    });
+void DecryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher,
+                 const FileProgress& progress) {
+    Transform(in, out, progress,
+              [&](Chunk& chunk) { cipher.Decrypt(chunk.data(), static_cast<uint32_t>(chunk.size())); });
 }
 
 }  // namespace Orvane::C

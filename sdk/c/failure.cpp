@@ -19,8 +19,8 @@ orvane_error* NoMemory() noexcept {
     return &error;
 }
 
-orvane_error* MakeError(int32_t reason, int32_t system, const char* message) {
-    return new orvane_error{reason, system, AsUtf8(message)};
+orvane_error* MakeError(int32_t reason, int32_t system, const char* message, int32_t hostEnd = 0) {
+    return new orvane_error{reason, system, AsUtf8(message), hostEnd};
 }
 
 const char* ExplanationOf(std::string_view message) {
@@ -72,6 +72,23 @@ Failure FailureOf(const Status& status) {
     return {reason, message, reason == ORVANE_SYSTEM ? status.code : 0};
 }
 
+int32_t CauseOf(const HostEnd& end) {
+    switch (end.cause) {
+        case HostEndCauseExit:
+            return ORVANE_HOST_END_EXIT;
+        case HostEndCauseSignal:
+            return ORVANE_HOST_END_SIGNAL;
+        case HostEndCauseInterrupted:
+            return ORVANE_HOST_END_INTERRUPTED;
+        case HostEndCauseTimeLimit:
+            return ORVANE_HOST_END_TIME_LIMIT;
+        case HostEndCauseBadReply:
+            return ORVANE_HOST_END_BAD_REPLY;
+        default:
+            return ORVANE_HOST_END_UNKNOWN;
+    }
+}
+
 std::string Explain(const HostEnd& end) {
     // Signals are Linux's and large exit values are Windows'; neither has the other's.
     static constexpr std::tuple<HostEndCause, uint32_t, const char*> kMeanings[] = {
@@ -95,7 +112,7 @@ orvane_error* CaughtError() noexcept {
         try {
             throw;
         } catch (const Failure& failure) {
-            return MakeError(failure.Reason(), failure.System(), failure.what());
+            return MakeError(failure.Reason(), failure.System(), failure.what(), failure.HostEnd());
         } catch (const Platform::FileError& error) {
             const auto code = static_cast<int32_t>(error.Code());
             return MakeError(code != 0 ? ORVANE_SYSTEM : ORVANE_REFUSED, code, error.what());

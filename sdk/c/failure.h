@@ -13,6 +13,7 @@ struct orvane_error {
     int32_t reason;
     int32_t system;
     std::string message;
+    int32_t hostEnd = 0;
 };
 
 namespace Orvane::C {
@@ -20,15 +21,17 @@ namespace Orvane::C {
 // An error on its way to the caller.
 class Failure : public std::runtime_error {
  public:
-    Failure(int32_t whichReason, const std::string& text, int32_t systemError = 0)
-        : std::runtime_error(text), reason(whichReason), system(systemError) {}
+    Failure(int32_t whichReason, const std::string& text, int32_t systemError = 0, int32_t howHostEnded = 0)
+        : std::runtime_error(text), reason(whichReason), system(systemError), hostEnd(howHostEnded) {}
 
     int32_t Reason() const { return reason; }
     int32_t System() const { return system; }
+    int32_t HostEnd() const { return hostEnd; }  // ORVANE_HOST_END_..., or 0
 
  private:
     int32_t reason;
     int32_t system;
+    int32_t hostEnd;
 };
 
 inline Failure BadArgument(const std::string& text) {
@@ -41,6 +44,9 @@ inline Failure Refused(const std::string& text) {
 
 // The SDK's own text, and behind it, where that does not say it in English, what it means and what to do.
 Failure FailureOf(const Status& status);
+
+// The `ORVANE_HOST_END_` value of a host's end.
+int32_t CauseOf(const HostEnd& end);
 
 // How a host process ended, and what that may come from: "signal 9 (SIGKILL), somebody killed it, or ...".
 std::string Explain(const HostEnd& end);

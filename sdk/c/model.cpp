@@ -22,7 +22,8 @@ constexpr uint64_t kMostDescriptionBytes = 64'000'000;
 Failure BadReply() {
     return {ORVANE_HOST_ENDED,
             "Orvane Host Exit (the host process was ended, because it answered with what cannot be a reply: give the "
-            "host program that belongs to this library, and call orvane_restart)"};
+            "host program that belongs to this library, and call orvane_restart)",
+            0, ORVANE_HOST_END_BAD_REPLY};
 }
 
 }  // namespace
@@ -67,7 +68,7 @@ void Model::Check(const Status& status) {
     }
     const Failure failure = FailureOf(status);
     if (failure.Reason() == ORVANE_HOST_ENDED) {
-        end = Failure(ORVANE_HOST_ENDED, status.message + HowHostEnded());
+        end = Failure(ORVANE_HOST_ENDED, status.message + HowHostEnded(), 0, CauseOf(interpreter.GetHostEnd()));
         throw Failure(*end);
     }
     if (status.reason == FailureReasonHostStart) {
@@ -93,8 +94,9 @@ void Model::Restart() {
         try {
             ports = Talk([this] { return Load(interpreter); });
         } catch (const std::exception& error) {
+            const int32_t cause = end && end->HostEnd() != 0 ? end->HostEnd() : ORVANE_HOST_END_UNKNOWN;
             end = Failure(ORVANE_HOST_ENDED,
-                          std::string("the last orvane_restart failed, call it again: ") + error.what());
+                          std::string("the last orvane_restart failed, call it again: ") + error.what(), 0, cause);
             throw;
         }
     } else {
@@ -198,20 +200,20 @@ void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
         throw Refused("shapes are set before the first data: call orvane_restart, then set shapes and inputs again");
     }
     if (rank != port.modelShape.size() || (dimensions == nullptr && rank != 0)) {
-        throw BadArgument(port.label + " has " + std::to_string(port.modelShape.size()) + " dimensions, not " +
+        throw BadArgument(port.Label() + " has " + std::to_string(port.modelShape.size()) + " dimensions, not " +
                           (rank != port.modelShape.size() ? std::to_string(rank) : "null") + ": give each of them");
     }
     const std::vector<int64_t> shape(dimensions, dimensions + rank);
     for (size_t i = 0; i < shape.size(); ++i) {
         const int64_t own = port.modelShape[i];
         if (own == -1 ? shape[i] < 1 : shape[i] != own) {
-            throw BadArgument(port.label + ": dimension " + std::to_string(i) + " cannot be " +
+            throw BadArgument(port.Label() + ": dimension " + std::to_string(i) + " cannot be " +
                               std::to_string(shape[i]) + "; give " +
                               (own == -1 ? "at least 1" : std::to_string(own) + ", the model's own"));
         }
     }
     if (!port.CouldHave(shape)) {
-        throw Refused(port.label + " would take 4 GiB or more, which cannot be copied: give a smaller shape");
+        throw Refused(port.Label() + " would take 4 GiB or more, which cannot be copied: give a smaller shape");
     }
     Check(port.handle->Resize(shape));
     port.SetShape(shape);
@@ -221,7 +223,7 @@ void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
 void Model::RequireShapes() const {
     for (const Port& port : ports.inputs) {
         if (port.IsDynamic() || port.shape.empty()) {
-            throw Refused(port.label + port.WhyNotCopied());
+            throw Refused(port.problem);
         }
     }
 }
@@ -229,14 +231,14 @@ void Model::RequireShapes() const {
 void Model::CheckInput(uint32_t index, const void* data, uint64_t bytes) const {
     const Port& port = PortAt(ORVANE_INPUT, index);
     if (port.bytes == 0) {
-        throw Refused(port.label + port.WhyNotCopied());
+        throw Refused(port.problem);
     }
     if (bytes != port.bytes) {
-        throw BadArgument(port.label + " has " + std::to_string(port.bytes) + " bytes, not " + std::to_string(bytes) +
+        throw BadArgument(port.Label() + " has " + std::to_string(port.bytes) + " bytes, not " + std::to_string(bytes) +
                           ": give all of them");
     }
     if (data == nullptr) {
-        throw BadArgument("the data for " + port.label + " is null: pass its address");
+        throw BadArgument("the data for " + port.Label() + " is null: pass its address");
     }
     if (!hasInput) {
         RequireShapes();
@@ -247,16 +249,16 @@ void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const 
     const Port& port = PortAt(ORVANE_OUTPUT, index);
     const bool isOwnAffair = port.IsDynamic() && port.type != DataTypeUnknown && !IsRemote();
     if (port.bytes == 0 && !isOwnAffair) {
-        throw Refused(port.label + port.WhyNotCopied());
+        throw Refused(port.problem);
     }
     if (port.bytes != 0 ? bytes != port.bytes : bytes == 0 || bytes > UINT32_MAX) {
-        throw BadArgument(port.label +
+        throw BadArgument(port.Label() +
                           (port.bytes != 0 ? " has " + std::to_string(port.bytes) + " bytes, not "
                                            : " has a size of its own at each run, but not ") +
                           std::to_string(bytes) + ": give room for all of them");
     }
     if (data == nullptr) {
-        throw BadArgument("the memory for " + port.label + " is null: pass its address");
+        throw BadArgument("the memory for " + port.Label() + " is null: pass its address");
     }
 }
 
@@ -317,7 +319,7 @@ const void* Model::ViewOutput(uint32_t index) {
     RequireHost();
     const Port& port = PortAt(ORVANE_OUTPUT, index);
     if (port.bytes == 0) {
-        throw Refused(port.label + port.WhyNotCopied());
+        throw Refused(port.problem);
     }
     if (!hasRun) {
         throw Refused("the model has not run yet: call orvane_run first");
@@ -327,7 +329,7 @@ const void* Model::ViewOutput(uint32_t index) {
         if (data == nullptr) {
             std::vector<uint8_t> unused(port.bytes);
             GetOutput(index, unused.data(), port.bytes);  // says why
-            throw Failure(ORVANE_RUNTIME, port.label + " is not there: call orvane_get_output");
+            throw Failure(ORVANE_RUNTIME, port.Label() + " is not there: call orvane_get_output");
         }
         return data;
     });

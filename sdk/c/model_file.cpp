@@ -25,11 +25,17 @@ void Check(const Status& status) {
 }
 
 void Tell(const std::vector<TensorInfo>& infos, TensorType side, TensorSink sink, void* user) {
+    uint32_t index = 0;
     for (const TensorInfo& info : infos) {
-        const std::string name = AsUtf8(info.name);
-        const orvane_tensor tensor{sizeof tensor,     name.c_str(),
-                                   info.shape.data(), static_cast<uint32_t>(info.shape.size()),
-                                   info.dataType,     BytesToCopy(side, info.dataType, info.shape, false)};
+        const PortDescription port{side, index++, AsUtf8(info.name), info.dataType, info.shape};
+        const std::string problem = port.Problem();
+        const orvane_tensor tensor{sizeof tensor,
+                                   port.name.c_str(),
+                                   port.shape.data(),
+                                   static_cast<uint32_t>(port.shape.size()),
+                                   port.type,
+                                   port.Bytes(),
+                                   problem.empty() ? nullptr : problem.c_str()};
         sink(user, static_cast<int32_t>(side), &tensor);
     }
 }

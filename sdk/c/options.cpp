@@ -15,11 +15,8 @@ namespace {
 
 constexpr size_t kLongestText = 32'767;
 
-void CheckCombination(const LoadRequest& request, const orvane_options& options) {
+void CheckCombination(const LoadRequest& request) {
     const InterpreterParams& params = request.params;
-    if (options.reserved != 0) {
-        throw BadArgument("orvane_options.reserved is not 0: zero the whole structure before you fill it");
-    }
     if (params.openvinoMakeCache && params.openvinoCachePath.empty()) {
         throw BadArgument("make_cache is set but there is no cache_path: name the file to write");
     }
@@ -81,7 +78,7 @@ void RefuseSpecialFile(const std::string& path) {
 }
 
 LoadRequest ReadOptions(const orvane_options* given) {
-    constexpr size_t kFirstSize = 64;
+    constexpr size_t kFirstSize = 80;
     const auto options = ReadStruct(given, kFirstSize, "orvane_options");
     LoadRequest request;
     InterpreterParams& params = request.params;
@@ -99,7 +96,7 @@ LoadRequest ReadOptions(const orvane_options* given) {
         params.openvinoMakeEncryptedKey = ReadKey(options.key, options.key_size);
     }
     request.timeLimit = options.time_limit_ms;
-    CheckCombination(request, options);
+    CheckCombination(request);
     RefuseSpecialFile(params.modelPath);
     RefuseSpecialFile(params.openvinoCachePath);
     if (params.modelPath.ends_with(".xml") || params.openvinoMakeEncrypted) {

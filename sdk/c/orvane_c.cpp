@@ -3,7 +3,6 @@
 #include <orvane/log.h>
 #include <orvane/version.h>
 
-#include "core/load_step.h"
 #include "ipc/shared_channel.h"
 #include "sdk/c/cipher_file.h"
 #include "sdk/c/failure.h"
@@ -41,19 +40,26 @@ orvane_model& Open(orvane_model* model) {
     return *model;
 }
 
-void TransformFile(const char* in, const char* out, const uint8_t* key, uint32_t keySize, bool encrypts, bool pad) {
-    RequireNotNull(in, "in");
-    RequireNotNull(out, "out");
-    const std::string source = ReadText(in, "in");
-    const std::string target = ReadText(out, "out");
-    Orvane::ModelFileCipher cipher;
-    cipher.key = ReadKey(key, keySize);
-    Orvane::C::RefuseSpecialFile(source);
-    if (encrypts) {
-        Orvane::C::EncryptFile(source, target, cipher, pad);
-    } else {
-        Orvane::C::DecryptFile(source, target, cipher);
+// What `orvane_encrypt_file` and `orvane_decrypt_file` share.
+struct CipherArguments {
+    CipherArguments(const char* givenIn, const char* givenOut, const uint8_t* key, uint32_t keySize) {
+        RequireNotNull(givenIn, "in");
+        RequireNotNull(givenOut, "out");
+        in = ReadText(givenIn, "in");
+        out = ReadText(givenOut, "out");
+        cipher.key = ReadKey(key, keySize);
+        Orvane::C::RefuseSpecialFile(in);
     }
+
+    std::string in;
+    std::string out;
+    Orvane::ModelFileCipher cipher;
+};
+
+// The name at `value`, or the first one.
+template <size_t count>
+const char* NameIn(const char* const (&names)[count], int32_t value) {
+    return names[value >= 0 && static_cast<size_t>(value) < count ? value : 0];
 }
 
 struct LogSink {
@@ -87,6 +93,18 @@ const char* orvane_version() {
     return Orvane::Version();
 }
 
+const char* orvane_reason_name(int32_t reason) {
+    static constexpr const char* kNames[] = {"unknown",    "refused", "bad argument", "no memory",
+                                             "host ended", "system",  "runtime",      "cancelled"};
+    return NameIn(kNames, reason);
+}
+
+const char* orvane_element_type_name(int32_t element_type) {
+    static constexpr const char* kNames[] = {"unknown", "float32", "float16", "int32", "uint8",
+                                             "int64",   "bool",    "int16",   "int8",  "float64"};
+    return NameIn(kNames, element_type);
+}
+
 orvane_error* orvane_open(const orvane_options* options, orvane_model** model) {
     return Guarded([&] {
         RequireNotNull(model, "where the model goes");
@@ -110,14 +128,18 @@ uint32_t orvane_tensor_count(const orvane_model* model, int32_t side) {
 
 orvane_error* orvane_describe(const orvane_model* model, int32_t side, uint32_t index, orvane_tensor* tensor) {
     return Guarded([&] {
-        constexpr size_t kFirstSize = 40;
+        constexpr size_t kFirstSize = 48;
         RequireNotNull(model, "the model");
         RequireNotNull(tensor, "orvane_tensor");
         Orvane::C::CheckStructSize(tensor->struct_size, kFirstSize, "orvane_tensor");
         const Orvane::C::Port& port = model->PortAt(side, index);
-        const orvane_tensor description{tensor->struct_size, port.name.c_str(),
-                                        port.shape.data(),   static_cast<uint32_t>(port.shape.size()),
-                                        port.type,           port.bytes};
+        const orvane_tensor description{tensor->struct_size,
+                                        port.name.c_str(),
+                                        port.shape.data(),
+                                        static_cast<uint32_t>(port.shape.size()),
+                                        port.type,
+                                        port.bytes,
+                                        port.problem.empty() ? nullptr : port.problem.c_str()};
         std::memset(tensor, 0, tensor->struct_size);
         std::memcpy(tensor, &description, std::min<uint64_t>(description.struct_size, sizeof description));
     });
@@ -177,13 +199,22 @@ void orvane_interrupt(orvane_model* model) {
     }
 }
 
-orvane_error* orvane_encrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
-                                  uint32_t pad) {
-    return Guarded([&] { TransformFile(in, out, key, key_size, true, pad != 0); });
+orvane_error* orvane_encrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size, uint32_t pad,
+                                  int32_t (*progress)(void* user, uint64_t done_bytes, uint64_t total_bytes),
+                                  void* user) {
+    return Guarded([&] {
+        const CipherArguments arguments(in, out, key, key_size);
+        Orvane::C::EncryptFile(arguments.in, arguments.out, arguments.cipher, pad != 0, {progress, user});
+    });
 }
 
-orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size) {
-    return Guarded([&] { TransformFile(in, out, key, key_size, false, false); });
+orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
+                                  int32_t (*progress)(void* user, uint64_t done_bytes, uint64_t total_bytes),
+                                  void* user) {
+    return Guarded([&] {
+        const CipherArguments arguments(in, out, key, key_size);
+        Orvane::C::DecryptFile(arguments.in, arguments.out, arguments.cipher, {progress, user});
+    });
 }
 
 orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name), void* user) {
@@ -209,16 +240,16 @@ orvane_error* orvane_reshape_file(const char* model_path, const orvane_shape* sh
     });
 }
 
-int32_t orvane_load_step() {
-    return static_cast<int32_t>(Orvane::loadStep.load());
-}
-
 int32_t orvane_error_reason(const orvane_error* error) {
     return error != nullptr ? error->reason : 0;
 }
 
 int32_t orvane_error_system(const orvane_error* error) {
     return error != nullptr ? error->system : 0;
+}
+
+int32_t orvane_error_host_end(const orvane_error* error) {
+    return error != nullptr ? error->hostEnd : 0;
 }
 
 const char* orvane_error_message(const orvane_error* error) {

@@ -11,7 +11,7 @@ namespace Orvane::C {
 
 namespace {
 
-// Element size times all dimensions, or 0 when that is more than `most`.
+// Element size times all dimensions, or 0 if that is more than `most`.
 uint64_t BytesUpTo(uint64_t most, DataType type, const std::vector<int64_t>& shape) {
     uint64_t bytes = DataTypeSize(type);
     for (const int64_t dimension : shape) {
@@ -24,12 +24,12 @@ uint64_t BytesUpTo(uint64_t most, DataType type, const std::vector<int64_t>& sha
     return bytes;
 }
 
-bool HasDynamicDimension(const std::vector<int64_t>& shape) {
-    return std::find(shape.begin(), shape.end(), -1) != shape.end();
-}
-
-std::string Label(TensorType side, uint32_t index, const std::string& name) {
-    return (side == TensorTypeInput ? "input " : "output ") + std::to_string(index) + " \"" + name + "\"";
+std::string TextOf(const std::vector<int64_t>& shape) {
+    std::string text = "[";
+    for (const int64_t dimension : shape) {
+        text.append(text.size() > 1 ? "," : "").append(dimension == -1 ? "?" : std::to_string(dimension));
+    }
+    return text + "]";
 }
 
 std::vector<int64_t> ShapeOf(const TensorImpl& tensor, bool isRemote) {
@@ -42,27 +42,60 @@ std::vector<int64_t> ShapeOf(const TensorImpl& tensor, bool isRemote) {
 
 }  // namespace
 
-uint64_t BytesToCopy(TensorType side, DataType type, const std::vector<int64_t>& shape, bool isThroughHost) {
+std::string PortDescription::Label() const {
+    return (side == TensorTypeInput ? "input " : "output ") + std::to_string(index) + " \"" + name + "\"";
+}
+
+bool PortDescription::IsDynamic() const {
+    return std::find(shape.begin(), shape.end(), -1) != shape.end();
+}
+
+uint64_t PortDescription::Bytes() const {
     const bool isScalarInput = side == TensorTypeInput && shape.empty();
-    return HasDynamicDimension(shape) || isScalarInput
-               ? 0
-               : BytesUpTo(isThroughHost ? kMaxHostTensorBytes : UINT32_MAX, type, shape);
+    return IsDynamic() || isScalarInput ? 0 : BytesUpTo(isThroughHost ? kMaxHostTensorBytes : UINT32_MAX, type, shape);
 }
 
-Port::Port(TensorHandle tensor, TensorType whichSide, uint32_t index, bool isRemote)
-    : handle(std::move(tensor)),
-      side(whichSide),
-      name(AsUtf8(handle->GetName())),
-      label(Label(side, index, name)),
-      type(handle->GetDataType() <= DataTypeFloat64 ? handle->GetDataType() : DataTypeUnknown),
-      modelShape(ShapeOf(*handle, isRemote)),
-      shape(modelShape),
-      isThroughHost(isRemote) {
-    bytes = BytesToCopy(side, type, shape, isThroughHost);
+std::string PortDescription::Problem() const {
+    if (Bytes() != 0) {
+        return "";
+    }
+    if (type == DataTypeUnknown) {
+        return Label() + " has an element type that is not supported: export the model with another";
+    }
+    const std::string subject = Label() + " has the shape " + TextOf(shape);
+    if (IsDynamic() && isThroughHost) {
+        return subject +
+               ", and a dynamic dimension cannot be set in a host process: run the model in this process, or "
+               "write it with a fixed shape first";
+    }
+    if (IsDynamic()) {
+        return subject + (side == TensorTypeInput
+                              ? " with a dynamic dimension: give it a fixed shape before its data"
+                              : " with a dynamic dimension, so its size is known only after a run: copy it into memory "
+                                "of that size");
+    }
+    if (shape.empty()) {
+        return subject + ", and an input without dimensions cannot be set: export the model with the shape [1]";
+    }
+    if (std::find(shape.begin(), shape.end(), 0) != shape.end()) {
+        return subject + " and so no elements: there is nothing to copy";
+    }
+    return subject + (isThroughHost
+                          ? ", which is more than the " + std::to_string(kMaxHostTensorBytes) +
+                                " bytes that can be passed to or from a host process: run the model in this process"
+                          : ", which is 4 GiB or more: use a model with smaller tensors");
 }
 
-bool Port::IsDynamic() const {
-    return HasDynamicDimension(shape);
+Port::Port(TensorHandle tensor, TensorType whichSide, uint32_t whichIndex, bool isRemote)
+    : PortDescription{whichSide,
+                      whichIndex,
+                      AsUtf8(tensor->GetName()),
+                      tensor->GetDataType() <= DataTypeFloat64 ? tensor->GetDataType() : DataTypeUnknown,
+                      ShapeOf(*tensor, isRemote),
+                      isRemote},
+      handle(std::move(tensor)),
+      modelShape(shape) {
+    SetShape(modelShape);
 }
 
 bool Port::CouldHave(const std::vector<int64_t>& otherShape) const {
@@ -71,32 +104,8 @@ bool Port::CouldHave(const std::vector<int64_t>& otherShape) const {
 
 void Port::SetShape(const std::vector<int64_t>& otherShape) {
     shape = otherShape;
-    bytes = BytesToCopy(side, type, shape, isThroughHost);
-}
-
-std::string Port::WhyNotCopied() const {
-    if (type == DataTypeUnknown) {
-        return " cannot be copied: its element type is unknown; export the model with another";
-    }
-    if (IsDynamic() && isThroughHost) {
-        return " cannot be copied: it has a dynamic dimension, which cannot be set in a host process; run the model "
-               "without host_program, or export it with fixed dimensions";
-    }
-    if (IsDynamic()) {
-        return side == TensorTypeInput
-                   ? " cannot be copied: it has a dynamic dimension; give it a shape with orvane_resize"
-                   : " has a dynamic dimension, and so no size that is known: copy it with orvane_get_output in "
-                     "the size that the run makes it";
-    }
-    if (shape.empty()) {
-        return " has no dimensions, which cannot be run: export the model with [1]";
-    }
-    if (std::find(shape.begin(), shape.end(), 0) != shape.end()) {
-        return " has no elements: there is nothing to copy";
-    }
-    return isThroughHost ? " takes more than the " + std::to_string(kMaxHostTensorBytes) +
-                               " bytes that travel to or from a host process: run the model without host_program"
-                         : " takes 4 GiB or more, which cannot be copied";
+    bytes = Bytes();
+    problem = Problem();
 }
 
 }  // namespace Orvane::C

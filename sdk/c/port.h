@@ -8,36 +8,39 @@
 
 namespace Orvane::C {
 
-// Bytes of all elements, or 0 when the data cannot be copied: a dynamic dimension, an unknown type, an input without
-// dimensions, or more than can be copied, which is less through a host process.
-uint64_t BytesToCopy(TensorType side, DataType type, const std::vector<int64_t>& shape, bool isThroughHost);
+// A tensor as the interface describes it: an input or output of a loaded model or of a model file.
+struct PortDescription {
+    TensorType side = TensorTypeInput;
+    uint32_t index = 0;
+    std::string name;  // UTF-8
+    DataType type = DataTypeUnknown;
+    std::vector<int64_t> shape;  // a dynamic dimension is -1
+    bool isThroughHost = false;
 
-// An input or output of a loaded model. Which it is and the model's own shape stay as they are; `shape` may be set.
-struct Port {
-    // What the tensor tells about itself. Through a host process, `isRemote`, it tells no dynamic dimension as -1 and
-    // no text that is sure to be UTF-8; here both are as they should be.
-    Port(TensorHandle tensor, TensorType whichSide, uint32_t index, bool isRemote);
-
+    std::string Label() const;  // `input 0 "x"`, for a message
     bool IsDynamic() const;
 
-    // Why its data cannot be copied, behind `label`; only of one that has no `bytes`.
-    std::string WhyNotCopied() const;
+    // Bytes of all elements; 0 if the data cannot be copied.
+    uint64_t Bytes() const;
+
+    // Why the data cannot be copied and what to do, as one line; empty if `Bytes` is not 0.
+    std::string Problem() const;
+};
+
+// An input or output of a loaded model. The model's own shape stays as it is; `shape` may be set.
+struct Port : PortDescription {
+    // Through a host process a dynamic dimension arrives as 0xFFFFFFFF and the name may be anything: here the dimension
+    // is -1 and the name UTF-8.
+    Port(TensorHandle tensor, TensorType whichSide, uint32_t whichIndex, bool isRemote);
 
     // Whether an input with this shape could be copied.
     bool CouldHave(const std::vector<int64_t>& otherShape) const;
     void SetShape(const std::vector<int64_t>& otherShape);
 
     TensorHandle handle;
-    TensorType side;
-    std::string name;
-    std::string label;  // `input 0 "x"`, for a message
-    DataType type;
     std::vector<int64_t> modelShape;
-    std::vector<int64_t> shape;
-    uint64_t bytes = 0;  // of all elements; 0 when it cannot be copied
-
- private:
-    bool isThroughHost;
+    uint64_t bytes = 0;   // as `Bytes`
+    std::string problem;  // as `Problem`
 };
 
 }  // namespace Orvane::C
