@@ -92,11 +92,10 @@ def show_project(folder):
 
 
 def write_program(page, folder):
-    """README's complete program, as it says where to put it."""
+    """Puts the page's first program and its CMakeLists.txt where the page says."""
     folder.mkdir()
-    blocks = dict(re.findall(r"```(cpp|cmake)\n(.*?)```", page.read_text(), re.DOTALL))
-    (folder / "main.cpp").write_text(blocks["cpp"])
-    (folder / "CMakeLists.txt").write_text(blocks["cmake"])
+    for language, name in (("cpp", "main.cpp"), ("cmake", "CMakeLists.txt")):
+        (folder / name).write_text(re.search(rf"```{language}\n(.*?)```", page.read_text(), re.DOTALL)[1])
 
 
 def what_is_wrong(command, value, printed):
@@ -129,7 +128,7 @@ def run_page(page, ci_chores):
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch) / "project"
         show_project(folder)
-        if page.name == "README.md":
+        if page.name == "guide.md":
             write_program(page, pathlib.Path(scratch) / "hello")
         shell = Shell(folder)
         for command in commands_of(page):
