@@ -7,12 +7,12 @@
 
 namespace Orvane {
 
-// The backends of the library that this is linked into, which defines these two.
+// Each library defines these two functions and so selects its backends.
 
-// The one that runs models of this framework, a `FrameworkType`, in this process; null when the library has none.
+// The backend that runs models of this framework, a `FrameworkType`, in this process. Null if the library has none.
 std::unique_ptr<IOrvane> CreateLocalBackend(uint32_t framework);
 
-// The one that runs models in a host process.
+// The backend that runs models in a host process.
 std::unique_ptr<IOrvane> CreateRemoteBackend();
 
 }  // namespace Orvane

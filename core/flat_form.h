@@ -9,7 +9,7 @@
 
 namespace Orvane {
 
-// Bytes of the caller, or of the set's own when they came from a flat form.
+// Bytes that the caller owns, or that the set owns if they came from a flat form.
 struct OptionBuffer {
     const void* data = nullptr;
     uint32_t size = 0;
@@ -26,14 +26,13 @@ using OptionValues = std::map<std::string, OptionValue, std::less<>>;
 //   u64 key length, key bytes, u8 tag, then by tag
 //     0 u8 boolean   1 f32   2 f64   3 i32   4 i64   5 u64 length and text bytes   6 u32 length and bytes
 
-// Returns the form's size in bytes; 0 when `capacity` is not enough for it. Over no memory it only measures.
+// Returns the size of the form in bytes, or 0 if `capacity` is too small. Without memory it only measures.
 uint64_t WriteFlatForm(const OptionValues& values, void* buffer, uint64_t capacity);
 
-// Adds the form's entries to `values`; nothing points into `data` afterwards. False when the form is cut or its lengths
-// pass its end; `values` then has what stood before the fault.
-// Texts, and keys of anything but buffers, end at their first zero byte. A buffer without bytes becomes a boolean
-// false. An entry with another tag is dropped, but not its value, which is read as the next entry. May read the one
-// byte behind `data`.
+// Adds the entries of the form to `values` and keeps no pointer into `data`. Returns false if the form is cut or its
+// lengths exceed it; `values` then has the entries before the fault.
+// Texts, and keys of everything but buffers, end at their first zero byte. An empty buffer becomes a boolean false. An
+// entry with an unknown tag is dropped, but its value is read as the next entry. May read the byte after `data`.
 bool ReadFlatForm(const void* data, uint64_t size, OptionValues& values);
 
 }  // namespace Orvane

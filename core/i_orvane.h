@@ -14,20 +14,20 @@ namespace Orvane {
 
 class HostControl;
 
-// What an interpreter asks of the thing that runs its model. The order of the operations is fixed.
-// Failed inferences are statuses. Of exceptions a failed allocation may leave any operation; the remote backend throws
-// a `std::runtime_error` at a reply that is none, and the local one passes on what the runtime throws and is not the
-// runtime's own class of exceptions. A backend stays usable for `Init` after each of them.
-// Apart from `Init`, operations expect a successful `Init`. The local backend is used from one thread at a time; the
-// remote one may be from several.
+// A backend: it runs the model of an interpreter. The order of the operations is fixed.
+// A failed inference is a status. An operation can throw `std::bad_alloc`. The remote backend throws
+// `std::runtime_error` if the host process sends a wrong reply. The local backend passes on exceptions of the runtime
+// that are not of the runtime's own class. `Init` works after each of them.
+// All operations but `Init` expect a successful `Init`. Use the local backend from one thread at a time; the remote
+// backend is thread-safe.
 class IOrvane {
  public:
     virtual ~IOrvane() = default;
 
-    // Loads the model. A failure has a message; success must have none.
+    // Loads the model. A failure has a message; a success must have none.
     virtual Status Init(const InterpreterParams& params) = 0;
 
-    // Frees what can be freed before destruction.
+    // Frees what it can before destruction.
     virtual void Release() = 0;
 
     virtual int32_t GetTensorCount(TensorType type) = 0;
@@ -35,12 +35,12 @@ class IOrvane {
     // `index` must be below the count.
     virtual TensorInfo GetTensorInfo(TensorType type, uint32_t index) = 0;
 
-    // Refused: no backend can bind one tensor's memory to another.
+    // Refused by every backend.
     virtual Status BindTensor(uint32_t index, TensorType type, uint32_t otherIndex, TensorType otherType);
 
-    // Copies `size` bytes from `data` into input `index`; they are copied before the call returns.
-    // Fewer bytes than the input holds leave its tail as it was.
-    // Fails when there is no such input or `size` is larger than it; the input is then unchanged.
+    // Copies `size` bytes from `data` to input `index`. The bytes are copied before the call returns.
+    // If `size` is smaller than the input, the rest of the input keeps its bytes.
+    // Fails if there is no such input or `size` is larger than it; the input is then unchanged.
     virtual Status SetInputData(uint32_t index, const void* data, uint32_t size) = 0;
 
     virtual Status Invoke() = 0;
@@ -48,15 +48,15 @@ class IOrvane {
     // Copies output `index` to `data`.
     virtual Status CopyOutputTo(uint32_t index, void* data, uint32_t size) = 0;
 
-    // The output's bytes in the backend's own memory; null for an input and on failure.
+    // The output's bytes in the backend's memory. Null for an input and on failure.
     virtual void* GetTensorData(TensorType type, uint32_t index) = 0;
 
     virtual std::unordered_map<std::string, std::string> GetExtraInfo() = 0;
 
-    // Replaces the recorded shape only; the model keeps its own.
+    // Replaces the recorded shape only; the model keeps its shape.
     virtual Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) = 0;
 
-    // Null for a backend that has no host process.
+    // Null for a backend without a host process.
     virtual std::shared_ptr<HostControl> GetHostControl() { return nullptr; }
 };
 

@@ -8,16 +8,16 @@
 #include <string>
 #include <vector>
 
-// What is asked of the inference runtime without running a model. The library that this is linked into defines these;
-// one without a runtime refuses them. A failed allocation is thrown.
+// Questions to the inference runtime that need no loaded model. Each library defines these functions; a library without
+// a runtime refuses them. They throw `std::bad_alloc`.
 namespace Orvane {
 
 struct Device {
     std::string name;      // as the runtime lists it
-    std::string fullName;  // of the processor or card
+    std::string fullName;  // the processor or card
 };
 
-// Adds to `devices` what the runtime can use on this machine.
+// Adds the devices that the runtime can use on this machine to `devices`.
 Status ListDevices(std::vector<Device>& devices);
 
 struct FileTensors {
@@ -25,10 +25,10 @@ struct FileTensors {
     std::vector<TensorInfo> outputs;
 };
 
-// The tensors of a model file, which is read and not compiled. A dynamic dimension is -1.
+// The tensors of a model file. Reads the file but does not compile the model. A dynamic dimension is -1.
 Status DescribeModelFile(const std::string& path, FileTensors& tensors);
 
-// Dimensions by the index of an input.
+// The shape of each input, by its index.
 using InputShapes = std::map<uint32_t, std::vector<int64_t>>;
 
 // Reads a model file, gives inputs the shapes, and writes the model to `out`, an .xml, and its .bin beside it, in

@@ -5,15 +5,15 @@
 
 namespace Orvane {
 
-// A failure of the operating system in the process and channel plumbing. Never leaves the SDK.
+// A failure of the operating system while it creates a process or channel. Never leaves the SDK.
 class SystemException : public std::runtime_error {
  public:
-    // Copies `message` and takes the calling thread's last system error as the code: construct it right after
-    // the call that failed, before anything else can change that error.
+    // Copies `message` and takes the calling thread's last system error as the code. Construct it right after the
+    // failed call, before anything else can change that error.
     explicit SystemException(const char* message);
     SystemException(const SystemException& other) = default;
 
-    // The system's error number, not part of `what()`.
+    // The system's error number. `what()` does not contain it.
     uint32_t Code() const { return code; }
 
  private:

@@ -6,8 +6,8 @@
 
 namespace Orvane::Platform {
 
-// Owns one thing of the system and closes it, whatever it is; the last error stays what it was meanwhile. `Policy` says
-// what stands for the thing, what stands for none, and how it is closed:
+// Owns one handle of the system and closes it. Closing preserves the last error. `Policy` says what the handle's value
+// is, which value means no handle, and how to close it:
 //
 //   struct Policy {
 //       using Value = ...;
@@ -34,7 +34,7 @@ class UniqueHandle {
     explicit operator bool() const { return value != Policy::kNone; }
     Value Get() const { return value; }
 
-    // Gives it up without closing it.
+    // Returns the handle without closing it.
     Value Release() noexcept { return std::exchange(value, Policy::kNone); }
 
     void Close() noexcept {

@@ -4,8 +4,8 @@
 
 namespace Orvane::Platform {
 
-// While it lives, the first Ctrl-C in the terminal (SIGINT) only sets the flag; the next one ends the process. One at a
-// time.
+// While it lives, the first Ctrl-C in the terminal (SIGINT) only sets the flag; the next one ends the process. Only one
+// may exist at a time.
 class InterruptFlag {
  public:
     InterruptFlag();

@@ -7,7 +7,7 @@ namespace Orvane::Platform {
 // The calling thread's last system error: `errno` or `GetLastError()`.
 uint32_t LastError() noexcept;
 
-// When it ends, the last error is again what it was when it began.
+// Restores the last error when it is destroyed.
 class LastErrorKept {
  public:
     LastErrorKept() noexcept : error(LastError()) {}

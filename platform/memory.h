@@ -4,14 +4,15 @@
 
 namespace Orvane::Platform {
 
-// Bytes of a large page, which starts at a multiple of them.
+// Size of a large page in bytes. Large pages are aligned to their size.
 constexpr uint64_t kLargePage = 2'097'152;
 
-// Tells the system that these bytes, still untouched, are about to be filled as a whole: it may then provide them in
-// large pages, which takes a tenth of the time. Does nothing where only a privileged process may ask.
+// Tells the system that the caller is about to fill all of these untouched bytes. The system may then use large pages,
+// which takes a tenth of the time. Does nothing where this needs privileges.
 void PreferLargePages(void* memory, uint64_t size) noexcept;
 
-// Asks the system to write these bytes into no core file, whole pages of them; what stands in pages with others may be.
+// Asks the system to leave these bytes out of core files. Works on whole pages: bytes in pages shared with other data
+// may still be written.
 void LeaveOutOfCoreFiles(void* memory, uint64_t size) noexcept;
 
 }  // namespace Orvane::Platform

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <string>
 
-// What a program does about its own process.
+// Operations on the program's own process.
 namespace Orvane::Platform {
 
-// Remembers the process that made it. After a fork the child has copies of everything, but owns none of it.
+// Remembers the process that created it. After a fork the child has copies of everything but owns nothing.
 class ProcessMark {
  public:
     ProcessMark() noexcept;
@@ -16,21 +16,21 @@ class ProcessMark {
     int64_t process;
 };
 
-// Ends this process at once: no unwinding, no exit handlers, no dialogue, no message.
+// Ends this process at once, without unwinding, exit handlers, dialogue or message.
 [[noreturn]] void FailFast() noexcept;
 
-// The first thing that a host does. From now on this process ends at once and silently also where it would show a
-// dialogue, write a core file or report an exception that nothing catches. On Linux it ends with its client from here
-// on, also when starting its program gave it rights that made the system forget that; and it has the standard three
-// descriptors, so that no other one takes their places.
+// A host process calls this first. From now on the process ends at once and silently where it would otherwise show a
+// dialogue, write a core file or report an uncaught exception. On Linux it also makes sure that the process ends with
+// its client, which the system forgets when a program starts with additional rights, and that the standard three
+// descriptors exist, so that no other descriptor takes their numbers.
 void BeginHost();
 
-// The path in UTF-8 of the program `name`, without the system's ending for programs, in the folder of the running one.
-// Only the file's name when the system does not tell that folder.
+// The path (UTF-8) of the program `name` in the folder of the running program. `name` has no ".exe". Returns only the
+// file's name if the system does not know that folder.
 std::string ProgramBeside(const std::string& name);
 
-// The same in the folder of the library, or the program, that this function is linked into; or, when there is none, in
-// the folder `bin` beside that folder, where packages have their programs.
+// The same in the folder of the library or program that contains this function. If the file is not there, in the folder
+// `bin` beside that folder, as in packages.
 std::string ProgramBesideThisCode(const std::string& name);
 
 }  // namespace Orvane::Platform

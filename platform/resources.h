@@ -6,39 +6,39 @@
 
 namespace Orvane::Platform {
 
-// Memory of a process that is in RAM, as the system counts it (VmRSS and VmHWM, or the working set): with the pages
-// that it shares with others. In bytes.
+// Bytes of a process that are in RAM, as the system counts them (VmRSS and VmHWM, or the working set). Pages shared
+// with other processes count.
 struct MemoryUse {
     uint64_t resident;  // now
-    uint64_t peak;      // the most so far
+    uint64_t peak;      // the maximum so far
 };
 
-// Empty when the system does not tell.
+// Empty if the system does not provide it.
 std::optional<MemoryUse> OwnMemoryUse();
 
-// Of the child process that was started last and still lives; empty also when there is none.
+// Of the child process that was started last and still runs. Empty without such a child.
 std::optional<MemoryUse> ChildMemoryUse();
 
-// What there is to compute with. What the system does not tell is empty, or 0.
+// The machine. A value that the system does not provide is empty or 0.
 struct Machine {
     std::string processor;  // its name
-    uint32_t cores = 0;     // as many threads as it runs at once
+    uint32_t cores = 0;     // threads that it runs at once
     uint64_t memory = 0;    // in bytes
     std::string system;     // its name and version
 };
 
 Machine DescribeMachine();
 
-// Time of all processors together, in seconds since some moment: only differences mean anything. Some systems count in
-// steps of 10 ms or more.
+// Time of all processors together, in seconds. Only differences mean anything. Some systems count in steps of 10 ms or
+// more.
 struct ProcessorTime {
-    double whole;   // of any kind
-    double busy;    // spent on programs and the system
-    double own;     // the part of it that was this process's, and that of the child of `ChildMemoryUse`
-    double stolen;  // taken by what a virtual machine runs on; 0 where the system does not tell
+    double whole;   // all time
+    double busy;    // time of programs and the system
+    double own;     // busy time of this process and of the child of `ChildMemoryUse`
+    double stolen;  // time that the host of a virtual machine took; 0 if unknown
 };
 
-// Empty when the system does not tell.
+// Empty if the system does not provide it.
 std::optional<ProcessorTime> ProcessorTimeSoFar();
 
 }  // namespace Orvane::Platform

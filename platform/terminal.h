@@ -5,11 +5,11 @@
 
 namespace Orvane::Platform {
 
-// The program's arguments after its own name, in UTF-8; `main`'s own on Linux, the wide command line's on
+// The program's arguments after its name, in UTF-8: those of `main` on Linux, those of the wide command line on
 // Windows.
 std::vector<std::string> Utf8Arguments(int argc, const char* const* argv);
 
-// Text written to the standard streams is UTF-8; a Windows console has to be told.
+// Makes a Windows console read the text of the standard streams as UTF-8.
 void UseUtf8Console();
 
 bool IsStandardErrorTerminal();

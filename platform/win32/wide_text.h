@@ -5,7 +5,7 @@
 
 namespace Orvane::Platform {
 
-// The system's functions take UTF-16, everything else here UTF-8. What is not valid becomes U+FFFD.
+// Conversions between the system's UTF-16 and the UTF-8 of all other code. Invalid text becomes U+FFFD.
 std::wstring WideFromUtf8(std::string_view text);
 std::string Utf8FromWide(std::wstring_view text);
 
