@@ -27,6 +27,7 @@ makePrefix() {
 # Wine's services start with the first Windows program and end with the last. They would inherit that program's output
 # and keep it open, for whoever reads it, until then: so a program without output is the first, and stays for two minutes.
 startKeeper() {
+    # shellcheck disable=SC2016 # the inner shell expands it
     setsid bash -c 'sleep 120 | "$0" cmd' "$wine" &
     echo $! >"$keeper"
     "$wine" cmd /c exit  # returns when the services are up

@@ -1,0 +1,10 @@
+# shellcheck shell=bash
+#: coverage            line coverage of the libraries and the host by the tests; fails below 90 %
+
+[ $# -eq 0 ] || misuse "coverage does not take \"$*\""
+run ./dev setup test coverage
+run ./dev build linux-coverage
+run find build/linux-coverage -name '*.gcda' -delete  # counts of earlier runs
+run ctest --preset linux-coverage
+run gcovr --root . --filter core/ --filter backends/ --filter ipc/ --filter host/ --exclude '.*_test\.cpp' --print-summary \
+    --fail-under-line 90 build/linux-coverage

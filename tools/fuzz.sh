@@ -1,0 +1,29 @@
+# shellcheck shell=bash
+#: fuzz [SECONDS]      run the fuzz targets under both sanitizers, 30 seconds each by default, two at a
+#:                     time; keeps what it finds in build/fuzz, and prints the command that repeats it
+
+# fuzzTarget SECONDS NAME: starts from its seeds and the inputs that earlier runs kept.
+fuzzTarget() {
+    local program=build/linux-fuzz/bin/fuzz_$2 folder=build/fuzz/$2
+    rm -rf "$folder/temporary"
+    mkdir -p "$folder/corpus" "$folder/temporary"
+    local command=("$program" -max_total_time="$1" -max_len=4096 -timeout=10 -artifact_prefix="$folder/"
+        -print_final_stats=1 "$folder/corpus" "build/linux-fuzz/fuzz/seeds/$2")
+    printf '+ %s\n' "${command[*]}" >&2
+    if TMPDIR=$PWD/$folder/temporary "${command[@]}" >"$folder/log" 2>&1; then
+        printf '%s: %s inputs, nothing found\n' "$2" "$(sed -n 's/^stat::number_of_executed_units: *//p' "$folder/log")"
+        return
+    fi
+    tail -n 40 "$folder/log"
+    printf '%s: found something, see %s/log; repeat it with:\n  %s %s\n' "$2" "$folder" "$program" \
+        "$(sed -n 's/.*Test unit written to //p' "$folder/log")"
+    return 1
+}
+
+seconds=${1:-30}
+[[ $# -le 1 && $seconds =~ ^[1-9][0-9]*$ ]] || misuse "fuzz does not take \"$*\""
+run ./dev build linux-fuzz
+export -f fuzzTarget
+export UBSAN_OPTIONS=print_stacktrace=1
+find build/linux-fuzz/fuzz/seeds -mindepth 1 -maxdepth 1 -printf '%f\n' | sort |
+    run xargs -P 2 -I TARGET bash -c "fuzzTarget $seconds TARGET"

@@ -1,0 +1,233 @@
+# shellcheck shell=bash
+# Installs and fetches what the chores need.
+#: setup [WHAT ...]    install missing Debian packages, and fetch OpenVINO and the test material
+#:                     into .deps/; WHAT adds what some chores need (they fetch it themselves):
+#:                     windows, ocr, python, wheel, docs, bench, package, models, lint
+
+buildPackages=(
+    g++ cmake ninja-build ccache                  # build
+    libcli11-dev nlohmann-json3-dev libstb-dev    # command line and example
+    libgtest-dev libgmock-dev                     # tests
+    clang libclang-rt-14-dev                      # sanitizers
+    python3 python3-pip                           # fetching the wheels
+)
+windowsPackages=(
+    g++-mingw-w64-x86-64-posix    # build
+    googletest                    # tests, from its sources
+    wine64                        # running them
+    clang lld llvm libc++-dev     # import libraries, a program of the other compiler, and reading sources as it does
+)
+benchPackages=(
+    libbenchmark-dev                                                                   # parts
+    libgrpc++-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc pkg-config  # peers
+    libzmq3-dev
+)
+
+# installPackages NAME...: of Debian.
+installPackages() {
+    command -v dpkg-query >/dev/null || fail "this is not a Debian system; install the equivalent of: $*"
+    local installed missing=() package
+    installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null || true)
+    for package in "$@"; do
+        grep -qFx "installed $package" <<<"$installed" || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    local asRoot=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null || { ! sudo -n true 2>/dev/null && [ ! -t 0 ]; }; then
+            fail "packages are missing and you may not install them; ask for: apt-get install ${missing[*]}"
+        fi
+        asRoot=(sudo)
+    fi
+    local wait=(-o DPkg::Lock::Timeout=600)  # seconds; another program may be installing something
+    updateLists "${asRoot[@]}" apt-get "${wait[@]}" update -qq
+    printf './dev: installing %s Debian packages: %s\n' "${#missing[@]}" \
+        "$(apt-get --assume-no install --no-install-recommends "${missing[@]}" 2>&1 | grep '^Need to get')" >&2
+    run "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "${wait[@]}" install -y -qq \
+        --no-install-recommends "${missing[@]}"
+}
+
+# updateLists COMMAND...: apt-get has no option that waits while another program fetches the package lists.
+updateLists() {
+    local complaint seconds=0
+    printf '+ %s\n' "$*" >&2
+    until complaint=$("$@" 2>&1); do
+        [[ $complaint == */lists/lock* && $seconds -lt 600 ]] || fail "$complaint"
+        sleep 5
+        seconds=$((seconds + 5))
+    done
+}
+
+# A folder in .deps/ has a stamp: the hash of the lists of what is in it. The stamp is written last, and everything is
+# unpacked beside its place and then moved, so you can run an interrupted setup again.
+hashOf() {
+    cat "$@" | sha256sum | head -c 64
+}
+
+# complete FOLDER LIST...
+complete() {
+    [ "$(head -c 64 "$1/stamp" 2>/dev/null)" = "$(hashOf "${@:2}")" ]
+}
+
+# finish FOLDER LIST...
+finish() {
+    hashOf "${@:2}" >"$1/stamp"
+}
+
+announceFetching() {
+    printf './dev: fetching %s MB from PyPI into %s\n' "$1" "$2" >&2
+}
+
+# fetchWheels FOLDER LIST MEGABYTES PLATFORM...: downloads the wheels in LIST and unpacks them into FOLDER/unpacked.
+fetchWheels() {
+    local folder=$1 list=$2 wheels wheel platforms
+    wheels=$folder/wheels-$(hashOf "$list" | head -c 12)
+    platforms=("${@:4}")
+    announceFetching "$3" "$folder"
+    run python3 -m pip download --quiet --dest "$wheels" --requirement "$list" --require-hashes --no-deps \
+        --only-binary=:all: --implementation cp --python-version 3.11 --abi cp311 "${platforms[@]/#/--platform=}"
+    run rm -rf "$folder/stamp" "$folder/unpacked"
+    for wheel in "$wheels"/*.whl; do
+        run python3 -m zipfile -e "$wheel" "$folder/unpacked"
+    done
+    run rm -rf "$folder"/wheels-*
+}
+
+# placeOpenvino FOLDER: the runtime from its unpacked wheel, with its licences.
+placeOpenvino() {
+    run rm -rf "$1/openvino"
+    run mv "$1"/unpacked/openvino-*.dist-info/licenses "$1/unpacked/openvino"
+    run mv "$1/unpacked/openvino" "$1"
+}
+
+# environment FOLDER MEGABYTES LIST...: a Python environment in FOLDER with what the lists name.
+environment() {
+    local requirements=("${@:3}")
+    complete "$1" "${requirements[@]}" && return
+    run rm -rf "$1"
+    announceFetching "$2" "$1"
+    run python3 -m venv "$1"
+    run "$1/bin/python" -m pip install --quiet --require-hashes --no-deps "${requirements[@]/#/--requirement=}"
+    finish "$1" "${requirements[@]}"
+}
+
+setup_build() {
+    local list=tools/deps/runtime.txt unpacked=.deps/unpacked
+    installPackages "${buildPackages[@]}"
+    complete .deps "$list" && return
+    fetchWheels .deps "$list" 116 manylinux_2_28_x86_64 manylinux2014_x86_64
+    placeOpenvino .deps
+    run mkdir "$unpacked/material"
+    run cp "$unpacked"/mediapipe/modules/face_detection/face_detection_short_range.tflite \
+        "$unpacked"/mediapipe/modules/pose_landmark/pose_landmark_full.tflite \
+        "$unpacked"/mediapipe/modules/selfie_segmentation/selfie_segmentation.tflite \
+        "$unpacked"/skimage/data/{astronaut,coffee}.png \
+        "$unpacked"/silero_vad/data/silero_vad_openvino_16k.onnx "$unpacked/material"
+    run rm -rf .deps/material
+    run mv "$unpacked/material" .deps
+    run rm -rf "$unpacked"
+    finish .deps "$list"
+}
+
+# A cross build must not see the include folder of this system: the few headers that it needs are copied.
+setup_windows() {
+    local folder=.deps/windows list=tools/deps/windows.txt
+    setup_build
+    installPackages "${windowsPackages[@]}"
+    complete "$folder" "$list" && return
+    fetchWheels "$folder" "$list" 82 win_amd64
+    placeOpenvino "$folder"
+    run mkdir -p "$folder/include" "$folder/share/cmake"
+    run cp -r /usr/include/{CLI,nlohmann,stb} "$folder/include"
+    run cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$folder/share/cmake"
+    run rm -rf "$folder/unpacked"
+    finish "$folder" "$list"
+}
+
+# The models of the text-recognition example, and a page for it.
+setup_ocr() {
+    local folder=.deps/ocr list=examples/ocr/models.txt models
+    installPackages "${buildPackages[@]}"
+    complete "$folder" "$list" && return
+    fetchWheels "$folder" "$list" 29 manylinux2014_x86_64
+    models=$folder/unpacked/rapidocr_onnxruntime/models
+    run mv "$models/ch_PP-OCRv4_det_infer.onnx" "$folder/detection.onnx"
+    run mv "$models/ch_ppocr_mobile_v2.0_cls_infer.onnx" "$folder/orientation.onnx"
+    run mv "$models/ch_PP-OCRv4_rec_infer.onnx" "$folder/recognition.onnx"
+    run mv "$folder/unpacked/skimage/data/page.png" "$folder"
+    run rm -rf "$folder/unpacked"
+    finish "$folder" "$list"
+}
+
+# What builds the Python package.
+setup_wheel() {
+    setup_build
+    installPackages python3-venv
+    environment .deps/wheel 2 tools/deps/wheel.txt
+}
+
+# What tests it, and what its examples need.
+setup_python() {
+    setup_wheel
+    environment .deps/python 254 tools/deps/python.txt examples/{ocr,cluster}/requirements.txt
+}
+
+setup_docs() {
+    installPackages doxygen python3-venv chromium
+    environment .deps/docs 28 tools/deps/docs.txt
+}
+
+# The other ways that the benchmark compares with.
+setup_bench() {
+    setup_build
+    installPackages "${benchPackages[@]}"
+}
+
+setup_package() {
+    setup_build
+    installPackages pkg-config
+}
+
+# The wheels of `./dev models` stay unpacked.
+setup_models() {
+    local folder=.deps/models list=tools/deps/models.txt
+    setup_build
+    complete "$folder" "$list" && return
+    fetchWheels "$folder" "$list" 128 manylinux_2_28_x86_64 manylinux2014_x86_64
+    finish "$folder" "$list"
+}
+
+setup_format() {
+    installPackages clang-format shellcheck
+}
+
+setup_lint() {
+    local folder=.deps/lint list=tools/deps/lint.txt
+    setup_windows
+    setup_bench
+    setup_format
+    complete "$folder" "$list" && return
+    fetchWheels "$folder" "$list" 43 manylinux_2_28_x86_64
+    run rm -rf "$folder/clang_tidy"
+    run mv "$folder/unpacked/clang_tidy" "$folder"
+    run chmod +x "$folder/clang_tidy/data/bin/clang-tidy"
+    run rm -rf "$folder/unpacked"
+    finish "$folder" "$list"
+}
+
+setup_test() {
+    setup_build
+    setup_python
+    setup_ocr
+    installPackages chromium  # looks at the page of figures
+}
+
+setup_coverage() {
+    setup_build
+    installPackages gcovr
+}
+
+for what in "${@:-build}"; do
+    declare -F "setup_$what" >/dev/null || misuse "there is nothing to set up that is called \"$what\""
+    "setup_$what"
+done

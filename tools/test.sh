@@ -1,0 +1,110 @@
+# shellcheck shell=bash
+#: test                build, then run all tests: on Linux, over OpenVINO's C interface, from Python, and
+#:                     of Windows programs under Wine
+#: test NAME [PRESET]  only the tests whose names match this regular expression, and only what they need
+#: test --native       all but those of Windows programs
+#: test --python       those of the Python package, which is built and installed first
+#: test --public       the same with all of ONNX's operator cases, not 150 of them: 6 minutes more
+#: test --sanitize     those on Linux with the address, the undefined-behaviour and the thread sanitizer
+
+results=$PWD/build/test-results
+suites=()  # NAME:STATUS of each that has run
+
+# suite NAME FUNCTION ARGUMENT...: when one fails, the others still run.
+suite() {
+    local status=0
+    rm -f "$results/$1.xml"
+    "${@:2}" || status=$?
+    suites+=("$1:$status")
+}
+
+# A function that is called as a condition does not stop at a command that fails: hence each `&&`.
+testPreset() {
+    run ./dev build "$1" &&
+        run ctest --preset "$1" --output-junit "$results/$1.xml" "${@:2}"
+}
+
+# installWheel: into the environment that has what the tests need.
+installWheel() {
+    run ./dev wheel --native &&
+        run .deps/python/bin/python -m pip install --quiet --force-reinstall --no-deps dist/*-py3-none-*linux*.whl
+}
+
+# checkTypes FOLDER WHAT...: of the Python code there.
+checkTypes() {
+    local project=$PWD
+    (cd "$1" && run "$project/.deps/python/bin/python" -m mypy --config-file "$project/python/pyproject.toml" "${@:2}")
+}
+
+# tryWheel: as a user would, in an environment with nothing else: what the package needs comes with it.
+tryWheel() {
+    local python=build/python/bin/python material=.deps/material
+    local model=$material/face_detection_short_range.tflite
+    run rm -rf build/python &&
+        run python3 -m venv build/python &&
+        run "$python" -m pip install --quiet dist/*-py3-none-*linux*.whl pillow &&
+        run "$python" examples/python/face.py "$model" "$material/astronaut.png" --host &&
+        run "${python%/*}/orvane" info --remote "$model"
+}
+
+testPython() {
+    installWheel && tryWheel &&
+        checkTypes python -p orvane &&
+        checkTypes examples/ocr ocr.py page.py test_ocr.py &&
+        checkTypes examples/cluster faces.py test_faces.py &&
+        checkTypes examples/python face.py &&
+        runPytest python/tests examples "$@"
+}
+
+runPytest() {
+    run .deps/python/bin/python -m pytest "$@" --junit-xml "$results/python.xml"
+}
+
+# testNamed NAME PRESET
+testNamed() {
+    local targets
+    run cmake --preset "$2" >/dev/null &&
+        targets=$(python3 tools/find_tests.py cmake "build/$2" "$1") || return
+    [ -n "$targets" ] || return 0
+    # shellcheck disable=SC2086 # each target is one word
+    run cmake --build "build/$2" --target $targets &&
+        run ctest --preset "$2" --output-junit "$results/$2.xml" --tests-regex "$1"
+}
+
+# testNamedInPython TEST...: by pytest's names.
+testNamedInPython() {
+    run ./dev setup test && installWheel && runPytest "$@"
+}
+
+mkdir -p "$results"
+case "$*" in
+    "" | --native)
+        run ./dev setup test
+        [ "$*" = --native ] || run ./dev setup windows
+        suite linux testPreset linux
+        suite linux-c-interface testPreset linux-c-interface
+        suite python testPython
+        [ "$*" = --native ] || suite windows-mingw testPreset windows-mingw
+        ;;
+    --python)
+        run ./dev setup test
+        suite python testPython
+        ;;
+    --public)
+        run ./dev setup test
+        suite python testPython --public
+        ;;
+    --sanitize)
+        run ./dev setup test
+        suite linux-asan testPreset linux-asan
+        suite linux-tsan testPreset linux-tsan
+        ;;
+    -* | *" "*" "*) misuse "test does not take \"$*\"" ;;
+    *)
+        run ./dev setup
+        mapfile -t inPython < <(python3 tools/find_tests.py python "$1")
+        suite "${2:-linux}" testNamed "$1" "${2:-linux}"
+        [ ${#inPython[@]} -eq 0 ] || [ -n "${2:-}" ] || suite python testNamedInPython "${inPython[@]}"
+        ;;
+esac
+python3 tools/test_summary.py "$results" "${suites[@]}"
