@@ -4,9 +4,6 @@
 
 [ $# -eq 0 ] || misuse "docs does not take \"$*\""
 run ./dev setup docs
-run rm -rf build/doxygen
-run mkdir -p build
-run doxygen docs/site/Doxyfile
 # Not --quiet: warnings would not be counted then. The variable turns off a notice about the next major version.
 run env NO_MKDOCS_2_WARNING=1 .deps/docs/bin/mkdocs build --config-file docs/site/mkdocs.yml
 run python3 docs/site/site_test.py build/site

@@ -1,5 +1,5 @@
-"""What the site has besides the pages in docs/: README.md as its first page, CHANGELOG.md, CONTRIBUTING.md, each source
-file that a page links to, and the reference of the headers, which Doxygen has written before."""
+"""Adds to the pages in docs/: README.md as the first page, CHANGELOG.md, CONTRIBUTING.md, and each source file that a page
+links to."""
 import pathlib
 import posixpath
 import re
@@ -8,7 +8,6 @@ from mkdocs.exceptions import PluginError
 from mkdocs.structure.files import File
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-HEADERS = ROOT / "build/doxygen/html"
 # By path in the repository: the page of the site.
 PAGES = {"README.md": "index.md", "CHANGELOG.md": "changelog.md", "CONTRIBUTING.md": "contributing.md"}
 LANGUAGES = {".c": "c", ".cpp": "cpp", ".h": "cpp", ".hpp": "cpp", ".py": "python"}
@@ -37,14 +36,14 @@ def relink(text, page):
 def source_page(path):
     source = ROOT / path
     if source.suffix not in LANGUAGES or not source.is_file():
-        raise PluginError(f"a page links to {path}: that is no file, or of a kind that docs/site/pages.py has no language for")
-    # Its words are no use in a search: each would be found beside the page that explains it.
+        raise PluginError(f"a page links to {path}: there is no such file, or docs/site/pages.py has no language for it")
+    # A search would find its words beside the page that explains them.
     return (f"---\nsearch: {{exclude: true}}\n---\n# {path}\n\n"
             f"``````{LANGUAGES[source.suffix]}\n{source.read_text(encoding='utf-8')}``````\n")
 
 
 def on_config(config):
-    """Its links would be from the top of a server, and nobody knows where the site will stand on one."""
+    """Drops the error page: its links start at the top of a server, and the site may be in any folder."""
     config.theme.static_templates.discard("404.html")
 
 
@@ -57,14 +56,10 @@ def on_files(files, config):
     for page, path in targets.items():
         if page.startswith("source/"):
             files.append(File.generated(config, page, content=source_page(path)))
-    for file in HEADERS.rglob("*"):
-        if file.is_file():
-            page = f"reference/cpp/{file.relative_to(HEADERS).as_posix()}"
-            files.append(File.generated(config, page, abs_src_path=str(file)))
     return files
 
 
 def on_page_markdown(markdown, page, **_):
     uri = page.file.src_uri
     path = {there: here for here, there in PAGES.items()}.get(uri, f"docs/{uri}")
-    return markdown if uri.startswith("source/") else relink(markdown, path)
+    return markdown if uri.startswith(("source/", "cpp/")) else relink(markdown, path)

@@ -51,7 +51,7 @@ typedef struct orvane_model orvane_model;
 typedef struct orvane_error orvane_error;
 
 /// Reasons of errors.
-enum {
+enum orvane_reason {
     ORVANE_REFUSED = 1,   ///< it cannot be done with this model, these files or these options; the text says why
     ORVANE_BAD_ARGUMENT,  ///< what was passed is wrong whatever the model: a mistake in the calling program
     ORVANE_NO_MEMORY,     ///< there is not enough memory
@@ -62,7 +62,7 @@ enum {
 };
 
 /// How a host process ended.
-enum {
+enum orvane_host_end {
     ORVANE_HOST_END_EXIT = 1,     ///< it exited, or on Windows crashed
     ORVANE_HOST_END_SIGNAL,       ///< a signal ended it
     ORVANE_HOST_END_INTERRUPTED,  ///< `orvane_interrupt` or a progress callback ended it
@@ -72,10 +72,10 @@ enum {
 };
 
 /// Sides of a model.
-enum { ORVANE_INPUT = 0, ORVANE_OUTPUT = 1 };
+enum orvane_side { ORVANE_INPUT = 0, ORVANE_OUTPUT = 1 };
 
 /// Types of a tensor's elements.
-enum {
+enum orvane_element_type {
     ORVANE_UNKNOWN = 0,  ///< one that is not in this list; such a tensor cannot be copied
     ORVANE_FLOAT32 = 1,
     ORVANE_FLOAT16 = 2,
@@ -167,7 +167,7 @@ typedef struct orvane_shape {
 } orvane_shape;
 
 /// Steps of a load.
-enum {
+enum orvane_load_step {
     ORVANE_LOAD_NONE = 0,       ///< nothing is being loaded
     ORVANE_LOAD_READING,        ///< the model file is being read
     ORVANE_LOAD_COMPILING,      ///< it is being compiled for its device
