@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-#: lint [--quick]      clang-format, shellcheck, each header alone; without --quick then clang-tidy over
-#:                     the sources of both systems, and whether Visual Studio's compiler could read those
-#:                     for Windows
+#: lint [--quick]      clang-format, shellcheck, each header alone; without --quick then the English of
+#:                     the pages, clang-tidy over the sources of both systems, and whether Visual Studio's
+#:                     compiler could read those for Windows
 #: lint --deep         the same, and the analyzer follows every path, which takes 10 minutes more
 
 # compileHeader HEADER: alone; a public one as C++17, and the C interface as C too.
@@ -83,6 +83,7 @@ case "$*" in
         deep=$*
         run ./dev setup lint
         lintQuickly
+        run .deps/prose/bin/python tools/check_prose.py README.md CONTRIBUTING.md CHANGELOG.md python/README.md docs/*.md
         lintThoroughly
         ;;
     --quick)

@@ -206,6 +206,8 @@ setup_lint() {
     setup_windows
     setup_bench
     setup_format
+    installPackages python3-venv
+    environment .deps/prose 2 tools/deps/prose.txt
     complete "$folder" "$list" && return
     fetchWheels "$folder" "$list" 43 manylinux_2_28_x86_64
     run rm -rf "$folder/clang_tidy"
