@@ -31,8 +31,8 @@ packageLinux() {
     runModel "$unpacked/bin/orvane"
     buildAgainst "$unpacked" gcc -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++
     buildAgainst "$unpacked" clang -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
-    read -ra flags < <(PKG_CONFIG_PATH=$unpacked/lib/pkgconfig pkg-config --cflags --libs orvane)
-    run gcc "$unpacked/examples/minimal/main.c" -o "$folder/by_pkg_config" "-Wl,-rpath,$PWD/$unpacked/lib" "${flags[@]}"
+    read -ra flags < <(PKG_CONFIG_PATH=$PWD/$unpacked/lib/pkgconfig pkg-config --cflags --libs orvane)
+    run gcc "$unpacked/examples/minimal/main.c" -o "$folder/by_pkg_config" "${flags[@]}"
     for program in {gcc,clang}/{minimal/build/minimal_{c,cpp},consumer/build/consumer} by_pkg_config; do
         run "$folder/$program" "$model"
     done

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Runs the commands that stand on pages and compares what they print.
+"""Runs the commands on pages and compares their output with the pages.
 
-page_commands.py PAGE...: with the wheel and the archives of `./dev wheel` and `./dev package` in dist/. Each page has a
-shell of its own, in a folder that shows the project's files and keeps what the commands write besides, and with the
-Python environment in which `./dev test --python` installed the wheel. Commands are the lines after `$ ` of blocks marked
-as `console`; what `./dev` does is done in the project itself, and left out where .ci/run does it. Lines below a command
-are what it prints, numbers aside; `...` stands for any lines. A command fails exactly when the first of them begins with
-"orvane: ". A comment right above a block may say `<!-- not run: REASON -->` or `<!-- output not compared: REASON -->`.
-Exit value 1 when anything differs.
+page_commands.py PAGE...: needs the wheel and the archives of `./dev wheel` and `./dev package` in dist/. A shell for each
+page runs its commands in a folder with links to the project's files, and with the Python environment in which
+`./dev test --python` installed the wheel. Commands are the lines after `$ ` in blocks marked as `console`. A `./dev`
+command runs in the project itself, and not at all if .ci/run runs it. The lines below a command are its output: numbers
+may differ, and `...` matches any lines. A command must fail if the first of these lines begins with "orvane: ", and
+succeed otherwise. A comment right above a block may say `<!-- not run: REASON -->` or
+`<!-- output not compared: REASON -->`. Exit value 1 if anything differs.
 """
 import dataclasses
 import os
@@ -35,7 +35,7 @@ class Command:
 
 
 def commands_of(page):
-    """Those of a page, in its order."""
+    """The commands of a page, in order."""
     commands, mark, language, before = [], None, None, ""
     for number, line in enumerate(page.read_text().splitlines(), 1):
         if line.startswith("```"):
@@ -50,11 +50,19 @@ def commands_of(page):
 
 
 def pattern(lines):
-    """A regular expression for what is printed: with any numbers, blanks and, for `...`, lines."""
+    """A regular expression for the output: any numbers, any blanks and, for `...`, any lines."""
     def one(line):
         words = re.sub(r"-?\d+(\.\d+)?", "0", " ".join(line.split()))
         return ".*" if words == "..." else re.escape(words).replace("0", r"-?\d+(?:\.\d+)?")
-    return re.compile(r"\s*".join(one(line) for line in lines) + r"\s*", re.DOTALL)
+    return re.compile(r"\s*".join(one(line) for line in lines), re.DOTALL)
+
+
+def first_difference(wanted, plain):
+    """How many lines of the page match, and the text from which the output differs."""
+    for count in range(len(wanted) - 1, -1, -1):
+        if found := pattern(wanted[:count]).match(plain):
+            return count, plain[found.end():].strip()
+    return 0, plain
 
 
 class Shell:
@@ -64,7 +72,7 @@ class Shell:
                                         start_new_session=True)
 
     def run(self, text):
-        """The command's exit value, None when it took too long, and what it has printed."""
+        """Returns the command's exit value, or None if it timed out, and its output."""
         watch = threading.Timer(TIMEOUT_S, os.killpg, (self.process.pid, signal.SIGKILL))
         watch.start()
         try:
@@ -85,7 +93,7 @@ class Shell:
 
 
 def show_project(folder):
-    """The project's files, and room for others beside them and beside its folder."""
+    """Makes a folder with links to the project's files. Commands can write beside them."""
     folder.mkdir()
     for entry in PROJECT.iterdir():
         (folder / entry.name).symlink_to(entry)
@@ -106,13 +114,15 @@ def what_is_wrong(command, value, printed):
         return f"ended with {value}"
     if command.printed and command.mark[0] != "output not compared":
         plain = " ".join(printed.split())
-        if not pattern(command.printed).fullmatch(plain):
-            return "printed something else"
+        if not pattern([*command.printed, ""]).fullmatch(plain):
+            count, rest = first_difference(command.printed, plain)
+            wanted = command.printed[count] if count < len(command.printed) else "(nothing more)"
+            return f"the page has in line {command.line + 1 + count}: {wanted}\n  the command printed: {rest[:200]}"
     return None
 
 
 def why_not(command, ci_chores):
-    """Why the command is not run here; --native is a part of what a chore does without."""
+    """Why the command does not run here, or None. `--native` does a part of a chore."""
     if command.text.removesuffix(" --native") in ci_chores:
         return "CI runs it"
     return command.mark[1] if command.mark[0] == "not run" else None
@@ -123,7 +133,7 @@ def in_project(text):
 
 
 def run_page(page, ci_chores):
-    """How many commands of the page were run, and how many went wrong."""
+    """Runs the commands of a page, and counts the ones that ran, were left out, or went wrong."""
     count = {"run": 0, "left out": 0, "wrong": 0}
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch) / "project"
@@ -143,7 +153,7 @@ def run_page(page, ci_chores):
             count["run"] += 1
             if wrong := what_is_wrong(command, value, printed):
                 count["wrong"] += 1
-                print(f"  {wrong}:\n{printed}", flush=True)
+                print(f"  edit {page.relative_to(PROJECT)}, or mend the command: {wrong}\n{printed}", flush=True)
             if value is None:
                 break
         shell.close()
