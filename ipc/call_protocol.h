@@ -11,8 +11,8 @@
 
 namespace Orvane {
 
-// The ten calls that a client makes to a host. A request is the call's number and its fields, a reply its fields
-// alone, each from the start of the buffer. Fields are u32 values unless said otherwise:
+// The ten calls of a client to its host process. A request is the call's number and its fields; a reply is its fields.
+// Both begin at the start of the buffer. Fields are u32 values unless the table says otherwise:
 //
 //   call                 request                          reply
 //   CallInit             run: option set's flat form      status
@@ -26,7 +26,7 @@ namespace Orvane {
 //   CallSetTensorShape   type, index, shape (below)       status
 //   CallExit                                              nothing
 //
-// The bytes of an output are there whether the copy succeeded or not; they mean something only with a success.
+// A reply always has the bytes of the output, but they only mean something if the status is a success.
 enum Call : uint32_t {
     CallInit = 0,
     CallGetTensorCount = 1,
@@ -48,18 +48,19 @@ void WriteRequest(MessageBuffer& message, Call call, Fields... fields) {
     (message.WriteUInt32(fields), ...);
 }
 
-// A description: string name, element type, format word, rank, then each dimension's low 32 bits. What is read has
-// the flag clear, and a dimension of -1 arrives as 4,294,967,295: deliberate, dimensions have 32 bits on this way.
+// A description: string name, element type, format word, rank, then the low 32 bits of each dimension. The flag does not
+// travel and is clear. A dimension of -1 arrives as 4,294,967,295. This is deliberate: dimensions have 32 bits in this
+// direction.
 void WriteTensorInfo(MessageBuffer& message, const TensorImpl& tensor);
 TensorInfo ReadTensorInfo(MessageBuffer& message);
 
-// Pairs of key and value. The one that comes last wins where a key comes twice.
+// Pairs of key and value. If a key comes twice, the last value wins.
 void WriteExtraInfo(MessageBuffer& message, const std::unordered_map<std::string, std::string>& info);
 std::unordered_map<std::string, std::string> ReadExtraInfo(MessageBuffer& message);
 
-// A shape: rank, then the dimensions. The two sides differ, deliberately, and neither may change alone: the client
-// writes dimensions as u64 and the host reads u32, so that any shape but an empty one ends the host; and the host
-// puts as many zeros in front as it reads.
+// A shape: rank, then the dimensions. The two sides differ deliberately, and neither may change alone: the client writes
+// dimensions as u64 and the host process reads u32, so every shape but an empty one ends the host process. The host
+// process also puts as many zeros in front of the dimensions as it reads.
 void WriteShape(MessageBuffer& message, const std::vector<int64_t>& shape);
 std::vector<int64_t> ReadShape(MessageBuffer& message);
 

@@ -9,37 +9,36 @@
 
 namespace Orvane {
 
-// The typed encoding of values in a channel's shared memory. Little-endian, one value behind the other:
+// The typed encoding of values in a channel's shared memory. Values are little-endian and follow each other directly:
 //
 //   u32      tag 4, u32 value; signed values and status codes as their bits
 //   u64      tag 8, u64 value
 //   string   tag 1, u32 length in bytes, the bytes without a terminating zero
-//   run      u32 as above with the length, then the bytes, which have no tag of their own
+//   run      u32 as above with the length, then the bytes without a tag
 //   status   u32 as above with the code, then the message as a string
 //
-// A tag is a u32 with the byte size of one element. A typed read that finds another tag throws a
-// `std::runtime_error`; the host catches none, so that a request that does not fit it ends it.
-// A write that does not fit ends the process.
+// A tag is a u32 with the byte size of one element. If a typed read finds another tag, it throws `std::runtime_error`.
+// The host process does not catch it, so a wrong request ends it. A write that does not fit ends the process.
 class MessageBuffer {
  public:
-    // What a read does about a length that passes the end. A host trusts it, as hosts always did, and may so meet its
-    // end: whoever sends a length keeps it inside. A client does not trust its host, and throws `OverrunError`.
+    // What a read does if a length exceeds the buffer. A host process trusts its client, and then reads beyond the
+    // section. A client does not trust its host process, and throws `OverrunError`.
     enum class Reads { Trusting, Bounded };
 
     class OverrunError : public std::exception {};
 
-    // A byte run, inside the buffer.
+    // A byte run inside the buffer.
     struct Bytes {
         uint8_t* data;
         uint32_t size;
     };
 
-    // Works on `size` bytes of the caller's `memory` from now on; null for none.
+    // From now on works on `size` bytes of `memory`, which the caller owns. Null detaches the buffer.
     void Attach(uint8_t* memory, uint32_t size, Reads reading = Reads::Trusting);
     bool IsAttached() const { return base != nullptr; }
     uint32_t Capacity() const { return capacity; }
 
-    // Before a request is written or read, and before its reply is.
+    // Call this before you write or read a request, and before you write or read its reply.
     void Rewind() { cursor = 0; }
 
     void WriteUInt32(uint32_t value);
@@ -48,19 +47,19 @@ class MessageBuffer {
     void WriteStatus(const Status& status);
     void WriteBytes(const void* data, uint32_t size);
 
-    // The next `size` bytes, for the caller to fill in place. Not bounded.
+    // The next `size` bytes, for the caller to fill in place. Does not check the capacity.
     uint8_t* ReserveBytes(uint32_t size);
 
-    // How many bytes can still be written.
+    // How many bytes still fit.
     uint32_t Room() const { return capacity - cursor; }
 
     uint32_t ReadUInt32();
     std::string ReadString();
 
-    // Logs and returns a failure when there is a message or a code other than 0.
+    // Logs and returns a failure if there is a message or a code other than 0.
     Status ReadStatus();
 
-    // Points into the buffer; nothing is copied.
+    // Points into the buffer; copies nothing.
     Bytes ReadBytes();
 
  private:
