@@ -1,4 +1,5 @@
 #include "bench/worker.h"
+#include "platform/copy_data.h"
 #include "platform/event.h"
 #include "platform/section.h"
 
@@ -21,6 +22,7 @@ namespace {
 
 using Orvane::Bench::Infer;
 using Orvane::Bench::Workload;
+using Orvane::Platform::CopyData;
 using Orvane::Platform::Event;
 using Orvane::Platform::Section;
 using Orvane::Platform::View;
@@ -98,9 +100,9 @@ template <typename HandOver>
         Step step{};
         std::memcpy(&step, shared, sizeof step);
         if (step == kSetInput) {
-            std::memcpy(memory.data(), shared + kData, workload.InputBytes());
+            CopyData(memory.data(), shared + kData, workload.InputBytes());
         } else if (step == kCopyOutput) {
-            std::memcpy(shared + kData, memory.data(), workload.OutputBytes());
+            CopyData(shared + kData, memory.data(), workload.OutputBytes());
         }
         handOver.SetResult();
     }
@@ -133,11 +135,11 @@ struct Pair {
     Pair& operator=(const Pair&) = delete;
 
     void Run(const uint8_t* input, uint8_t* output) {
-        std::memcpy(view.Data() + kData, input, workload.InputBytes());
+        CopyData(view.Data() + kData, input, workload.InputBytes());
         Exchange(kSetInput);
         Exchange(kInvoke);
         Exchange(kCopyOutput);
-        std::memcpy(output, view.Data() + kData, workload.OutputBytes());
+        CopyData(output, view.Data() + kData, workload.OutputBytes());
     }
 
     void Exchange(Step step) {
@@ -164,10 +166,10 @@ Infer PrepareCopies(const Workload& workload) {
     auto shared = std::make_shared<std::vector<uint8_t>>(workload.StubBytes());
     auto memory = std::make_shared<std::vector<uint8_t>>(workload.StubBytes());
     return [=, in = workload.InputBytes(), out = workload.OutputBytes()](const uint8_t* input, uint8_t* output) {
-        std::memcpy(shared->data(), input, in);
-        std::memcpy(memory->data(), shared->data(), in);
-        std::memcpy(shared->data(), memory->data(), out);
-        std::memcpy(output, shared->data(), out);
+        CopyData(shared->data(), input, in);
+        CopyData(memory->data(), shared->data(), in);
+        CopyData(shared->data(), memory->data(), out);
+        CopyData(output, shared->data(), out);
     };
 }
 

@@ -2,6 +2,7 @@
 
 #include "backends/openvino/cache_keystream.h"
 #include "ipc/call_protocol.h"
+#include "platform/copy_data.h"
 #include "platform/event.h"
 
 #include <benchmark/benchmark.h>
@@ -75,6 +76,41 @@ void MemcpyOverMemory(benchmark::State& state) {
     SetBytes(state, kFile);
 }
 BENCHMARK(MemcpyOverMemory)->Unit(benchmark::kMillisecond);
+
+// Tensor data, `size` bytes between any two addresses; the arguments are the size and the offsets in a 64-byte line.
+template <void (*copy)(void*, const void*, size_t)>
+void CopyTensor(benchmark::State& state) {
+    constexpr size_t kPage = 4096;
+    const auto size = static_cast<size_t>(state.range(0));
+    std::vector<uint8_t> from(size + 2 * kPage, 1);
+    std::vector<uint8_t> to(size + 2 * kPage, 2);
+    const auto at = [](std::vector<uint8_t>& memory, int64_t offset) {
+        const size_t toPage = kPage - reinterpret_cast<uintptr_t>(memory.data()) % kPage;
+        return memory.data() + toPage + offset;
+    };
+    uint8_t* const target = at(to, state.range(1));
+    const uint8_t* const source = at(from, state.range(2));
+    while (state.KeepRunning()) {
+        copy(target, source, size);
+        benchmark::ClobberMemory();
+    }
+    SetBytes(state, size);
+}
+
+void Memcpy(void* to, const void* from, size_t size) {
+    std::memcpy(to, from, size);
+}
+
+// What message data looks like first: its addresses are odd multiples of 4.
+void CopySizes(benchmark::internal::Benchmark* benchmark) {
+    for (const int64_t size : {1 << 10, 4 << 10, 16 << 10, 64 << 10, 256 << 10, 588 << 10, 4 << 20, 20 << 20}) {
+        for (const auto& [to, from] : {std::pair(0, 0), {20, 0}, {0, 20}, {1, 0}, {33, 17}, {63, 63}}) {
+            benchmark->Args({size, to, from});
+        }
+    }
+}
+BENCHMARK_TEMPLATE(CopyTensor, Orvane::Platform::CopyData)->Apply(CopySizes);
+BENCHMARK_TEMPLATE(CopyTensor, Memcpy)->Apply(CopySizes);
 
 void Decipher(benchmark::State& state) {
     const Orvane::ModelFileCipher cipher{.key = {'k', 'e', 'y', '!'}};

@@ -1,6 +1,7 @@
 #include "ipc/message_buffer.h"
 
 #include "core/error_status.h"
+#include "platform/copy_data.h"
 #include "platform/process.h"
 
 #include <bit>
@@ -89,7 +90,7 @@ void MessageBuffer::Write(const void* item, uint32_t size) {
         }
         Platform::FailFast();
     }
-    std::memcpy(base + cursor, item, size);
+    Platform::CopyData(base + cursor, item, size);
     cursor += size;
 }
 

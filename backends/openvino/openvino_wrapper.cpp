@@ -11,11 +11,11 @@
 #include "core/error_status.h"
 #include "core/load_step.h"
 #include "core/weights_file.h"
+#include "platform/copy_data.h"
 #include "platform/path.h"
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <istream>
 #include <new>
 #include <ostream>
@@ -111,9 +111,7 @@ Status OpenvinoWrapper::SetInputData(uint32_t index, const void* data, uint32_t 
     if (size > buffer.Size()) {
         return MakeErrorStatus("数据大小错误");
     }
-    if (size != 0) {
-        std::memcpy(buffer.Data(), data, size);
-    }
+    Platform::CopyData(buffer.Data(), data, size);
     return MakeSuccessStatus();
 }
 
@@ -135,9 +133,7 @@ Status OpenvinoWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) 
         if (output.get_byte_size() != size) {
             return MakeErrorStatus("数据大小错误");
         }
-        if (size != 0) {
-            std::memcpy(data, output.data(), size);
-        }
+        Platform::CopyData(data, output.data(), size);
         return MakeSuccessStatus();
     } catch (const ov::Exception& error) {
         return RuntimeFailure(error);

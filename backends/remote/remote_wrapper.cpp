@@ -8,12 +8,12 @@
 #include "core/load_step.h"
 #include "core/system_exception.h"
 #include "ipc/call_protocol.h"
+#include "platform/copy_data.h"
 #include "platform/last_error.h"
 #include "platform/process.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <memory>
 
 namespace Orvane {
@@ -259,8 +259,8 @@ Status RemoteWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) {
         [data](MessageBuffer& reply) {
             const MessageBuffer::Bytes output = reply.ReadBytes();
             Status status = reply.ReadStatus();
-            if (status.Ok() && output.size != 0) {
-                std::memcpy(data, output.data, output.size);
+            if (status.Ok()) {
+                Platform::CopyData(data, output.data, output.size);
             }
             return status;
         },

@@ -3,10 +3,10 @@
 #include <orvane/host.h>
 
 #include "core/load_step.h"
+#include "platform/copy_data.h"
 #include "sdk/c/load.h"
 
 #include <algorithm>
-#include <cstring>
 #include <exception>
 #include <new>
 #include <utility>
@@ -300,7 +300,8 @@ void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
         if (!IsRemote()) {
             Check(port.handle->CopyTo(data, size));
         } else if (const void* sent = port.handle->GetData(); sent != nullptr) {
-            std::memcpy(data, sent, size);  // of the section, which is large enough, and not what the host says it sent
+            Platform::CopyData(data, sent,
+                               size);  // of the section, which is large enough, and not what the host says it sent
         } else {
             CopyWhatTheHostSends(port, data, size);
         }
@@ -312,7 +313,7 @@ void Model::CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes) {
     constexpr size_t kChannelBytes = kMaxHostTensorBytes + 1'024;
     std::vector<uint8_t> sent(kChannelBytes);
     Check(port.handle->CopyTo(sent.data(), bytes));
-    std::memcpy(data, sent.data(), bytes);
+    Platform::CopyData(data, sent.data(), bytes);
 }
 
 const void* Model::ViewOutput(uint32_t index) {

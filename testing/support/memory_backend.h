@@ -2,8 +2,8 @@
 
 #include "core/error_status.h"
 #include "core/i_orvane.h"
+#include "platform/copy_data.h"
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,14 +23,14 @@ class MemoryBackend : public IOrvane {
         if (index >= inputs.size() || size > inputs[index].size) {
             return MakeErrorStatus("refused");
         }
-        std::memcpy(inputs[index].memory->data(), data, size);
+        Platform::CopyData(inputs[index].memory->data(), data, size);
         return {};
     }
     Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override {
         if (index >= outputs.size() || size != outputs[index].size) {
             return MakeErrorStatus("refused");
         }
-        std::memcpy(data, outputs[index].memory->data(), size);
+        Platform::CopyData(data, outputs[index].memory->data(), size);
         return {};
     }
     void* GetTensorData(TensorType, uint32_t) override { return nullptr; }
