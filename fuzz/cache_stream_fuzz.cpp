@@ -1,9 +1,9 @@
 // The cache streams, against plain streams to which the same is done.
-#include "backends/openvino/cache_keystream.h"
 #include "backends/openvino/decode_input_stream_buf.h"
 #include "backends/openvino/decode_output_stream_buf.h"
 #include "fuzz/fuzz_target.h"
 #include "platform/path.h"
+#include "testing/support/keystream.h"
 #include "testing/support/temporary_folder.h"
 
 #include <algorithm>
@@ -47,8 +47,7 @@ void Scramble(std::string& text) {
     static const std::string keystream = [] {
         std::string bytes(kLargestFile, '\0');
         for (size_t place = 0; place < bytes.size(); ++place) {
-            const size_t i = place <= 32767 ? place : place % 32767;
-            bytes[place] = static_cast<char>(kCacheKeystream[(i * i + 27) % 256]);
+            bytes[place] = static_cast<char>(Testing::KeystreamByte(place));
         }
         return bytes;
     }();

@@ -2,6 +2,7 @@
 #include "backends/openvino/decode_input_stream_buf.h"
 #include "backends/openvino/decode_output_stream_buf.h"
 #include "platform/path.h"
+#include "testing/support/keystream.h"
 #include "testing/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -17,11 +18,9 @@ std::string Pattern(size_t size) {
     return text;
 }
 
-// The keystream one byte after the other, as the format defines it.
 std::string Scrambled(std::string text) {
-    for (size_t q = 0; q < text.size(); ++q) {
-        const auto i = static_cast<uint32_t>(q <= 32767 ? q : q % 32767);
-        text[q] = static_cast<char>(text[q] ^ kCacheKeystream[(i * i + 27) % 256]);
+    for (size_t place = 0; place < text.size(); ++place) {
+        text[place] = static_cast<char>(text[place] ^ Testing::KeystreamByte(place));
     }
     return text;
 }
@@ -30,6 +29,11 @@ std::string ReadAll(std::streambuf& source, size_t atMost) {
     std::string text(atMost, '?');
     text.resize(static_cast<size_t>(source.sgetn(text.data(), static_cast<std::streamsize>(atMost))));
     return text;
+}
+
+// No stream uses all of its bytes.
+TEST(CacheKeystream, HasTheTableOfEarlierBuilds) {
+    EXPECT_EQ(kCacheKeystream, Testing::kKeystreamTable);
 }
 
 class CacheStream : public testing::Test {

@@ -109,6 +109,26 @@ TEST_F(Seam, AViewOutlivesItsSection) {
 
 // --- The channel ---
 
+// Makes the first channel of this process, before any test makes one.
+class FirstChannel : public testing::Environment {
+ public:
+    void SetUp() override {
+        SharedChannel channel;
+        channel.Create(4096);
+        arguments = channel.hostArguments;
+        name = "_" + std::to_string(Platform::ModuleWord()) + "d_1|";
+    }
+
+    inline static std::string arguments;
+    inline static std::string name;
+};
+const testing::Environment* const kFirstChannel = testing::AddGlobalTestEnvironment(new FirstChannel);
+
+TEST_F(Seam, ChannelsAreNumberedFromOne) {
+    const std::string& name = FirstChannel::name;
+    EXPECT_EQ(FirstChannel::arguments, "Result" + name + "Call" + name + "Channel" + name + "4096");
+}
+
 // What the exception says that this throws, or "made". There is always a system's error.
 std::string Failure(const std::function<void()>& action) {
     try {
