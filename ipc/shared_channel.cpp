@@ -15,10 +15,22 @@ namespace Orvane {
 
 namespace {
 
-// "Result_4711d_1". The "d" behind the module word is deliberate: peers form and expect the same names.
-std::string ObjectName(const char* prefix, int32_t channelNumber) {
-    return std::string(prefix) + "_" + std::to_string(Platform::ModuleWord()) + "d_" + std::to_string(channelNumber);
-}
+// The names of one channel: "Result_4711d_1" and so on. The "d" after the module word is deliberate: peers form and
+// expect the same names.
+struct Names {
+    Names(uint32_t moduleWord, int32_t channelNumber)
+        : suffix(
+              std::string("_").append(std::to_string(moduleWord)).append("d_").append(std::to_string(channelNumber))) {}
+
+    bool IsAnyTaken() const {
+        return Platform::IsNameTaken(result) || Platform::IsNameTaken(call) || Platform::IsNameTaken(section);
+    }
+
+    const std::string suffix;
+    const std::string result = "Result" + suffix;
+    const std::string call = "Call" + suffix;
+    const std::string section = "Channel" + suffix;
+};
 
 int32_t NextChannelNumber() {
     static std::atomic<int32_t> last{0};
@@ -26,12 +38,6 @@ int32_t NextChannelNumber() {
 }
 
 std::atomic<bool> passesOverTakenNames{false};
-
-bool IsAnyNameTaken(int32_t channelNumber) {
-    return Platform::IsNameTaken(ObjectName("Result", channelNumber)) ||
-           Platform::IsNameTaken(ObjectName("Call", channelNumber)) ||
-           Platform::IsNameTaken(ObjectName("Channel", channelNumber));
-}
 
 Platform::Event CreateEvent(const std::string& name, const char* failure) {
     Platform::Event event = Platform::Event::Create(name);
@@ -65,12 +71,12 @@ void PassOverTakenNames() {
 
 void SharedChannel::Create(uint32_t size) {
     Platform::RemoveAbandoned({"Result", "Call", "Channel"});
-    std::optional<Platform::NamesHeld> names;
-    if (passesOverTakenNames && !names.emplace()) {
+    std::optional<Platform::NamesHeld> held;
+    if (passesOverTakenNames && !held.emplace()) {
         ThrowSystemError("CreateMutex error");
     }
     int32_t number = NextChannelNumber();
-    while (names && IsAnyNameTaken(number)) {
+    while (held && Names(Platform::ModuleWord(), number).IsAnyTaken()) {
         number = NextChannelNumber();
     }
     for (;;) {
@@ -86,18 +92,16 @@ void SharedChannel::Create(uint32_t size) {
 }
 
 void SharedChannel::CreateObjects(int32_t number, uint32_t size) {
-    const std::string resultName = ObjectName("Result", number);
-    const std::string callName = ObjectName("Call", number);
-    const std::string sectionName = ObjectName("Channel", number);
-
-    resultEvent = CreateEvent(resultName, "CreateEvent result error ");
-    callEvent = CreateEvent(callName, "CreateEvent call error");
-    Platform::Section created = Platform::Section::Create(sectionName, size);
+    // One look at the module word: another thread may renew it meanwhile.
+    const Names names(Platform::ModuleWord(), number);
+    resultEvent = CreateEvent(names.result, "CreateEvent result error ");
+    callEvent = CreateEvent(names.call, "CreateEvent call error");
+    Platform::Section created = Platform::Section::Create(names.section, size);
     if (!created) {
         ThrowSystemError(kSectionError);
     }
     view = MapView(created, size);
-    hostArguments = resultName + "|" + callName + "|" + sectionName + "|" + std::to_string(size);
+    hostArguments = names.result + "|" + names.call + "|" + names.section + "|" + std::to_string(size);
     section = std::move(created);
     message.Attach(view.Data(), size, MessageBuffer::Reads::Bounded);
 }

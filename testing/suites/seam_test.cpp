@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <regex>
 #include <thread>
@@ -22,6 +23,7 @@ using Platform::View;
 
 constexpr auto kWork = Platform::Awaited::Work;
 constexpr uint32_t kNotFound = 2;  // on both systems
+constexpr uint32_t kExists = 17;
 
 const std::string kName = std::string("Test_").append(std::to_string(Platform::ModuleWord())).append("d_1");
 
@@ -152,7 +154,6 @@ std::string NextName(const std::string& prefix) {
 // Windows shares what has the name, if it is of the kind; Linux uses nothing that another one made, and takes other
 // names.
 TEST_F(Seam, AChannelFindsItsNamesTaken) {
-    constexpr uint32_t kExists = 17;
     const bool shares = !Platform::RenewModuleWord(kExists);
     const std::tuple<const char*, bool, const char*> cases[] = {
         {"Result", true, "made"},
@@ -170,6 +171,23 @@ TEST_F(Seam, AChannelFindsItsNamesTaken) {
         EXPECT_EQ(Failure([] { SharedChannel().Create(4097); }), shares ? whereShared : "made") << name;
         EXPECT_EQ(static_cast<bool>(Event::Create(name)), shares && byEvent);
     }
+}
+
+TEST_F(Seam, TheNamesOfAChannelShareOneModuleWord) {
+    std::atomic<bool> done{false};
+    std::thread renewing([&done] {
+        while (!done) {
+            Platform::RenewModuleWord(kExists);
+        }
+    });
+    const std::regex oneWord(R"(Result(_\d+d_\d+)\|Call\1\|Channel\1\|4096)");
+    for (int i = 0; i < 100; ++i) {
+        SharedChannel channel;
+        channel.Create(4096);
+        EXPECT_TRUE(std::regex_match(channel.hostArguments, oneWord)) << channel.hostArguments;
+    }
+    done = true;
+    renewing.join();
 }
 
 TEST_F(Seam, AChannelThatCannotBeOpenedSaysWhatIsMissing) {
