@@ -71,10 +71,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
             if (params.modelPath.empty()) {
                 return MakeErrorStatus("模型参数错误");
             }
-            loadStep = LoadStep::Reading;
-            const std::shared_ptr<ov::Model> model = ReadModel(params);
-            loadStep = LoadStep::Compiling;
-            compiledModel = core->compile_model(model, device, ov::AnyMap{});
+            compiledModel = Compile(params, device);
             if (params.openvinoMakeCache && !cachePath.empty()) {
                 loadStep = LoadStep::Writing;
                 WriteCache(cachePath);
@@ -175,6 +172,14 @@ bool OpenvinoWrapper::HasDevice(const std::string& device) {
     const std::vector<std::string> names = core->get_available_devices();
     return std::any_of(names.begin(), names.end(),
                        [&device](const std::string& name) { return name.find(device) != std::string::npos; });
+}
+
+// The model goes when this returns: a cache is written without its memory.
+ov::CompiledModel OpenvinoWrapper::Compile(const InterpreterParams& params, const std::string& device) {
+    loadStep = LoadStep::Reading;
+    const std::shared_ptr<ov::Model> model = ReadModel(params);
+    loadStep = LoadStep::Compiling;
+    return core->compile_model(model, device, ov::AnyMap{});
 }
 
 std::shared_ptr<ov::Model> OpenvinoWrapper::ReadModel(const InterpreterParams& params) {

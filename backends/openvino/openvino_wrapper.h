@@ -46,6 +46,7 @@ class OpenvinoWrapper final : public IOrvane {
 
  private:
     bool HasDevice(const std::string& device);
+    ov::CompiledModel Compile(const InterpreterParams& params, const std::string& device);
     std::shared_ptr<ov::Model> ReadModel(const InterpreterParams& params);
     std::shared_ptr<ov::Model> ReadEncryptedModel(const InterpreterParams& params, const std::string& modelFile);
     void WriteCache(const std::filesystem::path& path);
