@@ -2,6 +2,7 @@
 
 #include <orvane/log.h>
 
+#include "core/deferred_log.h"
 #include "testing/support/captured_log.h"
 
 #include <gtest/gtest.h>
@@ -38,6 +39,23 @@ TEST(Log, FormatsFiltersAndDrops) {
     const bool fails = std::snprintf(nullptr, 0, "%ls", L"\u4e2d") < 0;
     EXPECT_EQ(Log(6, "%ls", L"\u4e2d"), fails ? -1 : 0);
     EXPECT_EQ(log.Take(), fails ? Lines{} : (Lines{{6, ""}}));
+}
+
+TEST(Log, LinesWaitForTheOutermostOfTheirThread) {
+    Testing::CapturedLog log;
+    {
+        const DeferredLog outer;
+        Log(6, "first");
+        {
+            const DeferredLog inner;
+            Log(5, "second");
+        }
+        std::thread([] { Log(6, "of another thread"); }).join();
+        EXPECT_EQ(log.Take(), (Lines{{6, "of another thread"}}));
+    }
+    EXPECT_EQ(log.Take(), (Lines{{6, "first"}, {5, "second"}}));
+    Log(6, "third");
+    EXPECT_EQ(log.Take(), (Lines{{6, "third"}}));
 }
 
 TEST(Log, ThreadsLogWhileTheCallbackChanges) {

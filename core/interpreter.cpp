@@ -5,7 +5,9 @@
 #include "core/error_status.h"
 #include "core/host_control.h"
 #include "core/interpreter_impl.h"
+#include "platform/per_process.h"
 
+#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -43,9 +45,13 @@ const char* Refusal(uint32_t framework) {
 }  // namespace
 
 struct Interpreter::Shared {
-    std::mutex mutex;
-    std::shared_ptr<HostControl> host;  // of the last backend, which may be gone; null for one without
-    uint32_t timeLimit = 0;
+    struct Host {
+        std::mutex mutex;
+        std::shared_ptr<HostControl> control;  // of the last backend, which may be gone; null for one without
+    };
+
+    Platform::PerProcess<Host> host;
+    std::atomic<uint32_t> timeLimit{0};
 };
 
 // `shared` is null in an interpreter that was moved from.
@@ -81,10 +87,11 @@ void Interpreter::ShareHost(std::shared_ptr<HostControl> host) {
     if (shared == nullptr) {
         shared = std::make_unique<Shared>();
     }
-    const std::lock_guard guard(shared->mutex);
-    shared->host = std::move(host);
-    if (shared->host != nullptr) {
-        shared->host->SetTimeLimit(shared->timeLimit);
+    Shared::Host& own = shared->host.Get();
+    const std::lock_guard guard(own.mutex);
+    own.control = std::move(host);
+    if (own.control != nullptr) {
+        own.control->SetTimeLimit(shared->timeLimit);
     }
 }
 
@@ -92,8 +99,9 @@ std::shared_ptr<HostControl> Interpreter::SharedHost() const {
     if (shared == nullptr) {
         return nullptr;
     }
-    const std::lock_guard guard(shared->mutex);
-    return shared->host;
+    Shared::Host& own = shared->host.Get();
+    const std::lock_guard guard(own.mutex);
+    return own.control;
 }
 
 Status Interpreter::Interrupt() {
@@ -109,10 +117,11 @@ void Interpreter::SetTimeLimit(uint32_t milliseconds) {
     if (shared == nullptr) {
         shared = std::make_unique<Shared>();
     }
-    const std::lock_guard guard(shared->mutex);
+    Shared::Host& own = shared->host.Get();
+    const std::lock_guard guard(own.mutex);
     shared->timeLimit = milliseconds;
-    if (shared->host != nullptr) {
-        shared->host->SetTimeLimit(milliseconds);
+    if (own.control != nullptr) {
+        own.control->SetTimeLimit(milliseconds);
     }
 }
 

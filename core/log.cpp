@@ -1,10 +1,13 @@
 #include <orvane/log.h>
 
+#include "core/deferred_log.h"
+
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace Orvane {
 
@@ -12,6 +15,14 @@ namespace {
 
 std::atomic<LogCallback> logCallback{nullptr};
 std::atomic<uint32_t> minimumLevel{0};
+thread_local DeferredLog* outermost = nullptr;
+
+void Deliver(uint32_t level, const char* text) {
+    const LogCallback callback = logCallback;
+    if (callback != nullptr && level >= minimumLevel) {
+        callback(level, text);
+    }
+}
 
 }  // namespace
 
@@ -33,7 +44,7 @@ int32_t Log(uint32_t level, const char* format, ...) {
     }
 
     const size_t size = static_cast<size_t>(length) + 1;
-    const std::unique_ptr<char[]> text(new (std::nothrow) char[size]);
+    std::unique_ptr<char[]> text(new (std::nothrow) char[size]);
     if (text == nullptr) {
         return 0;  // an error that is being reported must not become an exception
     }
@@ -41,11 +52,37 @@ int32_t Log(uint32_t level, const char* format, ...) {
     std::vsnprintf(text.get(), size, format, arguments);
     va_end(arguments);
 
-    const LogCallback callback = logCallback;
-    if (callback != nullptr && level >= minimumLevel) {
-        callback(level, text.get());
+    if (!DeferredLog::Keep(level, text)) {
+        Deliver(level, text.get());
     }
     return 0;
+}
+
+DeferredLog::DeferredLog() noexcept {
+    if (outermost == nullptr) {
+        outermost = this;
+    }
+}
+
+DeferredLog::~DeferredLog() {
+    if (outermost == this) {
+        outermost = nullptr;
+        for (const Line& line : lines) {
+            Deliver(line.level, line.text.get());
+        }
+    }
+}
+
+bool DeferredLog::Keep(uint32_t level, std::unique_ptr<char[]>& text) noexcept {
+    if (outermost == nullptr) {
+        return false;
+    }
+    try {
+        outermost->lines.push_back({level, std::move(text)});
+    } catch (const std::bad_alloc&) {
+        text = nullptr;
+    }
+    return true;
 }
 
 }  // namespace Orvane

@@ -1,9 +1,9 @@
 #include "backends/remote/remote_wrapper.h"
 
-#include <orvane/log.h>
 #include <orvane/option_v2.h>
 
 #include "core/backend_factory.h"
+#include "core/deferred_log.h"
 #include "core/error_status.h"
 #include "core/load_step.h"
 #include "core/system_exception.h"
@@ -97,6 +97,7 @@ std::invoke_result_t<Read, MessageBuffer&> RemoteWrapper::Exchange(uint32_t data
     if (!owner.IsThisProcess()) {
         return fail(Obstacle::NoHost);
     }
+    const DeferredLog log;
     const std::lock_guard guard(*channel.lock);
     if (!channel.EnsureMemory(dataSize)) {
         return fail(Obstacle::NoMemory);
@@ -148,9 +149,7 @@ void RemoteWrapper::ReleaseFor(HostEndCause cause) {
 // The child has copies of everything and owns none of it: neither the host nor what is in the section is touched, and
 // whatever another thread had locked when the process was forked stays locked here.
 void RemoteWrapper::ForgetTheParents() {
-    const uint32_t timeLimit = host->TimeLimit();
-    host = std::make_shared<RunningHost>();
-    host->SetTimeLimit(timeLimit);
+    static_cast<void>(channel.lock.release());  // a thread that holds it, and forked in a callback, still unlocks it
     channel.lock = std::make_unique<std::recursive_mutex>();
     channel.ReleaseSection();
     owner = {};
@@ -161,6 +160,7 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
         ForgetTheParents();
     }
     host->BeginInitialisation();
+    const DeferredLog log;
     const std::lock_guard guard(*channel.lock);
     const OptionHandle option = CreateOption();
     option->FromParams(params);
@@ -215,9 +215,7 @@ void RemoteWrapper::Release() {
         WriteRequest(channel.message, CallExit);  // never signalled: closing the host is what ends it
     }
     if (!host->Terminate()) {
-        const auto error = static_cast<int>(Platform::LastError());
         channel.callEvent.Set();  // all that is left is to ask it, and it listens once it has nothing to do
-        Log(kLogLevelError, "[ORVANE]:the system does not let the host process be ended: error %d", error);
     }
     host->Close();
     channel.ReleaseSection();
@@ -287,6 +285,9 @@ std::unordered_map<std::string, std::string> RemoteWrapper::GetExtraInfo() {
 
 // What the host was heard to have; a channel's worth where it was not asked.
 uint32_t RemoteWrapper::OutputBytes(uint32_t index) {
+    if (!owner.IsThisProcess()) {
+        return 0;
+    }
     const std::lock_guard guard(*channel.lock);
     const auto known = outputBytes.find(index);
     return known != outputBytes.end() ? known->second : kChannelSize;

@@ -76,8 +76,14 @@ class RemoteWrapper final : public IOrvane {
     void ForgetTheParents();
     Status EnsureHost(const std::string& program, uint32_t dataSize);
 
-    // The order is that of destruction, from the last to the first.
-    std::shared_ptr<RunningHost> host = std::make_shared<RunningHost>();
+    struct Closing {
+        void operator()(RunningHost* host) const { host->Close(); }
+    };
+
+    // The order is that of destruction, from the last to the first. The host ends with the wrapper, whoever else still
+    // has its control.
+    const std::shared_ptr<RunningHost> host = std::make_shared<RunningHost>();
+    const std::unique_ptr<RunningHost, Closing> closing{host.get()};
     SharedChannel channel;
 
     Platform::ProcessMark owner;

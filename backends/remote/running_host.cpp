@@ -1,6 +1,6 @@
 #include "backends/remote/running_host.h"
 
-#include <orvane/log.h>
+#include "platform/last_error.h"
 
 namespace Orvane {
 
@@ -16,74 +16,90 @@ HostEnd EndOf(const Platform::ProcessEnd& process) {
 }  // namespace
 
 void RunningHost::Interrupt() {
-    const std::lock_guard guard(mutex);
-    isInterrupted = isInitialising || process;
-    process.Terminate();
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    own.isInterrupted = own.isInitialising || own.process;
+    own.process.Terminate();
 }
 
 HostEnd RunningHost::GetEnd() const {
-    const std::lock_guard guard(mutex);
-    return end;
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    return own.end;
 }
 
 void RunningHost::BeginInitialisation() {
-    const std::lock_guard guard(mutex);
-    end = {};
-    isInitialising = true;
-    isInterrupted = false;
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    own.end = {};
+    own.isInitialising = true;
+    own.isInterrupted = false;
 }
 
 std::optional<Platform::LaunchStep> RunningHost::Launch(const std::string& program, const std::string& arguments) {
-    const std::lock_guard guard(mutex);
-    const auto failed = process.Launch(program, arguments);
-    isInitialising = false;
-    if (isInterrupted) {  // before there was anything to end
-        process.Terminate();
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    const auto failed = own.process.Launch(program, arguments);
+    own.isInitialising = false;
+    if (own.isInterrupted) {  // before there was anything to end
+        own.process.Terminate();
     }
     return failed;
 }
 
 bool RunningHost::Exists() const {
-    const std::lock_guard guard(mutex);
-    return static_cast<bool>(process);
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    return static_cast<bool>(own.process);
 }
 
 bool RunningHost::IsAlive() const {
-    const std::lock_guard guard(mutex);
-    return process && process.IsAlive();
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    return own.process && own.process.IsAlive();
 }
 
 void RunningHost::NoteEnd(HostEndCause cause) {
-    const std::lock_guard guard(mutex);
-    if (isInterrupted) {
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    if (own.isInterrupted) {
         cause = HostEndCauseInterrupted;
     }
     switch (cause) {
         case HostEndCauseInterrupted:
-            end = {cause, 0, "interrupted"};
+            own.end = {cause, 0, "interrupted"};
             break;
         case HostEndCauseTimeLimit:
-            end = {cause, timeLimit,
-                   timeLimit != 0 ? "time limit of " + std::to_string(timeLimit) + " ms" : "no answer for 55 hours"};
+            own.end = {
+                cause, timeLimit,
+                timeLimit != 0 ? "time limit of " + std::to_string(timeLimit) + " ms" : "no answer for 55 hours"};
             break;
         case HostEndCauseBadReply:
-            end = {cause, 0, "a reply that cannot be one"};
+            own.end = {cause, 0, "a reply that cannot be one"};
             break;
         default:
-            end = process ? EndOf(process.End()) : HostEnd();
+            own.end = own.process ? EndOf(own.process.End()) : HostEnd();
     }
-    Log(kLogLevelError, "[ORVANE]:host process ended: %s", end.text.c_str());
 }
 
 bool RunningHost::Terminate() {
-    const std::lock_guard guard(mutex);
-    return process.Terminate();
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    if (own.process.Terminate()) {
+        return true;
+    }
+    const std::string error = std::to_string(Platform::LastError());
+    own.end.cause = own.end.cause == HostEndCauseNone ? HostEndCauseUnknown : own.end.cause;
+    own.end.text += (own.end.text.empty() ? "" : ", ") +
+                    ("only asked to end: the system does not let this process end it, error " + error);
+    return false;
 }
 
 void RunningHost::Close() {
-    const std::lock_guard guard(mutex);
-    isInitialising = false;
-    process.Close();
+    State& own = state.Get();
+    const std::lock_guard guard(own.mutex);
+    own.isInitialising = false;
+    own.process.Close();
 }
 
 }  // namespace Orvane

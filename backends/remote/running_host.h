@@ -2,6 +2,7 @@
 
 #include "core/host_control.h"
 #include "platform/host_process.h"
+#include "platform/per_process.h"
 
 #include <atomic>
 #include <cstdint>
@@ -12,7 +13,7 @@
 namespace Orvane {
 
 // The host process of a remote backend. The backend's operations, one at a time, start, ask and release it; any thread
-// may interrupt it meanwhile.
+// may interrupt it meanwhile. A forked child finds one that was never started.
 class RunningHost final : public HostControl {
  public:
     void Interrupt() override;
@@ -29,21 +30,25 @@ class RunningHost final : public HostControl {
     bool Exists() const;
     bool IsAlive() const;
 
-    // Before the release of a host that was found dead, or that is to be ended for this cause: keeps and logs how it
-    // ended.
+    // Before the release of a host that was found dead, or that is to be ended for this cause: keeps how it ended.
     void NoteEnd(HostEndCause cause);
 
+    // If the system does not let it be ended, its end says so too.
     bool Terminate();
 
     // Ends it and gives it up.
     void Close();
 
  private:
-    mutable std::mutex mutex;
-    Platform::HostProcess process;
-    HostEnd end;
-    bool isInitialising = false;
-    bool isInterrupted = false;
+    struct State {
+        std::mutex mutex;
+        Platform::HostProcess process;
+        HostEnd end;
+        bool isInitialising = false;
+        bool isInterrupted = false;
+    };
+
+    Platform::PerProcess<State> state;
     std::atomic<uint32_t> timeLimit{0};
 };
 

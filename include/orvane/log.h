@@ -17,7 +17,9 @@ namespace Orvane {
 inline constexpr uint32_t kLogLevelError = 6;
 
 /// Receives one finished line, zero-terminated UTF-8 without a line end of its own.
-/// Called on the thread that logs; `text` is valid only during the call.
+/// Called on the thread that logs; `text` is valid only during the call. The SDK holds no lock: the callback may call
+/// `Interrupt`, `SetTimeLimit` and `GetHostEnd` of any interpreter, everything of interpreters that no operation uses
+/// at that time, and the functions below. It must not throw.
 using LogCallback = void (*)(uint32_t level, const char* text);
 
 /// Installs the process-wide sink of log lines; null drops them, which is how a process starts.

@@ -17,6 +17,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -188,6 +189,47 @@ TEST_F(HostProcessPosix, AForkedChildOwnsNothing) {
     }
 }
 
+// While a thread of the parent is inside a call, and another one asks and sets without a pause.
+TEST_F(HostProcessPosix, AForkedChildNeverWaitsForAThreadOfItsParent) {
+    HostFixture::StartHost("echo 4", "sleep 50000");
+    const TensorHandle input = interpreter->GetInput();
+    const TensorHandle output = interpreter->GetOutput();
+    std::array<char, 4> data{};
+    auto running = std::async(std::launch::async, [this] { return Shown(interpreter->Invoke()); });
+    std::atomic<bool> done{false};
+    std::thread asking([&] {
+        while (!done) {
+            interpreter->SetTimeLimit(0);
+            static_cast<void>(interpreter->GetHostEnd());
+        }
+    });
+    std::this_thread::sleep_for(100ms);
+    for (int child = 0; child < 20; ++child) {
+        InChild([&] {
+            EXPECT_EQ(output->GetData(), nullptr);
+            EXPECT_EQ(Shown(output->CopyTo(data.data(), 4)), kHostExit);
+            EXPECT_EQ(Shown(input->CopyFrom(data.data(), 4)), kHostExit);
+            EXPECT_EQ(Shown(input->Resize({4})), kHostCallError);
+            EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
+            EXPECT_EQ(interpreter->GetInputCount() + interpreter->GetOutputCount(), 0);
+            EXPECT_TRUE(interpreter->GetExtraInfo().empty());
+            EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseNone);
+            static_cast<void>(interpreter->Interrupt());
+            interpreter->SetTimeLimit(5000);
+            EXPECT_EQ(Init(Params("echo 4")), kOk) << "a host of its own";
+            EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
+            EXPECT_TRUE(interpreter->Interrupt().Ok());
+            EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
+            EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseInterrupted);
+            interpreter.reset();
+        });
+    }
+    done = true;
+    asking.join();
+    EXPECT_TRUE(interpreter->Interrupt().Ok());
+    EXPECT_EQ(running.get(), kHostExit);
+}
+
 TEST_F(HostProcessPosix, NeedsLittleAddressSpace) {
     rlimit before{};
     getrlimit(RLIMIT_AS, &before);
@@ -211,6 +253,8 @@ TEST_F(HostProcessPosix, ReleasesAHostThatItMayNoLongerEnd) {
         constexpr uid_t kNobody = 65534;
         EXPECT_EQ(setresuid(kNobody, kNobody, kNobody), 0);
         interpreter->Release();
+        EXPECT_EQ(interpreter->GetHostEnd().text,
+                  "only asked to end: the system does not let this process end it, error 1");
         EXPECT_FALSE(host.Lives(5s)) << "it was asked to end";
     });
 }

@@ -1,4 +1,7 @@
 // Real host processes and real deaths: what the client makes of them, and what they leave behind.
+
+#include <orvane/log.h>
+
 #include "core/backend_factory.h"
 #include "core/host_control.h"
 #include "platform/event.h"
@@ -106,6 +109,65 @@ TEST_F(HostProcess, AFailedStartIsReleased) {
     host.Kill();
     host.End();
     EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk) << "a host whose end no call has noticed";
+}
+
+TEST_F(HostProcess, NoneIsLeftByAFailedInitialisationOrABackendThatIsGone) {
+    const auto none = [] { return Within(2s, [] { return Children().empty(); }); };
+    EXPECT_EQ(Init(Params("fail to load")), "-1  to load");
+    EXPECT_TRUE(none());
+    EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk);
+    const std::shared_ptr<HostControl> control = remote->GetHostControl();
+    remote.reset();
+    EXPECT_TRUE(none());
+    control->Interrupt();
+}
+
+// What a log callback asks another thread to do, and whether it was done when the callback returned.
+struct Asked {
+    std::function<void()> work;
+    std::future<void> done;
+    int lines = 0;
+    bool wasDone = false;
+};
+Asked* asked;
+
+void AskAtEachLine(uint32_t, const char*) {
+    if (asked->lines++ == 0) {
+        asked->done = std::async(std::launch::async, asked->work);
+        asked->wasDone = asked->done.wait_for(5s) == std::future_status::ready;
+    }
+}
+
+TEST_F(HostProcess, TheLogCallbackMayWaitForCallsOfOtherThreads) {
+    const auto afterDeath = [this](const std::function<Status()>& call) {
+        EXPECT_TRUE(remote->Init(Params("echo 4")).Ok());
+        const Process host(Children().at(0));
+        host.Kill(), host.End();
+        return call();
+    };
+    const std::pair<std::string, std::function<Status()>> cases[] = {
+        {"2 CreateProcessAsUser error", [&] { return remote->Init(Params("echo 4", "", "no such host")); }},
+        {"-1  to load", [&] { return remote->Init(Params("fail to load")); }},
+        {kHostExit, [&] { return afterDeath([&] { return remote->Invoke(); }); }},
+        {kHostCallError, [&] { return afterDeath([&] { return remote->SetTensorShape(TensorTypeInput, 0, {1}); }); }},
+    };
+    for (const auto& [outcome, call] : cases) {
+        remote = CreateRemoteBackend();
+        Asked ask;
+        ask.work = [this] {
+            const std::shared_ptr<HostControl> control = remote->GetHostControl();
+            control->SetTimeLimit(1000);
+            control->Interrupt();
+            static_cast<void>(control->GetEnd());
+            remote->GetTensorCount(TensorTypeInput);
+        };
+        asked = &ask;
+        SetLogCallback(AskAtEachLine);
+        EXPECT_EQ(Shown(call()), outcome);
+        SetLogCallback(nullptr);
+        EXPECT_TRUE(ask.wasDone) << outcome;
+        EXPECT_EQ(ask.lines, 1) << outcome;
+    }
 }
 
 TEST_F(HostProcess, IsStartedUnderAnyName) {
