@@ -61,6 +61,18 @@ static void TestOptions(const char* host) {
     FAILS(TryOpen(options), ORVANE_BAD_ARGUMENT, "key is null");
     options.key = key + 1;
     FAILS(TryOpen(options), host != NULL ? ORVANE_REFUSED : ORVANE_RUNTIME, host != NULL ? "zero byte" : "");
+
+    options = Options(model, host);
+    options.device = "CPU";
+    options.cache_path = "options.cache";
+    options.make_cache = 1;
+    remove(options.cache_path);
+    SUCCEEDS(TryOpen(options));
+    options.make_cache = 0;
+    options.model_path = NULL;
+    SUCCEEDS(TryOpen(options));
+    options.cache_path = model;
+    FAILS(TryOpen(options), host != NULL ? ORVANE_REFUSED : ORVANE_RUNTIME, "");
 }
 
 static void TestTensors(const char* host) {
