@@ -2,7 +2,7 @@
 # Installs and fetches what the chores need.
 #: setup [WHAT ...]    install missing Debian packages, and fetch OpenVINO and the test material
 #:                     into .deps/; WHAT adds what some chores need (they fetch it themselves):
-#:                     windows, ocr, python, wheel, docs, bench, package, models, lint
+#:                     windows, ocr, python, wheel, docs, bench, package, models, lint, mutate
 
 buildPackages=(
     g++ cmake ninja-build ccache                  # build
@@ -222,6 +222,12 @@ setup_test() {
     setup_python
     setup_ocr
     installPackages chromium  # looks at the page of figures
+}
+
+setup_mutate() {
+    setup_build
+    installPackages python3-venv patch
+    environment .deps/mutate 1 tools/deps/mutate.txt
 }
 
 setup_coverage() {
