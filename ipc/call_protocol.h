@@ -48,9 +48,9 @@ void WriteRequest(MessageBuffer& message, Call call, Fields... fields) {
     (message.WriteUInt32(fields), ...);
 }
 
-// A description: string name, element type, format word, rank, then the low 32 bits of each dimension. The flag does not
-// travel and is clear. A dimension of -1 arrives as 4,294,967,295. This is deliberate: dimensions have 32 bits in this
-// direction.
+// A description: string name, element type, format word, rank, then the low 32 bits of each dimension. The flag does
+// not travel and is clear. A dimension of -1 arrives as 4,294,967,295. This is deliberate: dimensions have 32 bits in
+// this direction.
 void WriteTensorInfo(MessageBuffer& message, const TensorImpl& tensor);
 TensorInfo ReadTensorInfo(MessageBuffer& message);
 
@@ -58,9 +58,9 @@ TensorInfo ReadTensorInfo(MessageBuffer& message);
 void WriteExtraInfo(MessageBuffer& message, const std::unordered_map<std::string, std::string>& info);
 std::unordered_map<std::string, std::string> ReadExtraInfo(MessageBuffer& message);
 
-// A shape: rank, then the dimensions. The two sides differ deliberately, and neither may change alone: the client writes
-// dimensions as u64 and the host process reads u32, so every shape but an empty one ends the host process. The host
-// process also puts as many zeros in front of the dimensions as it reads.
+// A shape: rank, then the dimensions. The two sides differ deliberately, and neither may change alone: the client
+// writes dimensions as u64 and the host process reads u32, so every shape but an empty one ends the host process. The
+// host process also puts as many zeros in front of the dimensions as it reads.
 void WriteShape(MessageBuffer& message, const std::vector<int64_t>& shape);
 std::vector<int64_t> ReadShape(MessageBuffer& message);
 
