@@ -1,70 +1,103 @@
-// The filter is a list of what is refused, and not of what is allowed. The runtime is a third party's: with its next
-// release, on another processor or with more memory nodes it may make calls that nobody has seen here, and a model that
-// stops running is worse for a user than a call that nobody thought of. The price: the list must name each call that
-// does harm. What keeps that price low is that calls younger than the list do not exist for the host, as on an older
-// kernel.
+// The filter is a list of what is allowed. It is generous: it holds every call whose effect stays within the process,
+// also those that the runtime does not make today. The runtime is a third party's, and its next release, another
+// processor or more memory nodes may need them. A call that is not listed is refused: one that no person thought of
+// can then do no harm. Calls younger than the list do not exist for the host, as on an older kernel.
+//
+// Some allowed calls can still touch what is outside the process. For each of them the list says why it is allowed, and
+// what limits it. "Landlock" means: posix_sandbox.cpp decides which files the call may change.
 //
 // The instructions are written down here instead of by libseccomp: they are few, that library is not on every user's
 // machine, and linking it statically would hand its LGPL on to everybody who ships the host.
 #include "host/posix_call_filter.h"
 
+#include <fcntl.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
+#include <linux/futex.h>
 #include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
 #include <vector>
 
 namespace Orvane {
 
 namespace {
 
-// Waiting for another thread: the calls of every inference, decided first.
-constexpr uint32_t kFrequent[] = {SYS_futex, SYS_sched_yield};
-
-constexpr uint32_t kFchmodat2 = 452;  // younger than the headers of some systems
+// Younger than the headers of some systems.
+constexpr uint32_t kMapShadowStack = 453;
 
 // clang-format off
-constexpr uint32_t kRefused[] = {
-    // the network, also by descriptors that were inherited
-    SYS_socket, SYS_socketpair, SYS_connect, SYS_bind, SYS_listen, SYS_accept, SYS_accept4, SYS_sendto,
-    SYS_sendmsg, SYS_sendmmsg, SYS_recvfrom, SYS_recvmsg, SYS_recvmmsg,
-    // other processes
-    SYS_process_vm_readv, SYS_process_vm_writev, SYS_process_madvise, SYS_process_mrelease, SYS_pidfd_open,
-    SYS_pidfd_getfd, SYS_pidfd_send_signal, SYS_tkill, SYS_rt_sigqueueinfo, SYS_rt_tgsigqueueinfo, SYS_kcmp,
-    SYS_migrate_pages, SYS_setpgid, SYS_setsid, SYS_shmget, SYS_msgget, SYS_semget, SYS_mq_open, SYS_mq_unlink,
-    // namespaces and the tree of files
-    SYS_unshare, SYS_setns, SYS_chroot, SYS_pivot_root, SYS_mount, SYS_umount2, SYS_mount_setattr,
-    SYS_move_mount, SYS_open_tree, SYS_fsopen, SYS_fsconfig, SYS_fsmount, SYS_fspick, SYS_swapon, SYS_swapoff,
-    SYS_acct, SYS_quotactl, SYS_quotactl_fd, SYS_name_to_handle_at, SYS_open_by_handle_at, SYS_fanotify_init,
-    SYS_fanotify_mark,
-    // what Landlock has no right for
-    SYS_truncate, SYS_chmod, SYS_fchmod, SYS_fchmodat, kFchmodat2, SYS_chown, SYS_fchown, SYS_lchown,
-    SYS_fchownat, SYS_setxattr, SYS_lsetxattr, SYS_fsetxattr, SYS_removexattr, SYS_lremovexattr,
-    SYS_fremovexattr, SYS_utime, SYS_utimes, SYS_futimesat, SYS_utimensat,
-    // rights
-    SYS_setuid, SYS_setgid, SYS_setreuid, SYS_setregid, SYS_setresuid, SYS_setresgid, SYS_setfsuid,
-    SYS_setfsgid, SYS_setgroups, SYS_capset, SYS_add_key, SYS_request_key, SYS_keyctl,
-    // parts of the kernel that often were a way into it
-    SYS_bpf, SYS_perf_event_open, SYS_userfaultfd, SYS_io_uring_setup, SYS_io_uring_enter,
-    SYS_io_uring_register, SYS_personality, SYS_modify_ldt, SYS_vmsplice, SYS_lookup_dcookie,
-    // the machine
-    SYS_init_module, SYS_finit_module, SYS_delete_module, SYS_kexec_load, SYS_kexec_file_load, SYS_reboot,
-    SYS_iopl, SYS_ioperm, SYS_syslog, SYS_vhangup, SYS_settimeofday, SYS_clock_settime, SYS_adjtimex,
-    SYS_clock_adjtime, SYS_sethostname, SYS_setdomainname, SYS_uselib, SYS_nfsservctl, SYS__sysctl,
+constexpr uint32_t kAllowed[] = {
+    // The memory of this process. Of memory that is shared with the client, `mbind`, `set_mempolicy_home_node` and
+    // `move_pages` can also choose the node. The runtime places its tensors with them, and the data stays as it is.
+    SYS_mprotect, SYS_pkey_mprotect, SYS_pkey_alloc, SYS_pkey_free, SYS_munmap, SYS_mremap, SYS_brk, SYS_msync,
+    SYS_mincore, SYS_mlock, SYS_mlock2, SYS_munlock, SYS_mlockall, SYS_munlockall, SYS_membarrier, SYS_memfd_create,
+    kMapShadowStack, SYS_mbind, SYS_set_mempolicy, SYS_get_mempolicy, SYS_set_mempolicy_home_node,
+
+    // Its threads. `rseq`, `set_robust_list` and `set_tid_address` name words that the kernel writes; it writes them
+    // with the rights of the thread.
+    SYS_exit, SYS_exit_group, SYS_gettid, SYS_set_tid_address, SYS_set_robust_list, SYS_rseq, SYS_arch_prctl,
+    SYS_getcpu,
+
+    // Its signals and timers. A timer's signal goes to this process only.
+    SYS_rt_sigaction, SYS_rt_sigprocmask, SYS_rt_sigreturn, SYS_rt_sigpending, SYS_rt_sigtimedwait, SYS_rt_sigsuspend,
+    SYS_sigaltstack, SYS_restart_syscall, SYS_pause, SYS_alarm, SYS_getitimer, SYS_setitimer, SYS_timer_create,
+    SYS_timer_settime, SYS_timer_gettime, SYS_timer_getoverrun, SYS_timer_delete, SYS_nanosleep, SYS_clock_nanosleep,
+    SYS_clock_gettime, SYS_clock_getres, SYS_gettimeofday, SYS_time, SYS_times,
+
+    // What there is to know of this process and of the machine. Some also answer about other processes; /proc says the
+    // same.
+    SYS_getpid, SYS_getppid, SYS_getpgid, SYS_getpgrp, SYS_getsid, SYS_getuid, SYS_geteuid, SYS_getgid, SYS_getegid,
+    SYS_getresuid, SYS_getresgid, SYS_getgroups, SYS_capget, SYS_getpriority, SYS_ioprio_get, SYS_sched_getaffinity,
+    SYS_sched_getparam, SYS_sched_getscheduler, SYS_sched_getattr, SYS_sched_get_priority_max,
+    SYS_sched_get_priority_min, SYS_sched_rr_get_interval, SYS_getrlimit, SYS_setrlimit, SYS_getrusage, SYS_uname,
+    SYS_sysinfo, SYS_getrandom,
+
+    // Looking for files. The host may read whatever its user may: models and libraries may be anywhere.
+    SYS_stat, SYS_lstat, SYS_fstat, SYS_newfstatat, SYS_statx, SYS_statfs, SYS_fstatfs, SYS_access, SYS_faccessat,
+    SYS_faccessat2, SYS_readlink, SYS_readlinkat, SYS_getxattr, SYS_lgetxattr, SYS_fgetxattr, SYS_listxattr,
+    SYS_llistxattr, SYS_flistxattr, SYS_getcwd, SYS_chdir, SYS_fchdir, SYS_umask,
+
+    // Opening files, to write them too: Landlock. What is read may be a terminal, a device or a fifo, and is then
+    // missing elsewhere; neither Landlock nor a filter can tell those from other files.
+    SYS_open, SYS_openat, SYS_openat2, SYS_creat, SYS_close, SYS_close_range,
+
+    // Writing, also to the standard output and error, which the client has too: there libraries say why they give up.
+    SYS_write, SYS_writev,
+
+    // Waiting, and descriptors that only this process has.
+    SYS_poll, SYS_ppoll, SYS_select, SYS_pselect6, SYS_epoll_create, SYS_epoll_create1, SYS_epoll_ctl, SYS_epoll_wait,
+    SYS_epoll_pwait, SYS_epoll_pwait2, SYS_eventfd, SYS_eventfd2, SYS_timerfd_create, SYS_timerfd_settime,
+    SYS_timerfd_gettime, SYS_signalfd, SYS_signalfd4, SYS_pipe, SYS_pipe2,
+};
+
+// Allowed for descriptors that the host has opened itself. The standard three are the client's too: a host that reads
+// them takes the client's input away, and where the client writes next and how long its file is would be the host's to
+// choose. No allowed call gives them another number.
+constexpr uint32_t kAllowedForOwnDescriptors[] = {
+    SYS_read, SYS_readv, SYS_pread64, SYS_preadv, SYS_preadv2, SYS_pwrite64, SYS_pwritev, SYS_pwritev2, SYS_lseek,
+    SYS_getdents, SYS_getdents64, SYS_readahead, SYS_fadvise64, SYS_fsync, SYS_fdatasync, SYS_ftruncate,
+    SYS_fallocate,
+};
+
+// The reports of sanitizers and of coverage start programs, stop threads from another process and write files.
+constexpr uint32_t kAllowedIfInstrumented[] = {
+    SYS_execve, SYS_execveat, SYS_fork, SYS_vfork, SYS_clone, SYS_wait4, SYS_waitid, SYS_ptrace, SYS_prctl, SYS_fcntl,
+    SYS_dup, SYS_dup2, SYS_dup3, SYS_mmap, SYS_mkdir, SYS_mkdirat, SYS_rename, SYS_renameat, SYS_unlink, SYS_unlinkat,
+    SYS_process_vm_readv,
 };
 // clang-format on
-
-// New processes and programs, and debugging.
-constexpr uint32_t kRefusedUnlessInstrumented[] = {SYS_execve, SYS_execveat, SYS_fork, SYS_vfork, SYS_ptrace};
 
 constexpr uint32_t kX32Bit = 0x4000'0000;  // of the numbers of a second set of calls
 constexpr uint32_t kFirstYounger = 457;    // Linux 6.7 ends before it
@@ -91,22 +124,106 @@ void AnswerIf(Instructions& filter, uint16_t comparison, uint32_t word, uint32_t
     Answer(filter, answer);
 }
 
-// Answers for `call` by the low half of an argument, which is all that the kernel reads of those asked about here.
+// An answer by the low half of an argument, which is all that the kernel reads of those asked about here.
 struct Case {
+    uint32_t argument;
     uint16_t comparison;
     uint32_t word;
     uint32_t answer;
 };
-void AnswerByArgument(Instructions& filter, uint32_t call, size_t argument, std::initializer_list<Case> cases,
-                      uint32_t otherwise) {
+
+// Answers for `call` as the first case says that applies; refuses it when none does.
+void AnswerByArguments(Instructions& filter, uint32_t call, const std::vector<Case>& cases) {
     Instructions answers;
-    Load(answers, offsetof(seccomp_data, args) + argument * sizeof(uint64_t));
-    for (const auto& [comparison, word, answer] : cases) {
+    for (const auto& [argument, comparison, word, answer] : cases) {
+        Load(answers, offsetof(seccomp_data, args) + argument * sizeof(uint64_t));
         AnswerIf(answers, comparison, word, answer);
     }
-    Answer(answers, otherwise);
+    Answer(answers, kRefuse);
     filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, static_cast<uint8_t>(answers.size())));
     filter.insert(filter.end(), answers.begin(), answers.end());
+}
+
+// Allows the call when the argument is one of these.
+void AllowOnly(Instructions& filter, uint32_t call, uint32_t argument, std::initializer_list<uint32_t> words) {
+    std::vector<Case> cases;
+    for (const uint32_t word : words) {
+        cases.push_back({argument, BPF_JEQ, word, kAllow});
+    }
+    AnswerByArguments(filter, call, cases);
+}
+
+// A private futex is one between threads of this process. At a word in shared memory other processes may wait. There
+// the host may wait and wake, but not move their waiters to another word, where no wake would reach them.
+void AllowFutexes(Instructions& filter) {
+    AnswerByArguments(filter, SYS_futex,
+                      {{1, BPF_JSET, FUTEX_PRIVATE_FLAG, kAllow},
+                       {1, BPF_JEQ, FUTEX_WAIT, kAllow},
+                       {1, BPF_JEQ, FUTEX_WAKE, kAllow},
+                       {1, BPF_JEQ, FUTEX_WAIT_BITSET, kAllow},
+                       {1, BPF_JEQ, FUTEX_WAIT_BITSET | FUTEX_CLOCK_REALTIME, kAllow},
+                       {1, BPF_JEQ, FUTEX_WAKE_BITSET, kAllow}});
+}
+
+// Calls that reach other processes, or do not, by an argument.
+void AllowForThisProcess(Instructions& filter) {
+    const auto self = static_cast<uint32_t>(getpid());
+    AllowOnly(filter, SYS_kill, 0, {self});
+    AllowOnly(filter, SYS_tgkill, 0, {self});
+    AllowOnly(filter, SYS_prlimit64, 0, {0});
+    AllowOnly(filter, SYS_move_pages, 0, {0});
+    // The runtime binds its threads, each by itself. No call changes a thread's priority, not its own either: a host of
+    // the superuser could leave other processes no time.
+    AllowOnly(filter, SYS_sched_setaffinity, 0, {0});
+    // Advice about this process's own mappings. Others take pages of a shared file away (MADV_REMOVE: the client would
+    // be ended by SIGBUS) or out of memory (MADV_PAGEOUT), share them with strangers (MADV_MERGEABLE), or call the
+    // machine's memory broken (MADV_HWPOISON).
+    AllowOnly(filter, SYS_madvise, 2,
+              {MADV_NORMAL, MADV_RANDOM, MADV_SEQUENTIAL, MADV_WILLNEED, MADV_DONTNEED, MADV_FREE, MADV_DONTFORK,
+               MADV_DOFORK, MADV_HUGEPAGE, MADV_NOHUGEPAGE, MADV_DONTDUMP, MADV_DODUMP, MADV_WIPEONFORK,
+               MADV_KEEPONFORK, MADV_POPULATE_READ, MADV_POPULATE_WRITE});
+    // What a terminal is and how much there is to read. Everything else changes the terminal of the client, types into
+    // it, sends signals to its processes, or changes attributes of files.
+    AllowOnly(filter, SYS_ioctl, 1, {TCGETS, TIOCGWINSZ, FIONREAD, FIOCLEX, FIONCLEX});
+}
+
+// The same for calls that reports need in other ways.
+void AllowUnlessForReports(Instructions& filter) {
+    constexpr uint32_t kFirstOwnDescriptor = STDERR_FILENO + 1;
+    for (const uint32_t call : kAllowedForOwnDescriptors) {
+        AnswerByArguments(filter, call, {{0, BPF_JGE, kFirstOwnDescriptor, kAllow}});
+    }
+    AnswerByArguments(filter, SYS_mmap,
+                      {{3, BPF_JSET, MAP_ANONYMOUS, kAllow}, {4, BPF_JGE, kFirstOwnDescriptor, kAllow}});
+    // Everything else sends signals to others (F_SETOWN; F_SETFL with O_ASYNC even without it on a terminal), holds up
+    // who opens a file (F_SETLEASE) or locks it (F_SETLK), changes how the client reads and writes (F_SETFL,
+    // F_SETPIPE_SZ), or gives a descriptor another number (F_DUPFD).
+    AllowOnly(filter, SYS_fcntl, 1, {F_GETFD, F_SETFD, F_GETFL, F_ADD_SEALS, F_GET_SEALS});
+    // Threads only. A filter cannot read the flags of `clone3`; the C library takes `clone` where there is none.
+    AnswerByArguments(filter, SYS_clone, {{0, BPF_JSET, kNamespaces, kRefuse}, {0, BPF_JSET, CLONE_THREAD, kAllow}});
+    // Of this process. Not among them: living on without the client (PR_SET_PDEATHSIG), being looked into by others
+    // (PR_SET_DUMPABLE, PR_SET_PTRACER), and sharing a processor with another process (PR_SCHED_CORE).
+    AllowOnly(
+        filter, SYS_prctl, 0,
+        {PR_SET_NAME, PR_GET_NAME, PR_SET_VMA, PR_GET_DUMPABLE, PR_GET_PDEATHSIG, PR_GET_NO_NEW_PRIVS, PR_GET_SECCOMP,
+         PR_CAPBSET_READ, PR_SET_TIMERSLACK, PR_GET_TIMERSLACK, PR_SET_THP_DISABLE, PR_GET_THP_DISABLE});
+}
+
+// In the order of their numbers, and those next to each other at once: the kernel goes through the filter with every
+// number when it starts to apply.
+void AllowRunsOfCalls(Instructions& filter) {
+    std::vector<uint32_t> calls(std::begin(kAllowed), std::end(kAllowed));
+    std::sort(calls.begin(), calls.end());
+    for (size_t first = 0, next = 0; first < calls.size(); first = next) {
+        next = first + 1;
+        while (next < calls.size() && calls[next] == calls[next - 1] + 1) {
+            ++next;
+        }
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, calls[first], 1, 0));
+        Answer(filter, kRefuse);
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JGT | BPF_K, calls[next - 1], 1, 0));
+        Answer(filter, kAllow);
+    }
 }
 
 Instructions MakeFilter() {
@@ -115,32 +232,25 @@ Instructions MakeFilter() {
     filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AUDIT_ARCH_X86_64, 1, 0));
     Answer(filter, kRefuse);  // the numbers of 32-bit calls mean something else
     Load(filter, offsetof(seccomp_data, nr));
-    for (const uint32_t call : kFrequent) {
-        AnswerIf(filter, BPF_JEQ, call, kAllow);
-    }
+    // The calls of every inference are decided first.
+    AllowFutexes(filter);
+    AnswerIf(filter, BPF_JEQ, SYS_sched_yield, kAllow);
     AnswerIf(filter, BPF_JGE, kX32Bit, kRefuse);
     AnswerIf(filter, BPF_JGE, kFirstYounger, kNoSuchCall);
-    for (const uint32_t call : kRefused) {
-        AnswerIf(filter, BPF_JEQ, call, kRefuse);
-    }
-    AnswerByArgument(filter, SYS_ioctl, 1, {{BPF_JEQ, TIOCSTI, kRefuse}, {BPF_JEQ, TIOCLINUX, kRefuse}}, kAllow);
-    AnswerByArgument(filter, SYS_prlimit64, 0, {{BPF_JEQ, 0, kAllow}}, kRefuse);
-    const auto self = static_cast<uint32_t>(getpid());
-    AnswerByArgument(filter, SYS_kill, 0, {{BPF_JEQ, self, kAllow}}, kRefuse);
-    AnswerByArgument(filter, SYS_tgkill, 0, {{BPF_JEQ, self, kAllow}}, kRefuse);
-    if (!kInstrumented) {
-        for (const uint32_t call : kRefusedUnlessInstrumented) {
-            AnswerIf(filter, BPF_JEQ, call, kRefuse);
+    if (kInstrumented) {
+        for (const uint32_t call : kAllowedForOwnDescriptors) {
+            AnswerIf(filter, BPF_JEQ, call, kAllow);
         }
-        // Threads only. A filter cannot read the flags of `clone3`; the C library takes `clone` where there is none.
-        AnswerIf(filter, BPF_JEQ, SYS_clone3, kNoSuchCall);
-        AnswerByArgument(filter, SYS_clone, 0, {{BPF_JSET, kNamespaces, kRefuse}, {BPF_JSET, CLONE_THREAD, kAllow}},
-                         kRefuse);
-        // The host goes on to die with its client, and its memory is not to be read by others.
-        AnswerByArgument(filter, SYS_prctl, 0,
-                         {{BPF_JEQ, PR_SET_PDEATHSIG, kRefuse}, {BPF_JEQ, PR_SET_DUMPABLE, kRefuse}}, kAllow);
+        for (const uint32_t call : kAllowedIfInstrumented) {
+            AnswerIf(filter, BPF_JEQ, call, kAllow);
+        }
+    } else {
+        AllowUnlessForReports(filter);
     }
-    Answer(filter, kAllow);
+    AllowForThisProcess(filter);
+    AnswerIf(filter, BPF_JEQ, SYS_clone3, kNoSuchCall);
+    AllowRunsOfCalls(filter);
+    Answer(filter, kRefuse);
     return filter;
 }
 

@@ -15,6 +15,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <utility>
 
 namespace Orvane::Platform {
@@ -216,7 +217,9 @@ bool Event::Set() {
     // Both sides first write and then read the other's word, so that at least one of them sees the other.
     word.signalled.store(1);
     if (word.waiters.load() != 0) {
-        syscall(SYS_futex, &word.signalled, FUTEX_WAKE, 1, nullptr, nullptr, 0);
+        // All waiters, though only one of them takes the signal. A program of the same user that has the word open for
+        // reading can wait for it too, and would otherwise be the one that is woken.
+        syscall(SYS_futex, &word.signalled, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
     }
     return true;
 }

@@ -11,10 +11,14 @@
 
 #include <fcntl.h>
 #include <linux/filter.h>
+#include <linux/fs.h>
+#include <linux/futex.h>
 #include <linux/landlock.h>
 #include <linux/seccomp.h>
+#include <linux/sockios.h>
 #include <sched.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -82,6 +86,10 @@ class SandboxFilter : public Sandbox {
         }
         return Outcome(result);
     }
+    static std::string Try(std::vector<long> words) {
+        words.resize(6, -1);
+        return Try(words[0], words[1], words[2], words[3], words[4], words[5]);
+    }
 };
 
 TEST_F(SandboxFilter, RefusesCalls) {
@@ -90,23 +98,26 @@ TEST_F(SandboxFilter, RefusesCalls) {
     constexpr long kOtherGetPid = SYS_getpid | 0x4000'0000;
     const auto list = [](auto... numbers) { return std::vector<long>{numbers...}; };
     const std::vector<long> calls =
-        list(SYS_socket, SYS_connect, SYS_sendmsg, SYS_process_vm_readv, SYS_process_vm_writev, SYS_pidfd_open,
-             SYS_pidfd_getfd, SYS_pidfd_send_signal, SYS_tkill, SYS_mount, SYS_umount2, SYS_move_mount, SYS_fsopen,
-             SYS_pivot_root, SYS_chroot, SYS_unshare, SYS_setns, SYS_swapon, SYS_open_by_handle_at,
-             SYS_name_to_handle_at, SYS_truncate, SYS_chmod, kFileMode, SYS_setxattr, SYS_setuid, SYS_setresgid,
-             SYS_add_key, SYS_keyctl, SYS_bpf, SYS_perf_event_open, SYS_userfaultfd, SYS_io_uring_setup,
-             SYS_init_module, SYS_finit_module, SYS_kexec_load, SYS_reboot, SYS_iopl, SYS_ioperm, kOtherGetPid);
+        list(SYS_socket, SYS_connect, SYS_sendmsg, SYS_recvfrom, SYS_shutdown, SYS_setsockopt, SYS_process_vm_writev,
+             SYS_process_madvise, SYS_process_mrelease, SYS_pidfd_open, SYS_pidfd_getfd, SYS_pidfd_send_signal,
+             SYS_tkill, SYS_rt_sigqueueinfo, SYS_rt_tgsigqueueinfo, SYS_kcmp, SYS_migrate_pages, SYS_setpgid,
+             SYS_setsid, SYS_setpriority, SYS_sched_setscheduler, SYS_sched_setparam, SYS_sched_setattr, SYS_ioprio_set,
+             SYS_shmat, SYS_shmctl, SYS_semop, SYS_msgsnd, SYS_mq_open, SYS_mq_unlink, SYS_mq_notify, SYS_mount,
+             SYS_umount2, SYS_move_mount, SYS_fsopen, SYS_pivot_root, SYS_chroot, SYS_unshare, SYS_setns, SYS_swapon,
+             SYS_quotactl, SYS_open_by_handle_at, SYS_name_to_handle_at, SYS_truncate, SYS_chmod, SYS_fchmod, kFileMode,
+             SYS_fchown, SYS_setxattr, SYS_utimensat, SYS_unlink, SYS_renameat2, SYS_link, SYS_symlinkat, SYS_mkdir,
+             SYS_mknod, SYS_flock, SYS_inotify_init1, SYS_fanotify_init, SYS_sync, SYS_syncfs, SYS_splice, SYS_vmsplice,
+             SYS_sendfile, SYS_copy_file_range, SYS_io_submit, SYS_setuid, SYS_setresgid, SYS_capset, SYS_add_key,
+             SYS_keyctl, SYS_bpf, SYS_perf_event_open, SYS_userfaultfd, SYS_io_uring_setup, SYS_memfd_secret,
+             SYS_personality, SYS_modify_ldt, SYS_seccomp, SYS_init_module, SYS_finit_module, SYS_kexec_load,
+             SYS_reboot, SYS_iopl, SYS_ioperm, SYS_syslog, SYS_clock_settime, SYS_sethostname, kOtherGetPid);
     Inside([&] {
         for (const long number : calls) {
-            EXPECT_EQ(Try(number), "EPERM") << "call " << number;
+            const bool isForReports = kInstrumented && (number == SYS_unlink || number == SYS_mkdir);
+            EXPECT_EQ(Try(number), isForReports ? "EFAULT" : "EPERM") << "call " << number;
         }
         EXPECT_EQ(Try(kMemorySeal), "ENOSYS");
-        const pid_t parent = getppid();
-        EXPECT_EQ(Try(SYS_kill, parent, 0), "EPERM");
-        EXPECT_EQ(Try(SYS_kill, 0, 0), "EPERM");
-        EXPECT_EQ(Try(SYS_tgkill, parent, parent, 0), "EPERM");
-        EXPECT_EQ(Try(SYS_prlimit64, parent, RLIM_NLIMITS, 0, 0), "EPERM");
-        EXPECT_EQ(Try(SYS_ioctl, STDIN_FILENO, TIOCSTI, 0), "EPERM");
+        EXPECT_EQ(Try(SYS_clone3), "ENOSYS");
         EXPECT_EQ(prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
         // What the runtime cannot do without, the tests of models in a host show; this they would not miss.
         cpu_set_t processors;
@@ -116,22 +127,118 @@ TEST_F(SandboxFilter, RefusesCalls) {
     });
 }
 
-TEST_F(SandboxFilter, RefusesProcesses) {
-    if (kInstrumented) {
-        GTEST_SKIP() << "the reports of sanitizers need processes and programs";
-    }
+struct Call {
+    std::vector<long> words;  // the number, and arguments
+    const char* harm;
+};
+
+// The arguments are real ones: each of these calls did what is written beside it, or would as the superuser.
+TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
     Inside([] {
-        constexpr long kThread = CLONE_THREAD | CLONE_SIGHAND | CLONE_VM;
-        EXPECT_EQ(Try(SYS_fork), "EPERM");
-        EXPECT_EQ(Try(SYS_clone, SIGCHLD, 0, 0, 0, 0), "EPERM");
-        EXPECT_EQ(Try(SYS_clone3, -1, 0), "ENOSYS");
-        EXPECT_EQ(Try(SYS_clone, kThread | CLONE_NEWUSER, 0, 0, 0, 0), "EPERM");
-        for (const long number : {SYS_execve, SYS_execveat, SYS_ptrace}) {
-            EXPECT_EQ(Try(number), "EPERM") << "call " << number;
+        const long parent = getppid();
+        constexpr long kPage = 4096;
+        const auto shared =
+            reinterpret_cast<long>(mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+        auto* const words = reinterpret_cast<uint32_t*>(shared);
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        int number = static_cast<int>(parent);
+        const auto pointer = reinterpret_cast<long>(&number);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(0, &one);
+        const Call calls[] = {
+            {{SYS_kill, parent, 0}, "a signal to the client"},
+            {{SYS_kill, 0, 0}, "a signal to the process group"},
+            {{SYS_tgkill, parent, parent, 0}, "a signal to a thread of the client"},
+            {{SYS_prlimit64, parent, RLIM_NLIMITS, 0, 0}, "limits of the client"},
+            {{SYS_sched_setaffinity, parent, sizeof one, reinterpret_cast<long>(&one)}, "processors of the client"},
+            {{SYS_move_pages, parent, 0, 0, 0, 0}, "memory of the client"},
+            {{SYS_madvise, shared, kPage, MADV_REMOVE}, "the client ends by SIGBUS"},
+            {{SYS_madvise, shared, kPage, MADV_PAGEOUT}, "pages of the client go"},
+            {{SYS_madvise, shared, kPage, MADV_MERGEABLE}, "pages in common with other processes"},
+            {{SYS_madvise, shared, kPage, MADV_HWPOISON}, "memory of the machine"},
+            {{SYS_futex, shared, FUTEX_REQUEUE, 1, 1, shared + 4}, "a waiter of the client sleeps elsewhere"},
+            {{SYS_futex, shared, FUTEX_CMP_REQUEUE, 1, 1, shared + 4}, "the same"},
+            {{SYS_ioctl, STDIN_FILENO, TIOCSTI, pointer}, "input for the shell"},
+            {{SYS_ioctl, STDIN_FILENO, TIOCLINUX, pointer}, "the console's selection"},
+            {{SYS_ioctl, STDIN_FILENO, TCSETS, pointer}, "the client's terminal"},
+            {{SYS_ioctl, STDIN_FILENO, TIOCSPGRP, pointer}, "who has the terminal"},
+            {{SYS_ioctl, STDIN_FILENO, FIONBIO, pointer}, "the client's reads fail"},
+            {{SYS_ioctl, ends[0], FIOASYNC, pointer}, "signals to the client"},
+            {{SYS_ioctl, ends[0], FIOSETOWN, pointer}, "signals to the client"},
+            {{SYS_ioctl, ends[0], SIOCSPGRP, pointer}, "signals to the client"},
+            {{SYS_ioctl, ends[0], FS_IOC_SETFLAGS, pointer}, "attributes of a file"},
+            {{SYS_ioctl, ends[0], FS_IOC_FSSETXATTR, pointer}, "attributes of a file"},
+            {{SYS_ioctl, ends[0], FICLONE, STDIN_FILENO}, "contents of a file"},
+        };
+        for (const Call& call : calls) {
+            EXPECT_EQ(Try(call.words), "EPERM") << call.harm << ": call " << call.words[0];
         }
-        EXPECT_EQ(Try(SYS_prctl, PR_SET_PDEATHSIG, 0), "EPERM");
-        EXPECT_EQ(Try(SYS_prctl, PR_SET_DUMPABLE, 1), "EPERM");
+        words[0] = 0;
+        EXPECT_EQ(Try(SYS_futex, shared, FUTEX_WAKE, 1), "done") << "the events are made of it";
+        EXPECT_EQ(Try(SYS_futex, shared, FUTEX_REQUEUE | FUTEX_PRIVATE_FLAG, 0, 0, shared + 4), "done");
+        EXPECT_EQ(Try(SYS_madvise, shared, kPage, MADV_HUGEPAGE), "done");
+    });
+}
+
+TEST_F(SandboxFilter, RefusesProcessesAndWhatTheClientsDescriptorsAreFor) {
+    if (kInstrumented) {
+        GTEST_SKIP() << "the reports of sanitizers need processes, programs and descriptors";
+    }
+    const TemporaryFolder folder;
+    InChild([&] {
+        const int log = open(folder.Path("log").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        ASSERT_EQ(dup2(log, STDIN_FILENO), STDIN_FILENO);
+        ASSERT_EQ(write(log, "lines", 5), 5);
+        EnterSandbox({});
+        const long parent = getppid();
+        constexpr long kThread = CLONE_THREAD | CLONE_SIGHAND | CLONE_VM;
+        constexpr long kPage = 4096;
+        f_owner_ex owner{F_OWNER_PID, static_cast<pid_t>(parent)};
+        struct flock whole {};
+        whole.l_type = F_WRLCK;
+        const auto lock = reinterpret_cast<long>(&whole);
+        const Call calls[] = {
+            {{SYS_fork}, "a process"},
+            {{SYS_clone, SIGCHLD, 0, 0, 0, 0}, "a process"},
+            {{SYS_clone, kThread | CLONE_NEWUSER, 0, 0, 0, 0}, "a namespace"},
+            {{SYS_execve}, "a program"},
+            {{SYS_execveat}, "a program"},
+            {{SYS_ptrace}, "a look into a process"},
+            {{SYS_wait4}, "a process"},
+            {{SYS_prctl, PR_SET_PDEATHSIG, 0}, "life after the client"},
+            {{SYS_prctl, PR_SET_DUMPABLE, 1}, "a look into this process"},
+            {{SYS_prctl, PR_SET_PTRACER, parent}, "a look into this process"},
+            {{SYS_prctl, PR_SCHED_CORE, 1, parent}, "processors of the client"},
+            {{SYS_prctl, PR_SET_CHILD_SUBREAPER, 1}, "children of others"},
+            {{SYS_fcntl, log, F_SETOWN, parent}, "signals to the client"},
+            {{SYS_fcntl, log, F_SETOWN_EX, reinterpret_cast<long>(&owner)}, "signals to the client"},
+            {{SYS_fcntl, log, F_SETSIG, SIGKILL}, "which signals"},
+            {{SYS_fcntl, log, F_SETFL, O_ASYNC}, "signals to the foreground of a terminal"},
+            {{SYS_fcntl, STDIN_FILENO, F_SETFL, O_NONBLOCK}, "the client's reads fail"},
+            {{SYS_fcntl, log, F_SETLEASE, F_WRLCK}, "who opens the file waits"},
+            {{SYS_fcntl, log, F_NOTIFY, DN_MODIFY}, "what others do in a folder"},
+            {{SYS_fcntl, log, F_SETLK, lock}, "who locks the file waits"},
+            {{SYS_fcntl, log, F_OFD_SETLK, lock}, "who locks the file waits"},
+            {{SYS_fcntl, STDIN_FILENO, F_SETPIPE_SZ, kPage}, "the client's pipe"},
+            {{SYS_fcntl, STDIN_FILENO, F_DUPFD, 0}, "another number for what is the client's"},
+            {{SYS_dup, STDIN_FILENO}, "the same"},
+            {{SYS_dup2, STDIN_FILENO, log}, "the same"},
+            {{SYS_read, STDIN_FILENO, 0, 0}, "the client's input"},
+            {{SYS_preadv, STDIN_FILENO, 0, 0, 0}, "the client's input"},
+            {{SYS_lseek, STDIN_FILENO, 0, SEEK_SET}, "where the client writes"},
+            {{SYS_pwrite64, STDIN_FILENO, 0, 0, 0}, "what the client wrote"},
+            {{SYS_ftruncate, STDIN_FILENO, 0}, "what the client wrote"},
+            {{SYS_fallocate, STDIN_FILENO, 0, 0, 1}, "what the client wrote"},
+            {{SYS_mmap, 0, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, STDIN_FILENO}, "what the client wrote"},
+        };
+        for (const Call& call : calls) {
+            EXPECT_EQ(Try(call.words), "EPERM") << call.harm << ": call " << call.words[0];
+        }
         EXPECT_EQ(prctl(PR_GET_DUMPABLE), 0);
+        EXPECT_EQ(Outcome(lseek(log, 0, SEEK_SET)), "done") << "a file of its own";
+        EXPECT_NE(mmap(nullptr, kPage, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, 0, 0), MAP_FAILED) << "no file";
     });
 }
 
@@ -179,7 +286,6 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
     InterpreterParams params;
     params.openvinoMakeCache = true;
     const std::string cache = params.openvinoCachePath = cacheFolder.Path("缓存.blob");
-    const std::string made = cacheFolder.Write("made", "here");
     const std::string other = otherFolder.Write("other", "there");
     std::filesystem::create_symlink(other, cacheFolder.Path("link"));
     const int inherited = open(otherFolder.Path("open").c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
@@ -190,11 +296,9 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
         EXPECT_EQ(Open(other, O_RDWR), "EACCES");
         EXPECT_EQ(Open(fresh, O_WRONLY | O_CREAT), "EACCES");
         EXPECT_EQ(Open("/dev/shm/orvane-sandbox-test", O_WRONLY | O_CREAT), "EACCES");
-        EXPECT_EQ(Outcome(mkdir(fresh.c_str(), 0700)), "EACCES");
-        EXPECT_EQ(Outcome(symlink("x", fresh.c_str())), "EACCES");
-        EXPECT_EQ(Outcome(mkfifo(fresh.c_str(), 0600)), "EACCES");
-        EXPECT_EQ(Outcome(unlink(other.c_str())), "EACCES");
-        EXPECT_EQ(Outcome(rename(other.c_str(), fresh.c_str())), "EACCES");
+        EXPECT_NE(Outcome(mkdir(fresh.c_str(), 0700)), "done");
+        EXPECT_NE(Outcome(unlink(other.c_str())), "done");
+        EXPECT_NE(Outcome(rename(other.c_str(), fresh.c_str())), "done");
         EXPECT_EQ(Outcome(write(inherited, "open", 4)), "done");
     };
     Inside(
@@ -204,8 +308,6 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
                 EXPECT_EQ(Open(cache, O_WRONLY | flags), "done") << flags;
             }
             EXPECT_EQ(Open(cacheFolder.Path("link"), O_WRONLY), "EACCES") << "a link that leads out of the folder";
-            EXPECT_EQ(Outcome(unlink(made.c_str())), "EACCES");
-            EXPECT_EQ(Outcome(rename(made.c_str(), cache.c_str())), "EACCES");
             EnterSandbox({});  // a second model without a cache takes nothing more away
             EXPECT_EQ(Open(cache, O_WRONLY | O_TRUNC), "done");
         },
@@ -219,7 +321,7 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
         },
         params);
     close(inherited);
-    EXPECT_EQ(cacheFolder.Names(), (std::vector<std::string>{"link", "made"}));
+    EXPECT_EQ(cacheFolder.Names(), std::vector<std::string>{"link"});
     EXPECT_EQ(otherFolder.Names(), (std::vector<std::string>{"open", "other"}));
 }
 
