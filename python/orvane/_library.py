@@ -1,10 +1,9 @@
-"""The library behind the package: where it is, its functions, and its failures as exceptions."""
+"""The shared library: where it is, and its functions."""
 
 from __future__ import annotations
 
 import atexit
 import ctypes
-import enum
 import importlib.metadata
 import importlib.util
 import os
@@ -12,6 +11,9 @@ import pathlib
 import sys
 from ctypes import POINTER, c_char_p, c_int32, c_int64, c_uint32, c_uint64, c_void_p
 from typing import Any, Callable, Optional, Union
+
+from ._errors import Reason, make_error
+from ._watch import Callback
 
 OPENVINO_RELEASE = "2026.4.1"
 ABI = 3
@@ -21,43 +23,6 @@ FOLDER = pathlib.Path(__file__).resolve().parent
 LIBRARY = FOLDER / ("bin/orvane_c.dll" if sys.platform == "win32" else "lib/liborvane_c.so.0")
 
 PathLike = Union[str, "os.PathLike[str]"]
-
-
-class Reason(enum.IntEnum):
-    """Why a call failed."""
-
-    REFUSED = 1  #: it cannot be done with this model, these files or these options
-    BAD_ARGUMENT = 2  #: what was passed is wrong whatever the model
-    NO_MEMORY = 3  #: there is not enough memory
-    HOST_ENDED = 4  #: the host process has ended
-    SYSTEM = 5  #: the system cannot do it
-    RUNTIME = 6  #: the inference runtime failed; the text is its own
-    CANCELLED = 7  #: a progress callback gave the call up
-
-
-class Error(Exception):
-    """A failed call. Its text says what was wrong and what to do."""
-
-    def __init__(self, message: str, reason: Reason, system: int = 0) -> None:
-        super().__init__(message, reason, system)
-        #: what kind of failure it is
-        self.reason = reason
-        #: the system's error number, or 0
-        self.system = system
-
-    def __str__(self) -> str:
-        return str(self.args[0])
-
-
-class HostEnded(Error):
-    """The host process has ended: it crashed, was killed, took longer than its time limit, or was interrupted.
-
-    The model stays so until ``restart()``. With ``retries`` a model restarts itself.
-    """
-
-
-Progress = ctypes.CFUNCTYPE(c_int32, c_void_p, c_int32)
-FileProgress = ctypes.CFUNCTYPE(c_int32, c_void_p, c_uint64, c_uint64)
 
 
 class Options(ctypes.Structure):
@@ -72,7 +37,7 @@ class Options(ctypes.Structure):
         ("make_cache", c_uint32),
         ("time_limit_ms", c_uint32),
         ("load_time_limit_ms", c_uint32),
-        ("progress", Progress),
+        ("progress", Callback),
         ("progress_user", c_void_p),
     ]
 
@@ -95,9 +60,11 @@ class Buffer(ctypes.Structure):
     _fields_ = [("struct_size", c_uint64), ("index", c_uint32), ("data", c_void_p), ("bytes", c_uint64)]
 
 
+DeviceSink = ctypes.CFUNCTYPE(None, ctypes.py_object, c_char_p, c_char_p)
+TensorSink = ctypes.CFUNCTYPE(None, c_void_p, c_int32, POINTER(Description))
 LogLine = ctypes.CFUNCTYPE(None, c_void_p, c_uint32, c_char_p)
 
-# Each function that is called: what it returns, and what it takes. An error is an address that `check` looks at.
+# The functions that are called: the result, and the arguments. An error is an address, for `check`.
 FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "orvane_abi": (c_uint32, ()),
     "orvane_version": (c_char_p, ()),
@@ -108,18 +75,17 @@ FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "orvane_describe": (c_void_p, (c_void_p, c_int32, c_uint32, POINTER(Description))),
     "orvane_infer": (c_void_p, (c_void_p, POINTER(Buffer), c_uint32, POINTER(Buffer), c_uint32)),
     "orvane_interrupt": (None, (c_void_p,)),
-    "orvane_encrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32, c_uint32, FileProgress, c_void_p)),
-    "orvane_decrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32, FileProgress, c_void_p)),
+    "orvane_encrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32, c_uint32, c_void_p, c_void_p)),
+    "orvane_decrypt_file": (c_void_p, (c_char_p, c_char_p, c_char_p, c_uint32, c_void_p, c_void_p)),
+    "orvane_list_devices": (c_void_p, (DeviceSink, ctypes.py_object)),
+    "orvane_describe_file": (c_void_p, (c_char_p, TensorSink, c_void_p)),
     "orvane_error_reason": (c_int32, (c_void_p,)),
     "orvane_error_system": (c_int32, (c_void_p,)),
     "orvane_error_message": (c_char_p, (c_void_p,)),
+    "orvane_error_host_end": (c_int32, (c_void_p,)),
     "orvane_error_free": (None, (c_void_p,)),
     "orvane_set_log": (None, (LogLine, c_void_p)),
 }
-
-# What the library's texts call things by, and this package's names for the same.
-NAMES = {"orvane_restart": "restart()", "host_program": "host", "time_limit_ms": "time_limit"}
-
 
 def runtime_folder() -> pathlib.Path:
     """The folder with the libraries of the installed OpenVINO, which must be the release that this library was linked
@@ -176,41 +142,27 @@ library = load()
 
 
 def check(error: Optional[int]) -> None:
-    """Raises what a function of the library returned, unless it is success."""
+    """Raises the error that a function of the library returned, if any."""
     if error is None:
         return
-    message = library.orvane_error_message(error).decode()
-    reason = Reason(library.orvane_error_reason(error))
-    system = library.orvane_error_system(error)
+    failure = make_error(library.orvane_error_message(error).decode(), Reason(library.orvane_error_reason(error)),
+                         library.orvane_error_system(error), library.orvane_error_host_end(error))
     library.orvane_error_free(error)
-    for name, own in NAMES.items():
-        message = message.replace(name, own)
-    raise (HostEnded if reason is Reason.HOST_ENDED else Error)(message, reason, system)
+    raise failure
 
 
-def encode(path: PathLike) -> bytes:
-    """A path as the library takes it, UTF-8 on every system."""
-    return os.fspath(path).encode("utf-8", "surrogateescape")
+def encode(text: PathLike) -> bytes:
+    """A text or a path as the library takes it, in UTF-8 on every system."""
+    encoded = os.fspath(text).encode("utf-8", "surrogateescape")
+    if b"\0" in encoded:
+        raise ValueError(f"{text!r} has a zero character")
+    return encoded
 
 
 def check_key(key: bytes) -> bytes:
-    if not isinstance(key, bytes) or not 1 <= len(key) <= 4:
-        raise ValueError(f"a key is 1 to 4 bytes, such as b'key!', not {key!r}")
+    if not isinstance(key, bytes):
+        raise TypeError(f"a key is bytes, such as b'key!', not {type(key).__name__}")
     return key
-
-
-def encrypt(source: PathLike, target: PathLike, key: bytes, *, pad: bool = False) -> None:
-    """Encrypts a model file with a key of 1 to 4 bytes, as ``Model(key=…)`` reads it.
-
-    ``target`` may be ``source``; it appears whole or not at all. A file whose last 4 MiB piece has 1 to 15 bytes would
-    not come back whole and is refused, unless ``pad`` lets it be filled up with what a reader of models skips.
-    """
-    check(library.orvane_encrypt_file(encode(source), encode(target), check_key(key), len(key), pad, FileProgress(), None))
-
-
-def decrypt(source: PathLike, target: PathLike, key: bytes) -> None:
-    """The other direction of ``encrypt``."""
-    check(library.orvane_decrypt_file(encode(source), encode(target), check_key(key), len(key), FileProgress(), None))
 
 
 _log_line: Optional[Callable[[int, str], None]] = None
@@ -222,21 +174,21 @@ def _forward(_user: Optional[int], level: int, text: bytes) -> None:
         line(level, text.decode("utf-8", "replace"))
 
 
-_FORWARD = LogLine(_forward)  # one for all sinks, since the library may still be calling it when another is set
-_NOBODY = LogLine()
+_FORWARD = LogLine(_forward)  # the same for all sinks: the library may still call it when another sink is set
+_DROP = LogLine()
 
 
 def set_log(line: Optional[Callable[[int, str], None]]) -> None:
-    """Gives the log lines of all models to ``line(level, text)``, or, with ``None``, to nobody, as at the start.
+    """Sends the log lines of all models to ``line(level, text)``; ``None``, the default, drops them.
 
-    It is called on the thread that logs, perhaps by several at once. The library's own lines have level 6.
+    ``line`` is called on the thread that logs, by several threads at once. Lines of this library have level 6.
     """
     global _log_line
     _log_line = line
-    library.orvane_set_log(_NOBODY if line is None else _FORWARD, None)
+    library.orvane_set_log(_DROP if line is None else _FORWARD, None)
 
 
-atexit.register(set_log, None)  # a line that is logged while the process ends finds no Python any more
+atexit.register(set_log, None)  # a line that is logged later would find no Python
 
 
 def version() -> str:

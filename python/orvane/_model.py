@@ -7,15 +7,21 @@ import ctypes
 import math
 import os
 import threading
-from typing import Any, Mapping, NoReturn, Optional, Sequence, Union
+import time
+from typing import Any, Callable, Mapping, NoReturn, Optional, Sequence, Union
 
 import numpy as np
 
-from ._library import Buffer, Description, HostEnded, Options, PathLike, check, check_key, encode, library
+from ._errors import Error, HostEnd, HostEnded, Reason
+from ._library import Buffer, Description, Options, PathLike, check, check_key, encode, library
 from ._static import Shapes, StaticModel, static_model
-from ._tensor import DTYPES, Tensor, check_target, convert
+from ._tensor import Tensor, check_target, convert, tensor_of
+from ._watch import ASK, Progress, Watch, answers, nothing
 
 Array = np.ndarray[Any, Any]
+
+# Ends for which the host itself is the reason, so that a new host may do better.
+CRASHES = (HostEnd.EXIT, HostEnd.SIGNAL, HostEnd.UNKNOWN)
 
 _forks = 0
 
@@ -30,7 +36,7 @@ if hasattr(os, "register_at_fork"):
 
 
 class ForkGuard:
-    """Tells the process that made something from one that was forked from it, where its threads and hosts are not."""
+    """Recognizes a forked process, which has neither the threads nor the hosts of its parent."""
 
     def __init__(self) -> None:
         self._made_at = _forks
@@ -40,8 +46,8 @@ class ForkGuard:
 
     def check(self) -> None:
         if self._made_at != _forks:
-            raise RuntimeError("this process was forked from the one that loaded the model: load it here, after the "
-                               "fork, or let multiprocessing start processes by \"spawn\"")
+            raise RuntimeError("this process was forked from the process that loaded the model: load the model after "
+                               "the fork, or let multiprocessing start processes with \"spawn\"")
 
 
 def refuse_copy(self: object) -> NoReturn:
@@ -51,131 +57,172 @@ def refuse_copy(self: object) -> NoReturn:
 
 
 class _Side:
-    """The inputs or the outputs of a model, and the structures that tell the library where their bytes are."""
+    """The inputs or the outputs of a model, and the structures that point the library to their arrays."""
 
     def __init__(self, handle: int, side: int) -> None:
-        self.word = ("input", "output")[side]
+        word = ("input", "output")[side]
         self.tensors = tuple(_describe(handle, side, i) for i in range(library.orvane_tensor_count(handle, side)))
         self.buffers = (Buffer * len(self.tensors))()
-        self.slots = list(self.buffers)  # the same ones, which an array makes anew whenever it is asked
+        self.slots = list(self.buffers)  # the same structures; indexing the array would make new objects each time
         for i, (tensor, buffer) in enumerate(zip(self.tensors, self.slots)):
             buffer.struct_size, buffer.index, buffer.bytes = ctypes.sizeof(Buffer), i, tensor.nbytes
-        problems = [f"{self._label(i)} {self._why_not(tensor)}" for i, tensor in enumerate(self.tensors)
-                    if tensor.nbytes == 0]
-        self.problem = "; ".join(problems)
-        #: what messages call each, its type and its shape; only those that can be copied have them
-        self.ports = [(self._label(i), tensor.dtype, tuple(size for size in tensor.shape if size is not None))
+        #: label, type and shape of each tensor, if the data of all can be copied
+        self.ports = [(f'{word} {i} "{tensor.name}"', tensor.dtype, tuple(size for size in tensor.shape if size is not None))
                       for i, tensor in enumerate(self.tensors) if tensor.dtype is not None]
 
-    def _label(self, index: int) -> str:
-        return f"{self.word} {index} {self.tensors[index].name!r}"
-
-    def _why_not(self, tensor: Tensor) -> str:
-        if tensor.dtype is None:
-            return "has an element type that is unknown here: export the model with another"
-        if None in tensor.shape and self.word == "output":
-            return f"has a shape that depends on the data, {tensor.dimensions()}: export the model with a fixed one"
-        if None in tensor.shape:
-            example = ", ".join("1" if dimension is None else str(dimension) for dimension in tensor.shape)
-            return (f"has a dynamic shape, {tensor.dimensions()}: load the model with one that fits, such as "
-                    f"shapes={{{tensor.name!r}: ({example},)}}")
-        if tensor.shape == ():
-            return "has no dimensions: export the model with [1]"
-        if 0 in tensor.shape:
-            return "has no elements"
-        return "is too large: in this process, host=False, there is more room"
+    def problem(self) -> str:
+        problems = [tensor.problem for tensor in self.tensors if tensor.problem]
+        dynamic = {tensor.name: tuple(size or 1 for size in tensor.shape) for tensor in self.tensors
+                   if None in tensor.shape}
+        if dynamic and self.ports and self.ports[0][0].startswith("input"):
+            problems.append(f"for example (adjust the sizes): shapes={dynamic}")
+        return "; ".join(problems)
 
 
 def _address(array: Array) -> int:
-    """Of the array's bytes, which are in C order. The first way takes a third of the time of the other."""
+    """The address of an array in C order. The first way takes a third of the time of the other."""
     if array.flags.writeable:
         return ctypes.addressof(ctypes.c_char.from_buffer(array))  # type: ignore[arg-type]  # a buffer
     return array.ctypes.data
 
 
 def _describe(handle: int, side: int, index: int) -> Tensor:
-    told = Description(struct_size=ctypes.sizeof(Description))
-    check(library.orvane_describe(handle, side, index, told))
-    shape = tuple(None if dimension < 0 else int(dimension) for dimension in told.dimensions[:told.rank])
-    return Tensor(told.name.decode(), DTYPES.get(told.element_type), shape, told.byte_size)
+    description = Description(struct_size=ctypes.sizeof(Description))
+    check(library.orvane_describe(handle, side, index, description))
+    return tensor_of(description)
 
 
-def _milliseconds(seconds: float) -> int:
+def _milliseconds(name: str, seconds: float) -> int:
     if not 0 < seconds < 4_000_000:
-        raise ValueError(f"time_limit is a number of seconds above 0 and below 4,000,000, not {seconds!r}")
+        raise ValueError(f"{name} is a number of seconds above 0 and below 4,000,000, not {seconds!r}")
     return math.ceil(seconds * 1000)
 
 
 def _options(path: PathLike, host: Union[bool, PathLike], device: Optional[str], cache: Optional[PathLike],
-             make_cache: bool, key: Optional[bytes], time_limit: Optional[float]) -> Options:
-    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path), make_cache=make_cache)
+             make_cache: bool, key: Optional[bytes], time_limit: Optional[float],
+             load_time_limit: Optional[float]) -> Options:
+    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path), make_cache=make_cache, progress=ASK)
     if host is not False:
         options.host_program = b"" if host is True else encode(host)
     if device is not None:
-        options.device = device.encode()
+        options.device = encode(device)
     if cache is not None:
         options.cache_path = encode(cache)
     if key is not None:
         options.key, options.key_size = check_key(key), len(key)
     if time_limit is not None:
-        options.time_limit_ms = _milliseconds(time_limit)
+        options.time_limit_ms = _milliseconds("time_limit", time_limit)
+    if load_time_limit is not None:
+        options.load_time_limit_ms = _milliseconds("load_time_limit", load_time_limit)
     return options
 
 
 class Model:
-    """A model that is loaded, in this process or in a host process of its own.
+    """A loaded model.
 
-    Several threads may use it; they run one after the other.
+    It runs in this process or in its own host process. Several threads may use it; they run one after the other.
 
     Args:
-        path: The model file that OpenVINO reads: ``.xml`` with its ``.bin``, ``.onnx``, ``.tflite``, ``.pb``.
-        host: ``True`` runs it in a host process, whose death is an exception; a path names another host program.
-        device: A device of OpenVINO; the CPU unless given.
-        cache: File for the compiled model, which is loaded from there when it exists.
-        make_cache: Writes that file when it does not exist; whole, or not at all.
-        key: The model file is encrypted with this key of 1 to 4 bytes.
-        time_limit: Seconds that one call may wait for the host, loading included; then the host is ended.
-        shapes: Fixed shapes for dynamic inputs, by name or index. This process reads the model with OpenVINO's own
-            package, and writes a temporary copy with these shapes. ``close`` or the end of the program removes it.
-        retries: How often a run whose host ends is tried again, on a new host.
+        path: The model file: ``.xml`` with its ``.bin``, ``.onnx``, ``.tflite`` or ``.pb``.
+        host: ``True`` runs the model in a host process: if it crashes there, your call raises ``HostEnded``. A path
+            selects another host program.
+        device: A device of OpenVINO; by default, the CPU.
+        cache: A file for the compiled model. If it exists, the model is loaded from it.
+        make_cache: Writes that file if it does not exist.
+        key: The 1 to 4 bytes with which ``encrypt`` has encrypted the model file.
+        time_limit: Seconds that a call may wait for the host. After that the host is ended.
+        load_time_limit: The same for loading; by default, ``time_limit``.
+        shapes: Fixed shapes for dynamic inputs, by name or index. OpenVINO reads the model in this process and writes a
+            temporary copy with these shapes. ``close`` or the end of the program removes it.
+        retries: How often ``run`` loads the model in a new host and runs it again after its host has crashed. ``run``
+            does not try again after ``interrupt``, nor when its attempts have taken ``time_limit`` together.
+        progress: Called with a ``LoadStep`` at each step of loading, and about five times a second while a call
+            waits for the host. An exception that it raises cancels the call: the host is ended, and the call raises
+            that exception. It may call ``interrupt``, but no other method of this model.
 
     Raises:
         Error: The model cannot be loaded.
+        NoSuchFile: There is no such model file.
+        TypeError, ValueError: An argument is wrong.
     """
+
+    __reduce__ = refuse_copy
 
     _handle: Optional[int] = None
     _static: Optional[StaticModel] = None
-    __reduce__ = refuse_copy
 
     def __init__(self, path: PathLike, *, host: Union[bool, PathLike] = False, device: Optional[str] = None,
                  cache: Optional[PathLike] = None, make_cache: bool = False, key: Optional[bytes] = None,
-                 time_limit: Optional[float] = None, shapes: Optional[Shapes] = None, retries: int = 0) -> None:
+                 time_limit: Optional[float] = None, load_time_limit: Optional[float] = None,
+                 shapes: Optional[Shapes] = None, retries: int = 0, progress: Optional[Progress] = None) -> None:
         if retries < 0 or (retries and host is False):
-            raise ValueError("retries is how often a run is tried again on a new host: 0 or more, and with a host only")
-        self._static = static_model(path, shapes, key)
+            raise ValueError("retries needs a host, and is 0 or more: pass host=True, or leave retries out")
         self._name = os.path.basename(os.fspath(path))
+        self._has_host = host is not False
+        self._host_ended = False
         self._retries = retries
+        self._time_limit = math.inf if time_limit is None else time_limit
+        self._interrupts = 0
         self._forked = ForkGuard()
-        self._turn = threading.Lock()  # of the thread that uses the model
-        self._life = threading.Lock()  # held for ending the host, and for the model's end
+        self._turn = threading.RLock()  # held by the thread that uses the model
+        self._life = threading.RLock()  # held for ending the host and for closing the model
+        self._is_called = False  # the thread that holds `_turn` is inside the library
+        self._watch = Watch(progress)
+        self._answers = answers(self._watch)
+        next(self._answers)
+        self._static = static_model(path, shapes, key)
+        options = _options(self._static.file if self._static else path, host, device, cache, make_cache, key,
+                           time_limit, load_time_limit)
+        options.progress_user = id(self._answers)
         handle = ctypes.c_void_p()
-        file = self._static.file if self._static else path
         try:
-            check(library.orvane_open(_options(file, host, device, cache, make_cache, key, time_limit), handle))
+            self._call(library.orvane_open, options, handle)
             self._handle = handle.value
             self._look(self._usable())
         except BaseException:
+            self._handle = handle.value  # a signal handler may have raised just after the library had returned
             self.close()
             raise
 
     def _look(self, handle: int) -> None:
         self._inputs, self._outputs = _Side(handle, 0), _Side(handle, 1)
-        self._problem = "; ".join(side.problem for side in (self._inputs, self._outputs) if side.problem)
+        self._problem = self._inputs.problem() or self._outputs.problem()
+
+    def _refuse_nested_call(self) -> None:
+        if self._is_called:
+            raise RuntimeError("this thread is inside a call of the model: signal handlers, progress callbacks and log "
+                               "callbacks may only call interrupt()")
 
     def _usable(self) -> int:
+        self._refuse_nested_call()
         if self._handle is None:
             raise ValueError("the model is closed: load it again")
         return self._handle
+
+    def _call(self, function: Any, *arguments: Any, check_on: Callable[[], object] = nothing) -> None:
+        """Calls a function of the library. Raises its error, or what a signal handler, ``progress`` or ``check_on`` has
+        raised meanwhile."""
+        self._watch.check_on = check_on
+        self._is_called = True
+        try:
+            error = function(*arguments)
+        finally:
+            self._is_called = False
+        failure, self._watch.failure = self._watch.failure, None
+        if error is None and failure is None:
+            return
+        try:
+            check(error)
+        except Error as failed:
+            if failed.reason in (Reason.HOST_ENDED, Reason.CANCELLED):
+                self._host_ended = self._has_host
+            if failure is None:
+                raise
+        if failure is not None:
+            try:
+                raise failure
+            finally:
+                del failure  # it refers to this frame
 
     @property
     def inputs(self) -> tuple[Tensor, ...]:
@@ -191,50 +238,57 @@ class Model:
         """Runs the model once.
 
         Args:
-            arrays: The inputs, in the model's order: arrays, or what numpy makes arrays of, of the input's shape, in any
-                memory order. Their element type is the input's, or one whose values it holds without loss.
-            out: Where the outputs go: an array for each, of its type and shape, in C order; or the only one.
-            by_name: The other inputs, by their names.
+            arrays: The inputs, in the model's order: arrays of the input's shape, or lists of numbers. The element type
+                must be the input's, or convert to it without loss. Any memory order will do.
+            out: Arrays for the outputs, of their types and shapes, in C order; or one array for the only output.
+            by_name: The other inputs, by name.
 
         Returns:
             The outputs, in the model's order: new arrays, or those of ``out``.
 
         Raises:
-            TypeError, ValueError: An input is missing or is not what the model wants; the text names it.
+            TypeError, ValueError: An input is missing or does not fit. The text names it.
             HostEnded: The host process has ended, more often than ``retries`` allows.
-            Error: The model failed.
+            Error: The model failed, or it has a tensor that cannot be copied.
         """
-        self._forked.check()  # before the lock, which another thread may have held when the process was copied
+        self._forked.check()  # before the lock: another thread may have held it during the fork
         by_position: Sequence[Any] = arrays
         if by_name or len(arrays) != len(self._inputs.tensors):
             by_position = self._in_order(arrays, by_name)
         with self._turn:
             handle = self._usable()
             if self._problem:
-                raise ValueError(self._problem)
+                raise Error(self._problem, Reason.REFUSED)
             sent = self._point_at_inputs(by_position)
             results = self._point_at_outputs(out)
-            self._infer(handle, len(sent), len(results))
+            call = (library.orvane_infer, handle, self._inputs.buffers, len(sent), self._outputs.buffers, len(results))
+            if self._retries:
+                self._call_with_retries(handle, call)
+            else:
+                self._call(*call)
         return results
 
     async def run_async(self, *arrays: Any, out: Union[None, Array, Sequence[Array]] = None,
                         **by_name: Any) -> list[Array]:
-        """``run``, on a thread, while other tasks go on.
+        """``run`` on another thread, for ``await``.
 
-        A task that is cancelled no longer waits, but what runs, runs on: ``interrupt`` ends it, with its host.
+        If you cancel the task, the run goes on. ``interrupt`` ends it, with its host.
         """
         return await asyncio.to_thread(self.run, *arrays, out=out, **by_name)
 
     def _in_order(self, arrays: Sequence[Any], by_name: Mapping[str, Any]) -> Sequence[Any]:
         names = [tensor.name for tensor in self._inputs.tensors]
         if len(arrays) > len(names):
-            raise TypeError(f"the model has {len(names)} inputs, {names}, and {len(arrays)} arrays were given")
+            raise TypeError(f"the model has {len(names)} inputs, {names}, but {len(arrays)} arrays were given")
+        if arrays and isinstance(arrays[0], Mapping):
+            raise TypeError(f"run takes no {type(arrays[0]).__name__}: pass inputs by name as run(**inputs)")
         rest = names[len(arrays):]
         if unknown := [name for name in by_name if name not in rest]:
-            raise TypeError(f"there is no input {unknown[0]!r}" + (", or it was given twice" if unknown[0] in names else
-                                                                   f": the model has {names}"))
+            raise TypeError(f"input {unknown[0]!r} was given twice, by position and by name" if unknown[0] in names else
+                            f"the model has no input {unknown[0]!r}: its inputs are {names}")
         if missing := [name for name in rest if name not in by_name]:
-            raise TypeError(f"nothing was given for {', '.join(map(repr, missing))}: the model has the inputs {names}")
+            hint = "; pass a list of inputs as run(*inputs)" if isinstance((*arrays, None)[0], (list, tuple)) else ""
+            raise TypeError(f"no array was given for {', '.join(map(repr, missing))}: the model's inputs are {names}{hint}")
         return (*arrays, *(by_name[name] for name in rest))
 
     def _point_at_inputs(self, arrays: Sequence[Any]) -> list[Array]:
@@ -254,44 +308,69 @@ class Model:
         else:
             results = [out] if isinstance(out, np.ndarray) else list(out)
             if len(results) != len(ports):
-                raise ValueError(f"the model has {len(ports)} outputs, and out has {len(results)} arrays")
+                raise ValueError(f"the model has {len(ports)} outputs, but out has {len(results)} arrays")
             for array, (label, dtype, shape) in zip(results, ports):
-                check_target(array, label, dtype, shape)
+                if not (type(array) is np.ndarray and array.dtype == dtype and array.shape == shape
+                        and array.flags.carray):
+                    check_target(array, label, dtype, shape)
         for array, buffer in zip(results, self._outputs.slots):
             buffer.data = _address(array)
         return results
 
-    def _infer(self, handle: int, inputs: int, outputs: int) -> None:
+    def _call_with_retries(self, handle: int, call: tuple[Any, ...]) -> None:
+        interrupts, left, start = self._interrupts, self._time_limit, time.monotonic()
+
+        def check_time() -> None:
+            if time.monotonic() - start > left:
+                raise HostEnded(f"the attempts to run the model have taken longer than its time limit of "
+                                f"{self._time_limit} s together, and the host process was ended: restart the model",
+                                cause=HostEnd.TIME_LIMIT)
+
         for attempt in range(self._retries + 1):
             try:
                 if attempt:
-                    check(library.orvane_restart(handle))
-                check(library.orvane_infer(handle, self._inputs.buffers, inputs, self._outputs.buffers, outputs))
+                    self._restart(handle)
+                    start = time.monotonic()
+                self._call(*call, check_on=check_time if attempt else nothing)
                 return
-            except HostEnded:
-                if attempt == self._retries:
+            except HostEnded as error:
+                left -= time.monotonic() - start
+                start = time.monotonic()
+                if attempt == self._retries or error.cause not in CRASHES or self._interrupts != interrupts or left <= 0:
                     raise
 
+    def _restart(self, handle: int) -> None:
+        self._call(library.orvane_restart, handle)
+        self._host_ended = False
+
     def restart(self) -> None:
-        """Loads the model again, in a new host process where it has one: after ``HostEnded``."""
+        """Loads the model again: after ``HostEnded``, or because the file has changed. A model with a host gets a new
+        host process.
+
+        Raises:
+            Error: The model cannot be loaded. A model in this process is then as before.
+        """
         self._forked.check()
         with self._turn:
             handle = self._usable()
-            check(library.orvane_restart(handle))
+            self._restart(handle)
             self._look(handle)
 
     def interrupt(self) -> None:
-        """Ends the host process, from any thread: a call that waits for it raises ``HostEnded`` within 0.2 s, and
-        so does the next one. Does nothing for a model in this process."""
+        """Ends the host process, from any thread: a call that waits for it raises ``HostEnded`` within 0.2 s, and so does
+        the next call. Does nothing for a model in this process."""
         self._forked.check()
         with self._life:
             if self._handle is not None:
+                self._interrupts += 1
+                self._host_ended = self._has_host
                 library.orvane_interrupt(self._handle)
 
     def close(self) -> None:
-        """Ends the host process and frees the model, after the run that is under way. May be called again."""
-        if self._handle is not None and not self._forked.is_copy():  # a copy has neither the host nor the threads
+        """Ends the host process and frees the model, after the current run. You may call it again."""
+        if self._handle is not None and not self._forked.is_copy():  # a fork has neither the host nor the threads
             with self._turn, self._life:
+                self._refuse_nested_call()
                 handle, self._handle = self._handle, None
                 library.orvane_close(handle)
         if self._static is not None:
@@ -307,5 +386,7 @@ class Model:
         self.close()
 
     def __repr__(self) -> str:
+        state = ("closed" if self._handle is None else "in this process" if not self._has_host else
+                 "host process ended" if self._host_ended else "in a host process")
         inputs, outputs = ("; ".join(map(str, side.tensors)) for side in (self._inputs, self._outputs))
-        return f"<orvane.Model {self._name!r}: {inputs} -> {outputs}>"
+        return f"<orvane.Model {self._name!r}, {state}: {inputs} -> {outputs}>"

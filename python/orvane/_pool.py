@@ -6,11 +6,13 @@ import collections
 import concurrent.futures
 import os
 import queue
+import threading
 from typing import Any, Iterable, Iterator, Literal, Mapping, Optional, Union, overload
 
-from ._library import HostEnded, PathLike
+from ._library import PathLike
 from ._model import Array, ForkGuard, Model, refuse_copy
 from ._static import Shapes, static_model
+from ._watch import LoadStep
 
 Results = concurrent.futures.Future[list[Array]]
 
@@ -22,16 +24,18 @@ class Pool:
         path: The model file.
         size: The number of hosts; by default, the number of processors.
         host: ``True``, or the path of another host program.
-        device, cache, make_cache, key, time_limit, shapes: As for ``Model``.
+        device, cache, make_cache, key, time_limit, load_time_limit, shapes: As for ``Model``.
         retries: How often an item is tried again on a new host if its host crashes.
+
+    Use it in a ``with`` block. If Ctrl-C ends the block, all hosts are ended at once.
     """
 
     __reduce__ = refuse_copy
 
     def __init__(self, path: PathLike, size: Optional[int] = None, *, host: Union[bool, PathLike] = True,
                  device: Optional[str] = None, cache: Optional[PathLike] = None, make_cache: bool = False,
-                 key: Optional[bytes] = None, time_limit: Optional[float] = None, shapes: Optional[Shapes] = None,
-                 retries: int = 0) -> None:
+                 key: Optional[bytes] = None, time_limit: Optional[float] = None,
+                 load_time_limit: Optional[float] = None, shapes: Optional[Shapes] = None, retries: int = 0) -> None:
         size = size if size is not None else os.cpu_count() or 1
         if size < 1:
             raise ValueError(f"size is the number of hosts: at least 1, not {size}")
@@ -41,10 +45,17 @@ class Pool:
         self._static = static_model(path, shapes, key)  # one for all hosts
         file = self._static.file if self._static else path
 
+        self._hurry = hurry = threading.Event()  # ends the hosts in the middle of their work
+
+        def progress(_: LoadStep) -> None:
+            if hurry.is_set():
+                raise concurrent.futures.CancelledError("the pool was closed by an exception")
+
         def load(_: int) -> Model:
             return Model(file, host=host, device=device, cache=cache, make_cache=make_cache, key=key,
-                         time_limit=time_limit, retries=retries)
+                         time_limit=time_limit, load_time_limit=load_time_limit, retries=retries, progress=progress)
 
+        self._is_open = True
         self._forked = ForkGuard()
         self._models: list[Model] = []
         self._idle: queue.SimpleQueue[Model] = queue.SimpleQueue()
@@ -54,6 +65,7 @@ class Pool:
                 self._models.append(model)
                 self._idle.put(model)
         except BaseException:
+            self._hurry.set()
             self.close()
             raise
 
@@ -112,10 +124,9 @@ class Pool:
     def _run(self, arrays: tuple[Any, ...], by_name: Mapping[str, Any]) -> list[Array]:
         model = self._idle.get()
         try:
+            if model._host_ended:
+                model.restart()
             return model.run(*arrays, **by_name)
-        except HostEnded:
-            model.restart()  # for the next item
-            raise
         finally:
             self._idle.put(model)
 
@@ -123,6 +134,7 @@ class Pool:
         """Ends all hosts after the current runs. Items that still wait are cancelled. You may call it again."""
         if self._forked.is_copy():
             return
+        self._is_open = False
         self._threads.shutdown(cancel_futures=True)
         for model in self._models:
             model.close()
@@ -132,5 +144,10 @@ class Pool:
     def __enter__(self) -> Pool:
         return self
 
-    def __exit__(self, *_: object) -> None:
+    def __exit__(self, exception: Optional[type[BaseException]], *_: object) -> None:
+        if exception is not None and not issubclass(exception, Exception):  # KeyboardInterrupt, for example
+            self._hurry.set()
         self.close()
+
+    def __repr__(self) -> str:
+        return f"<orvane.Pool {self._name!r}: {self.size} hosts{'' if self._is_open else ', closed'}>"

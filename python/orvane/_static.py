@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import errno
 import operator
 import os
 import pathlib
@@ -11,7 +10,8 @@ import tempfile
 import weakref
 from typing import Any, Mapping, Optional, Sequence, Union
 
-from ._library import Error, PathLike, Reason
+from ._errors import Error, NoSuchFile, Reason
+from ._library import PathLike
 
 Shapes = Mapping[Union[str, int], Sequence[int]]
 
@@ -50,6 +50,49 @@ class StaticModel(TemporaryFolder):
             raise
 
 
+def reshape(path: PathLike, shapes: Shapes, out: PathLike) -> None:
+    """Writes a model file with fixed shapes for its inputs, in OpenVINO's own form.
+
+    OpenVINO reads the file in this process: no host protects your program from a damaged file.
+
+    Args:
+        path: The model file.
+        shapes: A shape for each dynamic input, and for others if you like, by name or index.
+        out: The new model: a name that ends in ``.xml``. The weights are written beside it, to a ``.bin``. Both files
+            appear or none does. They replace older ones.
+
+    Raises:
+        ValueError: A shape does not fit, or a dynamic input has none.
+        NoSuchFile: There is no such model file.
+        Error: OpenVINO cannot read or change the model.
+        OSError: The files cannot be written.
+    """
+    target = pathlib.Path(out)
+    if target.suffix != ".xml":
+        raise ValueError(f"out is the path of an .xml file, not {os.fspath(out)!r}")
+    with tempfile.TemporaryDirectory(prefix="orvane-", dir=target.parent) as folder:
+        made = pathlib.Path(folder) / target.name
+        _save(pathlib.Path(path), shapes, made)
+        _replace_both(made, target)
+
+
+def _replace_both(made: pathlib.Path, target: pathlib.Path) -> None:
+    """Moves an .xml file and its .bin to ``target``; if that fails, the files that were there stay."""
+    weights, before = target.with_suffix(".bin"), made.with_suffix(".before")
+    had_weights = weights.exists()
+    if had_weights:
+        weights.replace(before)
+    try:
+        made.with_suffix(".bin").replace(weights)
+        made.replace(target)
+    except BaseException:
+        if had_weights:
+            before.replace(weights)
+        else:
+            weights.unlink(missing_ok=True)
+        raise
+
+
 def static_model(path: PathLike, shapes: Optional[Shapes], key: Optional[bytes]) -> Optional[StaticModel]:
     """For the arguments of ``Model``: nothing without shapes."""
     if not shapes:
@@ -76,7 +119,7 @@ def _save(source: pathlib.Path, shapes: Shapes, target: pathlib.Path) -> None:
 
     wanted = {which: _dimensions(which, shape) for which, shape in shapes.items()}
     if not source.is_file():
-        raise Error(f"there is no model file {source}", Reason.SYSTEM, errno.ENOENT)
+        raise NoSuchFile(f"there is no model file {source}")
     try:
         model: Any = openvino.Core().read_model(source)
         model.reshape({_input(model, which, shape): shape for which, shape in wanted.items()})

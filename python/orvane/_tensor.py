@@ -1,13 +1,16 @@
-"""What a model's tensors are, and how arrays become what they want."""
+"""The tensors of a model, and the conversion of arrays for them."""
 
 from __future__ import annotations
 
 import dataclasses
-from typing import Any, Optional
+import reprlib
+from typing import Any, Mapping, Optional
 
 import numpy as np
 
-# By the numbers that the library gives them.
+from ._library import Description
+
+# By the library's numbers.
 DTYPES: dict[int, np.dtype[Any]] = {
     number: np.dtype(name)
     for number, name in enumerate(
@@ -20,68 +23,75 @@ DTYPES: dict[int, np.dtype[Any]] = {
 class Tensor:
     """An input or an output of a model."""
 
-    #: the model's name for it
     name: str
-    #: the type of its elements; ``None`` for one that numpy or the library does not have, which cannot be copied
+    """Its name in the model."""
     dtype: Optional[np.dtype[Any]]
-    #: its dimensions, outermost first; ``None`` for a dynamic one
+    """The type of its elements; ``None`` if the library does not support it."""
     shape: tuple[Optional[int], ...]
-    #: bytes of all elements; 0 for what cannot be copied
+    """Its dimensions, outermost first; ``None`` for a dynamic dimension."""
     nbytes: int
-
-    def dimensions(self) -> str:
-        """The shape as a text, with ``?`` for a dynamic dimension."""
-        return "[" + ", ".join("?" if dimension is None else str(dimension) for dimension in self.shape) + "]"
+    """The bytes of all elements; 0 if the data cannot be copied."""
+    problem: Optional[str] = None
+    """Why the data cannot be copied and what to do; ``None`` if it can."""
 
     def __str__(self) -> str:
-        return f"{self.name!r} {self.dtype or 'unknown element type'} {self.dimensions()}"
+        dimensions = ", ".join("?" if dimension is None else str(dimension) for dimension in self.shape)
+        return f"{self.name!r} {self.dtype or 'unknown element type'} [{dimensions}]"
 
 
-def _typed(value: Any, label: str, wanted: np.dtype[Any]) -> np.ndarray[Any, Any]:
-    """Of plain numbers in lists, which have no element type: the wanted one, if it holds them."""
+def tensor_of(description: Description) -> Tensor:
+    shape = tuple(None if dimension < 0 else int(dimension) for dimension in description.dimensions[:description.rank])
+    problem = description.problem.decode() if description.problem else None
+    return Tensor(description.name.decode(), DTYPES.get(description.element_type), shape, description.byte_size, problem)
+
+
+def _typed(value: Any, needs: str, dtype: np.dtype[Any]) -> np.ndarray[Any, Any]:
+    """An array of plain numbers in lists. They have no element type: they get this one if it holds them."""
     try:
         plain = np.asarray(value)
     except ValueError as error:  # lists of different lengths
-        raise ValueError(f"{label} wants {wanted}, and got what is no array: {error}") from None
-    if plain.dtype.kind not in "biuf" or (plain.dtype.kind == "f" and wanted.kind != "f"):
-        raise TypeError(f"{label} wants {wanted}, and got {plain.dtype}")
-    if (plain.dtype.kind == "b") != (wanted.kind == "b") and plain.size:
-        raise TypeError(f"{label} wants {wanted}, and got {plain.dtype}")
+        raise ValueError(f"{needs}, but got lists that are no array: {error}") from None
+    if (plain.dtype.kind not in "biuf" or (plain.dtype.kind == "f" and dtype.kind != "f")
+            or ((plain.dtype.kind == "b") != (dtype.kind == "b") and plain.size)):
+        raise TypeError(f"{needs}, but got {reprlib.repr(value)} of type {plain.dtype}")
     with np.errstate(over="ignore"):
-        converted = plain.astype(wanted)
-    is_kept = np.isfinite(converted) | ~np.isfinite(plain) if wanted.kind == "f" else converted == plain
+        converted = plain.astype(dtype)
+    is_kept = np.isfinite(converted) | ~np.isfinite(plain) if dtype.kind == "f" else converted == plain
     if not np.all(is_kept):
-        raise ValueError(f"{label} wants {wanted}, which does not hold {plain[~is_kept].flat[0]}")
+        raise ValueError(f"{needs}, but {plain[~is_kept].flat[0]} does not fit into {dtype}")
     return converted
 
 
 def convert(value: Any, label: str, dtype: np.dtype[Any], shape: tuple[int, ...]) -> np.ndarray[Any, Any]:
-    """The value as the bytes that the library reads: of this type and shape, in C order. Raises where that loses
-    something. What is so already is not copied."""
+    """The value as an array of this type and shape, in C order; the value itself if it is one. Raises ``TypeError`` or
+    ``ValueError`` if the conversion would lose something."""
+    needs = f"{label} needs {dtype} {list(shape)}"
     if isinstance(value, (list, tuple, bool, int, float)):
-        array = _typed(value, label, dtype)
+        array = _typed(value, needs, dtype)
+    elif isinstance(value, Mapping):
+        raise TypeError(f"{needs}, but got a {type(value).__name__}: pass inputs by name as run(**inputs)")
     else:
         try:
             array = np.asarray(value)
         except Exception as error:
-            raise TypeError(f"{label} wants {dtype} {list(shape)}, and got {type(value).__name__}: {error}") from error
+            raise TypeError(f"{needs}, but got {reprlib.repr(value)}: {error}") from error
+        if array.dtype.kind not in "biufc":
+            raise TypeError(f"{needs}, but got {reprlib.repr(value)}: pass an array of numbers")
         if not np.can_cast(array.dtype, dtype, "safe"):
-            raise TypeError(f"{label} wants {dtype}, and got {array.dtype}: convert it with .astype, if its values fit")
-    if array.ndim != len(shape):
-        raise ValueError(f"{label} wants {len(shape)} dimensions, {list(shape)}, and got {array.ndim}, "
-                         f"{list(array.shape)}")
+            raise TypeError(f"{needs}, but got {array.dtype}: if its values fit, convert it with .astype({dtype.name!r})")
     if array.shape != shape:
-        raise ValueError(f"{label} wants the shape {list(shape)}, and got {list(array.shape)}")
+        raise ValueError(f"{needs}, but got the shape {list(array.shape)}")
     return np.ascontiguousarray(array, dtype=dtype)
 
 
 def check_target(value: Any, label: str, dtype: np.dtype[Any], shape: tuple[int, ...]) -> None:
     """Raises unless the value is an array that the library can write the tensor into."""
+    needs = f"out for {label} needs {dtype} {list(shape)}"
     if not isinstance(value, np.ndarray):
-        raise TypeError(f"{label}: out takes numpy arrays, not {type(value).__name__}")
+        raise TypeError(f"{needs}, but got {reprlib.repr(value)}: pass a numpy array")
     if value.dtype != dtype:
-        raise TypeError(f"{label} is {dtype}, and out has {value.dtype}")
+        raise TypeError(f"{needs}, but got {value.dtype}")
     if value.shape != shape:
-        raise ValueError(f"{label} has the shape {list(shape)}, and out has {list(value.shape)}")
+        raise ValueError(f"{needs}, but got the shape {list(value.shape)}")
     if not value.flags.c_contiguous or not value.flags.writeable:
-        raise ValueError(f"{label}: out must be in C order and writeable; make it with numpy.empty")
+        raise ValueError(f"{needs}, in C order and writeable: make it with numpy.empty")

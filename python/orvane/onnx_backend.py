@@ -17,7 +17,7 @@ import onnx
 import onnx.shape_inference
 from onnx.backend import base
 
-from ._library import Error
+from ._errors import Error
 from ._model import Model
 from ._static import TemporaryFolder
 

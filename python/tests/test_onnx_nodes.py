@@ -32,7 +32,7 @@ NO_ELEMENTS = "no elements"
 
 # What the refusal says, where the words are not the runtime's.
 SAYS = {NO_TENSOR: "only tensors", NO_INPUTS: "no input was set", ELEMENT_TYPE: "element type",
-        DYNAMIC: "depends on the data", NO_ELEMENTS: "no elements"}
+        DYNAMIC: "dynamic dimension", NO_ELEMENTS: "no elements"}
 
 ELEMENT_TYPES = ("f32", "f16", "i32", "u8", "i64", "boolean", "i16", "i8", "f64")
 

@@ -35,7 +35,7 @@ def test_an_item_without_retries_fails_and_the_next_one_does_not() -> None:
             pool.submit(**item).result(60)
         (answer,) = pool.map([item])
         assert np.array_equal(answer[0], expected[0])
-        with pytest.raises(TypeError, match="wants float32"):
+        with pytest.raises(TypeError, match="needs float32"):
             next(iter(pool.map([(np.zeros((1, 576)), item["state"])])))
     assert hosts() == []
 
@@ -48,7 +48,7 @@ def test_failed_items_are_results_when_asked_for() -> None:
         assert [type(result) for result in results] == [list, TypeError, TypeError, list]
         answers = pool.map([good, bad, *[good] * 3])
         assert isinstance(next(answers), list)
-        with pytest.raises(TypeError, match="wants float32"):
+        with pytest.raises(TypeError, match="needs float32"):
             next(answers)
         assert list(answers) == []  # the first failure ends it
 

@@ -1,0 +1,71 @@
+"""What can be done with devices and model files without running a model."""
+
+from __future__ import annotations
+
+import concurrent.futures
+import ctypes
+from typing import Any, NamedTuple, Optional
+
+from ._library import DeviceSink, PathLike, TensorSink, check, check_key, encode, library
+from ._tensor import Tensor, tensor_of
+
+
+def encrypt(source: PathLike, target: PathLike, key: bytes, *, pad: bool = False) -> None:
+    """Encrypts a model file, for ``Model(key=...)``.
+
+    The cipher cannot restore a file whose last 4 MiB piece has 1 to 15 bytes: such a file is refused unless ``pad``.
+
+    Args:
+        source: The model file.
+        target: The encrypted file. It may be ``source``. It appears whole or not at all.
+        key: 1 to 4 bytes.
+        pad: If true, pads a file of such a length with bytes that model readers skip.
+    """
+    check(library.orvane_encrypt_file(encode(source), encode(target), check_key(key), len(key), pad, None, None))
+
+
+def decrypt(source: PathLike, target: PathLike, key: bytes) -> None:
+    """Decrypts a file that ``encrypt`` has written."""
+    check(library.orvane_decrypt_file(encode(source), encode(target), check_key(key), len(key), None, None))
+
+
+class Device(NamedTuple):
+    """A device that can run models."""
+
+    name: str
+    """For ``Model(device=...)``."""
+    full_name: str
+    """The name of the processor or card; may be empty."""
+
+
+_ADD_DEVICE = DeviceSink(dict.__setitem__)  # not a Python function, in which a signal handler could raise
+
+
+def devices() -> list[Device]:
+    """Lists the devices of this machine that can run models."""
+    found: dict[bytes, bytes] = {}
+    check(library.orvane_list_devices(_ADD_DEVICE, found))
+    return [Device(name.decode(), full_name.decode()) for name, full_name in found.items()]
+
+
+class Tensors(NamedTuple):
+    """The tensors of a model file."""
+
+    inputs: tuple[Tensor, ...]
+    outputs: tuple[Tensor, ...]
+
+
+def describe(path: PathLike) -> Tensors:
+    """Reads a model file, without compiling it, and returns its inputs and outputs.
+
+    OpenVINO reads the file in this process: no host protects your program from a damaged file.
+    """
+    sides: tuple[list[Tensor], list[Tensor]] = ([], [])
+
+    def add(_user: Optional[int], side: int, description: Any) -> None:
+        sides[side].append(tensor_of(description.contents))
+
+    # A thread, because a signal handler that raises in a callback would go unnoticed; other threads run no handlers.
+    with concurrent.futures.ThreadPoolExecutor(1) as threads:
+        threads.submit(lambda: check(library.orvane_describe_file(encode(path), TensorSink(add), None))).result()
+    return Tensors(*map(tuple, sides))
