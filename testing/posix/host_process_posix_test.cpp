@@ -46,7 +46,10 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
         {std::string(2000, 'x'), std::to_string(ENAMETOOLONG) + launch},
     };
     for (const auto& [host, outcome] : cases) {
+        EXPECT_EQ(Shown(remote->Init(Params("echo 4", "", host))), outcome);
+        EXPECT_EQ(Names(Platform::ModuleWord()), 2U) << host << ": deliberately, both events stay";
         EXPECT_EQ(Init(Params("echo 4", "", host)), outcome);
+        remote = CreateRemoteBackend();
         EXPECT_EQ(Names(Platform::ModuleWord()), 0U) << host;
     }
     InChild([&] {

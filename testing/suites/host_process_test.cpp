@@ -51,8 +51,9 @@ TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
     for (const auto& [what, modelName, call, end] : cases) {
         const Process host = StartHost("echo 4", modelName);
         EXPECT_EQ(call(host), kHostExit) << what;
-        EXPECT_TRUE(std::regex_match(interpreter->GetHostEnd().text, std::regex(end)))
-            << what << ": " << interpreter->GetHostEnd().text;
+        const HostEnd hostEnd = interpreter->GetHostEnd();
+        EXPECT_TRUE(std::regex_match(hostEnd.text, std::regex(end))) << what << ": " << hostEnd.text;
+        EXPECT_EQ(hostEnd.cause, hostEnd.text.starts_with("signal") ? HostEndCauseSignal : HostEndCauseExit);
         host.End();
         EXPECT_EQ(Init(Params("echo 4")), kOk);
         EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk) << what;
