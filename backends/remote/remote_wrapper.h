@@ -77,7 +77,7 @@ class RemoteWrapper final : public IOrvane {
     Status EnsureHost(const std::string& program, uint32_t dataSize);
 
     struct Closing {
-        void operator()(RunningHost* host) const { host->Close(); }
+        void operator()(RunningHost* running) const { running->Close(); }
     };
 
     // The order is that of destruction, from the last to the first. The host ends with the wrapper, whoever else still
