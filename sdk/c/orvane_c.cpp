@@ -12,9 +12,10 @@
 #include "sdk/c/utf8.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstring>
-#include <mutex>
+#include <new>
 #include <utility>
 
 struct orvane_model : Orvane::C::Model {
@@ -62,23 +63,41 @@ const char* NameIn(const char* const (&names)[count], int32_t value) {
     return names[value >= 0 && static_cast<size_t>(value) < count ? value : 0];
 }
 
+// Without a lock, which a forked child could find locked. A sink is never freed: another thread may still use it.
 struct LogSink {
-    void (*line)(void* user, uint32_t level, const char* text) = nullptr;
-    void* user = nullptr;
+    void (*line)(void* user, uint32_t level, const char* text);
+    void* user;
+    const LogSink* earlier;
 };
 
-std::mutex logMutex;
-LogSink logSink;
+std::atomic<const LogSink*> allLogSinks{nullptr};
+std::atomic<const LogSink*> logSink{nullptr};
+
+// One that was set before is taken again. Null without memory.
+const LogSink* FindOrAddLogSink(void (*line)(void* user, uint32_t level, const char* text), void* user) {
+    for (const LogSink* sink = allLogSinks; sink != nullptr; sink = sink->earlier) {
+        if (sink->line == line && sink->user == user) {
+            return sink;
+        }
+    }
+    auto* const added = new (std::nothrow) LogSink{line, user, allLogSinks};
+    while (added != nullptr && !allLogSinks.compare_exchange_weak(added->earlier, added)) {
+    }
+    return added;
+}
 
 void LogLine(uint32_t level, const char* text) {
-    LogSink sink;
-    {
-        const std::lock_guard guard(logMutex);
-        sink = logSink;
+    const LogSink* const sink = logSink;
+    if (sink == nullptr) {
+        return;
     }
-    if (sink.line != nullptr) {
-        sink.line(sink.user, level, Orvane::C::IsUtf8(text) ? text : Orvane::C::AsUtf8(text).c_str());
+    std::string valid;
+    try {
+        valid = Orvane::C::IsUtf8(text) ? "" : Orvane::C::AsUtf8(text);
+    } catch (const std::bad_alloc&) {
+        return;  // an error that is being reported must not become an exception
     }
+    sink->line(sink->user, level, valid.empty() ? text : valid.c_str());
 }
 
 }  // namespace
@@ -261,9 +280,8 @@ void orvane_error_free(orvane_error* error) {
 }
 
 void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user) {
-    const std::lock_guard guard(logMutex);
-    logSink = {line, user};
-    Orvane::SetLogCallback(line != nullptr ? LogLine : nullptr);
+    logSink = line != nullptr ? FindOrAddLogSink(line, user) : nullptr;
+    Orvane::SetLogCallback(LogLine);
 }
 
 // NOLINTEND(readability-identifier-naming)
