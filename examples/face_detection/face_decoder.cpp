@@ -6,7 +6,7 @@
 namespace {
 
 constexpr float kSmallestScore = 0.5F;
-// Two boxes whose common part is more than this of what they cover together show the same face.
+// Two boxes show the same face if their intersection is a larger share of their union than this.
 constexpr float kLargestOverlap = 0.3F;
 
 struct Point {
@@ -14,7 +14,7 @@ struct Point {
     float y;
 };
 
-// Centres of a grid's cells, row by row, each `repeat` times.
+// Adds the centres of a grid's cells, row by row, each `repeat` times.
 void AppendAnchors(std::vector<Point>& anchors, int cells, int repeat) {
     const float cellSide = static_cast<float>(kInputSide) / static_cast<float>(cells);
     for (int cell = 0; cell < cells * cells; ++cell) {
@@ -37,8 +37,8 @@ float ScoreFromLogit(float logit) {
     return 1 / (1 + std::exp(-std::clamp(logit, -100.0F, 100.0F)));
 }
 
-// The first four numbers are the box's centre, seen from the anchor, and its size, all in pixels of the input.
-// The other twelve are six points of the face (eyes, nose, mouth, ears), which are not needed here.
+// The first four numbers are the box's centre, relative to the anchor, and its size, in pixels of the input.
+// The other twelve are six points of the face (eyes, nose, mouth, ears). This example does not use them.
 Box DecodeBox(const float* regressors, const Point& anchor) {
     const float x = anchor.x + regressors[0];
     const float y = anchor.y + regressors[1];

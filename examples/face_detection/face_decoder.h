@@ -10,12 +10,12 @@ struct Face {
     Box box;          // in pixels, at first of the model's square input
 };
 
-// What the face detector takes and gives.
+// The tensors of the face detector.
 inline constexpr int kInputSide = 128;              // pixels of its square input
-inline constexpr size_t kAnchorCount = 896;         // places at which it looks for a face
-inline constexpr size_t kRegressorsPerAnchor = 16;  // numbers that describe the face at one of them
+inline constexpr size_t kAnchorCount = 896;         // places where it looks for a face
+inline constexpr size_t kRegressorsPerAnchor = 16;  // numbers that describe the face at one place
 
-// Makes faces of the model's two outputs, the best first: those with a score of at least 0.5, and of boxes that
-// cover the same face only the best.
-// `regressors` holds kRegressorsPerAnchor numbers for each anchor, `logits` one.
+// Returns the faces in the model's two outputs, the best first: those with a score of at least 0.5. If several boxes
+// show the same face, returns only the best. `regressors` has kRegressorsPerAnchor numbers for each anchor, `logits`
+// has one.
 std::vector<Face> DecodeFaces(const std::vector<float>& regressors, const std::vector<float>& logits);

@@ -1,5 +1,5 @@
 // Finds the faces in a picture and draws a frame around each.
-// All that an application does with the SDK stands in this file, in the order in which it happens.
+// This file has everything that an application does with the SDK, in the order in which it happens.
 
 #include "face_decoder.h"
 #include "picture.h"
@@ -15,7 +15,7 @@
 
 namespace {
 
-// The model runs in a process of the program `host`, or in this one when that is empty. Nothing else differs.
+// The model runs in a host process of the program `host`, or in this process if `host` is empty. Nothing else differs.
 orvane::Model LoadModel(const std::string& path, const std::string& host) {
     orvane::Options options;
     options.modelPath = path;
@@ -39,8 +39,8 @@ std::vector<float> ScalePixels(const Picture& square) {
     return values;
 }
 
-// The faces in the picture, with boxes in the picture's own pixels. Another model than the face detector has other
-// tensors, and the SDK then says which of them does not fit.
+// Returns the faces in the picture, with boxes in pixels of the picture. If the model is not the face detector, the SDK
+// says which tensor does not fit.
 std::vector<Face> DetectFaces(orvane::Model& model, const Picture& picture) {
     std::vector<float> regressors(kAnchorCount * kRegressorsPerAnchor);
     std::vector<float> classificators(kAnchorCount);

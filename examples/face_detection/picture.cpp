@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kChannels = 3;
 
-// A path made from char8_t is taken as UTF-8 on every system; one made from char is not.
+// On every system a path from char8_t is UTF-8. A path from char is not.
 std::filesystem::path PathFromUtf8(const std::string& text) {
     return std::filesystem::path(std::u8string(text.begin(), text.end()));
 }
@@ -43,7 +43,7 @@ std::vector<uint8_t> ReadFile(const std::string& path) {
     return bytes;
 }
 
-// Writes beside `path` and renames, so that nobody ever sees half a file.
+// Writes a file beside `path` and renames it, so that other programs never see half a file.
 void WriteFile(const std::vector<uint8_t>& bytes, const std::string& path) {
     const std::filesystem::path target = PathFromUtf8(path);
     std::error_code error;
@@ -68,7 +68,7 @@ void WriteFile(const std::vector<uint8_t>& bytes, const std::string& path) {
     }
 }
 
-// Where a picture lies in the square that it was fitted into.
+// The position of a picture in the square that it was fitted into.
 struct Placement {
     int left;
     int top;
@@ -132,7 +132,7 @@ Box FromSquare(const Box& box, const Picture& picture, int side) {
     const auto map = [](float at, int start, int scaled, int original) {
         const float mapped =
             (at - static_cast<float>(start)) * static_cast<float>(original) / static_cast<float>(scaled);
-        // Unlike std::clamp, these two never let a NaN through.
+        // Unlike std::clamp, these two never return NaN.
         return std::fmax(0.0F, std::fmin(mapped, static_cast<float>(original)));
     };
     return {map(box.left, place.left, place.width, picture.width),

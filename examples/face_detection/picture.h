@@ -19,17 +19,17 @@ struct Box {
     float bottom = 0;
 };
 
-// All paths are UTF-8. A file that cannot be read, or that is no picture, throws std::runtime_error.
+// All paths are UTF-8. Throws std::runtime_error if the file cannot be read or is not a picture.
 Picture LoadPicture(const std::string& path);
 
-// Writes a PNG file. It appears whole, in place of an earlier file of that name, or not at all: a failure throws
-// std::runtime_error.
+// Writes a PNG file and replaces an earlier file of that name. The file appears whole or not at all. Throws
+// std::runtime_error on failure.
 void SavePicture(const Picture& picture, const std::string& path);
 
-// The picture in the middle of a black square of `side` x `side` pixels, scaled to fit with its proportions kept.
+// Returns a black square of `side` x `side` pixels with the picture in its middle, scaled to fit without distortion.
 Picture FitIntoSquare(const Picture& picture, int side);
 
-// The way back: where a box in that square lies in the picture, cut off at the picture's edges.
+// The opposite direction: converts a box in that square to the picture, and clips it at the picture's edges.
 Box FromSquare(const Box& box, const Picture& picture, int side);
 
 // Draws the box's outline into the picture, 3 pixels wide and inside the box. The box must lie in the picture.

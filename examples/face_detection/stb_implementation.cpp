@@ -1,4 +1,4 @@
-// The code behind the headers of stb: each of them wants to be compiled in one place.
+// Compiles the code of the stb headers, which must be compiled exactly once.
 #define STB_IMAGE_IMPLEMENTATION
 #define STBI_NO_STDIO
 #include <stb_image.h>

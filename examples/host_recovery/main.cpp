@@ -1,5 +1,5 @@
-// Lives on when the inference runtime crashes: runs a model in a host process, loses that process, and goes on with a
-// new one. What comes from there is compared, bit for bit, with what the model gives in this process.
+// Survives a crash of the inference runtime: runs a model in a host process, loses that process, and continues with a
+// new one. Compares the results, bit for bit, with those of the model in this process.
 
 #include <orvane/orvane.h>
 
@@ -18,7 +18,7 @@ namespace {
 
 using Outputs = std::vector<std::vector<uint8_t>>;
 
-// A call that failed because the host process died, the one failure that loading the model again makes good.
+// A call failed because the host process ended. This is the one failure that a new load repairs.
 struct HostExit : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -32,14 +32,14 @@ void Check(const Orvane::Status& status, const std::string& explanation) {
     }
 }
 
-// Tensors go before their interpreter, and before it loads a model again.
+// Destroy tensors before their interpreter, and before it loads a model again.
 struct Model {
     Orvane::Interpreter interpreter;
     std::vector<Orvane::TensorHandle> inputs;
     std::vector<Orvane::TensorHandle> outputs;
 };
 
-// What is larger than the memory that is shared with a host process must not be copied: it would end this process.
+// Do not copy a tensor that is larger than the section: that would end this process.
 void CheckSize(const Orvane::TensorImpl& tensor) {
     const std::vector<int64_t> shape = tensor.GetShape();
     const bool dynamic = std::any_of(shape.begin(), shape.end(), [](int64_t dimension) { return dimension < 0; });
@@ -60,7 +60,7 @@ std::vector<Orvane::TensorHandle> TensorsOf(Orvane::Interpreter& interpreter, Or
     return tensors;
 }
 
-// Loads the model into a new process of the program `host`, or into this one when that is empty.
+// Loads the model in a new host process of the program `host`, or in this process if `host` is empty.
 void Load(Model& model, const std::string& path, const std::string& host) {
     const Orvane::OptionHandle options = Orvane::CreateOption();
     options->SetInt(Orvane::OptionCommonFramework, Orvane::FrameworkTypeOpenvino);
@@ -76,7 +76,7 @@ void Load(Model& model, const std::string& path, const std::string& host) {
 
 Outputs Infer(Model& model) {
     for (const Orvane::TensorHandle& input : model.inputs) {
-        // As floats these bytes are 0.747; other elements are zeros, which no model refuses.
+        // As float32 these bytes are 0.747. Other element types get zeros, which every model accepts.
         const uint8_t byte = input->GetDataType() == Orvane::DataTypeFloat32 ? 0x3F : 0;
         const std::vector<uint8_t> data(static_cast<size_t>(input->GetByteSize()), byte);
         Check(input->CopyFrom(data.data(), static_cast<uint32_t>(data.size())), "cannot copy an input in");
@@ -109,8 +109,7 @@ void CheckSame(const Outputs& outputs, const Outputs& expected) {
     }
 }
 
-// Lets the host process crash while another thread is at work with it: an exception that nothing catches ends it at any
-// shape that has dimensions.
+// Crashes the host process while another thread uses it. Every shape with dimensions ends it by an uncaught exception.
 void CrashHost(Orvane::TensorImpl& tensor) {
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     std::cout << "Crashing the host process\n";
@@ -157,7 +156,7 @@ int main(int argc, char** argv) {
                      "--crash lets the process crash; without it, end it while this program runs.\n";
         return 2;
     }
-    std::cout << std::unitbuf;  // each line at once, for whoever reads along
+    std::cout << std::unitbuf;  // prints each line at once
     try {
         const std::string host = arguments.size() == 2 ? arguments[1] : Orvane::HostPathBesideProgram();
         LoseHostAndRecover(arguments[0], host, crashes);
