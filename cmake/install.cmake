@@ -1,4 +1,4 @@
-# `cmake --install` gives the headers, the libraries, the programs and `find_package(Orvane)`.
+# `cmake --install` installs the headers, the libraries, the programs and `find_package(Orvane)`.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -13,7 +13,7 @@ install(TARGETS orvane_c orvane_client_c EXPORT OrvaneCTargets
 install(TARGETS orvane_cli orvane_host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 if(ORVANE_PACKAGE)
-    # The libraries of the unpacked folder are enough to link with.
+    # The libraries of the unpacked folder suffice for linking.
     get_target_property(runtimeLibrary ${openvinoTarget} LOCATION)
     cmake_path(GET runtimeLibrary FILENAME runtimeName)
     set(runtimePlace "IMPORTED_LOCATION \${PACKAGE_PREFIX_DIR}/lib/${runtimeName}")
@@ -26,7 +26,7 @@ if(ORVANE_PACKAGE)
         set_target_properties(${openvinoTarget} PROPERTIES ${runtimePlace})
     endif()")
 else()
-    # The consumer's own, -DOpenVINO_DIR=..., wins.
+    # The consumer's -DOpenVINO_DIR=... wins.
     set(findOpenvino "find_dependency(OpenVINO ${OpenVINO_VERSION} COMPONENTS Runtime HINTS \"${OpenVINO_DIR}\")")
 endif()
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/Orvane)

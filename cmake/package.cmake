@@ -1,4 +1,4 @@
-# `cpack` packs what is installed, the runtime's libraries and their licences as well: dist/orvane-VERSION-SYSTEM-x64.
+# `cpack` packs the installed files, the runtime's libraries and all licences: dist/orvane-VERSION-SYSTEM-x64.
 include(GNUInstallDirs)
 if(WIN32)
     set(system windows)
@@ -18,7 +18,7 @@ foreach(file IN LISTS orvaneRuntimeFiles)
     install(PROGRAMS ${file} DESTINATION ${libraryFolder})
 endforeach()
 install(DIRECTORY ${orvaneRuntimeFolder}/../licenses/ DESTINATION licenses/openvino)
-# What else is compiled into the programs and libraries, by the name that the notice gets and the package that has it.
+# Other code in the programs and libraries: the name of its notice, and the Debian package that has the notice.
 set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev" "stb libstb-dev")
 if(WIN32)
     list(APPEND notices "GCC gcc-mingw-w64-base" "MinGW-w64 mingw-w64-common")

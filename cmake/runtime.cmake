@@ -1,5 +1,5 @@
-# The files of OpenVINO that a program needs to run models on the CPU, from files of every kind that the SDK reads, in
-# `orvaneRuntimeFiles`; and where the runtime's libraries are, in `orvaneRuntimeFolder`.
+# Sets `orvaneRuntimeFiles`, the files of OpenVINO that a program needs to run models of all formats on the CPU, and
+# `orvaneRuntimeFolder`, the folder of the runtime's libraries.
 get_target_property(orvaneRuntimeLibrary openvino::runtime LOCATION)
 cmake_path(GET orvaneRuntimeLibrary PARENT_PATH orvaneRuntimeFolder)
 set(orvaneRuntimeFiles)
@@ -13,7 +13,7 @@ foreach(part
 endforeach()
 
 if(WIN32)
-    # A program finds libraries beside itself.
+    # A program finds libraries in its folder.
     foreach(file IN LISTS orvaneRuntimeFiles)
         cmake_path(GET file FILENAME name)
         file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
@@ -26,8 +26,8 @@ elseif(ORVANE_WHEEL)
 elseif(ORVANE_PACKAGE)
     set(CMAKE_INSTALL_RPATH $ORIGIN/../lib)
 else()
-    # An installed program still finds the libraries that it was linked with.
+    # An installed program still finds the libraries that it links.
     set(CMAKE_INSTALL_RPATH $ORIGIN/../lib ${orvaneRuntimeFolder})
-    # From the beginning: the place for a longer path would be held free by empty elements, which are the current folder.
+    # Set at build time: CMake would reserve room for a longer path by empty elements, which mean the current folder.
     set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 endif()

@@ -1,6 +1,6 @@
 if(BUILD_TESTING)
     if(CMAKE_CROSSCOMPILING)
-        # For another system Debian has GoogleTest as sources only.
+        # For other systems Debian only has GoogleTest's sources.
         set(INSTALL_GTEST OFF)
         add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
     else()
@@ -8,8 +8,8 @@ if(BUILD_TESTING)
     endif()
     include(GoogleTest)
 
-    # For programs that start the runtime. Keeps one of its libraries loaded until the leak check, which then can tell it
-    # by its name (lsan.supp).
+    # For programs that start the runtime. Keeps one of its libraries loaded until the leak check, which can then match its
+    # name (lsan.supp).
     add_library(orvane_kept_runtime INTERFACE)
     if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=address")
         find_package(OpenVINO REQUIRED COMPONENTS TensorFlow HINTS ${OpenVINO_DIR})
@@ -17,15 +17,15 @@ if(BUILD_TESTING)
     endif()
 endif()
 
-# For tests that create channels. On Windows the names of shared objects carry the program's load address, which is the
-# same for all programs that MinGW links, so one such test runs at a time.
+# For tests that create channels. On Windows the names of shared objects contain the program's load address, which is the
+# same for all programs that MinGW links, so only one such test runs at a time.
 if(WIN32)
     set(ORVANE_CHANNEL_LOCK RESOURCE_LOCK channels)
 endif()
 
 # orvane_test(NAME SOURCES file... [LIBRARIES target...] [PROGRAMS target...] [PROPERTIES property value...]): a
-# GoogleTest program, and the programs that it starts. PROPERTIES go to each of its tests; one that starts the inference
-# runtime has the label `runtime`.
+# GoogleTest program, and the programs that it starts. PROPERTIES apply to each of its tests. Tests that start the inference
+# runtime have the label `runtime`.
 function(orvane_test name)
     if(NOT BUILD_TESTING)
         return()
@@ -36,7 +36,7 @@ function(orvane_test name)
         add_dependencies(${name} ${TEST_PROGRAMS})
     endif()
     orvane_warnings(${name})
-    # GoogleTest's macros take twice as long to optimise as to compile. A release's checks of the C library want -O1.
+    # GoogleTest's macros take twice as long to optimise as to compile. The C library's checks in a release need -O1.
     if(NOT MSVC)
         target_compile_options(${name} PRIVATE $<IF:$<CONFIG:Release>,-O1,-O0>)
     endif()
@@ -51,7 +51,7 @@ function(orvane_test name)
     endforeach()
 endfunction()
 
-# orvane_skipped_test(NAME REASON source...): a test program that this build cannot have. It counts as skipped.
+# orvane_skipped_test(NAME REASON source...): a test program that this build cannot compile. It counts as skipped.
 function(orvane_skipped_test name reason)
     if(NOT BUILD_TESTING)
         return()
@@ -64,7 +64,7 @@ function(orvane_skipped_test name reason)
     endforeach()
 endfunction()
 
-# Stops when a test source stands in the tree but in no test program.
+# Fails if a test source belongs to no test program.
 function(orvane_check_test_sources)
     file(GLOB_RECURSE found CONFIGURE_DEPENDS
         ${PROJECT_SOURCE_DIR}/core/*_test.cpp ${PROJECT_SOURCE_DIR}/platform/*_test.cpp

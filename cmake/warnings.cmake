@@ -1,4 +1,4 @@
-# orvane_warnings(TARGET): every warning that the project wants from either compiler, as errors.
+# orvane_warnings(TARGET): turns on the project's warnings, as errors.
 function(orvane_warnings target)
     if(MSVC)
         target_compile_options(${target} PRIVATE /utf-8 /W4 /permissive-)

@@ -1,5 +1,5 @@
-# orvane_windows_resources(TARGET DESCRIPTION [UTF8_ARGUMENTS]): gives a program its version and its manifest: paths
-# may be long, no elevation. With UTF8_ARGUMENTS the process's code page is UTF-8, so that a plain `main` gets UTF-8.
+# orvane_windows_resources(TARGET DESCRIPTION [UTF8_ARGUMENTS]): adds the version and the manifest to a program: long
+# paths, no elevation. With UTF8_ARGUMENTS the process's code page is UTF-8, so that a plain `main` gets UTF-8.
 # Does nothing on other systems.
 function(orvane_windows_resources target description)
     if(NOT WIN32)
@@ -21,11 +21,11 @@ function(orvane_windows_resources target description)
     target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
     set_property(SOURCE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc PROPERTY OBJECT_DEPENDS ${manifest})
     if(MSVC)
-        target_link_options(${target} PRIVATE /MANIFEST:NO)  # the resource has it
+        target_link_options(${target} PRIVATE /MANIFEST:NO)  # the resource contains it
     endif()
 endfunction()
 
-# orvane_wide_entry(TARGET): the program's entry is wWinMain. MSVC finds it, MinGW has to be told.
+# orvane_wide_entry(TARGET): the program's entry is wWinMain. MSVC finds it by itself, MinGW needs an option.
 function(orvane_wide_entry target)
     if(MINGW)
         target_link_options(${target} PRIVATE -municode)

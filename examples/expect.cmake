@@ -1,6 +1,6 @@
-# expect(EXIT TEXT command...): the command, run in FOLDER and by EMULATOR when there is one, exits so, and what it
-# prints, or with a failure its errors, matches TEXT. The runtime's own remarks may stand before an error. What matched
-# is then in `printed`.
+# expect(EXIT TEXT command...): runs the command in FOLDER, with EMULATOR if there is one, and checks its exit value and
+# that its output, or its errors if it fails, match TEXT. Remarks of the runtime may come before an error. Sets `printed`
+# to what matched.
 function(expect exit text)
     execute_process(COMMAND ${EMULATOR} ${ARGN} WORKING_DIRECTORY ${FOLDER} TIMEOUT 150
         RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
@@ -14,7 +14,7 @@ function(expect exit text)
     set(printed "${printed}" PARENT_SCOPE)
 endfunction()
 
-# The test is skipped, and says so, unless all of these files are there.
+# Skips the test, with a message, unless all of these files exist.
 macro(need)
     foreach(file ${ARGN})
         if(NOT EXISTS ${file})

@@ -1,13 +1,13 @@
-# Windows programs from Debian's MinGW-w64, whose tests run under Wine. Of libraries it sees only what `./dev setup
-# windows` staged in .deps/windows, never the build machine's own include folders.
+# Windows programs with Debian's MinGW-w64; their tests run under Wine. The compiler only finds the libraries in
+# .deps/windows, which `./dev setup windows` fetched, and never the include folders of the build machine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
-# The variant with POSIX threads: the other one has no std::thread and no std::mutex.
+# The variant with POSIX threads: the other variant lacks std::thread and std::mutex.
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-# Programs and libraries carry MinGW's own libraries, so that they start on any machine.
+# Programs and libraries contain MinGW's libraries, so that they start on every machine.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 

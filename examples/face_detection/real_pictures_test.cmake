@@ -1,5 +1,5 @@
-# Runs PROGRAM on the pictures in MATERIAL, by itself and with the host program HOST; FOLDER is emptied and filled. PROGRAM is
-# run by EMULATOR when there is one.
+# Runs PROGRAM on the pictures in MATERIAL, in process and with the host program HOST. Empties FOLDER and writes into it.
+# EMULATOR, if there is one, runs PROGRAM.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/../expect.cmake)
 
@@ -13,7 +13,7 @@ file(MAKE_DIRECTORY ${FOLDER}/folder)
 file(WRITE ${FOLDER}/text "no picture and no model")
 file(WRITE ${FOLDER}/kept.png "an earlier file")
 
-# The face spans x 180..275 and y 75..180, measured by eye. Colours on another scale give 0.90 still.
+# The face spans x 180..275 and y 75..180, measured by eye. With wrongly scaled colours the score is still 0.90.
 set(box "score 0[.]9[1-9], box x 1[6-9][0-9][.][.]2[678][0-9], y [6-9][0-9][.][.]1[6-9][0-9]")
 expect(0 "^astronaut.png: 1 face\n  ${box}\n$" ${PROGRAM} ${model} ${astronaut} 人脸.png)
 set(inProcess "${printed}")

@@ -1,5 +1,4 @@
-# Runs PROGRAM with models in MATERIAL, and lets its host process crash. Programs are run in FOLDER, by EMULATOR when
-# there is one.
+# Runs PROGRAM with models in MATERIAL, and crashes its host process. Programs run in FOLDER, with EMULATOR if there is one.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/../expect.cmake)
 

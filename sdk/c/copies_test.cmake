@@ -1,5 +1,5 @@
-# Four copies of PROGRAM, started at once, each through a host of its own, STUB_HOST; ROUNDS times. Run by EMULATOR when
-# there is one.
+# Starts four copies of PROGRAM at once, each with its own host process of STUB_HOST; ROUNDS times. EMULATOR, if there is
+# one, runs them.
 cmake_minimum_required(VERSION 3.25)
 
 foreach(round RANGE 1 ${ROUNDS})

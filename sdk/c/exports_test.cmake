@@ -1,4 +1,4 @@
-# The functions that LIBRARY exports are these and no others, by the symbol reader NM, or on Windows by OBJDUMP.
+# Checks that LIBRARY exports exactly these functions, with the symbol reader NM, or with OBJDUMP on Windows.
 cmake_minimum_required(VERSION 3.25)
 
 set(expected

@@ -1,5 +1,5 @@
-# Asks the loader which libraries two programs load: a client of a host process none of the inference runtime's; a host
-# some, or else the listing tells nothing.
+# Asks the loader which libraries two programs load. A client must load no library of the inference runtime. A host
+# process must load some, which shows that the listing works.
 foreach(program CLIENT HOST)
     execute_process(COMMAND ${CMAKE_COMMAND} -E env LD_TRACE_LOADED_OBJECTS=1 ${${program}}
         OUTPUT_VARIABLE ${program}_LIBRARIES COMMAND_ERROR_IS_FATAL ANY)
@@ -11,7 +11,7 @@ if(CLIENT_LIBRARIES MATCHES "openvino" OR NOT CLIENT_LIBRARIES MATCHES "libc\\."
     message(FATAL_ERROR "${CLIENT} should load nothing of the inference runtime, but loads:\n${CLIENT_LIBRARIES}")
 endif()
 
-# An empty element of a path for libraries is the current folder, from which anybody's library would be loaded.
+# An empty element of a library path means the current folder, from which any library could be loaded.
 find_program(READELF readelf REQUIRED)
 execute_process(COMMAND ${READELF} -d ${HOST} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
 if(dynamic MATCHES "R(UN)?PATH[^\n]*(\\[:|::|:\\])" OR NOT dynamic MATCHES "BIND_NOW")
