@@ -1,9 +1,10 @@
-"""Looks for a face in every piece of pictures, on a Ray cluster: an actor for each worker, which owns one host.
+"""Looks for faces in all pieces of pictures, on a Ray cluster. Each worker is a Ray actor with one host.
 
-    python examples/cluster/faces.py PICTURE...                          a cluster of this machine alone
-    python examples/cluster/faces.py --address HEAD:6379 PICTURE...      one that runs already
+    python examples/cluster/faces.py PICTURE...                          starts a cluster on this machine
+    python examples/cluster/faces.py --address HEAD:6379 PICTURE...      uses a running cluster
 
-A host that ends is replaced by its worker, a worker that ends by Ray; what either had not answered is asked again.
+If a host ends, its worker starts a new one. If a worker ends, Ray starts a new
+one. Pieces without an answer run again.
 """
 
 from __future__ import annotations
@@ -27,35 +28,35 @@ from PIL import Image
 Array = np.ndarray[Any, np.dtype[np.float32]]
 
 MODEL = pathlib.Path(__file__).resolve().parents[2] / ".deps" / "material" / "face_detection_short_range.tflite"
-PIECE, STEP = 256, 48  # pixels of a picture: the side of a piece, and how far the next one is
-SIDE = 128  # pixels that the model takes
-FACE = 0.5  # the score of a piece with a face
+PIECE, STEP = 256, 48  # pixels of a picture: the side of a piece, and the distance to the next piece
+SIDE = 128  # pixels of the picture that the model takes
+FACE = 0.5  # the least score of a piece with a face
 
-AHEAD = 2  # pictures that a worker has at a time: one at work, one on its way
-RETRIES = 3  # of a picture whose host, or whose worker, ends
-RESTARTS = 3  # of a worker
-TIME_LIMIT = 60.0  # seconds in which a host answers a call
-STORE = 80 << 20  # bytes for pieces and outputs on their way, in a cluster of this machine alone
-PATIENCE = 300.0  # seconds in which any worker answers
+AHEAD = 2  # pieces that a worker has at a time: it runs one, and the next is on its way
+RETRIES = 3  # new attempts for a piece if its host or its worker ends
+RESTARTS = 3  # how often Ray starts a worker again
+TIME_LIMIT = 60.0  # seconds for one call of a host
+STORE = 80 << 20  # bytes for pieces and outputs on their way, in a cluster on this machine
+PATIENCE = 300.0  # seconds to wait for an answer of any worker
 
 
 class Processes(NamedTuple):
-    """Where a worker is."""
+    """The processes of a worker."""
 
-    node: str  # Ray's name for it
-    worker: int  # process number of the worker
-    host: int  # and of its host
+    node: str  # Ray's id of the machine
+    worker: int  # process id of the worker
+    host: int  # process id of its host
 
 
 class Worker:
-    """Owns a host, in a process of its own on one of the cluster's machines."""
+    """A process on a machine of the cluster, which owns a host."""
 
     def __init__(self, model: str) -> None:
         self._model = orvane.Model(model, host=True, retries=RETRIES, time_limit=TIME_LIMIT)
 
     def infer(self, piece: Array) -> list[Array]:
-        """The outputs for a piece, float32 [1, 128, 128, 3] from -1 to 1: regressors float32 [1, 896, 16] and
-        classificators float32 [1, 896, 1]."""
+        """Takes a piece, float32 [1, 128, 128, 3] from -1 to 1. Returns regressors, float32 [1, 896, 16], and
+        classificators, float32 [1, 896, 1]."""
         return self._model.run(piece)
 
     def processes(self) -> Processes:
@@ -64,7 +65,7 @@ class Worker:
 
 
 def cut(path: pathlib.Path) -> Iterator[tuple[str, Array]]:
-    """All pieces of a picture, by a name that says where each is."""
+    """All pieces of a picture, with a name that says the place of each."""
     with Image.open(path) as opened:
         picture = opened.convert("RGB")
     for top in range(0, max(1, picture.height - PIECE + 1), STEP):
@@ -75,16 +76,16 @@ def cut(path: pathlib.Path) -> Iterator[tuple[str, Array]]:
 
 
 def start_workers(count: int, model: pathlib.Path) -> list[Any]:
-    """Actors of :class:`Worker`, on as many machines as there are. Ray starts one again when its process ends,
-    elsewhere if need be, and repeats the calls that it had not answered."""
+    """Starts actors of :class:`Worker`, spread over all machines. If the process of an actor ends, Ray starts it again,
+    on another machine if necessary, and repeats the calls that it had not answered."""
     actor: Any = ray.remote(num_cpus=1, max_restarts=RESTARTS, max_task_retries=RETRIES,
                             scheduling_strategy="SPREAD")(Worker)
     return [actor.remote(str(model)) for _ in range(count)]
 
 
 def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterator[tuple[str, list[Array]]]:
-    """The outputs for each piece, once, in the order in which they come. There may be any number of pieces, since none
-    is taken before a worker is free for it.
+    """Returns the outputs for each piece once, in the order of the answers. There may be any number of pieces: it takes
+    a piece when a worker is free.
 
     Raises:
         RuntimeError: A piece has ended more hosts or workers than are replaced.
@@ -104,7 +105,7 @@ def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterat
     while asked:
         answered, _ = ray.wait(list(asked), timeout=PATIENCE)
         if not answered:
-            raise TimeoutError(f"no worker has answered for {PATIENCE:.0f} seconds: look at the cluster by ray status")
+            raise TimeoutError(f"no worker has answered for {PATIENCE:.0f} seconds: see 'ray status'")
         name, worker = asked.pop(answered[0])
         ask(worker)
         try:
@@ -115,25 +116,25 @@ def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterat
 
 
 def score(outputs: list[Array]) -> float:
-    """How surely there is a face, from 0 to 1."""
+    """The probability of a face, from 0 to 1."""
     return 1 / (1 + math.exp(-float(outputs[1].clip(-80, 80).max())))
 
 
 def connect(address: str | None, workers: int) -> None:
-    """To the cluster there, or to one of this machine alone."""
+    """Connects to the cluster at the address, or starts a cluster on this machine."""
     if address:
         host, _, port = address.rpartition(":")
         try:
             socket.create_connection((host, int(port)), timeout=10).close()  # Ray itself goes on trying for minutes
         except (OSError, ValueError) as error:
-            raise ConnectionError(f"no cluster answers at {address}, give HOST:PORT of its head: {error}") from error
+            raise ConnectionError(f"no cluster answers at {address}, pass HOST:PORT of its head: {error}") from error
         ray.init(address=address, log_to_driver=False)
     else:
         ray.init(num_cpus=workers, object_store_memory=STORE, include_dashboard=False, log_to_driver=False)
 
 
 def run(arguments: argparse.Namespace) -> None:
-    orvane.Model(arguments.model, host=True).close()  # says what is wrong with it in a line, and an actor in fifty
+    orvane.Model(arguments.model, host=True).close()  # shows a mistake in one line, an actor in fifty
     connect(arguments.address, arguments.workers)
     workers = start_workers(arguments.workers, arguments.model)
     pieces = (piece for path in arguments.pictures for piece in cut(path))
@@ -145,12 +146,12 @@ def run(arguments: argparse.Namespace) -> None:
 
 
 def main() -> int:
-    parser = argparse.ArgumentParser(description="Looks for a face in every piece of pictures, on a Ray cluster.")
+    parser = argparse.ArgumentParser(description="Looks for faces in all pieces of pictures, on a Ray cluster.")
     parser.add_argument("pictures", metavar="PICTURE", type=pathlib.Path, nargs="+")
-    parser.add_argument("--address", help="of the cluster; one of this machine alone is started unless given")
-    parser.add_argument("--workers", metavar="NUMBER", type=int, default=2, help="how many; 2 unless given")
+    parser.add_argument("--address", help="the head of a running cluster; by default, a cluster starts on this machine")
+    parser.add_argument("--workers", metavar="NUMBER", type=int, default=2, help="number of workers; by default, 2")
     parser.add_argument("--model", metavar="FILE", type=pathlib.Path, default=MODEL,
-                        help="the face detector's, at the same place on each machine; .deps/material has it")
+                        help="the face detector, at the same path on each machine; by default, from .deps/material")
     arguments = parser.parse_args()
     if arguments.workers < 1:
         parser.error("--workers is at least 1")

@@ -1,4 +1,4 @@
-"""A cluster of two nodes on this machine, of which a host and a whole worker end while they have pieces to answer."""
+"""Runs a cluster of two nodes on this machine, and kills a host and a worker that have unanswered pieces."""
 
 from __future__ import annotations
 
@@ -30,11 +30,11 @@ pytestmark = [
 
 @pytest.fixture(scope="module")
 def cluster() -> Iterator[Cluster]:
-    """Two nodes, and at the end nothing of them."""
+    """Two nodes. At the end all their processes must be gone."""
     with pytest.MonkeyPatch.context() as patch, tempfile.TemporaryDirectory(prefix="ray") as folder:
         patch.setenv("RAY_USAGE_STATS_ENABLED", "0")
-        patch.setenv("RAY_TMPDIR", folder)  # what else of Ray runs on this machine has another
-        patch.setenv("PYTHONPATH", str(PROGRAM.parent))  # where the workers find the class of the actors
+        patch.setenv("RAY_TMPDIR", folder)  # other clusters on this machine have another folder
+        patch.setenv("PYTHONPATH", str(PROGRAM.parent))  # so that the workers find the class of the actors
         node: dict[str, Any] = {"num_cpus": 2, "object_store_memory": 80 << 20}
         started = Cluster()
         try:
@@ -51,7 +51,7 @@ def cluster() -> Iterator[Cluster]:
             assert not left
 
 
-def test_each_piece_is_answered_once_though_a_host_and_a_worker_end(cluster: Cluster) -> None:
+def test_each_piece_is_answered_once_if_a_host_and_a_worker_end(cluster: Cluster) -> None:
     pieces = dict(piece for path in PICTURES for piece in faces.cut(path))
     workers = faces.start_workers(2, faces.MODEL)
     before = [ray.get(worker.processes.remote(), timeout=100) for worker in workers]
@@ -59,7 +59,7 @@ def test_each_piece_is_answered_once_though_a_host_and_a_worker_end(cluster: Clu
     first_host, second_host = (psutil.Process(each.host) for each in before)
 
     answers = []
-    # What stands still has a piece that it has not answered when it is killed, some answers of the other worker later.
+    # A suspended process still has an unanswered piece when it is killed, some answers of the other worker later.
     at = {5: first_host.suspend, 10: first_host.kill,
           20: second_host.suspend, 30: psutil.Process(before[1].worker).kill}
     for answer in faces.infer_all(pieces.items(), workers):

@@ -1,8 +1,8 @@
-"""Reads a page of text: three models in host processes find its lines, its orientation, and what stands in each line.
+"""Reads a page of text: three models in host processes find the lines, the orientation of the page, and the text.
 
     python examples/ocr/ocr.py PAGE --out PICTURE
 
-With --kill a host is killed in the middle, and the same lines come.
+With --kill it kills a host while it reads, and prints the same lines.
 """
 
 from __future__ import annotations
@@ -21,10 +21,10 @@ from PIL import Image, ImageDraw
 from page import ORIENTATION_WIDTH, READING_WIDTHS, STRIP_HEIGHT, Array, Box, line_boxes, read_off, square, strip
 
 MATERIAL = pathlib.Path(__file__).resolve().parents[2] / ".deps" / "ocr"
-HOSTS = 2  # that read lines at the same time
-RETRIES = 2  # of a line whose host ends
-SURE = 0.5  # of a line that is printed, from 0 to 1
-TIME_LIMIT = 60.0  # seconds that a host may take for one call
+HOSTS = 2  # hosts that read lines at the same time
+RETRIES = 2  # new attempts to read a line if its host crashes
+SURE = 0.5  # lines with a lower confidence, from 0 to 1, are not printed
+TIME_LIMIT = 60.0  # seconds for one call of a host
 
 
 def in_host(model: pathlib.Path, shape: tuple[int, ...]) -> orvane.Model:
@@ -38,7 +38,7 @@ def find_lines(page: Image.Image, models: pathlib.Path) -> list[Box]:
 
 
 def is_upside_down(page: Image.Image, boxes: list[Box], models: pathlib.Path) -> bool:
-    """By the vote of all lines, each as sure as the model is of it."""
+    """All lines vote, weighted by the confidence of the model."""
     upright = turned = 0.0
     with in_host(models / "orientation.onnx", (1, 3, STRIP_HEIGHT, ORIENTATION_WIDTH)) as model:
         for box in boxes:
@@ -48,18 +48,18 @@ def is_upside_down(page: Image.Image, boxes: list[Box], models: pathlib.Path) ->
 
 
 def read_alphabet(model: pathlib.Path) -> list[str]:
-    """The character of each class, as the model file says. The first class stands for none, the last for a space."""
+    """The character of each class, from the model file. The first class means no character, the last a space."""
     characters: Any = openvino.Core().read_model(model).get_rt_info(["framework", "character"])
     return ["", *characters.astype(str).split("\n"), " "]
 
 
 def running_hosts() -> set[int]:
-    """The process numbers of this program's hosts."""
+    """The process ids of this program's hosts."""
     return {child.pid for child in psutil.Process().children() if child.name().startswith("orvane_host")}
 
 
 def kill_a_host_halfway(strips: list[Array]) -> Iterator[Array]:
-    """The strips. One host is killed when half of them are handed over."""
+    """Returns the strips, and kills a host after half of them."""
     for number, planes in enumerate(strips):
         if number == len(strips) // 2:
             victim = min(running_hosts())
@@ -69,8 +69,8 @@ def kill_a_host_halfway(strips: list[Array]) -> Iterator[Array]:
 
 
 def read_lines(strips: list[Array], models: pathlib.Path, kill: bool) -> list[tuple[str, float]]:
-    """The text of each strip, and how sure the model is of it. Strips of one width are read together, by hosts that have
-    the model for it; with ``kill`` one host ends while the largest such group is read."""
+    """Returns the text of each strip, and the confidence of the model. A pool reads all strips of one width. With
+    ``kill``, it kills a host while it reads the largest of these groups."""
     alphabet = read_alphabet(models / "recognition.onnx")
     groups: dict[tuple[int, ...], list[int]] = {}
     for number, planes in enumerate(strips):
@@ -91,7 +91,7 @@ def read_lines(strips: list[Array], models: pathlib.Path, kill: bool) -> list[tu
 
 
 def draw(page: Image.Image, boxes: list[Box], out: pathlib.Path) -> None:
-    """A picture of the page with a frame around each line, which appears whole or not at all."""
+    """Writes the page with a frame around each line. The file appears whole or not at all."""
     picture = page.copy()
     for box in boxes:
         ImageDraw.Draw(picture).rectangle((box.left, box.top, box.right - 1, box.bottom - 1), outline=(220, 20, 60))
@@ -104,9 +104,9 @@ def draw(page: Image.Image, boxes: list[Box], out: pathlib.Path) -> None:
 
 
 def check(out: pathlib.Path | None, models: pathlib.Path) -> None:
-    """Raises for what would go wrong only after all the work."""
+    """Raises early for mistakes that would otherwise show only after all the work."""
     if out and out.suffix.lower() not in Image.registered_extensions():
-        raise ValueError(f"{out}: its name says which kind of picture it becomes, such as .png")
+        raise ValueError(f"{out} is not the name of a picture file: choose an extension such as .png")
     if out and not out.parent.is_dir():
         raise FileNotFoundError(f"there is no folder {out.parent} for the picture")
     for name in ("detection.onnx", "orientation.onnx", "recognition.onnx"):
@@ -134,13 +134,13 @@ def run(arguments: argparse.Namespace) -> None:
 def main() -> int:
     parser = argparse.ArgumentParser(description="Prints the lines of a page of text.")
     parser.add_argument("page", metavar="PAGE", type=pathlib.Path, nargs="?", default=MATERIAL / "page.png",
-                        help="a picture with a page of text; one that is upside down is turned")
+                        help="a picture of a page of text, which may be upside down")
     parser.add_argument("--out", metavar="PICTURE", type=pathlib.Path,
-                        help="becomes the page with a frame around each line")
-    parser.add_argument("--kill", action="store_true", help="kill a host in the middle; the same lines come")
+                        help="write the page with a frame around each line")
+    parser.add_argument("--kill", action="store_true", help="kill a host in the middle: the lines stay the same")
     parser.add_argument("--models", metavar="FOLDER", type=pathlib.Path, default=MATERIAL,
-                        help="where detection.onnx, orientation.onnx and recognition.onnx are; ./dev setup ocr fetches "
-                             "them into .deps/ocr")
+                        help="the folder with detection.onnx, orientation.onnx and recognition.onnx; ./dev setup ocr "
+                             "fetches them into .deps/ocr")
     try:
         run(parser.parse_args())
     except (OSError, ValueError, orvane.Error) as error:

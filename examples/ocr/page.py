@@ -1,4 +1,4 @@
-"""Between a page and what the three models of text recognition take and give."""
+"""Converts pages to the inputs of the three models for text recognition, and their outputs to lines."""
 
 from __future__ import annotations
 
@@ -12,19 +12,19 @@ from scipy import ndimage
 
 Array = np.ndarray[Any, np.dtype[np.float32]]
 
-SIDES = (640, 960, 1280)  # pixels of the square that lines are looked for in; three channels of 1280 fit through a host
+SIDES = (640, 960, 1280)  # pixels of the square for the detection model; at 1280 it still fits through a host
 STRIP_HEIGHT = 48
 READING_WIDTHS = (320, 640, 960, 1280)
 ORIENTATION_WIDTH = 192
 
-PROBABLE = 0.3  # a pixel that is this probably text belongs to a line
-CERTAIN = 0.5  # and this probable are the pixels of a line on average
-GROWTH = 1.2  # the model marks the core of a line; around it is a margin of this times the core's area by its outline
+PROBABLE = 0.3  # a pixel with this probability of text belongs to a line
+CERTAIN = 0.5  # the least mean probability of the pixels of a line
+GROWTH = 1.2  # the model marks the core of a line; the margin around it is this times area / outline of the core
 
 
 @dataclasses.dataclass(frozen=True)
 class Box:
-    """A line's place, in pixels; the right and lower edges are outside."""
+    """The place of a line, in pixels, without its right and bottom edges."""
 
     left: int
     top: int
@@ -40,19 +40,19 @@ class Box:
         return self.bottom - self.top
 
     def is_beside(self, other: Box) -> bool:
-        """Whether they share more than half of the height of the one that has less."""
+        """Whether both share more than half of the height of the lower box."""
         shared = min(self.bottom, other.bottom) - max(self.top, other.top)
         return 2 * shared > min(self.height, other.height)
 
 
 def _planes(picture: Image.Image) -> Array:
-    """float32 [3, height, width] from 0 to 1: blue, green, red, as the models were trained."""
+    """float32 [3, height, width] from 0 to 1, in the order of the models: blue, green, red."""
     return np.asarray(picture, np.float32)[:, :, ::-1].transpose(2, 0, 1) / np.float32(255)
 
 
 def square(page: Image.Image) -> Array:
-    """What the detection model takes: float32 [1, 3, side, side], with the page in the upper left corner, as large as
-    fits. The side is the smallest that does not shrink the page, or the largest."""
+    """The input of the detection model: float32 [1, 3, side, side], with the page in the upper left corner, as large as
+    possible. The side is the smallest of SIDES that does not shrink the page, or else the largest."""
     side = next((side for side in SIDES if side >= max(page.size)), SIDES[-1])
     scale = side / max(page.size)
     fitted = page.resize((max(1, round(page.width * scale)), max(1, round(page.height * scale))),
@@ -64,9 +64,9 @@ def square(page: Image.Image) -> Array:
 
 
 def line_boxes(probabilities: Array, page: Image.Image) -> list[Box]:
-    """The lines of the page, from the top, and from the left where they are beside each other.
+    """The lines of the page in reading order.
 
-    ``probabilities`` is what the detection model gives for :func:`square`, float32 [1, 1, side, side].
+    ``probabilities`` is the output of the detection model for :func:`square`, float32 [1, 1, side, side].
     """
     text = probabilities[0, 0]
     parts, _ = ndimage.label(text > PROBABLE, np.ones((3, 3)))
@@ -77,11 +77,11 @@ def line_boxes(probabilities: Array, page: Image.Image) -> list[Box]:
         if is_text and min(core.width, core.height) >= 3:
             cores.append(core)
     grown = [_line_of(core, max(page.size) / text.shape[0], page.size) for core in in_reading_order(cores)]
-    return [box for box in grown if box.width > 0 and box.height > 0]  # not in what pads the square
+    return [box for box in grown if box.width > 0 and box.height > 0]  # others are in the padding of the square
 
 
 def in_reading_order(boxes: list[Box]) -> list[Box]:
-    """Row by row, and each from the left."""
+    """Row by row from the top, each row from the left."""
     rows: list[list[Box]] = []
     for box in sorted(boxes, key=lambda box: box.top + box.bottom):
         if rows and box.is_beside(rows[-1][-1]):
@@ -92,7 +92,7 @@ def in_reading_order(boxes: list[Box]) -> list[Box]:
 
 
 def _line_of(core: Box, scale: float, page_size: tuple[int, int]) -> Box:
-    """The whole line in the page, of a core in the square."""
+    """The whole line in the page, for the core of a line in the square."""
     margin = GROWTH * core.height * core.width / (2 * (core.height + core.width))
     left, top = (max(0, math.floor((edge - margin) * scale)) for edge in (core.left, core.top))
     right, bottom = (min(end, math.ceil((edge + margin) * scale))
@@ -101,8 +101,8 @@ def _line_of(core: Box, scale: float, page_size: tuple[int, int]) -> Box:
 
 
 def strip(page: Image.Image, box: Box, widths: tuple[int, ...]) -> Array:
-    """What the models for one line take: float32 [1, 3, 48, width], with the line at its left end. The width is the
-    smallest that the line fits into; a line that is longer than the largest is squeezed."""
+    """The input of the models for one line: float32 [1, 3, 48, width], with the line at the left. The width is the
+    smallest of ``widths`` that holds the line. A line that is longer than the largest is squeezed."""
     line = page.crop((box.left, box.top, box.right, box.bottom))
     wanted = max(1, round(line.width * STRIP_HEIGHT / line.height))
     width = next((width for width in widths if width >= wanted), widths[-1])
@@ -113,10 +113,10 @@ def strip(page: Image.Image, box: Box, widths: tuple[int, ...]) -> Array:
 
 
 def read_off(scores: Array, alphabet: list[str]) -> tuple[str, float]:
-    """The text of one line, and how sure the model is of it, from 0 to 1.
+    """The text of one line, and the confidence of the model, from 0 to 1.
 
-    ``scores`` is what the recognition model gives, float32 [1, steps, classes]. The best class of each step counts,
-    once where it is repeated; class 0 stands between characters.
+    ``scores`` is the output of the recognition model, float32 [1, steps, classes]. The text is the best class of each
+    step. A class in successive steps counts once. Class 0 separates characters.
     """
     best = scores[0].argmax(axis=1)
     steps = np.flatnonzero((np.diff(best, prepend=0) != 0) & (best != 0))

@@ -1,4 +1,4 @@
-"""The program on a photographed page, with and without a host that is killed; reading order and text on small cases."""
+"""Runs the program on a photographed page, also with a killed host, and tests reading order and text on small cases."""
 
 from __future__ import annotations
 
@@ -20,20 +20,19 @@ MATERIAL = PROGRAM.parents[2] / ".deps" / "ocr"
 needs_models = pytest.mark.skipif(not MATERIAL.is_dir(), reason=f"{MATERIAL} is missing; ./dev setup ocr fetches it")
 
 
-def ocr(folder: pathlib.Path, *arguments: object) -> subprocess.CompletedProcess[str]:
-    """The program, which keeps its static models in a folder of the test's."""
+def ocr(*arguments: object) -> subprocess.CompletedProcess[str]:
     return subprocess.run([sys.executable, PROGRAM, *map(str, arguments)], capture_output=True, encoding="utf-8",
-                          timeout=200, env={**os.environ, "XDG_CACHE_HOME": str(folder), "PYTHONIOENCODING": "utf-8"})
+                          timeout=200, env={**os.environ, "PYTHONIOENCODING": "utf-8"})
 
 
 @needs_models
 @pytest.mark.timeout(700)
-def test_the_same_lines_come_when_a_host_is_killed_or_the_page_is_upside_down(tmp_path: pathlib.Path) -> None:
+def test_lines_are_the_same_if_a_host_is_killed_or_the_page_is_upside_down(tmp_path: pathlib.Path) -> None:
     plain, killed, turned = (tmp_path / f"{name}.png" for name in ("plain", "killed", "turned"))
     page = Image.open(MATERIAL / "page.png")
     page.transpose(Image.Transpose.ROTATE_180).save(turned)
 
-    whole = ocr(tmp_path, "--out", plain)
+    whole = ocr("--out", plain)
     assert whole.returncode == 0, whole.stderr
     read = whole.stdout.lower()
     for words in ("region-based segmentation", "let us first determine markers", "pixels that we can label",
@@ -42,25 +41,25 @@ def test_the_same_lines_come_when_a_host_is_killed_or_the_page_is_upside_down(tm
     marked = ImageChops.difference(Image.open(plain), page.convert("RGB")).getbbox()
     assert marked is not None and marked[2] - marked[0] > page.width * 0.9
 
-    interrupted = ocr(tmp_path, "--kill", "--out", killed)
+    interrupted = ocr("--kill", "--out", killed)
     assert re.search(r"killed host \d+ after [1-9]\d* of \d+ lines were handed over\nhost \d+ took over",
                      interrupted.stderr)
     assert interrupted.stdout == whole.stdout
     assert killed.read_bytes() == plain.read_bytes()
 
-    assert ocr(tmp_path, turned).stdout == whole.stdout
+    assert ocr(turned).stdout == whole.stdout
 
 
 @needs_models
 @pytest.mark.timeout(300)
-def test_what_cannot_be_done_is_said_and_leaves_nothing(tmp_path: pathlib.Path) -> None:
+def test_wrong_arguments_are_named_and_leave_no_file(tmp_path: pathlib.Path) -> None:
     text = tmp_path / "page.txt"
     text.write_text("no picture")
-    for arguments, reason in ((["--out", tmp_path / "lines"], "kind of picture"),
+    for arguments, reason in ((["--out", tmp_path / "lines"], "choose an extension"),
                               (["--out", tmp_path / "none" / "lines.png"], "there is no folder"),
                               (["--models", tmp_path], "./dev setup ocr"),
                               ([text, "--out", tmp_path / "lines.png"], "cannot identify image file")):
-        done = ocr(tmp_path, *arguments)
+        done = ocr(*arguments)
         assert done.returncode == 1 and done.stdout == ""
         assert done.stderr.startswith("ocr: ") and reason in done.stderr
     assert list(tmp_path.iterdir()) == [text]
@@ -72,7 +71,7 @@ def test_boxes_are_read_row_by_row() -> None:
     assert in_reading_order([far_below, below, second, first]) == [first, second, below, far_below]
 
 
-def test_repeated_steps_are_one_character_unless_something_stands_between() -> None:
+def test_repeated_steps_are_one_character_unless_separated() -> None:
     alphabet = ["", "a", "b", " "]
     steps = [1, 1, 0, 1, 3, 2, 2, 0, 0]
     scores = np.zeros((1, len(steps), len(alphabet)), np.float32)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Finds the face in a picture: face.py MODEL PICTURE [--host]
 
-MODEL is face_detection_short_range.tflite of the package mediapipe. With --host it runs in a process of its own.
+MODEL is face_detection_short_range.tflite from the package mediapipe. With --host it runs in a host process.
 """
 
 import sys
@@ -10,12 +10,12 @@ import numpy as np
 import orvane
 from PIL import Image
 
-SIDE = 128  # of the model's picture
+SIDE = 128  # pixels of the picture that the model takes
 
 
 def anchors() -> np.ndarray:
-    """Where the model looks for faces, [896, 2]: the centres of the cells of a grid of 16 x 16, two each, and of one of
-    8 x 8, six each; as shares of the picture's sides."""
+    """The centres of the model's boxes, [896, 2], from 0 to 1: two for each cell of a 16 x 16 grid, then six for each
+    cell of an 8 x 8 grid."""
     centres = []
     for cells, each in ((16, 2), (8, 6)):
         y, x = np.mgrid[:cells, :cells]
