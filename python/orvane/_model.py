@@ -52,8 +52,8 @@ class ForkGuard:
 
 def refuse_copy(self: object) -> NoReturn:
     """``__reduce__`` of an object that owns a handle: ``copy`` and ``pickle`` call it."""
-    raise TypeError(f"a {type(self).__name__} cannot be copied or pickled: pass the path of the model file, and load it "
-                    "again there")
+    raise TypeError(f"a {type(self).__name__} cannot be copied or pickled: pass the path of the model file, and "
+                    "load it again there")
 
 
 class _Side:
@@ -66,17 +66,11 @@ class _Side:
         self.slots = list(self.buffers)  # the same structures; indexing the array would make new objects each time
         for i, (tensor, buffer) in enumerate(zip(self.tensors, self.slots)):
             buffer.struct_size, buffer.index, buffer.bytes = ctypes.sizeof(Buffer), i, tensor.nbytes
-        #: label, type and shape of each tensor, if the data of all can be copied
-        self.ports = [(f'{word} {i} "{tensor.name}"', tensor.dtype, tuple(size for size in tensor.shape if size is not None))
+        #: why the data of some cannot be copied
+        self.problem = "; ".join(tensor.problem for tensor in self.tensors if tensor.problem)
+        #: label, type and shape of each, if all can be copied
+        self.ports = [(f'{word} {i} "{tensor.name}"', tensor.dtype, tuple(size or 0 for size in tensor.shape))
                       for i, tensor in enumerate(self.tensors) if tensor.dtype is not None]
-
-    def problem(self) -> str:
-        problems = [tensor.problem for tensor in self.tensors if tensor.problem]
-        dynamic = {tensor.name: tuple(size or 1 for size in tensor.shape) for tensor in self.tensors
-                   if None in tensor.shape}
-        if dynamic and self.ports and self.ports[0][0].startswith("input"):
-            problems.append(f"for example (adjust the sizes): shapes={dynamic}")
-        return "; ".join(problems)
 
 
 def _address(array: Array) -> int:
@@ -186,7 +180,10 @@ class Model:
 
     def _look(self, handle: int) -> None:
         self._inputs, self._outputs = _Side(handle, 0), _Side(handle, 1)
-        self._problem = self._inputs.problem() or self._outputs.problem()
+        self._problem = self._inputs.problem or self._outputs.problem
+        if dynamic := {tensor.name: tuple(1 if size is None else size for size in tensor.shape)
+                       for tensor in self.inputs if None in tensor.shape}:
+            self._problem += f"; for example (adjust the sizes): shapes={dynamic}"
 
     def _refuse_nested_call(self) -> None:
         if self._is_called:
@@ -287,8 +284,8 @@ class Model:
             raise TypeError(f"input {unknown[0]!r} was given twice, by position and by name" if unknown[0] in names else
                             f"the model has no input {unknown[0]!r}: its inputs are {names}")
         if missing := [name for name in rest if name not in by_name]:
-            hint = "; pass a list of inputs as run(*inputs)" if isinstance((*arrays, None)[0], (list, tuple)) else ""
-            raise TypeError(f"no array was given for {', '.join(map(repr, missing))}: the model's inputs are {names}{hint}")
+            hint = "; pass a list of inputs as run(*inputs)" if arrays and isinstance(arrays[0], (list, tuple)) else ""
+            raise TypeError(f"no array was given for {', '.join(map(repr, missing))}: its inputs are {names}{hint}")
         return (*arrays, *(by_name[name] for name in rest))
 
     def _point_at_inputs(self, arrays: Sequence[Any]) -> list[Array]:
@@ -336,7 +333,8 @@ class Model:
             except HostEnded as error:
                 left -= time.monotonic() - start
                 start = time.monotonic()
-                if attempt == self._retries or error.cause not in CRASHES or self._interrupts != interrupts or left <= 0:
+                is_last = attempt == self._retries or left <= 0 or self._interrupts != interrupts
+                if is_last or error.cause not in CRASHES:
                     raise
 
     def _restart(self, handle: int) -> None:
@@ -357,8 +355,8 @@ class Model:
             self._look(handle)
 
     def interrupt(self) -> None:
-        """Ends the host process, from any thread: a call that waits for it raises ``HostEnded`` within 0.2 s, and so does
-        the next call. Does nothing for a model in this process."""
+        """Ends the host process, from any thread: a call that waits for it raises ``HostEnded`` within 0.2 s, and
+        so does the next call. Does nothing for a model in this process."""
         self._forked.check()
         with self._life:
             if self._handle is not None:

@@ -42,7 +42,8 @@ class Tensor:
 def tensor_of(description: Description) -> Tensor:
     shape = tuple(None if dimension < 0 else int(dimension) for dimension in description.dimensions[:description.rank])
     problem = description.problem.decode() if description.problem else None
-    return Tensor(description.name.decode(), DTYPES.get(description.element_type), shape, description.byte_size, problem)
+    dtype = DTYPES.get(description.element_type)
+    return Tensor(description.name.decode(), dtype, shape, description.byte_size, problem)
 
 
 def _typed(value: Any, needs: str, dtype: np.dtype[Any]) -> np.ndarray[Any, Any]:
@@ -78,7 +79,7 @@ def convert(value: Any, label: str, dtype: np.dtype[Any], shape: tuple[int, ...]
         if array.dtype.kind not in "biufc":
             raise TypeError(f"{needs}, but got {reprlib.repr(value)}: pass an array of numbers")
         if not np.can_cast(array.dtype, dtype, "safe"):
-            raise TypeError(f"{needs}, but got {array.dtype}: if its values fit, convert it with .astype({dtype.name!r})")
+            raise TypeError(f"{needs}, but got {array.dtype}: use .astype({dtype.name!r}) if its values fit")
     if array.shape != shape:
         raise ValueError(f"{needs}, but got the shape {list(array.shape)}")
     return np.ascontiguousarray(array, dtype=dtype)

@@ -111,7 +111,7 @@ def test_names_missing_unknown_and_surplus_inputs_and_wrong_targets(sum_model: p
     plain = np.ones((2, 3), np.float32)
     with orvane.Model(sum_model) as model:
         for arrays, by_name, text in (((plain,), {}, "no array was given for 'right'"),
-                                      ((plain,), {"middle": plain}, r"no input 'middle': its inputs are \['left', 'right'\]"),
+                                      ((plain,), {"middle": plain}, "no input 'middle': its inputs are .'left', "),
                                       (({"left": plain},), {}, r"takes no dict: .* run\(\*\*inputs\)"),
                                       (({"left": plain}, plain), {}, r"got a dict: .* run\(\*\*inputs\)"),
                                       (([plain, plain],), {}, r"'right'.* run\(\*inputs\)"),
