@@ -37,10 +37,10 @@ struct WithEvents {
         }
     }
     void SetCall() { call.Set(); }
-    void WaitForCall() { call.Wait(Event::kForever, Orvane::Platform::Awaited::Work); }
+    void WaitForCall(uint32_t last) { call.Wait(Event::kForever, Orvane::Platform::Awaited::Work, last); }
     void SetResult() { result.Set(); }
-    void WaitForResult() {  // in slices, as the client of a channel does: that is another way to wait
-        while (!result.Wait(200, Orvane::Platform::Awaited::Result)) {
+    void WaitForResult(uint32_t step) {  // in slices, as the client of a channel does: that is another way to wait
+        while (!result.Wait(200, Orvane::Platform::Awaited::Result, step)) {
         }
     }
 
@@ -63,9 +63,9 @@ struct WithSpinning {
         turns = new (view.Data()) Turns;
     }
     void SetCall() const { turns->call.store(1); }
-    void WaitForCall() const { Await(turns->call); }
+    void WaitForCall(uint32_t /*last*/) const { Await(turns->call); }
     void SetResult() const { turns->result.store(1); }
-    void WaitForResult() const { Await(turns->result); }
+    void WaitForResult(uint32_t /*step*/) const { Await(turns->result); }
 
     static void Await(std::atomic<uint32_t>& turn) {
         while (turn.load(std::memory_order_acquire) == 0) {
@@ -95,9 +95,8 @@ template <typename HandOver>
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     PinTo(1);
     std::vector<uint8_t> memory(workload.StubBytes());
-    for (;;) {
-        handOver.WaitForCall();
-        Step step{};
+    for (Step step{};;) {
+        handOver.WaitForCall(step);
         std::memcpy(&step, shared, sizeof step);
         if (step == kSetInput) {
             CopyData(memory.data(), shared + kData, workload.InputBytes());
@@ -145,7 +144,7 @@ struct Pair {
     void Exchange(Step step) {
         std::memcpy(view.Data(), &step, sizeof step);
         handOver.SetCall();
-        handOver.WaitForResult();
+        handOver.WaitForResult(step);
     }
 
     Workload workload;

@@ -51,7 +51,7 @@ bool Event::Set() {
     return true;
 }
 
-bool Event::Wait(uint32_t /*milliseconds*/, Awaited /*awaited*/) {
+bool Event::Wait(uint32_t /*milliseconds*/, Awaited /*awaited*/, uint32_t /*kind*/) {
     return std::exchange(hasReplied, false);
 }
 

@@ -131,7 +131,7 @@ uint32_t Answer(HostSession& session) {
 
 void Serve(HostSession& session) {
     for (uint32_t call = CallInit; call != CallExit;) {
-        session.channel.callEvent.Wait(Platform::Event::kForever, Platform::Awaited::Work);
+        session.channel.callEvent.Wait(Platform::Event::kForever, Platform::Awaited::Work, call);
         call = Answer(session);
         session.channel.resultEvent.Set();
     }

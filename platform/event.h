@@ -30,10 +30,11 @@ class Event {
     explicit operator bool() const { return static_cast<bool>(state); }
 
     // Not for an empty event. `Wait` returns false after `milliseconds` without a set, and on failure.
+    // Waits of the same `kind` are expected to take similar times; the call's number says what is waited for.
     // On Linux a wait for a result may move its thread to another of the processors that it may run on; its affinity
     // is afterwards as it was.
     bool Set();
-    bool Wait(uint32_t milliseconds, Awaited awaited);
+    bool Wait(uint32_t milliseconds, Awaited awaited, uint32_t kind = 0);
 
  private:
     struct State;

@@ -128,9 +128,11 @@ Status RemoteWrapper::Failed(Obstacle obstacle, const char* noHost) {
 
 bool RemoteWrapper::Transact() {
     const TimeLimit limit(host->TimeLimit());
+    channel.message.Rewind();
+    const uint32_t call = channel.message.ReadUInt32();
     channel.callEvent.Set();
-    for (int64_t budget = kWaitBudget; !channel.resultEvent.Wait(limit.Within(kWaitSlice), Platform::Awaited::Result);
-         budget -= kWaitSlice) {
+    for (int64_t budget = kWaitBudget;
+         !channel.resultEvent.Wait(limit.Within(kWaitSlice), Platform::Awaited::Result, call); budget -= kWaitSlice) {
         const bool isAlive = host->IsAlive();
         if (!isAlive || limit.IsOver() || budget < 1) {
             ReleaseFor(isAlive ? HostEndCauseTimeLimit : HostEndCauseUnknown);

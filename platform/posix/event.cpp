@@ -2,6 +2,7 @@
 
 #include "platform/posix/shared_object.h"
 #include "platform/process.h"
+#include "platform/wait_policy.h"
 
 #include <immintrin.h>
 #include <linux/futex.h>
@@ -22,7 +23,7 @@ namespace Orvane::Platform {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+constexpr int64_t kNever = WaitPolicy::kNever;
 
 // What lies in the shared memory.
 struct Word {
@@ -30,60 +31,15 @@ struct Word {
     std::atomic<uint32_t> waiters;  // may stay too high when a waiter is killed; that costs a needless wake-up
     std::atomic<uint32_t> setter;   // the processor that the last set came from, plus 1
     std::atomic<uint32_t> isBusy;   // to the setter others want the processors
-    std::atomic<uint64_t> setAt;    // the time of the last set
+    std::atomic<int64_t> setAt;     // the time of the last set, in nanoseconds
 };
-static_assert(std::atomic<uint32_t>::is_always_lock_free && std::atomic<uint64_t>::is_always_lock_free);
+static_assert(std::atomic<uint32_t>::is_always_lock_free && std::atomic<int64_t>::is_always_lock_free);
 
-// A wait watches the word before it sleeps, because waking a sleeper takes longer than a short exchange. For a few
-// microseconds it does nothing else: copies of common sizes are over by then. After that it lets whatever else
-// wants the processor run between two looks, such as a thread of the inference that is waited for.
-constexpr auto kWatchAlone = std::chrono::microseconds(5);
+// Of all waits of this process.
+MachineWaits machine;
 
-// When others want the processor, one that was given up comes back whole time slices later, while a sleeper is woken at
-// once. So a watch that learns of a set late is a sign to sleep for some waits, and for four times as many at each
-// further sign: a try on a busy machine costs some milliseconds. Many timely watches end that.
-constexpr int64_t kLate = 100'000;  // nanoseconds
-constexpr uint32_t kFewestSleeps = 32;
-constexpr uint32_t kMostSleeps = 16384;
-constexpr uint32_t kManyTimely = 1000;
-
-// Of all waits of this process: how busy the machine is does not depend on the event. Threads that count at the same
-// time may count one wait for two, or two for one.
-class {
- public:
-    bool IsBusy() const { return sleeps.load(std::memory_order_relaxed) != 0; }
-
-    // Whether the next wait is to watch; counts it when it is not.
-    bool MayWatch() {
-        const uint32_t left = sleeps.load(std::memory_order_relaxed);
-        sleeps.store(left - (left != 0 ? 1 : 0), std::memory_order_relaxed);
-        return left == 0;
-    }
-
-    void LearnOfWatch(bool wasLate) {
-        if (wasLate) {
-            const uint32_t count = sleepsAtNextSign.load(std::memory_order_relaxed);
-            sleeps.store(count, std::memory_order_relaxed);
-            sleepsAtNextSign.store(std::min(4 * count, kMostSleeps), std::memory_order_relaxed);
-            timely.store(0, std::memory_order_relaxed);
-        } else if (timely.fetch_add(1, std::memory_order_relaxed) == kManyTimely) {
-            sleepsAtNextSign.store(kFewestSleeps, std::memory_order_relaxed);
-        }
-    }
-
- private:
-    std::atomic<uint32_t> sleeps{0};  // waits to come that sleep at once
-    std::atomic<uint32_t> sleepsAtNextSign{kFewestSleeps};
-    std::atomic<uint32_t> timely{0};  // watches since the last sign
-} machine;
-
-// How long a wait watches. The long watch is for results that come in its time: where they take longer, its looks and
-// yields would only hold up the threads that compute them.
-constexpr std::chrono::nanoseconds kShortWatch = std::chrono::microseconds(50);
-constexpr std::chrono::nanoseconds kLongWatch = std::chrono::microseconds(500);
-
-uint64_t Nanoseconds(Clock::time_point time) {
-    return static_cast<uint64_t>(std::chrono::nanoseconds(time.time_since_epoch()).count());
+int64_t Now() {
+    return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 bool Take(Word& word) {
@@ -107,35 +63,45 @@ bool StepAside() {
     return sched_setaffinity(0, sizeof others, &others) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
 }
 
-// False when it was not set meanwhile.
-bool Watch(Word& word, std::chrono::nanoseconds atMost, Awaited awaited) {
+// False if it was not set before `end`.
+bool Watch(Word& word, int64_t end, Awaited awaited) {
     // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
     // long. The side that waits for the result moves away, and not both, which would meet again. Watching where the
     // peer is to run would only hold it up: then every look is followed by a yield.
     const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
-    const auto start = Clock::now();
-    auto now = start;
-    for (; !Take(word); now = Clock::now()) {
-        if (now - start >= atMost) {
+    int64_t now = Now();
+    // Copies of common sizes are over before a yield would be.
+    const int64_t aloneUntil = together ? now : now + machine.WakeUp() / 8;
+    for (; !Take(word); now = Now()) {
+        if (now >= end) {
             return false;
         }
-        if (together || now - start > kWatchAlone) {
-            sched_yield();
+        if (now >= aloneUntil) {
+            sched_yield();  // to a thread of the inference that is waited for, for example
         } else {
             _mm_pause();
         }
     }
-    machine.LearnOfWatch(static_cast<int64_t>(Nanoseconds(now) - word.setAt.load(std::memory_order_relaxed)) > kLate);
+    machine.LearnOfWatch(now - word.setAt.load(std::memory_order_relaxed));
     return true;
 }
 
-// Sleeps while the word is not signalled; returns for any reason, also none.
-void Sleep(Word& word, std::chrono::nanoseconds atMost, bool forever) {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(atMost);
-    const timespec limit{seconds.count(), (atMost - seconds).count()};
+// Sleeps until `end` at most, unless that is `kNever`, and returns for any reason, also none. Whether it was set.
+bool Sleep(Word& word, int64_t end) {
+    constexpr int64_t kSecond = 1'000'000'000;
+    const int64_t start = Now();
+    const int64_t atMost = std::max<int64_t>(end - start, 0);
+    const timespec limit{atMost / kSecond, atMost % kSecond};
     word.waiters.fetch_add(1);
-    syscall(SYS_futex, &word.signalled, FUTEX_WAIT, 0, forever ? nullptr : &limit, nullptr, 0);
+    syscall(SYS_futex, &word.signalled, FUTEX_WAIT, 0, end == kNever ? nullptr : &limit, nullptr, 0);
     word.waiters.fetch_sub(1);
+    if (!Take(word)) {
+        return false;
+    }
+    if (const int64_t setAt = word.setAt.load(std::memory_order_relaxed); setAt > start) {
+        machine.LearnOfWakeUp(Now() - setAt);
+    }
+    return true;
 }
 
 }  // namespace
@@ -170,21 +136,7 @@ struct Event::State {
     Descriptor object;  // with its maker's lock on it; none on the side that opened
     std::string name;
     ProcessMark maker;
-    std::atomic<bool> isWorthALongWatch = true;  // as the last result showed that a short one would miss
-
-    std::chrono::nanoseconds WatchFor(Awaited awaited) const {
-        const bool isLong = awaited == Awaited::Result && isWorthALongWatch.load(std::memory_order_relaxed);
-        return isLong ? kLongWatch : kShortWatch;
-    }
-
-    // Of a wait from `start` on, at whose end the result was there or not.
-    void LearnOfResult(Clock::time_point start, bool wasThere) {
-        const uint64_t end = wasThere ? word.setAt.load(std::memory_order_relaxed) : Nanoseconds(Clock::now());
-        const std::chrono::nanoseconds took(static_cast<int64_t>(end - Nanoseconds(start)));
-        if (took > kShortWatch) {
-            isWorthALongWatch.store(took <= kLongWatch, std::memory_order_relaxed);
-        }
-    }
+    WaitPolicy policy{machine};
 };
 
 void Event::Closing::Close(Value event) noexcept {
@@ -213,7 +165,7 @@ bool Event::Set() {
     Word& word = state.Get()->word;
     word.setter.store(static_cast<uint32_t>(sched_getcpu()) + 1, std::memory_order_relaxed);
     word.isBusy.store(machine.IsBusy() ? 1 : 0, std::memory_order_relaxed);
-    word.setAt.store(Nanoseconds(Clock::now()), std::memory_order_relaxed);
+    word.setAt.store(Now(), std::memory_order_relaxed);
     // Both sides first write and then read the other's word, so that at least one of them sees the other.
     word.signalled.store(1);
     if (word.waiters.load() != 0) {
@@ -224,24 +176,30 @@ bool Event::Set() {
     return true;
 }
 
-bool Event::Wait(uint32_t milliseconds, Awaited awaited) {
+bool Event::Wait(uint32_t milliseconds, Awaited awaited, uint32_t kind) {
     Word& word = state.Get()->word;
+    WaitPolicy& policy = state.Get()->policy;
     if (Take(word)) {
+        policy.Learn(kind, 0);
         return true;
     }
-    const bool forever = milliseconds == kForever;
-    const std::chrono::nanoseconds limit = std::chrono::milliseconds(milliseconds);
-    const auto start = Clock::now();
+    const int64_t start = Now();
+    const int64_t end = milliseconds == kForever ? kNever : start + int64_t{milliseconds} * 1'000'000;
     const bool peerIsBusy = word.isBusy.load(std::memory_order_relaxed) != 0;
-    bool taken =
-        machine.MayWatch() && !peerIsBusy && Watch(word, std::min(state.Get()->WatchFor(awaited), limit), awaited);
-    for (auto now = Clock::now(); !taken && (forever || now - start < limit); now = Clock::now()) {
-        Sleep(word, start + limit - now, forever);
-        taken = Take(word);
+    const bool mayWatch = machine.MayWatch() && !peerIsBusy;
+    const WaitPlan plan = mayWatch ? policy.Plan(kind, awaited == Awaited::Work) : WaitPlan();
+    bool taken = false;
+    if (const int64_t watchFrom = start + plan.watchFrom; plan.watchFrom != 0 && watchFrom < end) {
+        taken = Sleep(word, watchFrom);
+        if (const int64_t now = Now(); !taken && now >= watchFrom) {
+            policy.LearnOfTimer(kind, now - watchFrom);
+        }
     }
-    if (awaited == Awaited::Result) {
-        state.Get()->LearnOfResult(start, taken);
+    taken = taken || (plan.watchUntil != 0 && Watch(word, std::min(start + plan.watchUntil, end), awaited));
+    while (!taken && Now() < end) {
+        taken = Sleep(word, end);
     }
+    policy.Learn(kind, taken ? word.setAt.load(std::memory_order_relaxed) - start : kNever);
     return taken;
 }
 

@@ -35,7 +35,7 @@ bool Event::Set() {
     return SetEvent(state.Get()->handle.Get()) != 0;
 }
 
-bool Event::Wait(uint32_t milliseconds, Awaited /*awaited*/) {
+bool Event::Wait(uint32_t milliseconds, Awaited /*awaited*/, uint32_t /*kind*/) {
     return WaitForSingleObject(state.Get()->handle.Get(), milliseconds) == WAIT_OBJECT_0;
 }
 

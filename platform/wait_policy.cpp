@@ -1,0 +1,148 @@
+#include "platform/wait_policy.h"
+
+#include <algorithm>
+
+namespace Orvane::Platform {
+
+namespace {
+
+// Watching costs a quarter of its time: a wait that is sure to end within four wake-ups watches from its start.
+constexpr int64_t kWatchesPerWakeUp = 4;
+
+// The part of an idle wait that may be watched: 4 %.
+constexpr int64_t kIdleWaitsPerWatch = 25;
+
+constexpr uint32_t kWaitsPerPlan = 8;
+constexpr size_t kEarliest = 3;  // the last of the shortest times that a watch may begin for
+
+// Holds a flag while it lives, unless another thread does.
+class TryLock {
+ public:
+    explicit TryLock(std::atomic_flag& toHold) : flag(toHold), holds(!toHold.test_and_set(std::memory_order_acquire)) {}
+    ~TryLock() {
+        if (holds) {
+            flag.clear(std::memory_order_release);
+        }
+    }
+    TryLock(const TryLock&) = delete;
+    TryLock& operator=(const TryLock&) = delete;
+    explicit operator bool() const { return holds; }
+
+ private:
+    std::atomic_flag& flag;
+    bool holds;
+};
+
+}  // namespace
+
+std::array<int64_t, RecentTimes::kMost> RecentTimes::Sorted() const {
+    std::array<int64_t, kMost> sorted = times;
+    std::sort(sorted.begin(), sorted.begin() + static_cast<ptrdiff_t>(Count()));
+    return sorted;
+}
+
+int64_t RecentTimes::Quantile(double share) const {
+    const size_t index = std::min(Count() - 1, static_cast<size_t>(share * static_cast<double>(Count())));
+    return Sorted()[index];
+}
+
+void MachineWaits::LearnOfWakeUp(int64_t time) {
+    if (const TryLock lock(isLearning); lock) {
+        wakeUps.Add(time);
+        wakeUp.store(wakeUps.Quantile(0.5), std::memory_order_relaxed);
+    }
+}
+
+void MachineWaits::LearnOfWatch(int64_t late) {
+    if (late > kWatchesPerWakeUp * WakeUp()) {
+        const uint32_t count = sleepsAtNextSign.load(std::memory_order_relaxed);
+        sleeps.store(count, std::memory_order_relaxed);
+        sleepsAtNextSign.store(std::min(4 * count, kMostSleeps), std::memory_order_relaxed);
+        timely.store(0, std::memory_order_relaxed);
+    } else if (timely.fetch_add(1, std::memory_order_relaxed) == kManyTimely) {
+        sleepsAtNextSign.store(kFewestSleeps, std::memory_order_relaxed);
+    }
+}
+
+bool MachineWaits::MayWatch() {
+    const uint32_t left = sleeps.load(std::memory_order_relaxed);
+    if (left != 0) {
+        sleeps.store(left - 1, std::memory_order_relaxed);
+    }
+    return left == 0;
+}
+
+WaitPlan WaitPolicy::Plan(uint32_t kind, bool isIdleWait) {
+    const TryLock lock(isUsed);
+    if (!lock) {
+        return {};
+    }
+    Kind& known = kinds[kind % kKinds];
+    if (known.untilNextPlan == 0) {
+        known.plan = Cheapest(known, isIdleWait);
+        known.untilNextPlan = kWaitsPerPlan;
+    }
+    return known.plan;
+}
+
+void WaitPolicy::Learn(uint32_t kind, int64_t took) {
+    if (const TryLock lock(isUsed); lock) {
+        Kind& known = kinds[kind % kKinds];
+        known.took.Add(std::max<int64_t>(took, 0));
+        // What was not expected is planned for at once.
+        const bool isExpected = took >= known.plan.watchFrom && took <= known.plan.watchUntil;
+        known.untilNextPlan -= isExpected && known.untilNextPlan != 0 ? 1 : known.untilNextPlan;
+    }
+}
+
+void WaitPolicy::LearnOfTimer(uint32_t kind, int64_t late) {
+    if (const TryLock lock(isUsed); lock) {
+        kinds[kind % kKinds].timerLate.Add(late);
+    }
+}
+
+WaitPlan WaitPolicy::Cheapest(const Kind& kind, bool isIdleWait) const {
+    const int64_t wakeUp = machine.WakeUp();
+    const size_t count = kind.took.Count();
+    const std::array<int64_t, RecentTimes::kMost> took = kind.took.Sorted();
+    const bool knowsTimer = kind.timerLate.Count() != 0;
+    const int64_t late = knowsTimer ? kind.timerLate.Quantile(0.5) : wakeUp;
+    const int64_t latest = knowsTimer ? kind.timerLate.Quantile(0.9) : 2 * wakeUp;
+    const int64_t margin = wakeUp / 2;
+
+    WaitPlan cheapest;
+    int64_t least = static_cast<int64_t>(count) * wakeUp * kWatchesPerWakeUp;  // of only sleeping
+    const auto consider = [&](WaitPlan plan) {
+        const int64_t begin = plan.watchFrom == 0 ? 0 : plan.watchFrom + late;
+        if (plan.watchUntil <= begin ||
+            (isIdleWait && plan.watchFrom != 0 && (plan.watchUntil - begin) * kIdleWaitsPerWatch > begin)) {
+            return;
+        }
+        int64_t cost = 0;
+        for (size_t i = 0; i < count; ++i) {
+            const int64_t watched = std::min(took[i], plan.watchUntil) - begin;
+            const bool timerWakes = plan.watchFrom != 0 && watched >= 0;
+            cost += std::max<int64_t>(watched, 0) + (timerWakes ? wakeUp : 0);
+            cost += watched < 0 || took[i] > plan.watchUntil ? wakeUp * kWatchesPerWakeUp : 0;
+        }
+        if (cost < least) {
+            least = cost;
+            cheapest = plan;
+        }
+    };
+    for (size_t until = 0; until < count; ++until) {
+        if (took[until] > kNever - margin) {
+            break;
+        }
+        const int64_t watchUntil = took[until] + margin;
+        consider({0, watchUntil});
+        for (size_t from = 0; from <= std::min(until, kEarliest); ++from) {
+            if (const int64_t watchFrom = took[from] - latest; watchFrom > latest) {
+                consider({watchFrom, watchUntil});
+            }
+        }
+    }
+    return cheapest;
+}
+
+}  // namespace Orvane::Platform
