@@ -2,7 +2,6 @@
 
 #include "backends/openvino/describe_ports.h"
 #include "core/error_status.h"
-#include "core/load_step.h"
 #include "platform/path.h"
 
 #include <openvino/openvino.hpp>
@@ -29,7 +28,6 @@ Status Try(Work work) {
 }
 
 std::shared_ptr<ov::Model> Read(const ov::Core& core, const std::string& path) {
-    loadStep = LoadStep::Reading;
     return core.read_model(Platform::PathFromUtf8(path), std::filesystem::path());
 }
 
@@ -108,7 +106,6 @@ Status ReshapeModelFile(const std::string& path, const InputShapes& shapes, cons
             return MakeErrorStatus("these inputs have dynamic dimensions and no shape was given for them: " + dynamic);
         }
         if (!out.empty()) {
-            loadStep = LoadStep::Writing;
             return Write(core, model, out);
         }
         return MakeSuccessStatus();

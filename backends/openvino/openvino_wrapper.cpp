@@ -8,8 +8,8 @@
 #include "backends/openvino/describe_ports.h"
 #include "backends/openvino/encrypted_model_file.h"
 #include "backends/openvino/openvino_backend.h"
+#include "core/call_watch.h"
 #include "core/error_status.h"
-#include "core/load_step.h"
 #include "core/weights_file.h"
 #include "platform/copy_data.h"
 #include "platform/path.h"
@@ -63,7 +63,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
         const std::filesystem::path cachePath = Platform::PathFromUtf8(params.openvinoCachePath);
         if (!cachePath.empty() && !Platform::IsMissing(cachePath)) {
             // Whatever is there is the cache: when it cannot be imported, nothing falls back to the model files.
-            loadStep = LoadStep::Importing;
+            CallWatch::Enter(LoadStep::Importing);
             DecodeInputStreamBuf buffer(cachePath);
             std::istream stream(&buffer);
             compiledModel = core->import_model(stream, device, ov::AnyMap{});
@@ -73,7 +73,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
             }
             compiledModel = Compile(params, device);
             if (params.openvinoMakeCache && !cachePath.empty()) {
-                loadStep = LoadStep::Writing;
+                CallWatch::Enter(LoadStep::Writing);
                 WriteCache(cachePath);
             }
         }
@@ -176,9 +176,9 @@ bool OpenvinoWrapper::HasDevice(const std::string& device) {
 
 // The model goes when this returns: a cache is written without its memory.
 ov::CompiledModel OpenvinoWrapper::Compile(const InterpreterParams& params, const std::string& device) {
-    loadStep = LoadStep::Reading;
+    CallWatch::Enter(LoadStep::Reading);
     const std::shared_ptr<ov::Model> model = ReadModel(params);
-    loadStep = LoadStep::Compiling;
+    CallWatch::Enter(LoadStep::Compiling);
     return core->compile_model(model, device, ov::AnyMap{});
 }
 

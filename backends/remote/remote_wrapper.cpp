@@ -3,9 +3,9 @@
 #include <orvane/option_v2.h>
 
 #include "core/backend_factory.h"
+#include "core/call_watch.h"
 #include "core/deferred_log.h"
 #include "core/error_status.h"
-#include "core/load_step.h"
 #include "core/system_exception.h"
 #include "ipc/call_protocol.h"
 #include "platform/copy_data.h"
@@ -127,17 +127,20 @@ Status RemoteWrapper::Failed(Obstacle obstacle, const char* noHost) {
 }
 
 bool RemoteWrapper::Transact() {
+    CallWatch::Look();
     const TimeLimit limit(host->TimeLimit());
     channel.message.Rewind();
     const uint32_t call = channel.message.ReadUInt32();
     channel.callEvent.Set();
     for (int64_t budget = kWaitBudget;
-         !channel.resultEvent.Wait(limit.Within(kWaitSlice), Platform::Awaited::Result, call); budget -= kWaitSlice) {
+         !channel.resultEvent.Wait(CallWatch::Within(limit.Within(kWaitSlice)), Platform::Awaited::Result, call);
+         budget -= kWaitSlice) {
         const bool isAlive = host->IsAlive();
         if (!isAlive || limit.IsOver() || budget < 1) {
             ReleaseFor(isAlive ? HostEndCauseTimeLimit : HostEndCauseUnknown);
             return false;
         }
+        CallWatch::Look();
     }
     channel.message.Rewind();
     return true;
@@ -168,11 +171,11 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
     option->FromParams(params);
     const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
     outputBytes.clear();
-    loadStep = LoadStep::StartingHost;
+    CallWatch::Enter(LoadStep::StartingHost);
     if (Status status = EnsureHost(params.host, size); !status.Ok()) {
         return status;
     }
-    loadStep = LoadStep::InHost;
+    CallWatch::Enter(LoadStep::InHost);
     return ExchangeForStatus(size, [&option, size](MessageBuffer& message) {
         WriteRequest(message, CallInit, size);
         const uint32_t room = message.Room();

@@ -14,16 +14,17 @@
 /// Every failure is an `orvane::Error`.
 
 #include <orvane/orvane_c.h>
+#include <orvane/error.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iterator>
 #include <limits>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -37,81 +38,16 @@
 
 namespace orvane {
 
-/// Why something failed; see the enumerators of the same names in orvane_c.h.
-enum class Reason : int32_t {
-    Refused = ORVANE_REFUSED,
-    BadArgument = ORVANE_BAD_ARGUMENT,
-    NoMemory = ORVANE_NO_MEMORY,
-    HostEnded = ORVANE_HOST_ENDED,
-    System = ORVANE_SYSTEM,
-    Runtime = ORVANE_RUNTIME,
-    Cancelled = ORVANE_CANCELLED,
+/// Steps of a load.
+enum class LoadStep : int32_t {
+    None = ORVANE_LOAD_NONE,  ///< the call is not a load
+    Reading = ORVANE_LOAD_READING,
+    Compiling = ORVANE_LOAD_COMPILING,
+    Importing = ORVANE_LOAD_IMPORTING,  ///< reads the cache file
+    Writing = ORVANE_LOAD_WRITING,
+    StartingHost = ORVANE_LOAD_STARTING_HOST,
+    InHost = ORVANE_LOAD_IN_HOST,
 };
-
-/// "refused" and the like.
-inline const char* NameOf(Reason reason) {
-    return orvane_reason_name(static_cast<int32_t>(reason));
-}
-
-/// How a host process ended; see the enumerators of the same names in orvane_c.h.
-enum class HostEnd : int32_t {
-    Exit = ORVANE_HOST_END_EXIT,
-    Signal = ORVANE_HOST_END_SIGNAL,
-    Interrupted = ORVANE_HOST_END_INTERRUPTED,
-    TimeLimit = ORVANE_HOST_END_TIME_LIMIT,
-    BadReply = ORVANE_HOST_END_BAD_REPLY,
-    Unknown = ORVANE_HOST_END_UNKNOWN,
-};
-
-/// A failure. `what()` is UTF-8 and says what was wrong and what to do.
-class Error : public std::runtime_error {
- public:
-    Error(Reason why, const std::string& text, int32_t systemError = 0)
-        : std::runtime_error(text), reason(why), system(systemError) {}
-
-    Reason GetReason() const { return reason; }
-
-    /// The system's error number; 0 where there is none.
-    int32_t GetSystemError() const { return system; }
-
- private:
-    Reason reason;
-    int32_t system;
-};
-
-/// The host process has ended; `Model::Restart` starts a new one.
-class HostEnded : public Error {
- public:
-    explicit HostEnded(const std::string& text, HostEnd how = HostEnd::Unknown)
-        : Error(Reason::HostEnded, text), cause(how) {}
-
-    HostEnd GetCause() const { return cause; }
-
- private:
-    HostEnd cause;
-};
-
-namespace detail {
-
-inline void Check(orvane_error* error) {
-    if (error == nullptr) {
-        return;
-    }
-    const std::unique_ptr<orvane_error, void (*)(orvane_error*)> owned(error, orvane_error_free);
-    const auto reason = static_cast<Reason>(orvane_error_reason(error));
-    if (reason == Reason::HostEnded) {
-        throw HostEnded(orvane_error_message(error), static_cast<HostEnd>(orvane_error_host_end(error)));
-    }
-    throw Error(reason, orvane_error_message(error), orvane_error_system(error));
-}
-
-// Of more than any that the C interface takes, still more.
-template <typename Element>
-uint32_t Size(const std::vector<Element>& elements) {
-    return static_cast<uint32_t>(std::min<uint64_t>(elements.size(), std::numeric_limits<uint32_t>::max()));
-}
-
-}  // namespace detail
 
 /// Which model to run, and how. What is empty is not wanted. Texts are UTF-8.
 struct Options {
@@ -126,8 +62,18 @@ struct Options {
 
     std::vector<uint8_t> key;  ///< 1 to 4 bytes: the model files are encrypted with this key
 
-    /// How long a call may wait for the host process, loading included; 0 is no limit. A longer one ends the host.
+    /// How long one call may wait for its host processes; 0 is no limit. When the time is over, the host is ended and
+    /// the call throws `HostEnded`. A negative limit is refused.
     std::chrono::milliseconds timeLimit{0};
+
+    /// The same for loading and restarting; 0: as `timeLimit`.
+    std::chrono::milliseconds loadTimeLimit{0};
+
+    /// Called on the thread of a call: at each step of a load, and about five times a second while the call waits for a
+    /// host process. If it returns false, the host process is ended and the call throws an `Error` with
+    /// `Reason::Cancelled`; a load in this process stops at its next step. An exception does the same and leaves the
+    /// call. It may call `Interrupt`, and anything for other models, but nothing else for this model.
+    std::function<bool(LoadStep step)> progress;
 };
 
 enum class Side : int32_t { Input = ORVANE_INPUT, Output = ORVANE_OUTPUT };
@@ -240,11 +186,17 @@ class Model {
         plain.host_program = options.hostProgram ? options.hostProgram->c_str() : nullptr;
         plain.key = options.key.empty() ? nullptr : options.key.data();
         plain.key_size = detail::Size(options.key);
-        const auto limit = std::clamp<std::chrono::milliseconds::rep>(options.timeLimit.count(), 0,
-                                                                      std::numeric_limits<uint32_t>::max());
-        plain.time_limit_ms = static_cast<uint32_t>(limit);
+        plain.time_limit_ms = detail::Milliseconds(options.timeLimit);
+        plain.load_time_limit_ms = detail::Milliseconds(options.loadTimeLimit);
+        if (options.progress) {
+            progress = std::make_unique<LoadProgress>(LoadProgress{options.progress, nullptr});
+            plain.progress = [](void* user, int32_t step) {
+                return LoadProgress::Call(user, static_cast<LoadStep>(step));
+            };
+            plain.progress_user = progress.get();
+        }
         orvane_model* opened = nullptr;
-        detail::Check(orvane_open(&plain, &opened));
+        Check(orvane_open(&plain, &opened));
         handle.reset(opened);
         Describe();
     }
@@ -252,7 +204,7 @@ class Model {
     /// Loads the model again, in a new host process where it has one: after `HostEnded`, or for inputs of other shapes.
     /// Inputs and shapes are to be set again.
     void Restart() {
-        detail::Check(orvane_restart(handle.get()));
+        Check(orvane_restart(handle.get()));
         Describe();
     }
 
@@ -265,7 +217,7 @@ class Model {
     /// Gives an input with dynamic dimensions its shape, before the first data.
     void Resize(const Which& which, const std::vector<int64_t>& shape) {
         const uint32_t index = Input(which).index;
-        detail::Check(orvane_resize(handle.get(), index, shape.data(), detail::Size(shape)));
+        Check(orvane_resize(handle.get(), index, shape.data(), detail::Size(shape)));
         Describe();
     }
 
@@ -274,10 +226,10 @@ class Model {
     void Set(const Which& which, const Elements& elements) {
         const Tensor& input = Input(which);
         CheckType<ElementOf<Elements>>(input);
-        detail::Check(orvane_set_input(handle.get(), input.index, std::data(elements), BytesOf(elements)));
+        Check(orvane_set_input(handle.get(), input.index, std::data(elements), BytesOf(elements)));
     }
 
-    void Run() { detail::Check(orvane_run(handle.get())); }
+    void Run() { Check(orvane_run(handle.get())); }
 
     /// The elements of an output. One with dynamic dimensions is copied into what has the size that the run gave it.
     template <typename T>
@@ -285,9 +237,7 @@ class Model {
         const Tensor& output = Output(which);
         CheckType<T>(output);
         if (output.byteSize == 0 && output.IsDynamic()) {
-            throw Error(Reason::Refused, output.Label() +
-                                             " has a dynamic dimension: copy it into a container of the size "
-                                             "that the run gave it");
+            throw Error(Reason::Refused, output.problem);
         }
         std::vector<T> elements(output.byteSize / sizeof(T));
         Get(which, elements);
@@ -299,7 +249,7 @@ class Model {
     void Get(const Which& which, Elements&& elements) const {
         const Tensor& output = Output(which);
         CheckType<ElementOf<Elements>>(output);
-        detail::Check(orvane_get_output(handle.get(), output.index, std::data(elements), BytesOf(elements)));
+        Check(orvane_get_output(handle.get(), output.index, std::data(elements), BytesOf(elements)));
     }
 
 #ifdef __cpp_lib_span
@@ -310,7 +260,7 @@ class Model {
         CheckType<T>(output);
         const void* data = nullptr;
         uint64_t bytes = 0;
-        detail::Check(orvane_view_output(handle.get(), output.index, &data, &bytes));
+        Check(orvane_view_output(handle.get(), output.index, &data, &bytes));
         return {static_cast<const T*>(data), static_cast<size_t>(bytes / sizeof(T))};
     }
 #endif
@@ -327,6 +277,16 @@ class Model {
     }
 
  private:
+    using LoadProgress = detail::Progress<LoadStep>;
+
+    void Check(orvane_error* error) const {
+        if (progress) {
+            progress->Check(error);
+        } else {
+            detail::Check(error);
+        }
+    }
+
     struct Close {
         void operator()(orvane_model* model) const { orvane_close(model); }
     };
@@ -343,7 +303,7 @@ class Model {
     static void CheckType(const Tensor& tensor) {
         if (tensor.type != ElementType::Unknown && !Matches<T>(tensor.type)) {
             throw Error(Reason::BadArgument, tensor.Label() + " has elements of type " + NameOf(tensor.type) +
-                                                 ": give a container of that type");
+                                                 ": pass a container of that type");
         }
     }
 
@@ -351,10 +311,19 @@ class Model {
         const auto found =
             std::find_if(tensors.begin(), tensors.end(), [&](const Tensor& tensor) { return which.Is(tensor); });
         if (found == tensors.end()) {
-            throw Error(Reason::BadArgument,
-                        "the model has no " + side + " " + which.Text() + ": it has " + std::to_string(tensors.size()));
+            throw Error(Reason::BadArgument, "there is no " + side + " " + which.Text() + ": the model's " + side +
+                                                 "s are " + Names(tensors));
         }
         return *found;
+    }
+
+    static std::string Names(const std::vector<Tensor>& tensors) {
+        constexpr size_t kMost = 10;
+        std::string names;
+        for (size_t i = 0; i < tensors.size() && i < kMost; ++i) {
+            names += (i > 0 ? ", " : "") + std::to_string(i) + " \"" + tensors[i].name + "\"";
+        }
+        return tensors.empty() ? "none" : tensors.size() > kMost ? names + ", ..." : names;
     }
 
     std::vector<Tensor> DescribeAll(Side side) const {
@@ -363,7 +332,7 @@ class Model {
         for (uint32_t index = 0; index < count; ++index) {
             orvane_tensor plain{};
             plain.struct_size = sizeof plain;
-            detail::Check(orvane_describe(handle.get(), static_cast<int32_t>(side), index, &plain));
+            Check(orvane_describe(handle.get(), static_cast<int32_t>(side), index, &plain));
             tensors.push_back(detail::TensorOf(side, index, plain));
         }
         return tensors;
@@ -374,21 +343,41 @@ class Model {
         outputs = DescribeAll(Side::Output);
     }
 
+    std::unique_ptr<LoadProgress> progress;  // outlives the model that calls it
     std::unique_ptr<orvane_model, Close> handle;
     std::vector<Tensor> inputs;
     std::vector<Tensor> outputs;
 };
 
-/// Encrypts a model file with a key of 1 to 4 bytes; `out` may be `in`. See `orvane_encrypt_file` for `pad`.
+/// Called before each piece of a file: how much is done, and how much there is. False gives up, as does an exception.
+using FileProgress = std::function<bool(uint64_t doneBytes, uint64_t totalBytes)>;
+
+namespace detail {
+
+// `transform` gets a function for the C interface and its argument.
+template <typename Transform>
+void WithFileProgress(const FileProgress& progress, Transform transform) {
+    Progress<uint64_t, uint64_t> state{progress, nullptr};
+    state.Check(transform(progress ? Progress<uint64_t, uint64_t>::Call : nullptr, &state));
+}
+
+}  // namespace detail
+
+/// Encrypts a model file with a key of 1 to 4 bytes; `out` may be `in`. See `orvane_encrypt_file` for `pad`. Throws an
+/// `Error` with `Reason::Cancelled`, and writes nothing, if `progress` returns false.
 inline void EncryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
-                        bool pad = false) {
-    detail::Check(
-        orvane_encrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key), pad ? 1 : 0, nullptr, nullptr));
+                        bool pad = false, const FileProgress& progress = {}) {
+    detail::WithFileProgress(progress, [&](auto function, void* user) {
+        return orvane_encrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key), pad ? 1 : 0, function, user);
+    });
 }
 
 /// The other direction.
-inline void DecryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key) {
-    detail::Check(orvane_decrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key), nullptr, nullptr));
+inline void DecryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
+                        const FileProgress& progress = {}) {
+    detail::WithFileProgress(progress, [&](auto function, void* user) {
+        return orvane_decrypt_file(in.c_str(), out.c_str(), key.data(), detail::Size(key), function, user);
+    });
 }
 
 }  // namespace orvane

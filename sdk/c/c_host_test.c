@@ -1,93 +1,179 @@
 // Hosts that end, that lie, and that several copies of a program have at once.
 #include "c_test_support.h"
 
-static void ExpectEnded(orvane_model* model, const char* how) {
+// A host that has ended like this stays so, whatever is asked.
+static void ExpectEnded(orvane_model* model, int32_t cause, const char* how) {
     const void* view = NULL;
     uint64_t bytes = 0;
     uint8_t data[4];
     const int64_t dimension = 4;
-    FAILS(orvane_set_input(model, 0, "abcd", 4), ORVANE_HOST_ENDED, how);
-    FAILS(orvane_run(model), ORVANE_HOST_ENDED, "call orvane_restart");
-    FAILS(orvane_get_output(model, 0, data, 4), ORVANE_HOST_ENDED, how);
-    FAILS(orvane_view_output(model, 0, &view, &bytes), ORVANE_HOST_ENDED, how);
-    FAILS(orvane_resize(model, 0, &dimension, 1), ORVANE_HOST_ENDED, how);
-    FAILS(orvane_infer(model, NULL, 0, NULL, 0), ORVANE_HOST_ENDED, how);
+    ENDS(orvane_set_input(model, 0, "abcd", 4), cause, how);
+    ENDS(orvane_run(model), cause, "restart the model");
+    ENDS(orvane_get_output(model, 0, data, 4), cause, how);
+    ENDS(orvane_view_output(model, 0, &view, &bytes), cause, how);
+    ENDS(orvane_resize(model, 0, &dimension, 1), cause, how);
+    ENDS(orvane_infer(model, NULL, 0, NULL, 0), cause, how);
     EXPECT(orvane_tensor_count(model, ORVANE_INPUT) == 1);
 }
 
-void TestHost(const char* stub) {
-    static const char* const kEnds[2][2] = {{"echo 4;crash", "ended: "},
-                                            {"echo 4;sleep 20000", "time limit of 1000 ms"}};
+static void TestEnds(const char* stub) {
+    // How a crash ends a program, each system says in its own way.
+    static const int32_t kCrash = sizeof(wchar_t) == 2 ? ORVANE_HOST_END_EXIT : ORVANE_HOST_END_SIGNAL;
+    static const char* const kEnds[2][2] = {{"echo 4;crash", "the host process has ended: "},
+                                            {"echo 4;sleep 20000", "time limit of 1000 ms; restart the model, or"}};
     const int64_t dimension = 4;
     for (size_t i = 0; i < 2; ++i) {
-        orvane_options options = Options(kEnds[i][0], stub);
+        const int32_t cause = i == 1 ? ORVANE_HOST_END_TIME_LIMIT : kCrash;
+        orvane_options options = StubOptions(kEnds[i][0], stub);
         options.time_limit_ms = i == 1 ? 1000 : 15000;
-        orvane_model* model = NULL;
-        SUCCEEDS(orvane_open(&options, &model));
+        orvane_model* model = Open(options);
         for (int round = 0; round < 2; ++round) {
             SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
             FAILS(orvane_resize(model, 0, &dimension, 1), ORVANE_REFUSED, "cannot be set in a host process");
-            FAILS(orvane_run(model), ORVANE_HOST_ENDED, kEnds[i][1]);
-            ExpectEnded(model, kEnds[i][1]);
+            ENDS(orvane_run(model), cause, kEnds[i][1]);
+            ExpectEnded(model, cause, kEnds[i][1]);
             SUCCEEDS(orvane_restart(model));
         }
         orvane_close(model);
     }
 
-    orvane_options options = Options("hang", stub);
+    orvane_options options = StubOptions("hang", stub);
     options.time_limit_ms = 500;
-    FAILS(TryOpen(options), ORVANE_HOST_ENDED, "before the model was loaded: time limit of 500 ms");
-    orvane_error* error = TryOpen(Options("hang", "no_such_host"));
-    EXPECT(orvane_error_system(error) == 2);
-    FAILS(error, ORVANE_SYSTEM, "no_such_host cannot be started");
+    ENDS(TryOpen(options), ORVANE_HOST_END_TIME_LIMIT, "before the model was loaded: time limit of 500 ms; allow");
+    orvane_error* error = TryOpen(Options(Write("model.xml", ""), "no_such_host"));
+    EXPECT(orvane_error_system(error) == 2 && orvane_error_host_end(error) == 0);
+    FAILS(error, ORVANE_SYSTEM, "the host program no_such_host cannot be started: ");
+}
 
+static void TestLargestTensors(const char* stub) {
     const size_t largest = 22020096;
     char* much = (char*)calloc(1, largest);
-    orvane_model* model = Open("share 22020096 22020096", stub);
+    orvane_model* model = Open(StubOptions("share 22020096 22020096", stub));
     SUCCEEDS(orvane_set_input(model, 0, much, largest));
     SUCCEEDS(orvane_run(model));
     SUCCEEDS(orvane_get_output(model, 0, much, largest));
     orvane_close(model);
-    model = Open("echo 22020097", stub);
+    model = Open(StubOptions("echo 22020097", stub));
     FAILS(orvane_set_input(model, 0, much, 22020097), ORVANE_REFUSED, "more than the 22020096 bytes");
     FAILS(orvane_get_output(model, 0, much, 22020097), ORVANE_REFUSED, "more than the 22020096 bytes");
     orvane_close(model);
     free(much);
 }
 
-void TestForgedReplies(const char* forger) {
+static void TestProgress(const char* stub) {
+    Progress progress;
+    orvane_options options = StubOptions("echo 4;sleep 1300", stub);
+    memset(&progress, 0, sizeof progress);
+    options.progress = CountSteps;
+    options.progress_user = &progress;
+    orvane_model* model = Open(options);
+    EXPECT(progress.calls[ORVANE_LOAD_STARTING_HOST] == 1 && progress.calls[ORVANE_LOAD_IN_HOST] >= 1);
+    SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
+    SUCCEEDS(orvane_run(model));
+    EXPECT(progress.calls[ORVANE_LOAD_NONE] >= 3 && progress.calls[ORVANE_LOAD_NONE] <= 7);  // in 1.3 s
+
+    progress.given_up_at_call = progress.calls[ORVANE_LOAD_NONE] + 1;
+    FAILS(orvane_run(model), ORVANE_CANCELLED, "gave the call up, and the host process was ended");
+    ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "because the progress function gave a call up");
+    progress.given_up_at_step = ORVANE_LOAD_STARTING_HOST;
+    progress.given_up_at_call = progress.calls[ORVANE_LOAD_STARTING_HOST] + 1;
+    FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function gave up loading the model");
+    ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "restart");
+    SUCCEEDS(orvane_restart(model));
+    SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
+    progress.model = model;
+    ENDS(orvane_run(model), ORVANE_HOST_END_INTERRUPTED, "the host process has ended: interrupted");
+    orvane_close(model);
+
+    memset(&progress, 0, sizeof progress);
+    options = StubOptions("hang", stub);
+    options.progress = CountSteps;
+    options.progress_user = &progress;
+    progress.given_up_at_step = ORVANE_LOAD_IN_HOST;
+    progress.given_up_at_call = 3;  // at the step, and while it waits
+    FAILS(TryOpen(options), ORVANE_CANCELLED, "the progress function gave up loading the model");
+}
+
+void TestHost(const char* stub) {
+    TestEnds(stub);
+    TestLargestTensors(stub);
+    TestProgress(stub);
+}
+
+// Each answer comes in time, and all together do not.
+static void TestOneDeadlineForACall(const char* forger) {
+    uint8_t data[4];
+    const orvane_input input = {sizeof input, 0, "abcd", 4};
+    const orvane_output output = {sizeof output, 0, data, 4};
+    orvane_options options = StubOptions("slow 400", forger);
+    options.time_limit_ms = 1000;
+    ENDS(TryOpen(options), ORVANE_HOST_END_TIME_LIMIT, "before the model was loaded: time limit of 1000 ms");
+    options.load_time_limit_ms = 20000;
+    orvane_model* model = Open(options);
+    SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
+    ENDS(orvane_infer(model, &input, 1, &output, 1), ORVANE_HOST_END_TIME_LIMIT, "time limit of 1000 ms");
+    orvane_close(model);
+}
+
+// The host that reads a new cache does not end.
+static void TestTheReaderOfACache(const char* forger) {
+    Progress progress;
+    orvane_options options = Options(Write("cache", ""), forger);
+    memset(&progress, 0, sizeof progress);
+    remove("read_for_ever");
+    options.cache_path = "read_for_ever";
+    options.make_cache = 1;
+    options.load_time_limit_ms = 1000;
+    ENDS(TryOpen(options), ORVANE_HOST_END_TIME_LIMIT, "time limit of 1000 ms");
+    options.load_time_limit_ms = 0;
+    options.progress = CountSteps;
+    options.progress_user = &progress;
+    progress.given_up_at_step = ORVANE_LOAD_IN_HOST;
+    progress.given_up_at_call = 4;
+    FAILS(TryOpen(options), ORVANE_CANCELLED, "gave up loading");
+    EXPECT(progress.calls[ORVANE_LOAD_STARTING_HOST] == 2);
+    EXPECT(fopen("read_for_ever", "rb") == NULL);
+}
+
+static void TestLies(const char* forger) {
     static const char* const kNoModels[] = {"count -1", "count 2000000000", "tag", "length"};
     for (size_t i = 0; i < sizeof kNoModels / sizeof kNoModels[0]; ++i) {
-        FAILS(TryOpen(Options(kNoModels[i], forger)), ORVANE_HOST_ENDED,
-              i < 3 ? "cannot be a reply" : "a reply that cannot be one");
+        ENDS(TryOpen(StubOptions(kNoModels[i], forger)), ORVANE_HOST_END_BAD_REPLY,
+             "use the host program that belongs to this library");
     }
-    orvane_model* model = Open("text", forger);
+    orvane_model* model = Open(StubOptions("text", forger));
     EXPECT(strcmp(Describe(model, ORVANE_INPUT).name, "?(") == 0);
     orvane_close(model);
     for (size_t i = 0; i < 2; ++i) {
         char data[4] = {0};
-        model = Open(i == 0 ? "size" : "failing", forger);
+        model = Open(StubOptions(i == 0 ? "size" : "failing", forger));
         SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
         SUCCEEDS(orvane_run(model));
         SUCCEEDS(orvane_get_output(model, 0, data, 4));
         EXPECT(memcmp(data, "abcd", 4) == 0);
         orvane_close(model);
     }
-    model = Open("status", forger);
+    model = Open(StubOptions("status", forger));
     for (int round = 0; round < 2; ++round) {
         SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
-        FAILS(orvane_run(model), ORVANE_HOST_ENDED, "cannot be a reply");
-        ExpectEnded(model, "cannot be a reply");
+        ENDS(orvane_run(model), ORVANE_HOST_END_BAD_REPLY, "cannot be a reply");
+        ExpectEnded(model, ORVANE_HOST_END_BAD_REPLY, "cannot be a reply");
         SUCCEEDS(orvane_restart(model));
     }
     orvane_close(model);
+}
+
+void TestForgedReplies(const char* forger) {
+    TestLies(forger);
+    TestOneDeadlineForACall(forger);
+    TestTheReaderOfACache(forger);
 }
 
 int RunCopy(const char* stub, const char* number) {
     char received[4] = {0};
     const orvane_input input = {sizeof input, 0, number, sizeof received};
     const orvane_output output = {sizeof output, 0, received, sizeof received};
-    orvane_model* model = Open("echo 4", stub);
+    orvane_model* model = Open(StubOptions("echo 4", stub));
     for (int round = 0; round < 200 && failures == 0; ++round) {
         SUCCEEDS(orvane_infer(model, &input, 1, &output, 1));
         EXPECT(memcmp(number, received, sizeof received) == 0);

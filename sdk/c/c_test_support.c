@@ -19,6 +19,16 @@ void ExpectError(orvane_error* error, int32_t reason, const char* text, const ch
     orvane_error_free(error);
 }
 
+void ExpectMissing(orvane_error* error, const char* text, const char* file, int line) {
+    Expect(orvane_error_system(error) == 2 && strchr(orvane_error_message(error), '\n') == NULL, text, file, line);
+    ExpectError(error, ORVANE_SYSTEM, text, file, line);
+}
+
+void ExpectEnd(orvane_error* error, int32_t cause, const char* text, const char* file, int line) {
+    Expect(orvane_error_host_end(error) == cause, text, file, line);
+    ExpectError(error, ORVANE_HOST_ENDED, text, file, line);
+}
+
 const char* Write(const char* path, const char* text) {
     FILE* file = fopen(path, "wb");
     EXPECT(file != NULL && fputs(text, file) >= 0 && fclose(file) == 0);
@@ -47,8 +57,13 @@ orvane_options Options(const char* model, const char* host) {
     return options;
 }
 
-orvane_model* Open(const char* model, const char* host) {
-    const orvane_options options = Options(model, host);
+orvane_options StubOptions(const char* model, const char* host) {
+    orvane_options options = Options(model, host);
+    options.cache_path = host;
+    return options;
+}
+
+orvane_model* Open(orvane_options options) {
     orvane_model* opened = NULL;
     SUCCEEDS(orvane_open(&options, &opened));
     return opened;
@@ -68,4 +83,14 @@ orvane_tensor Describe(const orvane_model* model, int32_t side) {
     tensor.struct_size = sizeof tensor;
     SUCCEEDS(orvane_describe(model, side, 0, &tensor));
     return tensor;
+}
+
+int32_t CountSteps(void* user, int32_t step) {
+    Progress* progress = (Progress*)user;
+    EXPECT(step >= ORVANE_LOAD_NONE && step <= ORVANE_LOAD_IN_HOST);
+    if (progress->model != NULL) {
+        FAILS(orvane_run(progress->model), ORVANE_BAD_ARGUMENT, "in that function only interrupt it");
+        orvane_interrupt(progress->model);
+    }
+    return ++progress->calls[step] == progress->given_up_at_call && step == progress->given_up_at_step;
 }

@@ -8,6 +8,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <wchar.h>
 
 extern int failures;
 static const int32_t kData[8] = {1, 2, 3, 4, 5, 6, 7, 8};
@@ -15,6 +16,8 @@ static const int32_t kData[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 // A check that fails counts, and is printed with its place.
 void Expect(int isTrue, const char* what, const char* file, int line);
 void ExpectError(orvane_error* error, int32_t reason, const char* text, const char* file, int line);
+void ExpectMissing(orvane_error* error, const char* text, const char* file, int line);
+void ExpectEnd(orvane_error* error, int32_t cause, const char* text, const char* file, int line);
 
 // Writes a file and returns its path.
 const char* Write(const char* path, const char* text);
@@ -22,15 +25,34 @@ const char* Write(const char* path, const char* text);
 // Writes a model that hands its input "x", of a type and a shape ("1,?"), on as its output, and returns its path.
 const char* EchoModel(const char* path, const char* type, const char* shape);
 orvane_options Options(const char* model, const char* host);
-orvane_model* Open(const char* model, const char* host);
+
+// For a host whose models are no files: the library asks for a cache file instead, which the host does not read.
+orvane_options StubOptions(const char* model, const char* host);
+orvane_model* Open(orvane_options options);
 
 // Opens and closes.
 orvane_error* TryOpen(orvane_options options);
 orvane_tensor Describe(const orvane_model* model, int32_t side);
 
+// What a progress function was called with, and when it gives up.
+typedef struct Progress {
+    int calls[7];              // by step
+    int32_t given_up_at_step;  // and
+    int given_up_at_call;      // of that step, from 1 on; 0 never
+    orvane_model* model;       // unless null, run by the function, and then interrupted
+} Progress;
+
+int32_t CountSteps(void* user, int32_t step);
+
 #define EXPECT(condition) Expect((condition) != 0, #condition, __FILE__, __LINE__)
 #define SUCCEEDS(call) ExpectError(call, 0, "", __FILE__, __LINE__)
 #define FAILS(call, reason, text) ExpectError(call, reason, text, __FILE__, __LINE__)
+
+// A call that fails because a file is missing, by its only line.
+#define MISSES(call, text) ExpectMissing(call, text, __FILE__, __LINE__)
+
+// A call that fails because the host has ended like this.
+#define ENDS(call, cause, text) ExpectEnd(call, cause, text, __FILE__, __LINE__)
 
 // The parts that c_interface_test.c runs one after another.
 void TestHost(const char* stub);

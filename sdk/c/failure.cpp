@@ -1,5 +1,7 @@
 #include "sdk/c/failure.h"
 
+#include <orvane/host.h>
+
 #include "platform/file_error.h"
 #include "sdk/c/utf8.h"
 
@@ -23,25 +25,28 @@ orvane_error* MakeError(int32_t reason, int32_t system, const char* message, int
     return new orvane_error{reason, system, AsUtf8(message), hostEnd};
 }
 
-const char* ExplanationOf(std::string_view message) {
+// The English for a fixed text: what was wrong and what to do.
+const char* ExplanationOf(std::string_view text) {
     static constexpr std::pair<std::string_view, const char*> kExplanations[] = {
-        {"模型参数错误", "wrong model parameters: give model_path, or the cache_path of a file that exists"},
-        {"不支持的设备类型",
-         "unsupported device: OpenVINO lists no such device on this machine; leave device out for "
-         "the CPU"},
-        {"数据大小错误", "wrong data size: give exactly as many bytes as the tensor has"},
-        {"Tensor 参数错误", "wrong tensor parameter: the model has no such input"},
-        {"不支持此操作", "this operation is not supported"},
-        {"OpenVINO is not enabled\n",
-         "this library runs models in a host process only: give host_program, or use the "
-         "library orvane_c"},
+        {"模型参数错误", "the model cannot be loaded: name a model file, or a cache file that exists"},
+        {"不支持的设备类型", "OpenVINO lists no such device on this machine: name another one, or none for the CPU"},
+        {"数据大小错误", "the data has the wrong size: pass exactly as many bytes as the tensor has"},
+        {"Tensor 参数错误", "the model has no such input: use an index below the number of inputs"},
+        {"不支持此操作", "this is not supported"},
+        {"OpenVINO is not enabled",
+         "this library runs models in a host process only: set a host program, or use the library orvane_c"},
     };
-    for (const auto& [text, explanation] : kExplanations) {
-        if (text == message) {
+    for (const auto& [fixed, explanation] : kExplanations) {
+        if (fixed == text) {
             return explanation;
         }
     }
     return nullptr;
+}
+
+// An explanation, and after it the fixed text that it explains.
+std::string Explained(const std::string& explanation, const std::string& fixedText) {
+    return explanation + " (" + fixedText + ")";
 }
 
 int32_t ReasonOf(FailureReason reason) {
@@ -56,20 +61,6 @@ int32_t ReasonOf(FailureReason reason) {
         default:
             return ORVANE_REFUSED;
     }
-}
-
-}  // namespace
-
-Failure FailureOf(const Status& status) {
-    const int32_t reason = ReasonOf(status.reason);
-    std::string message = status.message;
-    if (const char* explanation = ExplanationOf(message); explanation != nullptr) {
-        message += std::string(" (") + explanation + ")";
-    }
-    if (reason == ORVANE_SYSTEM) {
-        message += " (" + std::system_category().message(status.code) + ")";
-    }
-    return {reason, message, reason == ORVANE_SYSTEM ? status.code : 0};
 }
 
 int32_t CauseOf(const HostEnd& end) {
@@ -89,22 +80,61 @@ int32_t CauseOf(const HostEnd& end) {
     }
 }
 
-std::string Explain(const HostEnd& end) {
+// What may have ended a host like this.
+const char* MeaningOf(const HostEnd& end) {
     // Signals are Linux's and large exit values are Windows'; neither has the other's.
     static constexpr std::tuple<HostEndCause, uint32_t, const char*> kMeanings[] = {
-        {HostEndCauseExit, 127, "a library that it needs was not found"},
-        {HostEndCauseExit, 0xC0000135, "a DLL that it needs was not found"},
-        {HostEndCauseSignal, 4, "the processor lacks an instruction that the runtime used"},
-        {HostEndCauseExit, 0xC000001D, "the processor lacks an instruction that the runtime used"},
-        {HostEndCauseSignal, 6, "it gave up, for instance because there was not enough memory"},
-        {HostEndCauseSignal, 9, "somebody killed it, or the system did when memory ran out"},
-        {HostEndCauseExit, 0xC0000017, "there was not enough memory"},
+        {HostEndCauseExit, 127, ", a library that it needs was not found"},
+        {HostEndCauseExit, 0xC0000135, ", a DLL that it needs was not found"},
+        {HostEndCauseSignal, 4, ", the processor lacks an instruction that the runtime used"},
+        {HostEndCauseExit, 0xC000001D, ", the processor lacks an instruction that the runtime used"},
+        {HostEndCauseSignal, 6, ", it gave up, for instance because there was not enough memory"},
+        {HostEndCauseSignal, 9, ", somebody killed it, or the system did when memory ran out"},
+        {HostEndCauseExit, 0xC0000017, ", there was not enough memory"},
     };
-    std::string text = end.text.empty() ? "nobody knows how" : end.text;
     for (const auto& [cause, value, meaning] : kMeanings) {
-        text += cause == end.cause && value == end.value ? std::string(", ") + meaning : "";
+        if (cause == end.cause && value == end.value) {
+            return meaning;
+        }
     }
-    return text;
+    return "";
+}
+
+const char* AdviceFor(const HostEnd& end, bool isLoaded) {
+    switch (end.cause) {
+        case HostEndCauseTimeLimit:
+            return isLoaded ? "restart the model, or allow more time" : "allow more time";
+        case HostEndCauseBadReply:
+            return "use the host program that belongs to this library, and restart the model";
+        default:
+            return isLoaded
+                       ? "restart the model"
+                       : "check that the host program is orvane_host, and that it can load the model with this device";
+    }
+}
+
+}  // namespace
+
+Failure FailureOf(const Status& status) {
+    const int32_t reason = ReasonOf(status.reason);
+    const std::string text = status.message.substr(0, status.message.find_last_not_of("\n ") + 1);
+    if (reason == ORVANE_SYSTEM) {
+        return {reason,
+                Explained(
+                    "the system cannot give what a host process needs: " + std::system_category().message(status.code),
+                    text),
+                status.code};
+    }
+    const char* explanation = ExplanationOf(text);
+    return {reason, explanation != nullptr ? Explained(explanation, text) : text};
+}
+
+Failure HostEndedFailure(const HostEnd& end, bool isLoaded) {
+    std::string text =
+        isLoaded ? "the host process has ended: " : "the host process ended before the model was loaded: ";
+    text.append(end.text.empty() ? "the system does not say how" : end.text).append(MeaningOf(end));
+    text.append("; ").append(AdviceFor(end, isLoaded));
+    return {ORVANE_HOST_ENDED, Explained(text, kHostExit), 0, CauseOf(end)};
 }
 
 orvane_error* CaughtError() noexcept {

@@ -42,14 +42,12 @@ inline Failure Refused(const std::string& text) {
     return {ORVANE_REFUSED, text};
 }
 
-// The SDK's own text, and behind it, where that does not say it in English, what it means and what to do.
+// What a status of the SDK's classes means and what to do, and after it, in parentheses, a fixed text of theirs that
+// does not say so.
 Failure FailureOf(const Status& status);
 
-// The `ORVANE_HOST_END_` value of a host's end.
-int32_t CauseOf(const HostEnd& end);
-
-// How a host process ended, and what that may come from: "signal 9 (SIGKILL), somebody killed it, or ...".
-std::string Explain(const HostEnd& end);
+// Of a host process that ended like this, before or after its model was loaded: what happened and what to do.
+Failure HostEndedFailure(const HostEnd& end, bool isLoaded);
 
 // The exception that is being handled, as the caller gets it; one that has no memory for that is an error too.
 orvane_error* CaughtError() noexcept;

@@ -2,6 +2,7 @@
 
 #include <orvane/log.h>
 
+#include "core/call_watch.h"
 #include "platform/path.h"
 #include "platform/private_folder.h"
 #include "platform/whole_file.h"
@@ -18,7 +19,6 @@ namespace {
 void PlaceCache(const std::filesystem::path& made, const std::filesystem::path& place, LoadRequest request) {
     request.params.openvinoMakeCache = false;
     Interpreter reader;
-    reader.SetTimeLimit(request.timeLimit);
     if (!std::filesystem::exists(made)) {
         throw Refused("it cannot be written");
     }
@@ -53,6 +53,8 @@ Status LoadAndMakeCache(Interpreter& target, const LoadRequest& request) {
     if (status.Ok()) {
         try {
             PlaceCache(folder->Path() / "cache", place, making);
+        } catch (const CallStopped&) {
+            throw;
         } catch (const std::exception& error) {
             LogNoCache(request, error);
         }

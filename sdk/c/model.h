@@ -2,27 +2,49 @@
 
 #include <orvane/interpreter.h>
 
+#include "core/call_watch.h"
 #include "sdk/c/failure.h"
 #include "sdk/c/options.h"
 #include "sdk/c/port.h"
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <type_traits>
 #include <vector>
 
 namespace Orvane::C {
 
-// A loaded model over the SDK's classes, which are handed nothing that could harm this process or the host, and whose
-// host is believed nothing that could. Operations throw `Failure`, `std::bad_alloc`, and what the runtime throws.
+// A loaded model over the SDK's classes. It checks whatever could harm this process or the host before it reaches the
+// classes, and trusts no reply of the host that could harm this process. Operations throw `Failure`, `std::bad_alloc`,
+// and what the runtime throws.
 class Model {
  public:
+    // One call of the application: its operations share one deadline and its progress function. Throws if the model is
+    // in a call already, which is so when a progress function uses the model that it was called for.
+    class Call {
+     public:
+        explicit Call(Model& which) : Call(which, which.request.timeLimit, which.request.progress != nullptr) {}
+
+        // Of a load, which also stops when it is interrupted between two hosts.
+        static Call ForLoad(Model& which) { return Call(which, which.request.loadTimeLimit, true); }
+
+        ~Call() { model.isInCall = false; }
+        Call(const Call&) = delete;
+        Call& operator=(const Call&) = delete;
+
+     private:
+        Call(Model& which, uint32_t limit, bool hasProgress);
+
+        Model& model;
+        CallWatch watch;
+    };
+
     explicit Model(LoadRequest loadRequest);
 
+    // The functions below but those for any thread want a `Call`, and `Restart` one for a load.
+
     void Restart();
-    uint32_t Count(int32_t side) const;
-    const Port& PortAt(int32_t side, uint32_t index) const;
     void Resize(uint32_t input, const int64_t* dimensions, uint32_t rank);
     void SetInput(uint32_t index, const void* data, uint64_t bytes);
     void Run();
@@ -35,10 +57,14 @@ class Model {
     // The bytes of an output where they are, until the next operation.
     const void* ViewOutput(uint32_t index);
 
-    // Throws when the host has ended. Every operation but `Restart` and those that only ask begins with it.
+    // Throws if the host has ended. Every operation but `Restart` and those that only ask begins with it.
     void RequireHost() const;
 
-    // Any thread.
+    // Without a `Call`.
+    uint32_t Count(int32_t side) const;
+    const Port& PortAt(int32_t side, uint32_t index) const;
+
+    // Without a `Call`, on any thread.
     void Interrupt();
 
  private:
@@ -47,16 +73,21 @@ class Model {
         std::vector<Port> outputs;
     };
 
+    static int32_t Progress(void* self, int32_t step);
+
     bool IsRemote() const { return !request.params.host.empty(); }
-    std::string HowHostEnded() const;
     void Check(const Status& status);
 
-    // What talks to the interpreter goes through here: a reply that is none ends the host.
+    // What talks to the interpreter goes through here: whatever leaves the host unusable ends it.
     template <typename Work>
     std::invoke_result_t<Work> Talk(Work work);
+    [[noreturn]] void RethrowCaught();
+    [[noreturn]] void EndHost(const Failure& failure);
+    [[noreturn]] void GiveUp();
 
     Ports Load(Interpreter& target);
     std::vector<Port> Describe(Interpreter& target, TensorType side, uint64_t& budget) const;
+    void RequireLivingHost(const Interpreter& asked) const;
     void RequireShapes() const;
     void ReloadUnlessPrepared();
     void CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes);
@@ -64,10 +95,13 @@ class Model {
     const LoadRequest request;
     Interpreter interpreter;
     Ports ports;  // they do not outlive what `interpreter` holds
+    bool isInCall = false;
+    uint32_t limit = 0;  // of the call
     bool isLoaded = false;
     bool hasInput = false;
     bool hasRun = false;
-    std::optional<Failure> end;  // of the host: what each operation answers until the next restart
+    std::atomic<bool> isInterrupted{false};  // since the last load began
+    std::optional<Failure> end;              // of the host: the answer to each operation until the next restart
 };
 
 }  // namespace Orvane::C

@@ -1,6 +1,5 @@
 #include "sdk/c/model_file.h"
 
-#include "core/load_step.h"
 #include "core/weights_file.h"
 #include "platform/file_error.h"
 #include "platform/path.h"
@@ -42,9 +41,9 @@ void Tell(const std::vector<TensorInfo>& infos, TensorType side, TensorSink sink
 
 void CheckModelPath(const std::string& path) {
     if (path.empty()) {
-        throw BadArgument("the path of the model file is empty: name a file");
+        throw BadArgument("the model path is empty: name a file");
     }
-    RefuseSpecialFile(path);
+    RequireFile(path, "model file");
 }
 
 void Rename(const std::filesystem::path& made, const std::filesystem::path& place) {
@@ -68,7 +67,6 @@ void TellDevices(DeviceSink sink, void* user) {
 
 void TellTensors(const std::string& path, TensorSink sink, void* user) {
     CheckModelPath(path);
-    const LoadStepScope loading;
     FileTensors tensors;
     Check(DescribeModelFile(path, tensors));
     Tell(tensors.inputs, TensorTypeInput, sink, user);
@@ -79,7 +77,7 @@ InputShapes ReadShapes(const orvane_shape* first, uint32_t count) {
     constexpr size_t kFirstSize = 24;
     constexpr uint32_t kHighestRank = 64;
     InputShapes shapes;
-    ForEach(first, count, kFirstSize, "orvane_shape", [&](const orvane_shape& shape) {
+    ForEach(first, count, kFirstSize, "a shape", [&](const orvane_shape& shape) {
         const std::string label = "the shape for input " + std::to_string(shape.input);
         if (shape.dimensions == nullptr || shape.rank == 0 || shape.rank > kHighestRank) {
             throw BadArgument(label + " has no dimensions, or more than " + std::to_string(kHighestRank));
@@ -99,7 +97,6 @@ InputShapes ReadShapes(const orvane_shape* first, uint32_t count) {
 
 void Reshape(const std::string& path, const InputShapes& shapes, const std::string& out) {
     CheckModelPath(path);
-    const LoadStepScope loading;
     if (out.empty()) {
         Check(ReshapeModelFile(path, shapes, out));
         return;

@@ -14,16 +14,19 @@ namespace Orvane::C {
 namespace {
 
 constexpr size_t kLongestText = 32'767;
+constexpr int32_t kNoSuchFile = 2;  // the number on both systems
 
 void CheckCombination(const LoadRequest& request) {
     const InterpreterParams& params = request.params;
-    if (params.openvinoMakeCache && params.openvinoCachePath.empty()) {
-        throw BadArgument("make_cache is set but there is no cache_path: name the file to write");
+    if (params.modelPath.empty() && params.openvinoCachePath.empty()) {
+        throw BadArgument("there is neither a model path nor a cache path: name the file to load");
     }
-    if (request.timeLimit != 0 && params.host.empty()) {
-        throw BadArgument(
-            "time_limit_ms is set but there is no host_program: a model in this process cannot be ended; give "
-            "host_program, or leave the limit 0");
+    if (params.openvinoMakeCache && params.openvinoCachePath.empty()) {
+        throw BadArgument("a cache file is to be written, but there is no cache path: name the file");
+    }
+    if (const uint32_t limit = std::max(request.timeLimit, request.loadTimeLimit); limit != 0 && params.host.empty()) {
+        throw BadArgument("there is a time limit of " + std::to_string(limit) +
+                          " ms, but a model in this process cannot be ended: set a host program, or no limit");
     }
     // On its way to a host a key ends at its first zero.
     const auto& key = params.openvinoMakeEncryptedKey;
@@ -31,7 +34,7 @@ void CheckCombination(const LoadRequest& request) {
     if (!params.host.empty() && std::any_of(zero, key.end(), [](uint8_t byte) { return byte != 0; })) {
         throw Refused(
             "a key with a zero byte in front of others does not reach a host process: encrypt the model with another "
-            "key, or run it without host_program");
+            "key, or run it in this process");
     }
 }
 
@@ -40,20 +43,21 @@ void CheckCombination(const LoadRequest& request) {
 void CheckStructSize(uint64_t size, size_t first, const std::string& name) {
     constexpr uint64_t kLargest = 4'096;  // what is no size at all must not be read so far
     if (size < first || size > kLargest || size % alignof(uint64_t) != 0) {
-        throw BadArgument(name + ".struct_size is " + std::to_string(size) + ": set it to sizeof(" + name + ")");
+        throw BadArgument("the size of " + name + " is set to " + std::to_string(size) +
+                          " bytes: set it to the size of the structure");
     }
 }
 
-std::string ReadText(const char* text, const std::string& field) {
+std::string ReadText(const char* text, const std::string& name) {
     if (text == nullptr) {
         return {};
     }
     const auto* const end = static_cast<const char*>(std::memchr(text, 0, kLongestText + 1));
     if (end == nullptr) {
-        throw BadArgument(field + " is longer than " + std::to_string(kLongestText) + " bytes: give a shorter one");
+        throw BadArgument(name + " is longer than " + std::to_string(kLongestText) + " bytes: pass a shorter one");
     }
     if (!IsUtf8({text, end})) {
-        throw BadArgument(field + " is not UTF-8: convert it before you pass it");
+        throw BadArgument(name + " is not UTF-8: convert it before you pass it");
     }
     return {text, end};
 }
@@ -61,34 +65,38 @@ std::string ReadText(const char* text, const std::string& field) {
 std::array<uint8_t, 4> ReadKey(const uint8_t* key, uint32_t size) {
     std::array<uint8_t, 4> bytes{};
     if (size == 0 || size > bytes.size()) {
-        throw BadArgument("a key has 1 to 4 bytes, not " + std::to_string(size));
+        throw BadArgument("the key has " + std::to_string(size) + " bytes: pass 1 to 4");
     }
     if (key == nullptr) {
-        throw BadArgument("key is null but key_size is not 0: give both or none");
+        throw BadArgument("the key has " + std::to_string(size) + " bytes, but its address is null: pass it");
     }
     std::copy_n(key, size, bytes.begin());
     return bytes;
 }
 
-void RefuseSpecialFile(const std::string& path) {
+void RequireFile(const std::string& path, const std::string& name) {
+    const std::filesystem::path file = Platform::PathFromUtf8(path);
+    if (Platform::IsMissing(file)) {
+        throw Failure(ORVANE_SYSTEM, "there is no " + name + " " + path + ": check its name and folder", kNoSuchFile);
+    }
     std::error_code ignored;
-    if (!path.empty() && std::filesystem::is_other(std::filesystem::status(Platform::PathFromUtf8(path), ignored))) {
+    if (std::filesystem::is_other(std::filesystem::status(file, ignored))) {
         throw Refused(path + " is no ordinary file: models and caches are read from files");
     }
 }
 
 LoadRequest ReadOptions(const orvane_options* given) {
     constexpr size_t kFirstSize = 80;
-    const auto options = ReadStruct(given, kFirstSize, "orvane_options");
+    const auto options = ReadStruct(given, kFirstSize, "the options");
     LoadRequest request;
     InterpreterParams& params = request.params;
     params.framework = FrameworkTypeOpenvino;
-    params.modelPath = ReadText(options.model_path, "model_path");
-    params.openvinoDevice = ReadText(options.device, "device");
-    params.openvinoCachePath = ReadText(options.cache_path, "cache_path");
+    params.modelPath = ReadText(options.model_path, "the model path");
+    params.openvinoDevice = ReadText(options.device, "the device");
+    params.openvinoCachePath = ReadText(options.cache_path, "the cache path");
     params.openvinoMakeCache = options.make_cache != 0;
     if (options.host_program != nullptr) {
-        params.host = ReadText(options.host_program, "host_program");
+        params.host = ReadText(options.host_program, "the host program");
         params.host = params.host.empty() ? Platform::ProgramBesideThisCode("orvane_host") : params.host;
     }
     if (options.key != nullptr || options.key_size != 0) {
@@ -96,13 +104,30 @@ LoadRequest ReadOptions(const orvane_options* given) {
         params.openvinoMakeEncryptedKey = ReadKey(options.key, options.key_size);
     }
     request.timeLimit = options.time_limit_ms;
+    request.loadTimeLimit = options.load_time_limit_ms != 0 ? options.load_time_limit_ms : options.time_limit_ms;
+    request.progress = options.progress;
+    request.progressUser = options.progress_user;
     CheckCombination(request);
-    RefuseSpecialFile(params.modelPath);
-    RefuseSpecialFile(params.openvinoCachePath);
-    if (params.modelPath.ends_with(".xml") || params.openvinoMakeEncrypted) {
-        RefuseSpecialFile(WeightsFileOf(params.modelPath));
-    }
     return request;
+}
+
+void RequireFiles(const InterpreterParams& params) {
+    const std::string& cache = params.openvinoCachePath;
+    if (!cache.empty() && !Platform::IsMissing(Platform::PathFromUtf8(cache))) {
+        RequireFile(cache, "cache file");
+        return;  // the model files are not read
+    }
+    if (params.modelPath.empty()) {
+        throw Failure(ORVANE_SYSTEM,
+                      "there is no cache file " + cache + ": name the model file too, to load that and write the cache",
+                      kNoSuchFile);
+    }
+    RequireFile(params.modelPath, "model file");
+    const std::string weights = WeightsFileOf(params.modelPath);
+    const bool hasWeights = params.modelPath.ends_with(".xml") || params.openvinoMakeEncrypted;
+    if (hasWeights && !Platform::IsMissing(Platform::PathFromUtf8(weights))) {
+        RequireFile(weights, "weights file");
+    }
 }
 
 }  // namespace Orvane::C

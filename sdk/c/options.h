@@ -17,37 +17,45 @@ namespace Orvane::C {
 // What a caller wants loaded, looked through: what the SDK's classes get of it cannot harm them.
 struct LoadRequest {
     InterpreterParams params;
-    uint32_t timeLimit = 0;  // milliseconds, 0 for none
+    uint32_t timeLimit = 0;      // milliseconds, 0 for none
+    uint32_t loadTimeLimit = 0;  // the same for loading
+    int32_t (*progress)(void* user, int32_t step) = nullptr;
+    void* progressUser = nullptr;
 };
 
-// Throws `Failure` for what is wrong, as the two below.
+// Throws `Failure` for what is wrong, as all functions here. Looks at no file.
 LoadRequest ReadOptions(const orvane_options* given);
 
-// A text of at most 32,767 bytes; null is an empty one. `field` is its name for a message.
-std::string ReadText(const char* text, const std::string& field);
+// Throws unless the files that a load reads are there and ordinary.
+void RequireFiles(const InterpreterParams& params);
+
+// A text of at most 32,767 bytes; null is an empty one. `name` is for a message: "the model path".
+std::string ReadText(const char* text, const std::string& name);
 
 // 1 to 4 bytes, filled up with zeros.
 std::array<uint8_t, 4> ReadKey(const uint8_t* key, uint32_t size);
 
-// Throws for a file that is there and is no ordinary one: a pipe would be waited for, and a device may do anything.
-void RefuseSpecialFile(const std::string& path);
+// Throws unless the file is there and ordinary or a folder: a pipe would be waited for, and a device may do anything.
+// `name` is for a message: "model file".
+void RequireFile(const std::string& path, const std::string& name);
 
-// Throws unless a `struct_size` can be that of a structure `name` that had `first` bytes in its first version.
+// Throws unless a `struct_size` can be that of a structure that had `first` bytes in its first version. `name` is for a
+// message: "the options".
 void CheckStructSize(uint64_t size, size_t first, const std::string& name);
 
 // A structure of the caller, who may have been compiled with an older or a newer header. Its size stands at its start.
 template <typename Struct>
 Struct ReadStruct(const Struct* given, size_t first, const std::string& name) {
     if (given == nullptr) {
-        throw BadArgument(name + " is null: pass the address of a structure");
+        throw BadArgument("the address of " + name + " is null: pass that of a structure");
     }
     uint64_t size = 0;
     std::memcpy(&size, given, sizeof size);
     CheckStructSize(size, first, name);
     const auto* bytes = reinterpret_cast<const uint8_t*>(given);
     if (std::any_of(bytes + std::min<uint64_t>(size, sizeof(Struct)), bytes + size, [](uint8_t b) { return b != 0; })) {
-        throw Refused(name + " has values that this library, version " + orvane_version() +
-                      ", does not know: use the library that belongs to the header, or leave them 0");
+        throw Refused("this library, version " + std::string(orvane_version()) + ", does not know all values of " +
+                      name + ": use the library that belongs to the header, or leave them 0");
     }
     Struct read{};
     std::memcpy(&read, given, std::min<uint64_t>(size, sizeof read));
@@ -64,7 +72,7 @@ void ForEach(const Struct* structs, uint32_t count, size_t first, const std::str
     const auto* place = reinterpret_cast<const uint8_t*>(structs);
     for (uint32_t i = 0; i < count; ++i, place += size) {
         if (std::memcmp(place, structs, sizeof size) != 0) {
-            throw BadArgument(name + ": the structures differ in struct_size; set it in each to the size of one");
+            throw BadArgument("the structures for " + name + " differ in size: set it in each to the size of one");
         }
         work(ReadStruct(reinterpret_cast<const Struct*>(place), first, name));
     }

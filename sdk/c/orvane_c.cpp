@@ -26,30 +26,36 @@ namespace {
 
 using Orvane::C::BadArgument;
 using Orvane::C::Guarded;
+using Orvane::C::Model;
 using Orvane::C::ReadKey;
 using Orvane::C::ReadText;
 
 template <typename Pointer>
 void RequireNotNull(Pointer pointer, const char* name) {
     if (pointer == nullptr) {
-        throw BadArgument(std::string(name) + " is null: pass an address");
+        throw BadArgument(std::string("the address of ") + name + " is null: pass one");
     }
 }
 
-orvane_model& Open(orvane_model* model) {
-    RequireNotNull(model, "the model");
-    return *model;
+// One call for a loaded model.
+template <typename Work>
+orvane_error* WithModel(orvane_model* model, Work work) {
+    return Guarded([&] {
+        RequireNotNull(model, "the model");
+        const Model::Call call(*model);
+        work(*model);
+    });
 }
 
 // What `orvane_encrypt_file` and `orvane_decrypt_file` share.
 struct CipherArguments {
     CipherArguments(const char* givenIn, const char* givenOut, const uint8_t* key, uint32_t keySize) {
-        RequireNotNull(givenIn, "in");
-        RequireNotNull(givenOut, "out");
-        in = ReadText(givenIn, "in");
-        out = ReadText(givenOut, "out");
+        RequireNotNull(givenIn, "the path of the file to read");
+        RequireNotNull(givenOut, "the path of the file to write");
+        in = ReadText(givenIn, "the path of the file to read");
+        out = ReadText(givenOut, "the path of the file to write");
         cipher.key = ReadKey(key, keySize);
-        Orvane::C::RefuseSpecialFile(in);
+        Orvane::C::RequireFile(in, "file");
     }
 
     std::string in;
@@ -126,7 +132,7 @@ const char* orvane_element_type_name(int32_t element_type) {
 
 orvane_error* orvane_open(const orvane_options* options, orvane_model** model) {
     return Guarded([&] {
-        RequireNotNull(model, "where the model goes");
+        RequireNotNull(model, "the place for the model");
         *model = nullptr;
         Orvane::PassOverTakenNames();
         *model = new orvane_model(Orvane::C::ReadOptions(options));
@@ -138,7 +144,11 @@ void orvane_close(orvane_model* model) {
 }
 
 orvane_error* orvane_restart(orvane_model* model) {
-    return Guarded([&] { Open(model).Restart(); });
+    return Guarded([&] {
+        RequireNotNull(model, "the model");
+        const Model::Call call = Model::Call::ForLoad(*model);
+        model->Restart();
+    });
 }
 
 uint32_t orvane_tensor_count(const orvane_model* model, int32_t side) {
@@ -149,8 +159,8 @@ orvane_error* orvane_describe(const orvane_model* model, int32_t side, uint32_t 
     return Guarded([&] {
         constexpr size_t kFirstSize = 48;
         RequireNotNull(model, "the model");
-        RequireNotNull(tensor, "orvane_tensor");
-        Orvane::C::CheckStructSize(tensor->struct_size, kFirstSize, "orvane_tensor");
+        RequireNotNull(tensor, "the tensor description");
+        Orvane::C::CheckStructSize(tensor->struct_size, kFirstSize, "the tensor description");
         const Orvane::C::Port& port = model->PortAt(side, index);
         const orvane_tensor description{tensor->struct_size,
                                         port.name.c_str(),
@@ -165,26 +175,25 @@ orvane_error* orvane_describe(const orvane_model* model, int32_t side, uint32_t 
 }
 
 orvane_error* orvane_resize(orvane_model* model, uint32_t input, const int64_t* dimensions, uint32_t rank) {
-    return Guarded([&] { Open(model).Resize(input, dimensions, rank); });
+    return WithModel(model, [&](Model& open) { open.Resize(input, dimensions, rank); });
 }
 
 orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes) {
-    return Guarded([&] { Open(model).SetInput(index, data, bytes); });
+    return WithModel(model, [&](Model& open) { open.SetInput(index, data, bytes); });
 }
 
 orvane_error* orvane_run(orvane_model* model) {
-    return Guarded([&] { Open(model).Run(); });
+    return WithModel(model, [&](Model& open) { open.Run(); });
 }
 
 orvane_error* orvane_get_output(orvane_model* model, uint32_t index, void* data, uint64_t bytes) {
-    return Guarded([&] { Open(model).GetOutput(index, data, bytes); });
+    return WithModel(model, [&](Model& open) { open.GetOutput(index, data, bytes); });
 }
 
 orvane_error* orvane_view_output(orvane_model* model, uint32_t index, const void** data, uint64_t* bytes) {
-    return Guarded([&] {
-        orvane_model& open = Open(model);
-        RequireNotNull(data, "data");
-        RequireNotNull(bytes, "bytes");
+    return WithModel(model, [&](Model& open) {
+        RequireNotNull(data, "the place for the address of the data");
+        RequireNotNull(bytes, "the place for the number of bytes");
         *data = nullptr;
         *bytes = 0;
         *data = open.ViewOutput(index);
@@ -194,12 +203,11 @@ orvane_error* orvane_view_output(orvane_model* model, uint32_t index, const void
 
 orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint32_t input_count,
                            const orvane_output* outputs, uint32_t output_count) {
-    return Guarded([&] {
-        orvane_model& open = Open(model);
+    return WithModel(model, [&](Model& open) {
         open.RequireHost();
         constexpr size_t kFirstSize = 32;
-        const std::string input = "orvane_input";
-        const std::string output = "orvane_output";
+        const std::string input = "an input";
+        const std::string output = "an output";
         Orvane::C::ForEach(inputs, input_count, kFirstSize, input,
                            [&](const orvane_input& item) { open.CheckInput(item.index, item.data, item.bytes); });
         Orvane::C::ForEach(outputs, output_count, kFirstSize, output,
@@ -238,7 +246,7 @@ orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t
 
 orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name), void* user) {
     return Guarded([&] {
-        RequireNotNull(device, "the function that gets the devices");
+        RequireNotNull(device, "the function for the devices");
         Orvane::C::TellDevices(device, user);
     });
 }
@@ -246,16 +254,16 @@ orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, c
 orvane_error* orvane_describe_file(const char* model_path,
                                    void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor), void* user) {
     return Guarded([&] {
-        RequireNotNull(tensor, "the function that gets the tensors");
-        Orvane::C::TellTensors(ReadText(model_path, "model_path"), tensor, user);
+        RequireNotNull(tensor, "the function for the tensors");
+        Orvane::C::TellTensors(ReadText(model_path, "the model path"), tensor, user);
     });
 }
 
 orvane_error* orvane_reshape_file(const char* model_path, const orvane_shape* shapes, uint32_t shape_count,
                                   const char* out) {
     return Guarded([&] {
-        Orvane::C::Reshape(ReadText(model_path, "model_path"), Orvane::C::ReadShapes(shapes, shape_count),
-                           ReadText(out, "out"));
+        Orvane::C::Reshape(ReadText(model_path, "the model path"), Orvane::C::ReadShapes(shapes, shape_count),
+                           ReadText(out, "the path of the file to write"));
     });
 }
 

@@ -2,6 +2,7 @@
 #include <orvane/orvane.hpp>
 
 #include "testing/support/host_fixture.h"
+#include "testing/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <cstddef>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -22,6 +24,7 @@ using Bytes = std::vector<uint8_t>;
 Options StubOptions(const std::string& model) {
     Options options;
     options.modelPath = model;
+    options.cachePath = Orvane::Testing::kStubHost;  // the model is no file, and with any cache file none is asked for
     options.hostProgram = Orvane::Testing::kStubHost;
     return options;
 }
@@ -69,11 +72,16 @@ TEST(OrvaneHpp, RefusesWhatDoesNotFit) {
     Model model(StubOptions("echo 4"));
     const auto bad = Reason::BadArgument;
     EXPECT_EQ(Thrown(bad, [&] { model.Set(0, std::vector<float>{1}); }),
-              "input 0 \"x0\" has elements of type uint8: give a container of that type");
-    EXPECT_EQ(Thrown(bad, [&] { model.Set(-1, Bytes(4)); }), "the model has no input 4294967295: it has 1");
-    EXPECT_EQ(Thrown(bad, [&] { model.Get<uint8_t>("y"); }), "the model has no output \"y\": it has 1");
+              "input 0 \"x0\" has elements of type uint8: pass a container of that type");
+    EXPECT_EQ(Thrown(bad, [&] { model.Set(-1, Bytes(4)); }),
+              "there is no input 4294967295: the model's inputs are 0 \"x0\"");
+    EXPECT_EQ(Thrown(bad, [&] { model.Get<uint8_t>("y"); }),
+              "there is no output \"y\": the model's outputs are 0 \"y0\"");
     EXPECT_NE(Thrown(Reason::Refused, [&] { model.Resize(0, {4}); }), "");
-    Options options;
+    Options options = StubOptions("echo 4");
+    options.timeLimit = std::chrono::milliseconds(-1);
+    EXPECT_NE(Thrown(bad, [&] { Model{options}; }).find("a time limit of -1 ms"), std::string::npos);
+    options = StubOptions("echo 4");
     options.hostProgram = "no_such_host";
     EXPECT_NE(Thrown(
                   Reason::System, [&] { Model{options}; }, 2),
@@ -91,9 +99,55 @@ TEST(OrvaneHpp, AHostThatHasEndedIsAnExceptionOfItsOwnAndIsStartedAgain) {
         });
         EXPECT_NE(Thrown(Reason::HostEnded, [&] { model.Run(); }).find("interrupted"), std::string::npos);
         interrupter.join();
-        EXPECT_THROW(model.Set(0, sent), HostEnded);
+        try {
+            model.Set(0, sent);
+            ADD_FAILURE() << "the host has not ended";
+        } catch (const HostEnded& error) {
+            EXPECT_EQ(error.GetCause(), HostEnd::Interrupted);
+        }
         model.Restart();
     }
+}
+
+TEST(OrvaneHpp, AProgressFunctionGivesUpAndWhatItThrowsLeavesTheCall) {
+    std::vector<LoadStep> steps;
+    bool goesOn = true;
+    Options options = StubOptions("echo 4;sleep 20000");
+    options.progress = [&](LoadStep step) {
+        steps.push_back(step);
+        if (!goesOn && steps.size() % 2 == 0) {
+            throw std::out_of_range("thrown by the application");
+        }
+        return goesOn;
+    };
+    Model loaded(options);
+    EXPECT_EQ(steps.front(), LoadStep::StartingHost);
+    Model model = std::move(loaded);
+    model.Set(0, Bytes(4));
+    goesOn = false;
+    steps.resize(2);
+    EXPECT_NE(Thrown(Reason::Cancelled, [&] { model.Run(); }), "");
+    EXPECT_EQ(steps.back(), LoadStep::None);
+    EXPECT_THROW(model.Restart(), std::out_of_range);
+    EXPECT_THROW(model.Run(), HostEnded);
+}
+
+TEST(OrvaneHpp, EncryptionGivesUpAndLeavesNothing) {
+    const Orvane::Testing::TemporaryFolder folder;
+    const std::string large = folder.Write("large.onnx", std::string(9'000'000, 'x'));
+    const std::string out = folder.Path("out.onnx");
+    std::vector<uint64_t> done;
+    const FileProgress giveUp = [&](uint64_t doneBytes, uint64_t totalBytes) {
+        EXPECT_EQ(totalBytes, 9'000'000U);
+        done.push_back(doneBytes);
+        return done.size() < 3;
+    };
+    EXPECT_NE(Thrown(Reason::Cancelled, [&] { EncryptFile(large, out, {'k'}, false, giveUp); }).find(out),
+              std::string::npos);
+    EXPECT_EQ(done, (std::vector<uint64_t>{0, 4 << 20, 8 << 20}));
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"large.onnx"});
+    EXPECT_THROW(DecryptFile(large, out, {'k'}, [](uint64_t, uint64_t) -> bool { throw std::out_of_range(""); }),
+                 std::out_of_range);
 }
 
 }  // namespace

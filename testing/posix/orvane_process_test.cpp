@@ -50,7 +50,7 @@ class OrvaneProcess : public testing::Test {
     // What `orvane info` says to a model that never loads, written to this file and read from that descriptor.
     static std::string ErrorsOfALoad(const std::string& file, const Platform::Descriptor& reader) {
         const std::string host = Platform::ProgramBeside("stub_host");
-        EXPECT_EQ(End(Start({"info", "hang", "--host", host, "--timeout", "1.5"}, STDERR_FILENO, file)), "exit 1");
+        EXPECT_EQ(End(Start({"info", "hang", "--host", host, "--cache", host, "--timeout", "1.5"}, STDERR_FILENO, file)), "exit 1");
         std::string text;
         char piece[4096];
         for (ssize_t count = 0; (count = read(reader.Get(), piece, sizeof piece)) > 0;) {

@@ -6,16 +6,23 @@
 //   size           the output's length is 20,000,000, of an output that has 4 bytes
 //   failing        the output cannot be viewed, and a copy of it has that length
 //   status         the status of a run has a value of another type
+// or with what is honest, in its own time:
+//   slow NUMBER    each answer takes so many milliseconds
+//   cache          makes the cache file that it is asked for, and never ends loading when it is not asked for one
 // In all else it has one input and one output of 4 bytes, and the output is "abcd".
 #include <orvane/option_v2.h>
 
 #include "host/run_host.h"
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
+#include "platform/path.h"
 
+#include <chrono>
 #include <cstring>
+#include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 
 namespace Orvane {
 
@@ -30,6 +37,9 @@ class Forger {
     void Answer(uint32_t call) {
         if (call == CallInit) {
             Load();
+        }
+        if (lie == "slow") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(number));
         }
         message.Rewind();
         switch (call) {
@@ -57,6 +67,11 @@ class Forger {
         const OptionHandle option = CreateOption();
         option->Deserialize(flatForm.data, flatForm.size);
         std::istringstream(option->GetString(OptionCommonModelPath)) >> lie >> number;
+        if (lie == "cache" && !option->GetBool(OptionOpenvinoMakeCache, false)) {
+            std::this_thread::sleep_for(std::chrono::hours(1));
+        } else if (lie == "cache") {
+            std::ofstream(Platform::PathFromUtf8(option->GetString(OptionOpenvinoCachePath))) << "cache";
+        }
     }
 
     void Describe() {

@@ -1,0 +1,132 @@
+#pragma once
+
+/// \file
+/// Failures of the SDK for C++17 and later, and how they come out of the C interface. `orvane.hpp` includes it.
+
+#include <orvane/orvane_c.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvane {
+
+/// Why something failed; see the enumerators of the same names in orvane_c.h.
+enum class Reason : int32_t {
+    Refused = ORVANE_REFUSED,
+    BadArgument = ORVANE_BAD_ARGUMENT,
+    NoMemory = ORVANE_NO_MEMORY,
+    HostEnded = ORVANE_HOST_ENDED,
+    System = ORVANE_SYSTEM,
+    Runtime = ORVANE_RUNTIME,
+    Cancelled = ORVANE_CANCELLED,
+};
+
+/// "refused" and the like.
+inline const char* NameOf(Reason reason) {
+    return orvane_reason_name(static_cast<int32_t>(reason));
+}
+
+/// How a host process ended; see the enumerators of the same names in orvane_c.h.
+enum class HostEnd : int32_t {
+    Exit = ORVANE_HOST_END_EXIT,
+    Signal = ORVANE_HOST_END_SIGNAL,
+    Interrupted = ORVANE_HOST_END_INTERRUPTED,
+    TimeLimit = ORVANE_HOST_END_TIME_LIMIT,
+    BadReply = ORVANE_HOST_END_BAD_REPLY,
+    Unknown = ORVANE_HOST_END_UNKNOWN,
+};
+
+/// A failure. `what()` is UTF-8 and says what was wrong and what to do.
+class Error : public std::runtime_error {
+ public:
+    Error(Reason why, const std::string& text, int32_t systemError = 0)
+        : std::runtime_error(text), reason(why), system(systemError) {}
+
+    Reason GetReason() const { return reason; }
+
+    /// The system's error number; 0 where there is none.
+    int32_t GetSystemError() const { return system; }
+
+ private:
+    Reason reason;
+    int32_t system;
+};
+
+/// The host process has ended; `Model::Restart` starts a new one.
+class HostEnded : public Error {
+ public:
+    explicit HostEnded(const std::string& text, HostEnd how = HostEnd::Unknown)
+        : Error(Reason::HostEnded, text), cause(how) {}
+
+    HostEnd GetCause() const { return cause; }
+
+ private:
+    HostEnd cause;
+};
+
+namespace detail {
+
+inline void Check(orvane_error* error) {
+    if (error == nullptr) {
+        return;
+    }
+    const std::unique_ptr<orvane_error, void (*)(orvane_error*)> owned(error, orvane_error_free);
+    const auto reason = static_cast<Reason>(orvane_error_reason(error));
+    if (reason == Reason::HostEnded) {
+        throw HostEnded(orvane_error_message(error), static_cast<HostEnd>(orvane_error_host_end(error)));
+    }
+    throw Error(reason, orvane_error_message(error), orvane_error_system(error));
+}
+
+// A function of the application that a C function calls until it gives up. No exception may pass through that: it waits
+// here.
+template <typename... Arguments>
+struct Progress {
+    std::function<bool(Arguments...)> function;
+    std::exception_ptr thrown;
+
+    static int32_t Call(void* self, Arguments... arguments) noexcept {
+        auto& progress = *static_cast<Progress*>(self);
+        try {
+            return progress.function(arguments...) ? 0 : 1;
+        } catch (...) {
+            progress.thrown = std::current_exception();
+            return 1;
+        }
+    }
+
+    void Check(orvane_error* error) {
+        if (thrown) {
+            orvane_error_free(error);
+            std::rethrow_exception(std::exchange(thrown, nullptr));
+        }
+        detail::Check(error);
+    }
+};
+
+inline uint32_t Milliseconds(std::chrono::milliseconds limit) {
+    if (limit.count() < 0 || limit.count() > std::numeric_limits<uint32_t>::max()) {
+        throw Error(Reason::BadArgument, "a time limit of " + std::to_string(limit.count()) +
+                                             " ms is not possible: pass 0 for none, or up to 4294967295 ms");
+    }
+    return static_cast<uint32_t>(limit.count());
+}
+
+// Of more than any that the C interface takes, still more.
+template <typename Element>
+uint32_t Size(const std::vector<Element>& elements) {
+    return static_cast<uint32_t>(std::min<uint64_t>(elements.size(), std::numeric_limits<uint32_t>::max()));
+}
+
+}  // namespace detail
+
+}  // namespace orvane
