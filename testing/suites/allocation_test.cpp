@@ -1,8 +1,6 @@
-// What an inference allocates on its way to a host, in the host, and in this process.
+// What an inference allocates on its way to a host, and in this process.
 #include <orvane/orvane_c.h>
 
-#include "host/dispatcher.h"
-#include "ipc/call_protocol.h"
 #include "testing/support/host_fixture.h"
 #include "testing/support/tiny_models.h"
 
@@ -10,7 +8,6 @@
 
 #include <cstdlib>
 #include <new>
-#include <thread>
 
 namespace {
 
@@ -103,43 +100,6 @@ TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
     const size_t runtime =
         CountAllocations([&] { request.infer(); }) + CountAllocations([&] { (void)request.get_output_tensor(0); });
     EXPECT_EQ(CountInference(model, nullptr, 2 * sizeof(float)), runtime);
-}
-
-// Makes the calls of so many inferences, and the last one.
-void CallHost(SharedChannel& channel, size_t inferences) {
-    const auto call = [&](Call number, auto... fields) {
-        WriteRequest(channel.message, number, fields...);
-        channel.callEvent.Set();
-        channel.resultEvent.Wait(60'000, Platform::Awaited::Result);
-    };
-    for (size_t i = 0; i < inferences; ++i) {
-        call(CallSetInputData, 0U, 1000U);  // the size of the bytes behind it, whatever they are
-        call(CallInvoke);
-        call(CallCopyOutputTo, 0U, 1000U);
-    }
-    call(CallExit);
-}
-
-// The host's calls on this thread; its model is another host's, so that what it does itself allocates nothing.
-TEST(Allocation, AHostMakesATensorForEachCallThatNamesOneAndNothingElse) {
-    SharedChannel client;
-    client.Create(4096);
-    HostSession session;
-    session.channel.Open(client.hostArguments);
-    session.interpreter = std::make_unique<Interpreter>();
-    ASSERT_EQ(Shown(session.interpreter->Init(Params("echo 1000"))), kOk);
-    ASSERT_NE(session.interpreter->GetOutput(), nullptr) << "the other host's client notes once how large it is";
-
-    EXPECT_EQ(RoundTrip(*session.interpreter, 0, 1000, 1), kOk);  // what the first calls take once
-
-    constexpr size_t kInferences = 10;
-    std::thread caller(CallHost, std::ref(client), kInferences);
-    const size_t before = allocations;
-    Serve(session);
-    const size_t count = allocations - before;
-    caller.join();
-    constexpr size_t kTensor = 2;  // itself and its shape; a short name takes no memory
-    EXPECT_EQ(count, kInferences * 2 * kTensor);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/win32/wide_text.h"
-
 #include <windows.h>
 
 #include <algorithm>
@@ -11,7 +9,6 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
-#include <vector>
 
 // Sees what this program asks of Windows, and lets a single function fail that no test can make fail for real.
 namespace Orvane::Testing {
@@ -46,44 +43,16 @@ inline void SetImport(void** import, void* address) {
     VirtualProtect(import, sizeof *import, protection, &protection);
 }
 
-// What the spies saw, in order: "CreateJobObjectW(null, null) = job", and so on; and how many calls that were, of
-// which the first thousand are shown.
-inline std::vector<std::string> seenCalls;
+// The calls that spies saw, and the last 32-bit number in the arguments of one.
 inline size_t seenCount;
+inline DWORD lastNumber;
 
-// What the spies saw come and not go: events and sections by the beginning of their name, others by their kind. Other
-// pointers are shown as "*".
+// The kind of each object that a call opened and none has closed.
 inline std::map<const void*, std::string> openHandles;
 
 // The function that fails from now on with `kForcedError`; empty for none.
 inline std::string failingCall;
 constexpr DWORD kForcedError = 1234;
-
-template <typename Value>
-std::string ShownValue(Value value) {
-    if constexpr (std::is_convertible_v<Value, const wchar_t*>) {
-        return value == nullptr ? "null" : Platform::Utf8FromWide(value);
-    } else if constexpr (std::is_pointer_v<Value>) {
-        const auto open = openHandles.find(value);
-        return value == nullptr                ? "null"
-               : value == INVALID_HANDLE_VALUE ? "invalid"
-               : open != openHandles.end()     ? open->second
-                                               : "*";
-    } else {
-        return std::to_string(value);
-    }
-}
-
-// Notes handles that a call has put where an argument points.
-template <typename Value>
-void NoteHandles(Value argument) {
-    if constexpr (std::is_same_v<Value, PHANDLE>) {
-        openHandles[*argument] = "token";
-    } else if constexpr (std::is_same_v<Value, LPPROCESS_INFORMATION>) {
-        openHandles[argument->hProcess] = "process";
-        openHandles[argument->hThread] = "thread";
-    }
-}
 
 // A function's name as a template's argument.
 template <size_t size>
@@ -123,37 +92,40 @@ class Spy<name, Result WINAPI(Arguments...)> {
         const bool fails = failingCall == name.text;
         const Result result = fails ? Failure() : real(arguments...);
         const DWORD error = fails ? kForcedError : GetLastError();
-        if (++seenCount <= 1000) {
-            Note(result, arguments...);
+        ++seenCount;
+        if (result != Result()) {
+            Note(result);
+            (Look(arguments), ...);
         }
         SetLastError(error);
         return result;
     }
 
-    static void Note(Result result, Arguments... arguments) {
-        std::string shown;
-        ((shown += (shown.empty() ? "" : ", ") + ShownValue(arguments)), ...);
+    static bool Is(const char* function) { return std::string(function) == name.text; }
+
+    static void Note([[maybe_unused]] Result result) {
         if constexpr (std::is_same_v<Result, HANDLE>) {
-            const std::string last = shown.substr(shown.rfind(' ') + 1);
-            const std::string function = name.text;
-            if (result != nullptr) {
-                openHandles[result] = function == "CreateJobObjectW" ? "job"
-                                      : function == "MapViewOfFile"  ? "view"
-                                                                     : last.substr(0, last.find('_'));
-            }
-        } else if (result != Result()) {
-            (NoteHandles(arguments), ...);
-        }
-        seenCalls.push_back(std::string(name.text) + "(" + shown + ") = " + ShownValue(result));
-        if (std::string(name.text) == "CloseHandle" || std::string(name.text) == "UnmapViewOfFile") {
-            (Forget(arguments), ...);
+            openHandles[result] = Is("CreateJobObjectW") ? "job"
+                                  : Is("MapViewOfFile")  ? "view"
+                                  : Is("CreateEventW")   ? "event"
+                                                         : "section";
         }
     }
 
+    // Handles that the call put where an argument points, or that it closed.
     template <typename Value>
-    static void Forget([[maybe_unused]] Value handle) {
-        if constexpr (std::is_pointer_v<Value>) {
-            openHandles.erase(handle);
+    static void Look([[maybe_unused]] Value argument) {
+        if constexpr (std::is_same_v<Value, PHANDLE>) {
+            openHandles[*argument] = "token";
+        } else if constexpr (std::is_same_v<Value, LPPROCESS_INFORMATION>) {
+            openHandles[argument->hProcess] = "process";
+            openHandles[argument->hThread] = "thread";
+        } else if constexpr (std::is_pointer_v<Value>) {
+            if (Is("CloseHandle") || Is("UnmapViewOfFile")) {
+                openHandles.erase(argument);
+            }
+        } else if constexpr (std::is_same_v<Value, DWORD>) {
+            lastNumber = argument;
         }
     }
 
