@@ -1,4 +1,4 @@
-"""The wheel has programs for one system, and nothing for one Python."""
+"""Makes a wheel with programs for one system, for every version of Python."""
 
 import pathlib
 

@@ -1,4 +1,4 @@
-"""The command line, ``orvane`` or ``python -m orvane``: the program of the same name."""
+"""The command line, ``orvane`` or ``python -m orvane``: runs the program ``orvane`` of this package."""
 
 import os
 import subprocess

@@ -18,7 +18,7 @@ from ._watch import Callback
 OPENVINO_RELEASE = "2026.4.1"
 ABI = 3
 
-# As in an installed SDK: libraries and programs stand side by side, but for Windows, where they share a folder.
+# Libraries are in lib and programs in bin, but on Windows both are in bin.
 FOLDER = pathlib.Path(__file__).resolve().parent
 LIBRARY = FOLDER / ("bin/orvane_c.dll" if sys.platform == "win32" else "lib/liborvane_c.so.0")
 
@@ -55,7 +55,7 @@ class Description(ctypes.Structure):
 
 
 class Buffer(ctypes.Structure):
-    """`orvane_input` and `orvane_output`, which differ in the constness of `data` only."""
+    """`orvane_input` and `orvane_output`: they have the same layout."""
 
     _fields_ = [("struct_size", c_uint64), ("index", c_uint32), ("data", c_void_p), ("bytes", c_uint64)]
 
@@ -64,7 +64,7 @@ DeviceSink = ctypes.CFUNCTYPE(None, ctypes.py_object, c_char_p, c_char_p)
 TensorSink = ctypes.CFUNCTYPE(None, c_void_p, c_int32, POINTER(Description))
 LogLine = ctypes.CFUNCTYPE(None, c_void_p, c_uint32, c_char_p)
 
-# The functions that are called: the result, and the arguments. An error is an address, for `check`.
+# The functions that the package calls: result and arguments. An error is an address, for `check`.
 FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "orvane_abi": (c_uint32, ()),
     "orvane_version": (c_char_p, ()),
@@ -87,9 +87,10 @@ FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "orvane_set_log": (None, (LogLine, c_void_p)),
 }
 
+
 def runtime_folder() -> pathlib.Path:
-    """The folder with the libraries of the installed OpenVINO, which must be the release that this library was linked
-    with: each release has its own binary form."""
+    """The folder with the libraries of the installed OpenVINO. It must be the release with which the shared library was
+    linked, because releases are not binary compatible."""
     wanted = f"orvane needs openvino {OPENVINO_RELEASE}"
     try:
         found = importlib.metadata.version("openvino")
@@ -97,20 +98,19 @@ def runtime_folder() -> pathlib.Path:
     except importlib.metadata.PackageNotFoundError:
         spec = None
     if spec is None or spec.origin is None:
-        raise ImportError(f"{wanted}, and none is installed: pip install openvino=={OPENVINO_RELEASE}")
+        raise ImportError(f"{wanted}, but it is not installed: pip install openvino=={OPENVINO_RELEASE}")
     if found != OPENVINO_RELEASE:
-        raise ImportError(f"{wanted}, and {found} is installed: pip install openvino=={OPENVINO_RELEASE}")
+        raise ImportError(f"{wanted}, but {found} is installed: pip install openvino=={OPENVINO_RELEASE}")
     return pathlib.Path(spec.origin).parent / "libs"
 
 
 def program(name: str) -> pathlib.Path:
-    """A program that the package brings."""
+    """The path of a program in this package."""
     return FOLDER / "bin" / (name + (".exe" if sys.platform == "win32" else ""))
 
 
 def let_programs_find(runtime: pathlib.Path) -> None:
-    """Lets host processes and the command line find the runtime's DLLs, as on other systems the programs say
-    themselves."""
+    """Lets host processes and the command line find OpenVINO's DLLs. On other systems the programs know the path."""
     if sys.platform == "win32":
         paths = os.environ.get("PATH", "").split(os.pathsep)
         if str(runtime) not in paths:
@@ -121,14 +121,14 @@ def load() -> ctypes.CDLL:
     runtime = runtime_folder()
     let_programs_find(runtime)
     if sys.platform == "win32":
-        os.add_dll_directory(str(runtime))  # for good: the runtime loads its plugins later
+        os.add_dll_directory(str(runtime))  # never closed: OpenVINO loads its plugins later
         library = ctypes.CDLL(str(LIBRARY))
     else:
         try:
             library = ctypes.CDLL(str(LIBRARY))
         except OSError as error:
-            raise ImportError(f"{error}; the library looks for OpenVINO in the folder of packages that orvane is in, "
-                              f"and it is in {runtime}: install both into one environment") from error
+            raise ImportError(f"{error}; openvino must be in the same folder of packages as orvane, but it is in "
+                              f"{runtime}: install both into one environment") from error
     for name, (result, arguments) in FUNCTIONS.items():
         function = getattr(library, name)
         function.restype = result

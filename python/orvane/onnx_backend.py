@@ -1,4 +1,4 @@
-"""ONNX's own interface for backends, ``onnx.backend.base``, over ``orvane.Model``.
+"""ONNX's interface for backends, ``onnx.backend.base``, on top of ``orvane.Model``.
 
     import onnx, orvane.onnx_backend
 
@@ -26,17 +26,17 @@ Shape = tuple[Optional[int], ...]
 
 
 class PreparedModel(base.BackendRep):
-    """A model that is ready to run, until ``close()`` or the end of a ``with``.
+    """A model that is ready to run, until ``close`` or the end of a ``with`` block.
 
-    One with dynamic inputs is loaded at its first run, for the shapes of the arrays given there, and again whenever
-    these change; it is used from one thread at a time.
+    A model with dynamic inputs is loaded at its first run, for the shapes of these arrays, and again if the shapes
+    change. Only one thread at a time may use it.
     """
 
     def __init__(self, model: onnx.ModelProto, options: dict[str, Any]) -> None:
         for value in (*model.graph.input, *model.graph.output):
             if not value.type.HasField("tensor_type"):
                 kind = value.type.WhichOneof("value")
-                raise ValueError(f"{value.name!r} is a {kind}, and only tensors can be copied")
+                raise ValueError(f"{value.name!r} is a {kind}, but only tensors can be copied")
         self._proto = onnx.ModelProto()
         self._proto.CopyFrom(model)
         self._inputs = _inputs(self._proto)
@@ -50,23 +50,22 @@ class PreparedModel(base.BackendRep):
 
     @property
     def model(self) -> Optional[Model]:
-        """The model that runs; ``None`` before the first run of one with dynamic inputs."""
+        """The loaded model; ``None`` before the first run of a model with dynamic inputs."""
         return self._loaded[1] if self._loaded else None
 
     def run(self, inputs: Inputs, **_: Any) -> tuple[Any, ...]:
         """Runs the model once.
 
         Args:
-            inputs: Arrays for the inputs that have no initializer: in the model's order, or by name.
+            inputs: Arrays for the inputs without initializer, in the model's order or by name.
 
         Returns:
-            The outputs, in the model's order: new arrays, also to be had by name, ``outputs["y"]``.
+            New arrays for the outputs, in the model's order; also by name, ``outputs["y"]``.
 
         Raises:
-            TypeError, ValueError: An input is missing or is not what the model wants, or the model has a tensor that
-                cannot be copied; the text names it.
+            TypeError, ValueError: An input is missing or does not fit. The text names it.
             HostEnded: The host process has ended, more often than the option ``retries`` allows.
-            Error: The model cannot be loaded, or it failed.
+            Error: The model cannot be loaded, it failed, or it has a tensor that cannot be copied.
         """
         if not self._folder.exists:
             raise ValueError("the model is closed: prepare it again")
@@ -84,10 +83,10 @@ class PreparedModel(base.BackendRep):
         names = [value.name for value in self._inputs]
         if isinstance(inputs, Mapping):
             if set(inputs) != set(names):
-                raise TypeError(f"the model has the inputs {names}, and {list(inputs)} were given")
+                raise TypeError(f"the model has the inputs {names}, but {list(inputs)} were given")
             return [inputs[name] for name in names]
         if len(inputs) != len(names):
-            raise TypeError(f"the model has {len(names)} inputs, {names}, and {len(inputs)} arrays were given")
+            raise TypeError(f"the model has {len(names)} inputs, {names}, but {len(inputs)} arrays were given")
         return inputs
 
     def _load(self, shapes: list[Shape]) -> None:
@@ -102,17 +101,17 @@ class PreparedModel(base.BackendRep):
                 _give_dimension(proto.graph, value)
             else:
                 _set_shape(value, shape)
-        path = self._folder.path / "model.onnx"  # stays there, since a new host loads it again
+        path = self._folder.path / "model.onnx"  # it stays there: a new host loads it again
         path.write_bytes(proto.SerializeToString())
         model = Model(path, **self._options)
-        kept = [i for i, shape in enumerate(shapes) if shape != (0,)]  # the runtime makes constants of empty inputs
+        kept = [i for i, shape in enumerate(shapes) if shape != (0,)]  # OpenVINO turns empty inputs into constants
         if len(kept) != len(model.inputs):
-            raise ValueError(f"of the inputs {[value.name for value in self._inputs]} the runtime has left "
-                             f"{len(model.inputs)}: export the model without those that it does not use")
+            raise ValueError(f"OpenVINO uses only {len(model.inputs)} of the inputs "
+                             f"{[value.name for value in self._inputs]}: export the model without the others")
         self._loaded = shapes, model, kept
 
     def close(self) -> None:
-        """Ends the host process and frees the model. May be called again."""
+        """Ends the host process and frees the model. You may call it again."""
         if self.model is not None:
             self.model.close()
         self._folder.remove()
@@ -125,14 +124,14 @@ class PreparedModel(base.BackendRep):
 
 
 def _inputs(model: onnx.ModelProto) -> list[onnx.ValueInfoProto]:
-    """Those that a run is given."""
+    """The inputs that a run needs."""
     constant = {tensor.name for tensor in model.graph.initializer}
     constant |= {tensor.values.name for tensor in model.graph.sparse_initializer}
     return [value for value in model.graph.input if value.name not in constant]
 
 
 def _shape(value: onnx.ValueInfoProto) -> Optional[Shape]:
-    """With ``None`` for a dynamic dimension, and instead of all when their number is dynamic."""
+    """``None`` for a dynamic dimension; only ``None`` if the number of dimensions is dynamic."""
     tensor = value.type.tensor_type
     if not tensor.HasField("shape"):
         return None
@@ -153,11 +152,11 @@ def _check(value: onnx.ValueInfoProto, array: np.ndarray[Any, Any]) -> None:
     if wanted is not None and (len(wanted) != array.ndim
                                or any(size not in (None, given) for size, given in zip(wanted, array.shape))):
         text = ", ".join("?" if size is None else str(size) for size in wanted)
-        raise ValueError(f"input {value.name!r} wants the shape [{text}], and got {list(array.shape)}")
+        raise ValueError(f"input {value.name!r} needs the shape [{text}], but got {list(array.shape)}")
 
 
 def _give_dimension(graph: onnx.GraphProto, value: onnx.ValueInfoProto) -> None:
-    """Makes an input without dimensions, which cannot be set, one of [1], and the first node the scalar of that."""
+    """Gives an input without dimensions, which cannot be set, the shape [1]. A new first node makes the scalar."""
     scalar = value.name
     value.name += "[0]"
     _set_shape(value, (1,))
@@ -165,15 +164,15 @@ def _give_dimension(graph: onnx.GraphProto, value: onnx.ValueInfoProto) -> None:
 
 
 class OrvaneBackend(base.Backend):
-    """``onnx.backend.base.Backend``; its methods are also functions of this module.
+    """``onnx.backend.base.Backend``. Its methods are also functions of this module.
 
-    ``options`` are those of ``orvane.Model``: ``host``, ``time_limit`` and ``retries`` above all. The one device
-    is ``"CPU"``.
+    ``options`` are those of ``orvane.Model``, such as ``host``, ``time_limit`` and ``retries``. The only device is
+    ``"CPU"``.
     """
 
     @classmethod
     def is_compatible(cls, model: onnx.ModelProto, device: str = "CPU", **options: Any) -> bool:
-        """Whether it can be run, for which it is loaded; of one with dynamic inputs only whether it is valid."""
+        """Whether the model can run: loads it. A model with dynamic inputs is only checked."""
         try:
             with cls.prepare(model, device, **options) as prepared:
                 loaded = prepared.model
@@ -187,9 +186,9 @@ class OrvaneBackend(base.Backend):
         """Checks the model and loads it.
 
         Raises:
-            onnx.checker.ValidationError: It is no valid model.
-            ValueError: There is no such device, or something that goes in or out is no tensor.
-            Error: It cannot be loaded.
+            onnx.checker.ValidationError: The model is not valid.
+            ValueError: There is no such device, or an input or output is not a tensor.
+            Error: The model cannot be loaded.
         """
         if not cls.supports_device(device):
             raise ValueError(f"the device is CPU, not {device!r}")
@@ -198,15 +197,15 @@ class OrvaneBackend(base.Backend):
 
     @classmethod
     def run_model(cls, model: onnx.ModelProto, inputs: Inputs, device: str = "CPU", **options: Any) -> tuple[Any, ...]:
-        """``prepare``, and one ``PreparedModel.run``."""
+        """Loads the model and runs it once."""
         with cls.prepare(model, device, **options) as prepared:
             return prepared.run(inputs)
 
     @classmethod
     def run_node(cls, node: onnx.NodeProto, inputs: Any, device: str = "CPU", outputs_info: Any = None,
                  **options: Any) -> tuple[Any, ...]:
-        """Runs one operator: of ``opset_version``, or of the newest that onnx has. What comes out is inferred, and
-        ``outputs_info`` not needed."""
+        """Runs one operator, of ``opset_version`` or of the newest version that onnx has. It infers the outputs and
+        ignores ``outputs_info``."""
         version = options.pop("opset_version", onnx.defs.onnx_opset_version())
         super().run_node(node, inputs, device, outputs_info, opset_version=version)
         arrays = {name: np.asarray(array) for name, array in zip(filter(None, node.input), inputs)}
@@ -220,7 +219,7 @@ class OrvaneBackend(base.Backend):
 
     @classmethod
     def supports_device(cls, device: str) -> bool:
-        """Of ONNX's names for devices."""
+        """Whether it is ONNX's name for the CPU."""
         return device in ("CPU", "CPU:0")
 
 

@@ -1,4 +1,4 @@
-"""Options of all tests, and the table of the ONNX node cases at the end of a run."""
+"""Options of the tests, and a table of the ONNX node cases at the end of a run."""
 
 from __future__ import annotations
 
@@ -14,7 +14,7 @@ REPORT = pathlib.Path(__file__).resolve().parents[2] / "build" / "onnx-nodes.txt
 def pytest_addoption(parser: pytest.Parser) -> None:
     parser.addoption("--public", action="store_true", help="run all cases of public suites, not a selection")
     parser.addoption("--onnx-report", type=pathlib.Path, default=REPORT, metavar="FILE",
-                     help="where the outcome of each ONNX node case goes; build/onnx-nodes.txt unless given")
+                     help="write the outcome of each ONNX node case to FILE; by default, build/onnx-nodes.txt")
 
 
 def pytest_terminal_summary(terminalreporter: pytest.TerminalReporter, config: pytest.Config) -> None:

@@ -45,13 +45,13 @@ def write_scale(path: pathlib.Path, weight_count: int = 1000) -> pathlib.Path:
 
 
 def hosts(parent: int | None = None) -> list[int]:
-    """The process ids of the hosts that this process has started."""
+    """The process ids of the hosts of this process."""
     found = []
     for entry in pathlib.Path("/proc").iterdir():
         if entry.name.isdigit():
             try:
                 name, _, rest = (entry / "stat").read_text().rpartition(")")
-            except OSError:  # it has ended meanwhile
+            except OSError:  # the process has ended
                 continue
             state, its_parent = rest.split()[:2]
             if name.endswith("(orvane_host") and state != "Z" and int(its_parent) == (parent or os.getpid()):

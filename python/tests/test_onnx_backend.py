@@ -1,4 +1,4 @@
-"""What ONNX's interface for backends adds to a model: shapes taken from arrays, scalars, nodes."""
+"""Tests what ONNX's interface for backends adds to a model: shapes of arrays, scalars, nodes."""
 
 from __future__ import annotations
 
@@ -45,23 +45,23 @@ def test_dynamic_inputs_take_the_shapes_of_the_arrays() -> None:
             assert np.array_equal(outputs["y"], a + a[1])
         assert prepared.model is not None
         os.kill(hosts()[0], signal.SIGKILL)
-        assert np.array_equal(prepared.run([a, a[0]])[0], a + a[0])  # the file is still there for the next host
-        with pytest.raises(ValueError, match=r"input 'a' wants the shape \[\?, 3\], and got \[3, 2\]"):
+        assert np.array_equal(prepared.run([a, a[0]])[0], a + a[0])  # the next host loads the file again
+        with pytest.raises(ValueError, match=r"input 'a' needs the shape \[\?, 3\], but got \[3, 2\]"):
             prepared.run([a[:3, :2], a[0]])
-        with pytest.raises(TypeError, match="and 1 arrays were given"):
+        with pytest.raises(TypeError, match="but 1 arrays were given"):
             prepared.run([a])
     with pytest.raises(ValueError, match="closed"):
         prepared.run([a, a[0]])
 
 
 @pytest.mark.parametrize("host", [False, True], ids=["in_process", "host"])
-def test_a_scalar_goes_in(host: bool) -> None:
+def test_an_input_may_be_a_scalar(host: bool) -> None:
     model = make(helper.make_node("Mul", ["a", "factor"], ["y"]), {"a": (F, [2]), "factor": (F, [])}, [2])
     outputs = orvane.onnx_backend.run_model(model, [np.array([1, 2], np.float32), np.float32(3)], host=host)
     assert np.array_equal(outputs[0], [3, 6])
 
 
-def test_empty_inputs_are_told_from_the_others() -> None:
+def test_empty_inputs_are_recognized() -> None:
     # The runtime makes a constant of the first, and calls the second by the name of what it turns into.
     inputs: Tensors = {"axes": (TensorProto.INT64, [0]), "x": (F, [2]), "one": (F, [2])}
     model = make(helper.make_node("Add", ["x", "same"], ["y"]), inputs, [2])

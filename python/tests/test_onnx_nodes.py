@@ -20,8 +20,8 @@ pytestmark = pytest.mark.timeout(180)
 
 Arrays = list[np.ndarray[Any, Any]]
 
-# Why a case cannot be run here. Each is seen in the case or in what the runtime's own package says of it, and not in
-# what is under test, which must then refuse it.
+# Why a case cannot run here. The case or OpenVINO's own package shows it, not the package under test, which must then
+# refuse the case.
 NO_TENSOR = "not a tensor"
 RUNTIME_REFUSES = "the runtime refuses it"
 RUNTIME_IS_WRONG = "the runtime's own answer is wrong"
@@ -30,7 +30,7 @@ ELEMENT_TYPE = "element type outside the table"
 DYNAMIC = "dynamic"
 NO_ELEMENTS = "no elements"
 
-# What the refusal says, where the words are not the runtime's.
+# A part of the text of the refusal, unless the text is OpenVINO's.
 SAYS = {NO_TENSOR: "only tensors", NO_INPUTS: "no input was set", ELEMENT_TYPE: "element type",
         DYNAMIC: "dynamic dimension", NO_ELEMENTS: "no elements"}
 
@@ -64,16 +64,16 @@ def why_not(ports: list[Any]) -> Optional[str]:
 
 
 def judge(case: Case, model: onnx.ModelProto, inputs: Arrays, expected: Arrays) -> Union[Arrays, tuple[str, str]]:
-    """What the runtime's own package makes of it; or why the case cannot be run, and what more there is to say."""
+    """The outputs of OpenVINO's own package; or why the case cannot run, with details."""
     names = [value.name for value in model.graph.input]
     try:
         read = core.read_model(f"{case.model_dir}/model.onnx")
         used = [{parameter.friendly_name, *parameter.output(0).names} for parameter in read.get_parameters()]
         compiled = core.compile_model(read, "CPU")
         ports = [*compiled.inputs, *compiled.outputs]
-        if why_not(ports) == ELEMENT_TYPE:  # which the package itself takes from no array
+        if why_not(ports) == ELEMENT_TYPE:  # OpenVINO's package has no arrays of these types
             return ELEMENT_TYPE, ", ".join(port.element_type.get_type_name() for port in ports)
-        # One that turned into something by the name of that has lost its own; it is where it was.
+        # An input that was replaced has the name of its replacement, but keeps its place.
         where = [next((names.index(name) for name in names if name in known), i) for i, known in enumerate(used)]
         arrays = {port: inputs[i] for port, i in zip(compiled.inputs, where, strict=True)}
         request = compiled.create_infer_request()
@@ -90,7 +90,7 @@ def judge(case: Case, model: onnx.ModelProto, inputs: Arrays, expected: Arrays) 
 
 
 def run(model: onnx.ModelProto, inputs: Arrays, host: bool) -> Union[Arrays, Exception]:
-    """The outputs, or the refusal; that a host ended is neither."""
+    """Returns the outputs or the refusal. Raises if a host ends."""
     try:
         with orvane.onnx_backend.prepare(model, host=host) as prepared:
             return list(prepared.run(inputs))
