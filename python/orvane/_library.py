@@ -161,7 +161,7 @@ def encode(text: PathLike) -> bytes:
 
 def check_key(key: bytes) -> bytes:
     if not isinstance(key, bytes):
-        raise TypeError(f"a key is bytes, such as b'key!', not {type(key).__name__}")
+        raise TypeError(f"the key has the type {type(key).__name__}: pass bytes, such as b'key!'")
     return key
 
 

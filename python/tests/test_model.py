@@ -12,8 +12,9 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 import tracemalloc
-from typing import Any, Iterator
+from typing import Any, Callable, Iterator
 
 import numpy as np
 import onnx
@@ -200,8 +201,99 @@ def test_a_hanging_host_is_ended_and_not_replaced(how: str) -> None:
     assert "closed" in repr(model)
 
 
+def test_retries_have_one_time_limit_and_one_interrupt() -> None:
+    inputs = voice_inputs()
+    seen: set[int] = set()
+
+    def let_new_hosts_hang(then: Callable[[int], object]) -> None:
+        while not done.wait(0.01):
+            for host in set(hosts()) - seen:
+                seen.add(host)
+                os.kill(host, signal.SIGSTOP)
+                time.sleep(0.6)
+                then(host)
+
+    def kill(host: int) -> None:
+        os.kill(host, signal.SIGKILL)
+
+    with orvane.Model(VOICE, host=True, time_limit=1, load_time_limit=60, retries=20) as model:
+        for then, causes in ((kill, {orvane.HostEnd.SIGNAL, orvane.HostEnd.TIME_LIMIT}),
+                             (lambda _: model.interrupt(), {orvane.HostEnd.INTERRUPTED})):
+            model.restart()
+            seen.update(hosts())
+            os.kill(hosts()[0], signal.SIGKILL)  # the next one is stopped while it loads the model
+            done = threading.Event()
+            hanging = threading.Thread(target=let_new_hosts_hang, args=(then,), daemon=True)
+            hanging.start()
+            start = time.monotonic()
+            with pytest.raises(orvane.HostEnded) as caught:
+                model.run(*inputs)
+            done.set()
+            hanging.join(60)
+            assert caught.value.cause in causes and time.monotonic() - start < 6
+
+
 def press_ctrl_c_soon() -> None:
     threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT)).start()
+
+
+@pytest.mark.parametrize("call", ["load", "restart", "run", "load_pool", "map"])
+def test_ctrl_c_ends_the_wait_for_a_host(tmp_path: pathlib.Path, call: str) -> None:
+    inputs = tuple(voice_inputs())
+    program, hang = tmp_path / "orvane_host_that_may_hang", tmp_path / "hang"
+    real = pathlib.Path(orvane.__file__).parent / "bin" / "orvane_host"
+    program.write_text(f"#!/bin/sh\nwhile [ -e {hang} ]; do sleep 0.1; done\nexec {real} \"$@\"\n")
+    program.chmod(0o700)
+    start = time.monotonic()
+
+    def hang_now() -> None:
+        hang.touch()
+        for host in hosts():
+            os.kill(host, signal.SIGSTOP)
+        threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT)).start()
+
+    if call.startswith("load"):
+        hang_now()
+    with pytest.raises(KeyboardInterrupt):
+        if call in ("load_pool", "map"):
+            with orvane.Pool(VOICE, 2, host=program, retries=3) as pool:
+                hang_now()
+                list(pool.map([inputs] * 4))
+        else:
+            with orvane.Model(VOICE, host=program, retries=3) as model:
+                hang_now()
+                model.restart() if call == "restart" else model.run(*inputs)
+    assert time.monotonic() - start < 3
+    assert hosts() == []
+
+
+@WAYS
+def test_a_progress_callback_sees_each_step_and_may_cancel(host: bool) -> None:
+    steps: list[orvane.LoadStep] = []
+
+    def cancel(step: orvane.LoadStep) -> None:
+        raise ValueError(f"enough after {step.name}")
+
+    with orvane.Model(VOICE, host=host, progress=steps.append):
+        step = orvane.LoadStep
+        assert ({step.STARTING_HOST, step.IN_HOST} if host else {step.READING, step.COMPILING}) <= set(steps)
+    with pytest.raises(ValueError, match="enough after (STARTING_HOST|READING)"):
+        orvane.Model(VOICE, host=host, progress=cancel)
+
+
+def test_a_callback_may_interrupt_the_call_but_not_make_one() -> None:
+    inputs = voice_inputs()
+    calls: list[Callable[[], object]] = []
+    model = orvane.Model(VOICE, host=True, progress=lambda step: [call() for call in calls])
+    for call, error in ((model.interrupt, orvane.HostEnded), (model.close, RuntimeError), (model.restart, RuntimeError),
+                        (lambda: model.run(*inputs), RuntimeError)):
+        os.kill(hosts()[0], signal.SIGSTOP)
+        calls.append(call)
+        with pytest.raises(error, match="interrupt"):
+            model.run(*inputs)
+        calls.clear()
+        model.restart()
+    model.close()
 
 
 @WAYS
@@ -299,7 +391,7 @@ def test_encrypted_models_and_caches(tmp_path: pathlib.Path, host: bool) -> None
     with pytest.raises(orvane.Error):
         orvane.Model(secret, host=host, key=b"no")
     for key in (b"", b"12345", "key!"):
-        with pytest.raises((orvane.Error, TypeError), match="a key (has 1 to 4|is) bytes"):
+        with pytest.raises((orvane.Error, TypeError), match="the key has .*: pass"):
             orvane.Model(secret, host=host, key=key)  # type: ignore[arg-type]
 
 
@@ -311,6 +403,19 @@ def test_models_and_pools_are_not_copied() -> None:
                 with pytest.raises(TypeError, match=f"a {type(copied).__name__} cannot be copied .* load it again"):
                     way(copied)
         assert same(model.run(*inputs), pool.submit(*inputs).result(60))
+
+
+@WAYS
+def test_a_missing_file_is_named(tmp_path: pathlib.Path, host: bool) -> None:
+    missing = tmp_path / "no_model.xml"
+    for call in (lambda: orvane.Model(missing, host=host), lambda: orvane.Model(missing, host=host, shapes={0: (1,)}),
+                 lambda: orvane.describe(missing), lambda: orvane.encrypt(missing, tmp_path / "out", b"key!")):
+        with pytest.raises(FileNotFoundError, match="no_model.xml") as caught:
+            call()
+        assert isinstance(caught.value, orvane.Error) and caught.value.errno == caught.value.system == 2
+        assert "\n" not in str(caught.value)
+    with pytest.raises(ValueError, match="zero"):
+        orvane.Model("a\0b", host=host)
 
 
 def test_files_are_described_and_reshaped(tmp_path: pathlib.Path, temporary: pathlib.Path) -> None:
