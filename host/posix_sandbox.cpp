@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <iterator>
+#include <system_error>
 
 namespace Orvane {
 
@@ -55,12 +56,19 @@ void Allow(const Descriptor& ruleset, const std::filesystem::path& path, uint64_
     syscall(SYS_landlock_add_rule, ruleset.Get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0);
 }
 
-// The folder that the cache is written to; empty when none is.
+// The folder in which the cache file is, or will be made; empty when no cache is to be made. The path of the cache may
+// be a link to a file in another folder.
 std::filesystem::path CacheFolder(const InterpreterParams& params) {
     if (!params.openvinoMakeCache || params.openvinoCachePath.empty()) {
         return {};
     }
-    const std::filesystem::path folder = Platform::PathFromUtf8(params.openvinoCachePath).parent_path();
+    std::filesystem::path file = Platform::PathFromUtf8(params.openvinoCachePath);
+    constexpr int kMostLinks = 40;  // the system follows no more
+    std::error_code error;
+    for (int link = 0; link < kMostLinks && std::filesystem::is_symlink(file, error); ++link) {
+        file = file.parent_path() / std::filesystem::read_symlink(file, error);
+    }
+    const std::filesystem::path folder = file.parent_path();
     return folder.empty() ? "." : folder;
 }
 

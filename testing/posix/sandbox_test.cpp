@@ -361,5 +361,15 @@ TEST_F(SandboxFiles, ALaterCacheElsewhereIsNotWrittenAndNoFailure) {
     EXPECT_EQ(cacheFolder.Names(), (std::vector<std::string>{"first", "second"}));
 }
 
+TEST_F(SandboxFiles, ACacheIsWrittenThroughLinksIntoAnotherFolder) {
+    std::filesystem::create_symlink("next", otherFolder.Path("link"));
+    std::filesystem::create_symlink(cacheFolder.Path("缓存"), otherFolder.Path("next"));
+    InterpreterParams params = Params(AddModel({10}).WriteTo(otherFolder, "model"), "", HostPathBesideProgram());
+    params.openvinoMakeCache = true;
+    params.openvinoCachePath = otherFolder.Path("link");
+    EXPECT_EQ(Shown(remote->Init(params)), kOk);
+    EXPECT_EQ(cacheFolder.Names(), std::vector<std::string>{"缓存"});
+}
+
 }  // namespace
 }  // namespace Orvane
