@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
+#include <utility>
 
 namespace Orvane::Platform {
 
@@ -27,19 +29,47 @@ bool ExceedsFileSizeLimit(uint64_t size) {
     return true;
 }
 
-// Whoever removes what the dead have left may hold the lock of an object that was not locked yet, for a moment.
-bool Lock(const Descriptor& object) {
-    while (flock(object.Get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            return false;
-        }
+// Does not wait for the lock: another process could hold it for ever.
+bool LockAndSize(const Descriptor& object, uint64_t size) {
+    return fchmod(object.Get(), kOwnerOnly) == 0 && flock(object.Get(), LOCK_EX | LOCK_NB) == 0 &&
+           ftruncate(object.Get(), static_cast<off_t>(size)) == 0 && AllocateSharedObject(object, 1);
+}
+
+// Locks the object before it has a name, so that no process finds it without its lock. No value where the file system
+// has no files without a name, or this process has no /proc to give them one.
+std::optional<Descriptor> CreateAndName(const std::string& name, uint64_t size) {
+    Descriptor object = OwnDescriptor(open("/dev/shm", O_TMPFILE | O_RDWR | O_CLOEXEC, kOwnerOnly));
+    if (!object) {
+        return std::nullopt;
+    }
+    if (!LockAndSize(object, size)) {
+        return Descriptor();
+    }
+    const std::string opened = "/proc/self/fd/" + std::to_string(object.Get());
+    const std::string path = "/dev/shm/" + name;
+    if (linkat(AT_FDCWD, opened.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+        return errno == EEXIST ? std::optional(Descriptor()) : std::nullopt;
+    }
+    return object;
+}
+
+// Locks the object after it has its name. Until then any process of this user may lock it, such as one that removes
+// what the dead have left. Such a name counts as taken.
+Descriptor CreateUnderName(const std::string& name, uint64_t size) {
+    Descriptor object = OwnDescriptor(shm_open(("/" + name).c_str(), O_RDWR | O_CREAT | O_EXCL, kOwnerOnly));
+    if (!object) {
+        return {};
     }
     struct stat attributes {};
-    if (fstat(object.Get(), &attributes) != 0) {
-        return false;
+    if (!LockAndSize(object, size)) {
+        errno = errno == EWOULDBLOCK ? EEXIST : errno;
+    } else if (fstat(object.Get(), &attributes) != 0 || attributes.st_nlink == 0) {
+        errno = EEXIST;
+    } else {
+        return object;
     }
-    errno = EEXIST;  // as if the name had been taken: it was taken away
-    return attributes.st_nlink != 0;
+    RemoveSharedObjectName(name, object);
+    return {};
 }
 
 }  // namespace
@@ -48,16 +78,8 @@ Descriptor CreateSharedObject(const std::string& name, uint64_t size) {
     if (ExceedsFileSizeLimit(size)) {
         return {};
     }
-    Descriptor created = OwnDescriptor(shm_open(("/" + name).c_str(), O_RDWR | O_CREAT | O_EXCL, kOwnerOnly));
-    if (!created) {
-        return {};
-    }
-    if (fchmod(created.Get(), kOwnerOnly) != 0 || !Lock(created) ||
-        ftruncate(created.Get(), static_cast<off_t>(size)) != 0 || !AllocateSharedObject(created, 1)) {
-        RemoveSharedObjectName(name, created);
-        return {};
-    }
-    return created;
+    std::optional<Descriptor> created = CreateAndName(name, size);
+    return created ? std::move(*created) : CreateUnderName(name, size);
 }
 
 bool AllocateSharedObject(const Descriptor& object, uint64_t size) {

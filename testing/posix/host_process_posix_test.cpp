@@ -11,6 +11,8 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -90,6 +92,15 @@ TEST_F(HostProcessPosix, ACallWithoutRoomForItsDataFailsAndNothingElse) {
         EXPECT_EQ(backend->GetTensorData(TensorTypeOutput, 0), nullptr);
         EXPECT_EQ(Shown(backend->SetInputData(0, data.data(), kLarge / 8)), kOk);
         EXPECT_EQ(Shown(backend->Invoke()), kOk);
+        backend->Release();
+
+        EXPECT_EQ(mount("tmpfs", "/proc", "tmpfs", 0, nullptr), 0) << "objects are made in another way without it";
+        EXPECT_EQ(Init(Params("echo 4")), kOk);
+        EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
+        interpreter->Release();
+        EXPECT_TRUE(limitMemory("8k"));
+        EXPECT_EQ(Init(Params("echo 4")), noRoom);
+        EXPECT_EQ(Names(Platform::ModuleWord()), 0U);
         _exit(HasFailure() ? 1 : 0);
     });
     const std::string end = End(client);
@@ -142,6 +153,40 @@ TEST_F(HostProcessPosix, NamesOfADeadClientAreSweptAndNoOthers) {
     }
     close(ends[0]);
     close(ends[1]);
+}
+
+// A host can watch the folder of the objects and try to lock them, for which their maker would wait.
+TEST_F(HostProcessPosix, NoObjectIsFoundWithoutItsMakersLock) {
+    constexpr int kObjects = 3 * 200;
+    const std::string word = std::to_string(Platform::ModuleWord());
+    const int watch = inotify_init1(IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, "/dev/shm", IN_CREATE), 0);
+    const pid_t watcher = Fork([&] {
+        alarm(60);
+        alignas(inotify_event) char events[4096];
+        for (int found = 0; found < kObjects;) {
+            const ssize_t size = read(watch, events, sizeof events);
+            for (ssize_t at = 0; at < size;) {
+                const auto* event = reinterpret_cast<inotify_event*>(events + at);
+                at += static_cast<ssize_t>(sizeof *event + event->len);
+                const std::string name = event->name;
+                if (name.find(word) != std::string::npos) {
+                    ++found;
+                    const int object = shm_open(("/" + name).c_str(), O_RDONLY, 0);
+                    if (object < 0 || flock(object, LOCK_SH | LOCK_NB) == 0) {
+                        _exit(1);
+                    }
+                    close(object);
+                }
+            }
+        }
+    });
+    SharedChannel channels[kObjects / 3];
+    for (SharedChannel& channel : channels) {
+        channel.Create(4096);
+    }
+    EXPECT_EQ(End(watcher), "exit 0") << "it found each object locked";
+    close(watch);
 }
 
 // Two clients that are both process 1 of a namespace of their own, as in two containers, over one /dev/shm.
