@@ -132,7 +132,14 @@ int CreateProcess(Kept& kept, Start& start, char* stack) {
         return errno;
     }
     kept.number = created;
+    errno = ENOSYS;  // where the system made no descriptor
     kept.process = OwnDescriptor(descriptor);
+    if (!kept.process) {  // nothing would notice the end of a process that is known by its number only
+        const int error = errno;
+        kill(created, SIGKILL);
+        waitpid(created, nullptr, 0);
+        return error;
+    }
     if (start.error != 0) {
         Reap(kept.process);
     }

@@ -4,11 +4,14 @@
 #include "platform/process.h"
 
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <fstream>
 #include <random>
 #include <utility>
 
@@ -32,15 +35,31 @@ namespace {
 // passes the end of the view faults at once instead of reaching something else.
 constexpr size_t kGuard = (size_t{1} << 32) + (size_t{1} << 16);
 
-// Where address space is limited, as much of it as there is.
+// Where address space is limited, at most an eighth of what the view leaves: the application needs the rest. None where
+// the system does not tell how much is left.
+size_t GuardBehind(size_t length) {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
+        return kGuard;
+    }
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    size_t usedPages = 0;
+    if (!(std::ifstream("/proc/self/statm") >> usedPages)) {
+        return 0;
+    }
+    const size_t used = usedPages * page + length;
+    return limit.rlim_cur > used ? std::min(kGuard, (limit.rlim_cur - used) / 8 / page * page) : 0;
+}
+
 void* MapWithGuard(size_t length, size_t& mapped) {
-    for (size_t guard = kGuard;; guard /= 2) {
-        mapped = length + guard;
-        void* space = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (space != MAP_FAILED || guard == 0 || errno != ENOMEM) {
-            return space;
+    void* space = MAP_FAILED;
+    for (const size_t guard : {GuardBehind(length), size_t{0}}) {
+        if (space == MAP_FAILED) {
+            mapped = length + guard;
+            space = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         }
     }
+    return space;
 }
 
 // The process in its upper half, its number in the lower one.

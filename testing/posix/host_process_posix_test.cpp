@@ -25,6 +25,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <thread>
@@ -60,6 +61,20 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
         pthread_attr_setstacksize(&attributes, size_t{1} << 47);
         pthread_setattr_default_np(&attributes);
         EXPECT_EQ(Init(Params("echo 4")), std::to_string(EAGAIN) + launch);
+    });
+    InChild([&] {
+        close(STDIN_FILENO);  // the number that the system then gives to the descriptor of the host
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlim_t before = limit.rlim_cur;
+        const int next = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        close(next);
+        limit.rlim_cur = static_cast<rlim_t>(next) + 3;  // two events and a section
+        setrlimit(RLIMIT_NOFILE, &limit);
+        EXPECT_EQ(Init(Params("echo 4")), std::to_string(EMFILE) + launch);
+        limit.rlim_cur = before;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        EXPECT_EQ(Children(), std::vector<uint32_t>());
     });
     InChild([&] {
         const rlimit limit{65536, 65536};
@@ -284,11 +299,29 @@ TEST_F(HostProcessPosix, NeedsLittleAddressSpace) {
     if (before.rlim_cur != RLIM_INFINITY || kInstrumented) {
         GTEST_SKIP() << "address space is limited already, or this build needs much of it";
     }
-    InChild([&] {
-        const rlimit limit{1'000'000'000, 1'000'000'000};
+    const auto leave = [](rlim_t bytes) {
+        rlim_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const rlim_t most = pages * 4096 + bytes;
+        const rlimit limit{most, most};
         setrlimit(RLIMIT_AS, &limit);
-        EXPECT_EQ(Init(Params("echo 4")), kOk);
-        EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
+    };
+    for (const rlim_t megabytes : {36, 64, 128, 256, 512, 1000}) {
+        InChild([&] {
+            leave(megabytes << 20);
+            EXPECT_EQ(Init(Params("echo 4")), kOk) << megabytes;
+            EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk) << megabytes;
+        });
+    }
+    InChild([&] {
+        constexpr size_t kGigabyte = size_t{1} << 30;
+        leave(6 * kGigabyte);
+        Interpreter several[5];
+        for (Interpreter& own : several) {
+            EXPECT_EQ(Shown(own.Init(Params("echo 4"))), kOk);
+        }
+        EXPECT_NE(mmap(nullptr, 2 * kGigabyte, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0), MAP_FAILED)
+            << "the application still has some";
     });
 }
 
