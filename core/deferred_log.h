@@ -6,9 +6,9 @@
 
 namespace Orvane {
 
-// While one lives, the log lines of its thread wait. The outermost one delivers them when it goes, in their order.
-// Make one before you take a lock under which anything may log: the log callback is an application's code, which may
-// call what takes the same lock.
+// Queues the log lines of its thread. The destructor of the outermost one delivers them in their order.
+// Create one before you take a lock under which the SDK may log: the log callback is the application's code, which may
+// call a function that takes the same lock.
 class DeferredLog {
  public:
     DeferredLog() noexcept;
@@ -16,8 +16,9 @@ class DeferredLog {
     DeferredLog(const DeferredLog&) = delete;
     DeferredLog& operator=(const DeferredLog&) = delete;
 
-    // Keeps the line if one lives on this thread; without memory for that, the line is dropped. False if none lives.
-    static bool Keep(uint32_t level, std::unique_ptr<char[]>& text) noexcept;
+    // Queues the line if this thread has a `DeferredLog`, and returns false if it has none. Drops the line if there is
+    // no memory for it.
+    static bool Queue(uint32_t level, std::unique_ptr<char[]>& text) noexcept;
 
  private:
     struct Line {

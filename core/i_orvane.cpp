@@ -8,4 +8,8 @@ Status IOrvane::BindTensor(uint32_t /*index*/, TensorType /*type*/, uint32_t /*o
     return MakeErrorStatus("不支持此操作");
 }
 
+Status IOrvane::GetInputMemory(uint32_t /*index*/, uint32_t /*size*/, std::shared_ptr<void>& /*memory*/) {
+    return MakeErrorStatus("不支持此操作");
+}
+
 }  // namespace Orvane

@@ -58,6 +58,13 @@ class IOrvane {
 
     // Null for a backend without a host process.
     virtual std::shared_ptr<HostControl> GetHostControl() { return nullptr; }
+
+    // Sets `memory` to `size` bytes from which input `index` is sent or read: `SetInputData` with their address copies
+    // nothing. They are aligned to 8 bytes. Their content is undefined after every operation but this one.
+    // The memory lives as long as the backend or `memory`, whichever is longer, also after the host process has ended.
+    // With a host process all inputs have the same memory, and a forked child must not write to it.
+    // Fails like `SetInputData`; with a host process an index that does not exist is not noticed here.
+    virtual Status GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory);
 };
 
 }  // namespace Orvane

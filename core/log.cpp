@@ -52,7 +52,7 @@ int32_t Log(uint32_t level, const char* format, ...) {
     std::vsnprintf(text.get(), size, format, arguments);
     va_end(arguments);
 
-    if (!DeferredLog::Keep(level, text)) {
+    if (!DeferredLog::Queue(level, text)) {
         Deliver(level, text.get());
     }
     return 0;
@@ -73,7 +73,7 @@ DeferredLog::~DeferredLog() {
     }
 }
 
-bool DeferredLog::Keep(uint32_t level, std::unique_ptr<char[]>& text) noexcept {
+bool DeferredLog::Queue(uint32_t level, std::unique_ptr<char[]>& text) noexcept {
     if (outermost == nullptr) {
         return false;
     }

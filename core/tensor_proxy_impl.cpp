@@ -4,6 +4,12 @@
 
 namespace Orvane {
 
+namespace {
+
+constexpr const char* kNoInput = "Tensor Type is not TensorTypeInput!";
+
+}  // namespace
+
 TensorProxyImpl::TensorProxyImpl(IOrvane& backendOfTensor, uint32_t tensorIndex, TensorType tensorType)
     : backend(backendOfTensor),
       index(tensorIndex),
@@ -34,7 +40,7 @@ Status TensorProxyImpl::Bind(const TensorImpl& other) {
 // The two tests below differ on purpose: a type that is neither input nor output fails both.
 Status TensorProxyImpl::CopyFrom(const void* data, uint32_t size) {
     if (type != TensorTypeInput) {
-        return MakeErrorStatus("Tensor Type is not TensorTypeInput!");
+        return MakeErrorStatus(kNoInput);
     }
     return backend.SetInputData(index, data, size);
 }
@@ -48,6 +54,17 @@ Status TensorProxyImpl::CopyTo(void* destination, uint32_t size) {
 
 void* TensorProxyImpl::GetData() {
     return backend.GetTensorData(type, index);
+}
+
+Status TensorImpl::GetMemory(uint32_t /*size*/, std::shared_ptr<void>& /*memory*/) {
+    return MakeErrorStatus("不支持此操作");
+}
+
+Status TensorProxyImpl::GetMemory(uint32_t size, std::shared_ptr<void>& memory) {
+    if (type != TensorTypeInput) {
+        return MakeErrorStatus(kNoInput);
+    }
+    return backend.GetInputMemory(index, size, memory);
 }
 
 }  // namespace Orvane

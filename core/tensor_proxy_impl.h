@@ -24,6 +24,7 @@ class TensorProxyImpl final : public TensorImpl {
     Status CopyFrom(const void* data, uint32_t size) override;
     Status CopyTo(void* destination, uint32_t size) override;
     void* GetData() override;
+    Status GetMemory(uint32_t size, std::shared_ptr<void>& memory) override;
 
  private:
     IOrvane& backend;

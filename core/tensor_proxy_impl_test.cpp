@@ -54,6 +54,9 @@ TEST_F(TensorTest, DataGoesOnlyTheWayOfItsSide) {
     EXPECT_EQ(input.CopyTo(data, 4).message, "Tensor Type is not TensorTypeOutput!");
     EXPECT_EQ(neither.CopyTo(data, 4).message, "Tensor Type is not TensorTypeOutput!");
     EXPECT_EQ(input.Bind(input).message, "不支持此操作");
+    std::shared_ptr<void> memory;
+    EXPECT_EQ(output.GetMemory(4, memory).message, "Tensor Type is not TensorTypeInput!");
+    EXPECT_EQ(input.GetMemory(4, memory).message, "不支持此操作");
     EXPECT_EQ(input.CopyFrom(data, 3).message, "backend's own");
     EXPECT_EQ(output.CopyTo(data, 4).code, 42);
     EXPECT_EQ(backend.record->calls, (std::vector<std::string>{"set 1 3", "copy 0 4"}))
@@ -77,8 +80,11 @@ class ForeignTensor final : public TensorImpl {
     void* GetData() override { return nullptr; }
 };
 
-TEST_F(TensorTest, BindingWantsATensorOfTheSdk) {
-    EXPECT_EQ(TensorProxyImpl(backend, 0, TensorTypeInput).Bind(ForeignTensor()).message, "Tensor type is not equal!");
+TEST_F(TensorTest, AForeignTensorIsRefused) {
+    ForeignTensor foreign;
+    EXPECT_EQ(TensorProxyImpl(backend, 0, TensorTypeInput).Bind(foreign).message, "Tensor type is not equal!");
+    std::shared_ptr<void> memory;
+    EXPECT_EQ(foreign.GetMemory(4, memory).message, "不支持此操作");
 }
 
 }  // namespace

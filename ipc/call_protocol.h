@@ -40,6 +40,9 @@ enum Call : uint32_t {
     CallExit = 9,
 };
 
+// Where a `CallSetInputData` request has its data: after the call, the index and the length.
+inline constexpr uint32_t kInputDataOffset = 24;
+
 // Starts a request and writes its u32 fields.
 template <typename... Fields>
 void WriteRequest(MessageBuffer& message, Call call, Fields... fields) {

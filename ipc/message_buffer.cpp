@@ -90,7 +90,9 @@ void MessageBuffer::Write(const void* item, uint32_t size) {
         }
         Platform::FailFast();
     }
-    Platform::CopyData(base + cursor, item, size);
+    if (item != base + cursor) {
+        Platform::CopyData(base + cursor, item, size);
+    }
     cursor += size;
 }
 

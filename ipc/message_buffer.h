@@ -45,6 +45,8 @@ class MessageBuffer {
     void WriteUInt64(uint64_t value);
     void WriteString(std::string_view text);
     void WriteStatus(const Status& status);
+
+    // Copies nothing if `data` is where the bytes belong.
     void WriteBytes(const void* data, uint32_t size);
 
     // The next `size` bytes, for the caller to fill in place. Does not check the capacity.

@@ -55,12 +55,12 @@ Platform::Event OpenEvent(const std::string& name, const char* failure) {
     return event;
 }
 
-Platform::View MapView(const Platform::Section& section, uint64_t size) {
+std::shared_ptr<Platform::View> MapView(const Platform::Section& section, uint64_t size) {
     Platform::View view = section.Map(size);
     if (!view) {
         ThrowSystemError("MapViewOfFile error");
     }
-    return view;
+    return std::make_shared<Platform::View>(std::move(view));
 }
 
 }  // namespace
@@ -103,7 +103,7 @@ void SharedChannel::CreateObjects(int32_t number, uint32_t size) {
     view = MapView(created, size);
     hostArguments = names.result + "|" + names.call + "|" + names.section + "|" + std::to_string(size);
     section = std::move(created);
-    message.Attach(view.Data(), size, MessageBuffer::Reads::Bounded);
+    message.Attach(view->Data(), size, MessageBuffer::Reads::Bounded);
 }
 
 void SharedChannel::Open(const std::string& arguments) {
@@ -123,7 +123,7 @@ void SharedChannel::Open(const std::string& arguments) {
     // No digits give 0: the whole section is then mapped, and the first write finds no room.
     const long long size = std::strtoll(sizeText.c_str(), nullptr, 10);
     view = MapView(opened, static_cast<uint64_t>(size));
-    message.Attach(view.Data(), static_cast<uint32_t>(size));
+    message.Attach(view->Data(), static_cast<uint32_t>(size));
 }
 
 bool SharedChannel::EnsureMemory(uint32_t dataSize) {
@@ -134,7 +134,7 @@ bool SharedChannel::EnsureMemory(uint32_t dataSize) {
 
 void SharedChannel::ReleaseSection() {
     message.Attach(nullptr, 0);
-    view = {};
+    view = nullptr;
     section = {};
 }
 

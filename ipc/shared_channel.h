@@ -47,9 +47,9 @@ struct SharedChannel {
     // waiting for it when that is released; they then find `message` without memory.
     std::unique_ptr<std::recursive_mutex> lock = std::make_unique<std::recursive_mutex>();
 
-    Platform::Section section;  // client only: the host closes it once it is mapped
-    Platform::View view;
-    MessageBuffer message;  // over the view
+    Platform::Section section;             // client only: the host closes it once it is mapped
+    std::shared_ptr<Platform::View> view;  // null without a section; shared with memory that an application was given
+    MessageBuffer message;                 // over the view
 
  private:
     void CreateObjects(int32_t number, uint32_t size);

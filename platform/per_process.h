@@ -7,8 +7,8 @@
 
 namespace Orvane::Platform {
 
-// A value that a forked child has anew, as it was first. Whatever a thread of the parent was doing with the parent's,
-// such as holding a mutex in it, does not reach the child.
+// A value of which each forked child has a new one, as its constructor makes it. So a child never finds a mutex locked
+// by a thread that only its parent has.
 template <typename Value>
 class PerProcess {
  public:

@@ -96,6 +96,25 @@ TensorInfo OpenvinoWrapper::GetTensorInfo(TensorType type, uint32_t index) {
 }
 
 Status OpenvinoWrapper::SetInputData(uint32_t index, const void* data, uint32_t size) {
+    std::shared_ptr<AlignedBuffer> buffer;
+    Status status = FindBuffer(index, size, buffer);
+    if (status.Ok() && data != buffer->Data()) {
+        Platform::CopyData(buffer->Data(), data, size);
+    }
+    return status;
+}
+
+Status OpenvinoWrapper::GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory) {
+    std::shared_ptr<AlignedBuffer> buffer;
+    Status status = FindBuffer(index, size, buffer);
+    if (status.Ok()) {
+        memory = std::shared_ptr<void>(buffer, buffer->Data());
+    }
+    return status;
+}
+
+// Fails unless input `index` has room for `size` bytes.
+Status OpenvinoWrapper::FindBuffer(uint32_t index, uint32_t size, std::shared_ptr<AlignedBuffer>& buffer) {
     if (!inferRequest) {
         if (Status status = PrepareRequest(); !status.Ok()) {
             return status;
@@ -104,11 +123,10 @@ Status OpenvinoWrapper::SetInputData(uint32_t index, const void* data, uint32_t 
     if (index >= inputBuffers.size()) {
         return MakeErrorStatus("Tensor 参数错误");
     }
-    AlignedBuffer& buffer = inputBuffers[index];
-    if (size > buffer.Size()) {
+    if (size > inputBuffers[index]->Size()) {
         return MakeErrorStatus("数据大小错误");
     }
-    Platform::CopyData(buffer.Data(), data, size);
+    buffer = inputBuffers[index];
     return MakeSuccessStatus();
 }
 
@@ -222,8 +240,9 @@ Status OpenvinoWrapper::PrepareRequest() {
             }
             const ov::element::Type type = ports[i].get_element_type();
             const ov::Shape shape(inputInfos[i].shape.begin(), inputInfos[i].shape.end());
-            inputBuffers.push_back(AlignedBuffer::ZeroFilled(ByteSize(type.size(), shape)));
-            inferRequest.set_input_tensor(i, ov::Tensor(type, shape, inputBuffers.back().Data()));
+            inputBuffers.push_back(
+                std::make_shared<AlignedBuffer>(AlignedBuffer::ZeroFilled(ByteSize(type.size(), shape))));
+            inferRequest.set_input_tensor(i, ov::Tensor(type, shape, inputBuffers.back()->Data()));
         }
         return MakeSuccessStatus();
     } catch (const ov::Exception& error) {

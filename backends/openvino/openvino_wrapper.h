@@ -44,6 +44,9 @@ class OpenvinoWrapper final : public IOrvane {
     std::unordered_map<std::string, std::string> GetExtraInfo() override { return {}; }
     Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override;
 
+    // The input's own buffer. Creates the buffers as `SetInputData` does.
+    Status GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory) override;
+
  private:
     bool HasDevice(const std::string& device);
     ov::CompiledModel Compile(const InterpreterParams& params, const std::string& device);
@@ -51,10 +54,11 @@ class OpenvinoWrapper final : public IOrvane {
     std::shared_ptr<ov::Model> ReadEncryptedModel(const InterpreterParams& params, const std::string& modelFile);
     void WriteCache(const std::filesystem::path& path);
     Status PrepareRequest();
+    Status FindBuffer(uint32_t index, uint32_t size, std::shared_ptr<AlignedBuffer>& buffer);
     std::vector<TensorInfo>& Infos(TensorType type) { return type == TensorTypeInput ? inputInfos : outputInfos; }
 
     // The runtime works on these bytes in place, so they are declared, and live, before its objects.
-    std::vector<AlignedBuffer> inputBuffers;
+    std::vector<std::shared_ptr<AlignedBuffer>> inputBuffers;
     AlignedBuffer weightsBuffer = AlignedBuffer::ForOverwrite(0);
 
     std::optional<ov::Core> core;  // made by `Init`, so that a broken runtime is a failed status as well

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <memory>
 
 namespace Orvane {
@@ -245,11 +246,43 @@ TensorInfo RemoteWrapper::GetTensorInfo(TensorType type, uint32_t index) {
         [](Obstacle) { return TensorInfo(); });
 }
 
+// Data that lies in the section, such as that of an output, is moved to its place in the request before the request's
+// other fields overwrite it. Returns where the data is.
+const void* RemoteWrapper::MoveWithinSection(const void* data, uint32_t size) {
+    uint8_t* const section = channel.view->Data();
+    const auto offset = reinterpret_cast<uintptr_t>(data) - reinterpret_cast<uintptr_t>(section);
+    if (offset == kInputDataOffset || offset >= kChannelSize ||
+        size > kChannelSize - std::max<uint64_t>(offset, kInputDataOffset)) {
+        return data;
+    }
+    return std::memmove(section + kInputDataOffset, data, size);
+}
+
 Status RemoteWrapper::SetInputData(uint32_t index, const void* data, uint32_t size) {
-    return ExchangeForStatus(size, [index, data, size](MessageBuffer& message) {
+    return ExchangeForStatus(size, [this, index, data, size](MessageBuffer& message) {
+        const void* source = MoveWithinSection(data, size);
         WriteRequest(message, CallSetInputData, index);
-        message.WriteBytes(data, size);
+        message.WriteBytes(source, size);
     });
+}
+
+Status RemoteWrapper::GetInputMemory(uint32_t /*index*/, uint32_t size, std::shared_ptr<void>& memory) {
+    if (!owner.IsThisProcess()) {
+        return Failed(Obstacle::NoHost, kHostExit);
+    }
+    const DeferredLog log;
+    const std::lock_guard guard(*channel.lock);
+    if (size > kMaxHostTensorBytes) {
+        return MakeErrorStatus("数据大小错误");
+    }
+    if (!channel.EnsureMemory(size)) {
+        return Failed(Obstacle::NoMemory, kHostExit);
+    }
+    if (channel.view == nullptr) {
+        return Failed(Obstacle::NoHost, kHostExit);
+    }
+    memory = std::shared_ptr<void>(channel.view, channel.view->Data() + kInputDataOffset);
+    return MakeSuccessStatus();
 }
 
 Status RemoteWrapper::Invoke() {

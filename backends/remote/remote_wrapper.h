@@ -56,6 +56,9 @@ class RemoteWrapper final : public IOrvane {
 
     std::shared_ptr<HostControl> GetHostControl() override { return host; }
 
+    // The place of the data in a request.
+    Status GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory) override;
+
  private:
     // Why an exchange did not take place or got no reply.
     enum class Obstacle { NoMemory, NoHost };
@@ -71,6 +74,7 @@ class RemoteWrapper final : public IOrvane {
 
     static Status Failed(Obstacle obstacle, const char* noHost);
     uint32_t OutputBytes(uint32_t index);
+    const void* MoveWithinSection(const void* data, uint32_t size);
     bool Transact();
     void ReleaseFor(HostEndCause cause);
     void ForgetTheParents();

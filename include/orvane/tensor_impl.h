@@ -52,6 +52,13 @@ class TensorImpl {
     /// In this process valid while the interpreter lives; `Invoke` overwrites the bytes. From a host process valid
     /// until the next call on the interpreter or its tensors.
     virtual void* GetData() = 0;
+
+    /// Sets `memory` to `size` bytes into which you write the data of this input: `CopyFrom` with their address then
+    /// copies nothing. They are aligned to 8 bytes. Their content is undefined after every other call for the model.
+    /// The memory lives as long as the interpreter or `memory`, whichever is longer, also after a host process has
+    /// ended. With a host process all inputs of a model have the same memory, and a forked child must not write to it.
+    /// Fails like `CopyFrom`, and for tensors that are not the SDK's own.
+    virtual Status GetMemory(uint32_t size, std::shared_ptr<void>& memory);
 };
 
 /// Owns a tensor; empty if there is no such tensor.

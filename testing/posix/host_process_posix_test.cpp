@@ -258,6 +258,7 @@ TEST_F(HostProcessPosix, AForkedChildNeverWaitsForAThreadOfItsParent) {
     const TensorHandle input = interpreter->GetInput();
     const TensorHandle output = interpreter->GetOutput();
     std::array<char, 4> data{};
+    std::shared_ptr<void> memory;
     auto running = std::async(std::launch::async, [this] { return Shown(interpreter->Invoke()); });
     std::atomic<bool> done{false};
     std::thread asking([&] {
@@ -272,6 +273,7 @@ TEST_F(HostProcessPosix, AForkedChildNeverWaitsForAThreadOfItsParent) {
             EXPECT_EQ(output->GetData(), nullptr);
             EXPECT_EQ(Shown(output->CopyTo(data.data(), 4)), kHostExit);
             EXPECT_EQ(Shown(input->CopyFrom(data.data(), 4)), kHostExit);
+            EXPECT_EQ(Shown(input->GetMemory(4, memory)), kHostExit);
             EXPECT_EQ(Shown(input->Resize({4})), kHostCallError);
             EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
             EXPECT_EQ(interpreter->GetInputCount() + interpreter->GetOutputCount(), 0);

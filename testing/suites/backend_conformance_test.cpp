@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -110,6 +112,38 @@ TEST_P(Backend, RunsAModelFromEndToEnd) {
     EXPECT_EQ(backend->GetTensorData(TensorTypeInput, 0), nullptr);
     EXPECT_EQ(backend->BindTensor(0, TensorTypeInput, 0, TensorTypeOutput).message, "不支持此操作");
     EXPECT_EQ(Run(), "11 22 33 ");
+}
+
+TEST_P(Backend, RunsOnInputMemoryWithoutACopy) {
+    ASSERT_EQ(Init(Params(addModel)), "");
+    const Floats own = {1, 2, 3};
+    Floats y(3);
+    const auto runOn = [&](const void* data) {
+        EXPECT_EQ(backend->SetInputData(0, data, 12).message, "");
+        EXPECT_TRUE(backend->Invoke().Ok());
+        EXPECT_TRUE(backend->CopyOutputTo(0, y.data(), 12).Ok());
+        return y;
+    };
+    std::shared_ptr<void> memory;
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(backend->GetInputMemory(0, 12, memory).message, "");
+        auto* const data = static_cast<float*>(memory.get());
+        std::copy(own.begin(), own.end(), data);
+        EXPECT_EQ(runOn(data), (Floats{11, 22, 33}));
+        EXPECT_EQ(backend->SetInputData(0, y.data(), 12).message, "");
+        EXPECT_EQ(data[2], 33) << "it is where all data of the input arrives";
+    }
+    ASSERT_EQ(runOn(own.data()), (Floats{11, 22, 33}));
+    EXPECT_EQ(runOn(backend->GetTensorData(TensorTypeOutput, 0)), (Floats{21, 42, 63})) << "an output is an input too";
+
+    EXPECT_EQ(backend->GetInputMemory(0, remote ? kMaxHostTensorBytes + 1 : 13, memory).message, "数据大小错误");
+    EXPECT_EQ(backend->GetInputMemory(1, 12, memory).Ok(), remote) << "a host is not asked";
+    ASSERT_EQ(backend->GetInputMemory(0, 12, memory).message, "");
+    std::shared_ptr<void> later;
+    backend->Release();
+    EXPECT_EQ(backend->GetInputMemory(0, 12, later).message, remote ? "Orvane Host Exit" : "");
+    backend.reset();
+    std::memset(memory.get(), 1, 12);
 }
 
 TEST_P(Backend, DescribesEveryElementType) {

@@ -115,7 +115,7 @@ int PlayHost(const std::string& arguments) {
     const std::vector<ClientCase> cases = ClientCases();
     SharedChannel channel;
     channel.Open(arguments);
-    auto* const region = reinterpret_cast<char*>(channel.view.Data());
+    auto* const region = reinterpret_cast<char*>(channel.view->Data());
     constexpr size_t kWindow = 256;  // bytes of the region that are looked at
     std::string expected;
     ClientCase next;

@@ -61,8 +61,8 @@ class HostUnderTest {
 
     // Sends the request, with zeros behind it. False when the host ended instead of answering; it has 10 seconds.
     bool Answers(const std::string& request) {
-        std::memset(channel.view.Data(), 0, kSize);
-        std::memcpy(channel.view.Data(), request.data(), request.size());
+        std::memset(channel.view->Data(), 0, kSize);
+        std::memcpy(channel.view->Data(), request.data(), request.size());
         channel.callEvent.Set();
         bool answered = false;
         EXPECT_TRUE(Within(std::chrono::seconds(10),
@@ -85,7 +85,7 @@ class HostUnderTest {
         return answers;
     }
 
-    std::string Region() const { return {reinterpret_cast<const char*>(channel.view.Data()), kSize}; }
+    std::string Region() const { return {reinterpret_cast<const char*>(channel.view->Data()), kSize}; }
     bool AnswersAgain() { return channel.resultEvent.Wait(0, Platform::Awaited::Result); }
     std::string End() const { return process.End(); }
 
