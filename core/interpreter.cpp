@@ -51,6 +51,7 @@ struct Interpreter::Shared {
     };
 
     Platform::PerProcess<Host> host;
+    std::atomic<bool> hasHost{false};  // true without a control only in a forked child
     std::atomic<uint32_t> timeLimit{0};
 };
 
@@ -89,6 +90,7 @@ void Interpreter::ShareHost(std::shared_ptr<HostControl> host) {
     }
     Shared::Host& own = shared->host.Get();
     const std::lock_guard guard(own.mutex);
+    shared->hasHost = host != nullptr;
     own.control = std::move(host);
     if (own.control != nullptr) {
         own.control->SetTimeLimit(shared->timeLimit);
@@ -126,8 +128,12 @@ void Interpreter::SetTimeLimit(uint32_t milliseconds) {
 }
 
 HostEnd Interpreter::GetHostEnd() const {
-    const std::shared_ptr<HostControl> host = SharedHost();
-    return host != nullptr ? host->GetEnd() : HostEnd();
+    if (const std::shared_ptr<HostControl> host = SharedHost(); host != nullptr) {
+        return host->GetEnd();
+    }
+    return shared != nullptr && shared->hasHost
+               ? HostEnd{HostEndCauseUnknown, 0, "only the process that this one was forked from has it"}
+               : HostEnd();
 }
 
 void Interpreter::Release() {

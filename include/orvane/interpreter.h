@@ -57,7 +57,7 @@ class Interpreter {
     void SetTimeLimit(uint32_t milliseconds);
 
     /// How the last host process ended by itself or was ended by the client, also after a failed `Init`. `Release` does
-    /// not count. Any thread.
+    /// not count. In a forked child `HostEndCauseUnknown` until its own `Init`. Any thread.
     HostEnd GetHostEnd() const;
 
     /// Runs the model once on the data that was copied in last. Fails before a successful `Init`, and before the first

@@ -278,7 +278,7 @@ TEST_F(HostProcessPosix, AForkedChildNeverWaitsForAThreadOfItsParent) {
             EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
             EXPECT_EQ(interpreter->GetInputCount() + interpreter->GetOutputCount(), 0);
             EXPECT_TRUE(interpreter->GetExtraInfo().empty());
-            EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseNone);
+            EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseUnknown);
             static_cast<void>(interpreter->Interrupt());
             interpreter->SetTimeLimit(5000);
             EXPECT_EQ(Init(Params("echo 4")), kOk) << "a host of its own";
