@@ -24,10 +24,11 @@ elseif(ORVANE_WHEEL)
     set(CMAKE_INSTALL_RPATH $ORIGIN/../lib $ORIGIN/../../openvino/libs)
     set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 elseif(ORVANE_PACKAGE)
-    set(CMAKE_INSTALL_RPATH $ORIGIN/../lib)
+    # Programs in bin/ and libraries in lib/, or all in one folder, as in the package for .NET.
+    set(CMAKE_INSTALL_RPATH $ORIGIN $ORIGIN/../lib)
 else()
     # An installed program still finds the libraries that it links.
-    set(CMAKE_INSTALL_RPATH $ORIGIN/../lib ${orvaneRuntimeFolder})
+    set(CMAKE_INSTALL_RPATH $ORIGIN $ORIGIN/../lib ${orvaneRuntimeFolder})
     # Set at build time: CMake would reserve room for a longer path by empty elements, which mean the current folder.
     set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 endif()

@@ -79,4 +79,8 @@ std::string ProgramBesideThisCode(const std::string& name) {
     return !isBeside && std::filesystem::exists(inBin, ignored) ? inBin.string() : (folder / name).string();
 }
 
+uint32_t LoadLibraryBesideThisCode(const std::string& /*name*/) {
+    return 0;
+}
+
 }  // namespace Orvane::Platform

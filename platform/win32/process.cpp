@@ -16,7 +16,7 @@ namespace Orvane::Platform {
 
 namespace {
 
-// The folder of a module's file, with a "\\" behind it; null is the running program.
+// The folder of a module's file, with a "\\" at its end; null is the running program.
 std::wstring FolderOf(HMODULE module) {
     std::wstring file(MAX_PATH, L'\0');
     DWORD length = GetModuleFileNameW(module, file.data(), static_cast<DWORD>(file.size()));
@@ -26,6 +26,14 @@ std::wstring FolderOf(HMODULE module) {
     }
     file.resize(length);
     return file.substr(0, file.find_last_of(L'\\') + 1);
+}
+
+// The library or program that contains this function.
+HMODULE ThisModule() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&ThisModule), &module);
+    return module;
 }
 
 }  // namespace
@@ -67,14 +75,22 @@ std::string ProgramBeside(const std::string& name) {
 }
 
 std::string ProgramBesideThisCode(const std::string& name) {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&FolderOf), &module);
-    const std::string folder = Utf8FromWide(FolderOf(module));
+    const std::string folder = Utf8FromWide(FolderOf(ThisModule()));
     const std::string program = name + ".exe";
     const std::string inBin = folder + "..\\bin\\" + program;
     const bool isBeside = !IsMissing(PathFromUtf8(folder + program));
     return !isBeside && !IsMissing(PathFromUtf8(inBin)) ? inBin : folder + program;
+}
+
+uint32_t LoadLibraryBesideThisCode(const std::string& name) {
+    const std::wstring file = WideFromUtf8(name);
+    if (GetModuleHandleW(file.c_str()) != nullptr ||
+        LoadLibraryExW((FolderOf(ThisModule()) + file).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH) != nullptr ||
+        LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS) != nullptr ||
+        LoadLibraryW(file.c_str()) != nullptr) {
+        return 0;
+    }
+    return GetLastError();
 }
 
 }  // namespace Orvane::Platform

@@ -2,6 +2,7 @@
 
 #include "backends/openvino/mingw/private_file.h"
 #include "backends/openvino/mingw/stream_content.h"
+#include "platform/process.h"
 
 #include <openvino/c/openvino.h>
 
@@ -16,6 +17,11 @@ namespace ov {
 inline namespace over_c_interface {
 
 namespace {
+
+// Names of properties. The interface has variables for them, and those cannot be taken from a library that is loaded
+// later.
+constexpr const char* kAvailableDevices = "AVAILABLE_DEVICES";
+constexpr const char* kDeviceFullName = "FULL_DEVICE_NAME";
 
 struct FreeText {
     void operator()(const char* text) const { ov_free(text); }
@@ -293,7 +299,15 @@ void CompiledModel::export_model(std::ostream& stream) {
     stream.write(reinterpret_cast<const char*>(exported.bytes.Data()), static_cast<std::streamsize>(exported.size));
 }
 
+// Every use of the runtime begins with a core. In orvane_c.dll the runtime is not loaded before, and a call of it would
+// end the process if it could not be loaded then.
 Core::Core(const std::string& configPath) {
+    if (const uint32_t error = Orvane::Platform::LoadLibraryBesideThisCode("openvino_c.dll"); error != 0) {
+        throw Exception(
+            "openvino_c.dll cannot be loaded (Windows error " + std::to_string(error) +
+            "): the DLLs of OpenVINO must be in the folder of Orvane's DLL or program, and the Microsoft Visual C++ "
+            "Redistributable 2015-2022 (vc_redist.x64.exe) must be installed");
+    }
     ov_core* core = nullptr;
     Check(ov_core_create_with_config(configPath.c_str(), &core));
     handle.reset(core, ov_core_free);
@@ -308,14 +322,14 @@ std::vector<std::string> Core::get_available_devices() const {
 
 std::vector<std::string> Core::get_property(const std::string& plugin, const AvailableDevices&) const {
     char* devices = nullptr;
-    Check(ov_core_get_property(handle.get(), plugin.c_str(), ov_property_key_available_devices, &devices));
+    Check(ov_core_get_property(handle.get(), plugin.c_str(), kAvailableDevices, &devices));
     const Text text(devices);
     return *text.get() == '\0' ? std::vector<std::string>() : std::vector<std::string>{text.get()};
 }
 
 std::string Core::get_property(const std::string& device, const device::FullName&) const {
     char* name = nullptr;
-    Check(ov_core_get_property(handle.get(), device.c_str(), ov_property_key_device_full_name, &name));
+    Check(ov_core_get_property(handle.get(), device.c_str(), kDeviceFullName, &name));
     return Text(name).get();
 }
 
