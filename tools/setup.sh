@@ -23,6 +23,12 @@ benchPackages=(
     libzmq3-dev
 )
 
+dotnetPackages=(
+    mono-mcs mono-xbuild nuget mono-runtime                                 # build
+    libmono-system-windows-forms4.0-cil libgdiplus                          # example
+    xvfb xdotool imagemagick                                                # its test
+)
+
 # installPackages NAME...: of Debian.
 installPackages() {
     command -v dpkg-query >/dev/null || fail "this is not a Debian system; install the equivalent of: $*"
@@ -186,6 +192,24 @@ setup_bench() {
 setup_package() {
     setup_build
     installPackages pkg-config
+}
+
+# The runtimes that test the C# package. The one for Linux also has the public key of .NET Standard.
+setup_dotnet() {
+    local folder=.deps/dotnet list=tools/deps/dotnet.txt system platform
+    setup_package
+    installPackages "${dotnetPackages[@]}"
+    complete "$folder" "$list" && return
+    for system in linux windows; do
+        platform=manylinux1_x86_64
+        [ $system = linux ] || platform=win_amd64
+        fetchWheels "$folder/$system" "$list" 31 "$platform"
+        run rm -rf "$folder/$system/dotnetcore2"
+        run mv "$folder/$system/unpacked/dotnetcore2" "$folder/$system"
+        run rm -rf "$folder/$system/unpacked"
+    done
+    run chmod +x "$folder/linux/dotnetcore2/bin/dotnet"
+    finish "$folder" "$list"
 }
 
 # The wheels of `./dev models` stay unpacked.

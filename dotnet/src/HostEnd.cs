@@ -1,0 +1,25 @@
+namespace Orvane
+{
+    /// <summary>How a host process ended.</summary>
+    public enum HostEnd
+    {
+        /// <summary>It exited by itself. On Windows a crash is an exit too.</summary>
+        Exit = 1,
+
+        /// <summary>A signal ended it: it crashed or was killed (Linux).</summary>
+        Signal = 2,
+
+        /// <summary>The application ended it: <see cref="Model.Interrupt"/>, a cancellation or
+        /// <see cref="Model.Dispose"/>.</summary>
+        Interrupted = 3,
+
+        /// <summary>A call took longer than its time limit.</summary>
+        TimeLimit = 4,
+
+        /// <summary>It sent a reply that makes no sense, and was ended.</summary>
+        BadReply = 5,
+
+        /// <summary>The system does not say.</summary>
+        Unknown = 6
+    }
+}

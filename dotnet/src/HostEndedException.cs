@@ -1,0 +1,18 @@
+namespace Orvane
+{
+    /// <summary>
+    /// The host process of a model has ended: it crashed, was killed, took too long or was interrupted. Every later call
+    /// for the model fails in the same way until <see cref="Model.Restart"/>.
+    /// </summary>
+    public sealed class HostEndedException : OrvaneException
+    {
+        internal HostEndedException(string message, int systemError, HostEnd cause)
+            : base(message, Reason.HostEnded, systemError)
+        {
+            Cause = cause;
+        }
+
+        /// <summary>How the host process ended.</summary>
+        public HostEnd Cause { get; }
+    }
+}

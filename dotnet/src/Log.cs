@@ -1,0 +1,61 @@
+using System;
+using Orvane.Native;
+
+namespace Orvane
+{
+    /// <summary>The log lines of all models.</summary>
+    public static class Log
+    {
+        private static readonly object Gate = new object();
+
+        // One delegate for the life of the process: the library may still be calling it when the last handler leaves.
+        private static readonly NativeMethods.LogCallback Callback = OnLine;
+
+        private static EventHandler<LogEventArgs> handlers;
+
+        static Log()
+        {
+            // Afterwards a line would call into a runtime that is going away.
+            AppDomain.CurrentDomain.ProcessExit += (sender, e) => NativeMethods.orvane_set_log(null, IntPtr.Zero);
+            AppDomain.CurrentDomain.DomainUnload += (sender, e) => NativeMethods.orvane_set_log(null, IntPtr.Zero);
+        }
+
+        /// <summary>
+        /// A line was logged. Handlers run on the thread that logs, perhaps on several at once. An exception that a handler
+        /// throws is ignored. The sender is null.
+        /// </summary>
+        public static event EventHandler<LogEventArgs> LineWritten
+        {
+            add
+            {
+                Library.Require();
+                lock (Gate)
+                {
+                    handlers += value;
+                    NativeMethods.orvane_set_log(handlers == null ? null : Callback, IntPtr.Zero);
+                }
+            }
+            remove
+            {
+                Library.Require();
+                lock (Gate)
+                {
+                    handlers -= value;
+                    NativeMethods.orvane_set_log(handlers == null ? null : Callback, IntPtr.Zero);
+                }
+            }
+        }
+
+        private static void OnLine(IntPtr user, uint level, IntPtr text)
+        {
+            try
+            {
+                handlers?.Invoke(null, new LogEventArgs((int)level, Utf8.Decode(text)));
+            }
+            catch (Exception)
+            {
+                // It must not cross the library's frames, which would end the process.
+            }
+        }
+    }
+}

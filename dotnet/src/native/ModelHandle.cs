@@ -1,0 +1,25 @@
+using System;
+using System.Runtime.InteropServices;
+
+namespace Orvane.Native
+{
+    /// <summary>Owns an <c>orvane_model</c>. Passed to every call, it keeps the model open until the call returns, whoever
+    /// disposes of it meanwhile.</summary>
+    internal sealed class ModelHandle : SafeHandle
+    {
+        private ModelHandle() : base(IntPtr.Zero, true)
+        {
+        }
+
+        public override bool IsInvalid => handle == IntPtr.Zero;
+
+        /// <summary>The library calls it for as long as the model is open.</summary>
+        internal NativeMethods.ProgressCallback Progress { private get; set; }
+
+        protected override bool ReleaseHandle()
+        {
+            NativeMethods.orvane_close(handle);
+            return true;
+        }
+    }
+}

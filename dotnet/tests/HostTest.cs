@@ -1,0 +1,193 @@
+using System;
+using System.Collections.Generic;
+using System.Linq;
+using System.Runtime.CompilerServices;
+using System.Threading;
+using System.Threading.Tasks;
+using Orvane;
+
+/// <summary>Host processes that end, calls that are given up, and threads.</summary>
+internal static class HostTest
+{
+    private static readonly float[] Silence = new float[576];
+    private static readonly TimeSpan Quick = TimeSpan.FromSeconds(5);
+
+    public static void AKilledHostIsAnExceptionUntilTheRestart()
+    {
+        using (Model model = Material.InHost(Material.Voice))
+        {
+            model.SetInput(0, Silence);
+            model.Run();
+            float before = model.GetOutput<float>(0)[0];
+            Material.KillHosts();
+            for (int i = 0; i < 2; ++i)
+            {
+                HostEndedException ended = Expect.Throws<HostEndedException>(() => model.Run());
+                Expect.Equal(Reason.HostEnded, ended.Reason);
+                Expect.Equal(Material.IsWindows ? HostEnd.Exit : HostEnd.Signal, ended.Cause);
+            }
+            model.Restart();
+            model.SetInput(0, Silence);
+            model.Run();
+            Expect.Equal(before, model.GetOutput<float>(0)[0]);
+        }
+    }
+
+    public static void CancellingEndsARun()
+    {
+        using (Model model = Material.InHost(Material.Slow))
+        {
+            model.SetInput(0, new float[512 * 512]);
+            using (var source = new CancellationTokenSource(300))
+                Expect.TakesAtMost(Quick, () =>
+                {
+                    Task run = model.RunAsync(source.Token);
+                    Expect.Throws<OperationCanceledException>(() => run.Wait());
+                    Expect.True(run.IsCanceled, "the task is cancelled");
+                });
+            Expect.Equal(HostEnd.Interrupted, Expect.Throws<HostEndedException>(() => model.Run()).Cause);
+            Expect.Throws<OperationCanceledException>(() => model.Run(new CancellationToken(true)));
+            model.RestartAsync().Wait();
+            model.SetInput(0, new float[512 * 512]);
+        }
+    }
+
+    public static void CancellingEndsALoad()
+    {
+        var options = new ModelOptions { Host = true };
+        using (var source = new CancellationTokenSource())
+        {
+            options.Progress = step =>
+            {
+                if (step == LoadStep.InHost)
+                    source.Cancel();
+                return true;
+            };
+            Task<Model> load = Model.LoadAsync(Material.Slow, options, source.Token);
+            Expect.TakesAtMost(Quick, () => Expect.Throws<OperationCanceledException>(() => load.Wait()));
+        }
+    }
+
+    public static void ATimeLimitEndsARun()
+    {
+        using (Model model = Material.InHost(Material.Slow, TimeSpan.FromMilliseconds(300), TimeSpan.FromSeconds(60)))
+        {
+            model.SetInput(0, new float[512 * 512]);
+            Expect.TakesAtMost(Quick, () => Expect.Equal(
+                HostEnd.TimeLimit, Expect.Throws<HostEndedException>(() => model.Run()).Cause));
+        }
+        Expect.Equal(HostEnd.TimeLimit, Expect.Throws<HostEndedException>(
+            () => Material.InHost(Material.Slow, null, TimeSpan.FromMilliseconds(1))).Cause);
+    }
+
+    public static void OneCallAtATime()
+    {
+        using (Model model = Material.InHost(Material.Slow))
+        {
+            model.SetInput(0, new float[512 * 512]);
+            Task run = model.RunAsync();
+            Expect.Throws<InvalidOperationException>(() => model.Run(), "has not ended");
+            Expect.Throws<InvalidOperationException>(() => model.SetInput(0, new float[512 * 512]), "has not ended");
+            model.Interrupt();
+            Expect.TakesAtMost(Quick, () => Expect.Equal(
+                HostEnd.Interrupted, Expect.Throws<HostEndedException>(() => run.Wait()).Cause));
+        }
+    }
+
+    public static void DisposingDuringARunIsSafe()
+    {
+        Model model = Material.InHost(Material.Slow);
+        model.SetInput(0, new float[512 * 512]);
+        Task run = model.RunAsync();
+        Thread.Sleep(100);
+        model.Dispose();
+        model.Dispose();
+        Expect.TakesAtMost(Quick, () => Expect.Throws<HostEndedException>(() => run.Wait()));
+        Expect.Throws<ObjectDisposedException>(() => model.Run());
+        Expect.Throws<ObjectDisposedException>(() => model.SetInput(0, new float[512 * 512]));
+        Expect.Throws<ObjectDisposedException>(() => model.Interrupt());
+        Expect.Throws<ObjectDisposedException>(() => model.Restart());
+    }
+
+    public static void AForgottenModelIsCollected()
+    {
+        Forget();
+        Expect.Soon(() =>
+        {
+            GC.Collect();
+            GC.WaitForPendingFinalizers();
+            return !Material.Hosts().Any();
+        }, "the host of a model that nothing refers to ends");
+    }
+
+    public static void APoolOutlivesItsHosts()
+    {
+        using (var pool = new ModelPool(Material.Voice, 2) { Retries = 20 })
+        {
+            Expect.Equal(2, Material.Hosts().Count());
+            float wanted = pool.RunAsync(Probability).Result;
+            bool isOver = false;
+            int kills = 0;
+            Task killing = Task.Run(() =>
+            {
+                for (; kills < 4 || !Volatile.Read(ref isOver); ++kills)
+                {
+                    Material.KillHosts();
+                    Thread.Sleep(300);
+                }
+            });
+            var results = new List<float>();
+            while (kills < 4)
+                results.AddRange(Task.WhenAll(Enumerable.Range(0, 20).Select(i => pool.RunAsync(Probability))).Result);
+            Volatile.Write(ref isOver, true);
+            Expect.True(killing.Wait(Quick), "the killing ends");
+            Expect.True(results.All(result => result == wanted), $"{results.Count} results, all {wanted}");
+            Expect.Throws<NotSupportedException>(() => pool.RunAsync<int>(model => { throw new NotSupportedException("mine"); })
+                .Wait(), "mine");
+        }
+    }
+
+    public static void APoolsWorkCanBeCancelled()
+    {
+        using (ModelPool pool = ModelPool.LoadAsync(Material.Slow, 1).Result)
+        using (var source = new CancellationTokenSource(300))
+        {
+            Task<int> running = pool.RunAsync(RunSlowly, source.Token);
+            Task<int> waiting = pool.RunAsync(RunSlowly, source.Token);
+            Expect.TakesAtMost(Quick, () =>
+            {
+                Expect.Throws<OperationCanceledException>(() => running.Wait());
+                Expect.Throws<OperationCanceledException>(() => waiting.Wait());
+            });
+            Expect.Equal(1, pool.RunAsync(model => model.Inputs.Count).Result);
+            Task<int> last = pool.RunAsync(RunSlowly);
+            Thread.Sleep(100);
+            pool.Dispose();
+            Expect.TakesAtMost(Quick, () => Expect.Throws<HostEndedException>(() => last.Wait()));
+            Expect.Throws<ObjectDisposedException>(() => pool.RunAsync(RunSlowly).Wait());
+        }
+    }
+
+    [MethodImpl(MethodImplOptions.NoInlining)]
+    private static void Forget()
+    {
+        // On a thread of its own, whose stack does not keep the model.
+        var thread = new Thread(() => GC.KeepAlive(Material.InHost(Material.Voice)));
+        thread.Start();
+        thread.Join();
+    }
+
+    private static float Probability(Model model)
+    {
+        model.SetInput(0, Silence);
+        model.Run();
+        return model.GetOutput<float>(0)[0];
+    }
+
+    private static int RunSlowly(Model model)
+    {
+        model.SetInput(0, new float[512 * 512]);
+        model.Run();
+        return 0;
+    }
+}
