@@ -11,6 +11,11 @@ install(TARGETS orvane_c orvane_client_c EXPORT OrvaneCTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS orvane_cli orvane_host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(WIN32)  # where a program finds libraries beside itself only
+    install(PROGRAMS ${orvaneRuntimeFiles} DESTINATION ${CMAKE_INSTALL_BINDIR})
+elseif(ORVANE_PACKAGE)
+    install(PROGRAMS ${orvaneRuntimeFiles} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
 
 if(ORVANE_PACKAGE)
     # The libraries of the unpacked folder suffice for linking.

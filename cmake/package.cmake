@@ -2,11 +2,9 @@
 include(GNUInstallDirs)
 if(WIN32)
     set(system windows)
-    set(libraryFolder ${CMAKE_INSTALL_BINDIR})
     set(CPACK_GENERATOR ZIP)
 else()
     set(system linux)
-    set(libraryFolder lib)
     set(CPACK_GENERATOR TGZ)
 endif()
 
@@ -14,9 +12,6 @@ if(NOT EXISTS ${orvaneRuntimeFolder}/../licenses)
     message(FATAL_ERROR "A package carries OpenVINO's licences, and ${orvaneRuntimeFolder}/../licenses is missing: "
         "use the OpenVINO that ./dev setup unpacks.")
 endif()
-foreach(file IN LISTS orvaneRuntimeFiles)
-    install(PROGRAMS ${file} DESTINATION ${libraryFolder})
-endforeach()
 install(DIRECTORY ${orvaneRuntimeFolder}/../licenses/ DESTINATION licenses/openvino)
 # Other code in the programs and libraries: the name of its notice, and the Debian package that has the notice.
 set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev" "stb libstb-dev")

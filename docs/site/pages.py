@@ -10,7 +10,7 @@ from mkdocs.structure.files import File
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 # By path in the repository: the page of the site.
 PAGES = {"README.md": "index.md", "CHANGELOG.md": "changelog.md", "CONTRIBUTING.md": "contributing.md"}
-LANGUAGES = {".c": "c", ".cpp": "cpp", ".h": "cpp", ".hpp": "cpp", ".py": "python"}
+LANGUAGES = {".c": "c", ".cpp": "cpp", ".cs": "csharp", ".h": "cpp", ".hpp": "cpp", ".py": "python"}
 LINK = re.compile(r"(?<=]\()(?![a-z]+:|#)([^)#\s]+)(?=[)#])")
 
 

@@ -37,7 +37,7 @@ internal static class HostTest
     {
         using (Model model = Material.InHost(Material.Slow))
         {
-            model.SetInput(0, new float[512 * 512]);
+            model.SetInput(0, new float[Material.SlowSize]);
             using (var source = new CancellationTokenSource(300))
                 Expect.TakesAtMost(Quick, () =>
                 {
@@ -48,7 +48,7 @@ internal static class HostTest
             Expect.Equal(HostEnd.Interrupted, Expect.Throws<HostEndedException>(() => model.Run()).Cause);
             Expect.Throws<OperationCanceledException>(() => model.Run(new CancellationToken(true)));
             model.RestartAsync().Wait();
-            model.SetInput(0, new float[512 * 512]);
+            model.SetInput(0, new float[Material.SlowSize]);
         }
     }
 
@@ -72,7 +72,7 @@ internal static class HostTest
     {
         using (Model model = Material.InHost(Material.Slow, TimeSpan.FromMilliseconds(300), TimeSpan.FromSeconds(60)))
         {
-            model.SetInput(0, new float[512 * 512]);
+            model.SetInput(0, new float[Material.SlowSize]);
             Expect.TakesAtMost(Quick, () => Expect.Equal(
                 HostEnd.TimeLimit, Expect.Throws<HostEndedException>(() => model.Run()).Cause));
         }
@@ -84,10 +84,10 @@ internal static class HostTest
     {
         using (Model model = Material.InHost(Material.Slow))
         {
-            model.SetInput(0, new float[512 * 512]);
+            model.SetInput(0, new float[Material.SlowSize]);
             Task run = model.RunAsync();
             Expect.Throws<InvalidOperationException>(() => model.Run(), "has not ended");
-            Expect.Throws<InvalidOperationException>(() => model.SetInput(0, new float[512 * 512]), "has not ended");
+            Expect.Throws<InvalidOperationException>(() => model.SetInput(0, new float[Material.SlowSize]), "has not ended");
             model.Interrupt();
             Expect.TakesAtMost(Quick, () => Expect.Equal(
                 HostEnd.Interrupted, Expect.Throws<HostEndedException>(() => run.Wait()).Cause));
@@ -97,14 +97,14 @@ internal static class HostTest
     public static void DisposingDuringARunIsSafe()
     {
         Model model = Material.InHost(Material.Slow);
-        model.SetInput(0, new float[512 * 512]);
+        model.SetInput(0, new float[Material.SlowSize]);
         Task run = model.RunAsync();
         Thread.Sleep(100);
         model.Dispose();
         model.Dispose();
         Expect.TakesAtMost(Quick, () => Expect.Throws<HostEndedException>(() => run.Wait()));
         Expect.Throws<ObjectDisposedException>(() => model.Run());
-        Expect.Throws<ObjectDisposedException>(() => model.SetInput(0, new float[512 * 512]));
+        Expect.Throws<ObjectDisposedException>(() => model.SetInput(0, new float[Material.SlowSize]));
         Expect.Throws<ObjectDisposedException>(() => model.Interrupt());
         Expect.Throws<ObjectDisposedException>(() => model.Restart());
     }
@@ -186,7 +186,7 @@ internal static class HostTest
 
     private static int RunSlowly(Model model)
     {
-        model.SetInput(0, new float[512 * 512]);
+        model.SetInput(0, new float[Material.SlowSize]);
         model.Run();
         return 0;
     }

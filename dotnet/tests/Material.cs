@@ -17,7 +17,10 @@ internal static class Material
     /// <summary>A folder for files, with a name that no code page has as a whole.</summary>
     internal static string Folder { get; private set; }
 
-    /// <summary>A model whose run takes seconds: t0 [512, 512], multiplied with itself many times.</summary>
+    /// <summary>Elements of the slow model's input.</summary>
+    internal const int SlowSize = 1024 * 1024;
+
+    /// <summary>A model whose run takes seconds: t0 [1024, 1024], multiplied with itself many times.</summary>
     internal static string Slow { get; private set; }
 
     /// <summary>Input t0 [?, 2], which is the output too.</summary>
@@ -28,7 +31,7 @@ internal static class Material
         Voice = voice;
         Folder = Path.Combine(folder, "模型 é");
         Directory.CreateDirectory(Folder);
-        Slow = Write("slow.xml", "512,512", 2000);
+        Slow = Write("slow.xml", "1024,1024", 250);
         Dynamic = Write("dynamic.xml", "-1,2", 0);
     }
 

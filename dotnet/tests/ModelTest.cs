@@ -83,8 +83,8 @@ internal static class ModelTest
             OrvaneException failure = Expect.Throws<OrvaneException>(() => new Model(missing, options), missing);
             Expect.Equal(Reason.System, failure.Reason);
             Expect.Equal(2, failure.SystemError);
-            string wrong = Material.At("wrong.onnx");
-            File.WriteAllText(wrong, "not a model");
+            string wrong = Material.At("wrong.xml");
+            File.WriteAllText(wrong, "<net/>");
             Expect.Throws<OrvaneException>(() => new Model(wrong, options));
             using (var model = new Model(Material.Voice, options))
                 Expect.Throws<OrvaneException>(() => model.Run(), "input");
@@ -176,8 +176,8 @@ internal static class ModelTest
         var lines = new List<string>();
         EventHandler<LogEventArgs> keep = (sender, line) => lines.Add(line.Level + line.Text);
         EventHandler<LogEventArgs> fail = (sender, line) => { throw new Exception("must not cross the library"); };
-        string wrong = Material.At("logged.onnx");
-        File.WriteAllText(wrong, "not a model");
+        string wrong = Material.At("logged.xml");
+        File.WriteAllText(wrong, "<net/>");
         Log.LineWritten += keep;
         Log.LineWritten += fail;
         Expect.Throws<OrvaneException>(() => new Model(wrong));

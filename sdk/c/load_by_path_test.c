@@ -24,14 +24,20 @@ struct Functions {
     void (*freeError)(orvane_error*);
 };
 
-static void* Find(HMODULE library, const char* name) {
-    return (void*)(INT_PTR)GetProcAddress(library, name);
+// Sets the pointer to a function at `pointer`.
+static void Find(HMODULE library, const char* name, void* pointer) {
+    const FARPROC function = GetProcAddress(library, name);
+    memcpy(pointer, &function, sizeof function);
 }
 
 static struct Functions FindAll(HMODULE library) {
-    const struct Functions functions = {Find(library, "orvane_open"),          Find(library, "orvane_set_input"),
-                                        Find(library, "orvane_run"),           Find(library, "orvane_close"),
-                                        Find(library, "orvane_error_message"), Find(library, "orvane_error_free")};
+    struct Functions functions;
+    Find(library, "orvane_open", &functions.open);
+    Find(library, "orvane_set_input", &functions.setInput);
+    Find(library, "orvane_run", &functions.run);
+    Find(library, "orvane_close", &functions.close);
+    Find(library, "orvane_error_message", &functions.message);
+    Find(library, "orvane_error_free", &functions.freeError);
     return functions;
 }
 
@@ -39,7 +45,8 @@ static struct Functions FindAll(HMODULE library) {
 static int RunModel(const struct Functions* orvane, const char* modelPath) {
     static const float samples[576];
     for (int host = 0; host < 2; ++host) {
-        orvane_options options = {sizeof options, 0};
+        orvane_options options = {0};
+        options.struct_size = sizeof options;
         options.model_path = modelPath;
         options.host_program = host == 0 ? NULL : "";
         orvane_model* model = NULL;
@@ -54,7 +61,8 @@ static int RunModel(const struct Functions* orvane, const char* modelPath) {
 }
 
 static int FailToRun(const struct Functions* orvane, const char* modelPath) {
-    orvane_options options = {sizeof options, 0};
+    orvane_options options = {0};
+    options.struct_size = sizeof options;
     options.model_path = modelPath;
     orvane_model* model = NULL;
     orvane_error* error = orvane->open(&options, &model);
