@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -16,17 +15,9 @@ std::string Utf8FromPath(const std::filesystem::path& path);
 // exists, and also when the question itself failed (no permission, for instance).
 bool IsMissing(const std::filesystem::path& path) noexcept;
 
-// While it lives, files that this process makes, and processes that it starts then, can be read by this user only. On
-// Windows the folder decides who may read a file, and this does nothing. One thread at a time.
-class OwnerOnlyFiles {
- public:
-    OwnerOnlyFiles();
-    ~OwnerOnlyFiles();  // NOLINT(performance-trivially-destructible): on Windows alone there is nothing to do
-    OwnerOnlyFiles(const OwnerOnlyFiles&) = delete;
-    OwnerOnlyFiles& operator=(const OwnerOnlyFiles&) = delete;
-
- private:
-    uint32_t previous = 0;
-};
+// Make an empty file, or a folder, that only this user may use, from the start and whatever the process's umask. On Windows
+// the folder around it decides who may. False, with the reason in `LastError`, if it cannot be made or is there already.
+bool CreatePrivateFile(const std::filesystem::path& path) noexcept;
+bool CreatePrivateFolder(const std::filesystem::path& path) noexcept;
 
 }  // namespace Orvane::Platform

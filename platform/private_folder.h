@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/file_error.h"
+#include "platform/path.h"
 #include "platform/whole_file.h"
 
 #include <filesystem>
@@ -7,13 +9,14 @@
 
 namespace Orvane::Platform {
 
-// A new folder beside `place` that only this user may look into. It goes with this object, with what is in it. Where it
-// cannot be made, the constructor throws std::filesystem::filesystem_error.
+// A new folder beside `place` that only this user may use. The destructor removes it with its content. The constructor
+// throws `FileError`, which names `place`, if it cannot be made.
 class PrivateFolder {
  public:
     explicit PrivateFolder(const std::filesystem::path& place) : name(place) {
-        std::filesystem::create_directory(name.Path());
-        std::filesystem::permissions(name.Path(), std::filesystem::perms::owner_all);
+        if (!CreatePrivateFolder(name.Path())) {
+            throw FileError::OfSystem("cannot write " + Utf8FromPath(place));
+        }
     }
     ~PrivateFolder() { Remove(); }
     PrivateFolder(const PrivateFolder&) = delete;

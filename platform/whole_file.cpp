@@ -52,9 +52,8 @@ WholeFile::WholeFile(const std::string& path, const std::optional<std::string>& 
     if (ofSource) {
         permissions = permissions.value_or(*ofSource) & *ofSource;
     }
-    std::optional<OwnerOnlyFiles> ownerOnly;
-    if (permissions) {
-        ownerOnly.emplace();
+    if (permissions && !CreatePrivateFile(partial.Path())) {
+        throw FileError::OfSystem("cannot write " + name);
     }
     stream.open(partial.Path(), std::ios::binary);
     if (!stream) {

@@ -1,6 +1,8 @@
 #include "platform/path.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -19,10 +21,13 @@ bool IsMissing(const std::filesystem::path& path) noexcept {
     return stat(path.c_str(), &attributes) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
-OwnerOnlyFiles::OwnerOnlyFiles() : previous(umask(S_IRWXG | S_IRWXO)) {}
+bool CreatePrivateFile(const std::filesystem::path& path) noexcept {
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    return file >= 0 && close(file) == 0;
+}
 
-OwnerOnlyFiles::~OwnerOnlyFiles() {
-    umask(previous);
+bool CreatePrivateFolder(const std::filesystem::path& path) noexcept {
+    return mkdir(path.c_str(), S_IRWXU) == 0;
 }
 
 }  // namespace Orvane::Platform

@@ -22,8 +22,13 @@ bool IsMissing(const std::filesystem::path& path) noexcept {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
-OwnerOnlyFiles::OwnerOnlyFiles() = default;
+bool CreatePrivateFile(const std::filesystem::path& path) noexcept {
+    HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return file != INVALID_HANDLE_VALUE && CloseHandle(file) != FALSE;
+}
 
-OwnerOnlyFiles::~OwnerOnlyFiles() = default;
+bool CreatePrivateFolder(const std::filesystem::path& path) noexcept {
+    return CreateDirectoryW(path.c_str(), nullptr) != FALSE;
+}
 
 }  // namespace Orvane::Platform

@@ -1,6 +1,7 @@
 // What is no ordinary file, given to the command line where it reads models and caches.
 #include "cli/captured_run.h"
 #include "cli/model/load_hints.h"
+#include "platform/whole_file.h"
 #include "testing/support/tiny_models.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace Orvane::Cli {
 namespace {
@@ -74,6 +78,29 @@ TEST_F(SpecialFiles, AreRefused) {
         EXPECT_NE(run.err.find(file + " is no ordinary file"), std::string::npos) << run.err;
     }
     EXPECT_EQ(folder.Names(), names);
+}
+
+// The umask belongs to the whole process.
+TEST(PrivateFiles, AreMadeWithoutTheUmask) {
+    const Testing::TemporaryFolder folder;
+    const std::string secret = folder.Write("secret", "secret");
+    chmod(secret.c_str(), 0600);
+    const mode_t before = umask(0027);
+    std::vector<std::thread> threads;
+    for (const char* name : {"1", "2", "3", "4"}) {
+        threads.emplace_back([&, name] {
+            for (int i = 0; i < 500; ++i) {
+                Platform::TransformFile(secret, folder.Path(name), 1000, [&](std::vector<uint8_t>&) {});
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    struct stat attributes {};
+    EXPECT_EQ(stat(folder.Path("1").c_str(), &attributes), 0);
+    EXPECT_EQ(attributes.st_mode & 07777, 0600U);
+    EXPECT_EQ(umask(before), mode_t{0027});
 }
 
 }  // namespace

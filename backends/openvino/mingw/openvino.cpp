@@ -11,6 +11,7 @@
 #include <fstream>
 #include <new>
 #include <ostream>
+#include <stdexcept>
 #include <utility>
 
 namespace ov {
@@ -87,7 +88,9 @@ Orvane::StreamContent Export(const ov_compiled_model* model) {
         }
         Check(status);
         return Orvane::ReadToEnd(exported);
-    } catch (const std::filesystem::filesystem_error& error) {
+    } catch (const Exception&) {
+        throw;
+    } catch (const std::runtime_error& error) {  // of the folder
         throw Exception(error.what());
     }
 }

@@ -29,7 +29,7 @@ namespace fs = std::filesystem;
 std::set<fs::path> PrivateFolders() {
     std::set<fs::path> folders;
     for (const auto& entry : fs::directory_iterator(fs::temp_directory_path())) {
-        if (Platform::Utf8FromPath(entry.path().filename()).starts_with("orvane-private-")) {
+        if (Platform::Utf8FromPath(entry.path().filename()).starts_with("orvane-private")) {
             folders.insert(entry.path());
         }
     }
