@@ -33,7 +33,8 @@ using InputShapes = std::map<uint32_t, std::vector<int64_t>>;
 
 // Reads a model file, gives inputs the shapes, and writes the model to `out`, an .xml, and its .bin beside it, in
 // place. Weights keep their precision. An empty `out` only tries. Refuses when an input has dynamic dimensions
-// afterwards.
+// afterwards. If the files cannot be written, the reason is `FailureReasonSystem`, without the system's error number,
+// and parts of them may be left.
 Status ReshapeModelFile(const std::string& path, const InputShapes& shapes, const std::string& out);
 
 }  // namespace Orvane

@@ -60,7 +60,7 @@ Status Write(const ov::Core& core, const std::shared_ptr<ov::Model>& model, cons
     } catch (const ov::NotImplemented&) {
         throw;
     } catch (const std::runtime_error&) {
-        return MakeErrorStatus(out + " could not be written: check that the folder may be written to and has room");
+        return MakeErrorStatus("the model could not be written", kErrorCode, FailureReasonSystem);
     }
 }
 

@@ -46,13 +46,48 @@ void CheckModelPath(const std::string& path) {
     RequireFile(path, "model file");
 }
 
-void Rename(const std::filesystem::path& made, const std::filesystem::path& place) {
+void Move(const std::filesystem::path& from, const std::filesystem::path& to) {
     std::error_code error;
-    std::filesystem::rename(made, place, error);
+    std::filesystem::rename(from, to, error);
     if (error) {
-        throw Platform::FileError::OfSystem("cannot write " + Platform::Utf8FromPath(place),
+        throw Platform::FileError::OfSystem("cannot write " + Platform::Utf8FromPath(to),
                                             static_cast<uint32_t>(error.value()));
     }
+}
+
+// Puts the two files of a model from `folder` into their places: both, or none. `folder` is on the same disk.
+void Place(const std::filesystem::path& folder, const std::filesystem::path& description,
+           const std::filesystem::path& weights) {
+    const std::filesystem::path earlier = folder / "earlier.bin";
+    const bool isReplaced = !Platform::IsMissing(weights);
+    if (isReplaced) {
+        Move(weights, earlier);
+    }
+    try {
+        Move(folder / "model.bin", weights);
+        Move(folder / "model.xml", description);
+    } catch (const Platform::FileError&) {
+        std::error_code ignored;
+        if (isReplaced) {
+            std::filesystem::rename(earlier, weights, ignored);
+        } else {
+            std::filesystem::remove(weights, ignored);
+        }
+        throw;
+    }
+}
+
+// The runtime does not say why it could not write `out` into `folder`: another file there meets the same obstacle.
+[[noreturn]] void ThrowWhyNotWritten(const std::filesystem::path& folder, const std::string& out) {
+    constexpr size_t kProbe = 1 << 20;
+    try {
+        Platform::WholeFile probe(Platform::Utf8FromPath(folder / "probe"));
+        probe.Write(std::vector<uint8_t>(kProbe).data(), kProbe);
+        probe.Close();
+    } catch (const Platform::FileError& error) {
+        throw Platform::FileError::OfSystem("cannot write " + out, error.Code());
+    }
+    throw Refused("cannot write " + out + ": check that its folder may be written to and has room");
 }
 
 }  // namespace
@@ -107,10 +142,12 @@ void Reshape(const std::string& path, const InputShapes& shapes, const std::stri
     const std::filesystem::path place = Platform::FinalPlace(out);
     const std::filesystem::path weights = Platform::FinalPlace(WeightsFileOf(Platform::Utf8FromPath(place)));
     const Platform::PrivateFolder folder(place);
-    const std::filesystem::path made = folder.Path() / "model.xml";
-    Check(ReshapeModelFile(path, shapes, Platform::Utf8FromPath(made)));
-    Rename(folder.Path() / "model.bin", weights);
-    Rename(made, place);
+    const Status status = ReshapeModelFile(path, shapes, Platform::Utf8FromPath(folder.Path() / "model.xml"));
+    if (status.reason == FailureReasonSystem) {
+        ThrowWhyNotWritten(folder.Path(), out);
+    }
+    Check(status);
+    Place(folder.Path(), place, weights);
 }
 
 }  // namespace Orvane::C

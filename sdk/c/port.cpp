@@ -71,8 +71,8 @@ std::string PortDescription::Problem() const {
     if (IsDynamic()) {
         return subject + (side == TensorTypeInput
                               ? " with a dynamic dimension: give it a fixed shape before its data"
-                              : " with a dynamic dimension, so its size is known only after a run: copy it into memory "
-                                "of that size");
+                              : " with a dynamic dimension, so each run decides its size: copy it into memory of that "
+                                "size, or export the model with a fixed shape");
     }
     if (shape.empty()) {
         return subject + ", and an input without dimensions cannot be set: export the model with the shape [1]";

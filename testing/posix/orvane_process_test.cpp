@@ -8,11 +8,16 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace Orvane::Testing {
@@ -50,7 +55,9 @@ class OrvaneProcess : public testing::Test {
     // What `orvane info` says to a model that never loads, written to this file and read from that descriptor.
     static std::string ErrorsOfALoad(const std::string& file, const Platform::Descriptor& reader) {
         const std::string host = Platform::ProgramBeside("stub_host");
-        EXPECT_EQ(End(Start({"info", "hang", "--host", host, "--cache", host, "--timeout", "1.5"}, STDERR_FILENO, file)), "exit 1");
+        EXPECT_EQ(
+            End(Start({"info", "hang", "--host", host, "--cache", host, "--timeout", "1.5"}, STDERR_FILENO, file)),
+            "exit 1");
         std::string text;
         char piece[4096];
         for (ssize_t count = 0; (count = read(reader.Get(), piece, sizeof piece)) > 0;) {
@@ -104,6 +111,42 @@ TEST_F(OrvaneProcess, WithoutATerminalThereIsNothingButTheMessage) {
     const std::string file = folder.Write("errors", "");
     const std::string text = ErrorsOfALoad(file, Platform::Descriptor(open(file.c_str(), O_RDONLY)));
     EXPECT_EQ(text.rfind("orvane: the host process ended", 0), 0U) << text;
+}
+
+TEST_F(OrvaneProcess, AModelIsWrittenWithItsWeightsOrNotAtAll) {
+    const std::string large = AddModel(std::vector<float>(40'000)).WriteTo(folder, "large");
+    const std::string disk = folder.Path("disk");
+    const std::string out = disk + "/out.xml";
+    const std::string errors = folder.Path("errors");
+    std::filesystem::create_directory(disk);
+    const auto fails = [&](const std::string& source, const std::string& shape, int reason) {
+        EXPECT_EQ(End(Start({"reshape", source, out, "--shape", shape}, STDERR_FILENO, errors)), "exit 1");
+        EXPECT_EQ(ReadBytes(errors).substr(0, ReadBytes(errors).find('\n')),
+                  "orvane: cannot write " + out + ": " + std::system_category().message(reason));
+        EXPECT_EQ(ReadBytes(out) + ReadBytes(disk + "/out.bin"), "old description, old weights");
+        EXPECT_EQ(Entries(disk), 2U);
+        std::filesystem::remove(errors);
+    };
+    const pid_t user = Fork([&] {  // with a disk that no other process sees
+        if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=100k") != 0) {
+            _exit(2);
+        }
+        folder.Write("disk/out.xml", "old description, ");
+        folder.Write("disk/out.bin", "old weights");
+        fails(large, "0=1,40000", ENOSPC);
+        EXPECT_EQ(mount(out.c_str(), out.c_str(), nullptr, MS_BIND, nullptr), 0);
+        fails(model, "0=1,2", EBUSY);
+        EXPECT_EQ(umount(out.c_str()), 0);
+        EXPECT_EQ(mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+        fails(model, "0=1,2", EROFS);
+        _exit(HasFailure() ? 1 : 0);
+    });
+    const std::string end = End(user);
+    if (end == "exit 2") {
+        GTEST_SKIP() << "a full disk needs the right to mount";
+    }
+    EXPECT_EQ(end, "exit 0");
 }
 
 }  // namespace
