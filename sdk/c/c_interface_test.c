@@ -227,6 +227,8 @@ static void TestFiles(const char* host) {
     FAILS(orvane_encrypt_file(model, ".", key, 4, 1, NULL, NULL), ORVANE_REFUSED, "is a folder");
     FAILS(orvane_encrypt_file(Write("short", "abc"), secret, key, 4, 0, NULL, NULL), ORVANE_REFUSED,
           "would not come back");
+    FAILS(orvane_encrypt_file(Write("face.TFLite", "long enough to come back"), secret, key, 4, 0, NULL, NULL),
+          ORVANE_REFUSED, "face.TFLite could not be read back: only .xml with its .bin and .onnx can be encrypted");
     EXPECT(fopen(secret, "rb") == NULL);
     SUCCEEDS(orvane_encrypt_file(model, secret, key, 4, 1, NULL, NULL));
     SUCCEEDS(orvane_decrypt_file(secret, "back.xml", key, 4, NULL, NULL));

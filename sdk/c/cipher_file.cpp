@@ -4,6 +4,7 @@
 #include "platform/whole_file.h"
 #include "sdk/c/failure.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -24,26 +25,42 @@ void Transform(const std::string& in, const std::string& out, const FileProgress
     uint64_t done = 0;
     Platform::TransformFile(in, out, ModelFileCipher::kChunkSize, [&](Chunk& chunk) {
         if (progress.progress != nullptr && progress.progress(progress.user, done, total) != 0) {
-            throw Failure(ORVANE_CANCELLED, "cancelled; " + out + " was not written");
+            throw Failure(ORVANE_CANCELLED, "the progress function gave up; " + out + " was not written");
         }
         done += chunk.size();
         transform(chunk);
     });
 }
 
+// Encrypted models are given to the runtime as a description and weights in memory: other formats cannot be.
+void RefuseOtherFormats(const std::string& path) {
+    std::string ending = Platform::Utf8FromPath(Platform::PathFromUtf8(path).extension());
+    std::transform(ending.begin(), ending.end(), ending.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
+    });
+    for (const char* other : {".tflite", ".pb", ".pdmodel", ".pdiparams"}) {
+        if (ending == other) {
+            throw Refused(path +
+                          " could not be read back: only .xml with its .bin and .onnx can be encrypted; write the "
+                          "model as .xml first");
+        }
+    }
+}
+
 }  // namespace
 
 void EncryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher, bool pad,
                  const FileProgress& progress) {
+    RefuseOtherFormats(in);
     Transform(in, out, progress, [&](Chunk& chunk) {
         if (pad) {
             ModelFileCipher::Pad(chunk);
         }
         if (!cipher.EncryptIfItComesBack(chunk)) {
-            throw Refused(in + " would not come back whole: its last 4 MiB chunk has only " +
+            throw Refused(in + " would not come back whole: its last piece of 4 MiB has only " +
                           std::to_string(chunk.size()) +
-                          " bytes, and the format loses bits of a chunk of 1 to 15 bytes; set pad to fill that up to "
-                          "16 bytes with blanks or zeros, which a reader of models skips");
+                          " bytes, and the format loses bits of a piece of 1 to 15 bytes; let it be padded to 16 bytes "
+                          "with blanks or zeros, which a reader of models skips");
         }
     });
 }

@@ -16,7 +16,8 @@ struct FileProgress {
     void* user;
 };
 
-// A last piece of 1 to 15 bytes would not come back whole: it is refused, or filled up when `pad` says so.
+// Refuses formats that are never read encrypted, and a last piece of 1 to 15 bytes, which would not come back whole,
+// unless `pad` fills it up.
 void EncryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher, bool pad,
                  const FileProgress& progress);
 void DecryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher,
