@@ -52,7 +52,9 @@ TEST_F(InterpreterTest, EveryFrameworkNumberGetsItsAnswer) {
         EXPECT_EQ(log.Take().at(0).second, message == invalid + "\n" ? "[ORVANE]:" + invalid : error);
     }
     openvinoEnabled = false;
-    EXPECT_EQ(interpreter.Init(Params(9)).message, "OpenVINO is not enabled\n");
+    for (const uint32_t framework : {5U, 9U}) {
+        EXPECT_EQ(interpreter.Init(Params(framework)).message, "OpenVINO is not enabled\n");
+    }
     openvinoEnabled = true;
     EXPECT_TRUE(interpreter) << "a refused framework leaves the model of before";
     EXPECT_EQ(record->calls, Calls{});

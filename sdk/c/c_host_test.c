@@ -17,21 +17,36 @@ static void ExpectEnded(orvane_model* model, int32_t cause, const char* how) {
 }
 
 static void TestEnds(const char* stub) {
-    // How a crash ends a program, each system says in its own way.
-    static const int32_t kCrash = sizeof(wchar_t) == 2 ? ORVANE_HOST_END_EXIT : ORVANE_HOST_END_SIGNAL;
-    static const char* const kEnds[2][2] = {{"echo 4;crash", "the host process has ended: "},
-                                            {"echo 4;sleep 20000", "time limit of 1000 ms; restart the model, or"}};
+    // How a program ends, each system says in its own way.
+    const int isWindows = sizeof(wchar_t) == 2;
+    const struct {
+        const char* model;
+        int32_t cause;
+        const char* how;
+    } kEnds[] = {
+        {"echo 4;sleep 20000", ORVANE_HOST_END_TIME_LIMIT, "time limit of 1000 ms; restart the model, or"},
+        {"echo 4;crash", isWindows ? ORVANE_HOST_END_EXIT : ORVANE_HOST_END_SIGNAL,
+         isWindows ? "(fast fail); restart the model"
+                   : "signal 6 (SIGABRT), it gave up, for instance because there was not enough memory; restart"},
+        {"echo 4;exit 127", ORVANE_HOST_END_EXIT, "exit value 127, a library that it needs was not found; restart"},
+        {"echo 4;exit -1073741515", ORVANE_HOST_END_EXIT,
+         isWindows ? ", a DLL that it needs was not found; restart" : "exit value 53; restart"},
+        {"echo 4;exit -1073741801", ORVANE_HOST_END_EXIT,
+         isWindows ? ", there was not enough memory; restart" : "exit value 23; restart"},
+        {"echo 4;exit -1073741795", ORVANE_HOST_END_EXIT,
+         isWindows ? ", the processor lacks an instruction that the runtime used; restart" : "exit value 29; restart"},
+    };
     const int64_t dimension = 4;
-    for (size_t i = 0; i < 2; ++i) {
-        const int32_t cause = i == 1 ? ORVANE_HOST_END_TIME_LIMIT : kCrash;
-        orvane_options options = StubOptions(kEnds[i][0], stub);
-        options.time_limit_ms = i == 1 ? 1000 : 15000;
+    for (size_t i = 0; i < sizeof kEnds / sizeof kEnds[0]; ++i) {
+        const int32_t cause = kEnds[i].cause;
+        orvane_options options = StubOptions(kEnds[i].model, stub);
+        options.time_limit_ms = i == 0 ? 1000 : 15000;
         orvane_model* model = Open(options);
         for (int round = 0; round < 2; ++round) {
             SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
             FAILS(orvane_resize(model, 0, &dimension, 1), ORVANE_REFUSED, "cannot be set in a host process");
-            ENDS(orvane_run(model), cause, kEnds[i][1]);
-            ExpectEnded(model, cause, kEnds[i][1]);
+            ENDS(orvane_run(model), cause, kEnds[i].how);
+            ExpectEnded(model, cause, kEnds[i].how);
             SUCCEEDS(orvane_restart(model));
         }
         orvane_close(model);
@@ -136,13 +151,16 @@ static void TestTheReaderOfACache(const char* forger) {
 }
 
 static void TestLies(const char* forger) {
-    static const char* const kNoModels[] = {"count -1", "count 2000000000", "tag", "length"};
+    static const char* const kNoModels[] = {"count -1", "count 65537", "rank 2600000", "tag", "length"};
     for (size_t i = 0; i < sizeof kNoModels / sizeof kNoModels[0]; ++i) {
         ENDS(TryOpen(StubOptions(kNoModels[i], forger)), ORVANE_HOST_END_BAD_REPLY,
              "use the host program that belongs to this library");
     }
     orvane_model* model = Open(StubOptions("text", forger));
     EXPECT(strcmp(Describe(model, ORVANE_INPUT).name, "?(") == 0);
+    orvane_close(model);
+    model = Open(StubOptions("rank 1000", forger));
+    EXPECT(Describe(model, ORVANE_OUTPUT).rank == 1000 && Describe(model, ORVANE_OUTPUT).byte_size == 4);
     orvane_close(model);
     for (size_t i = 0; i < 2; ++i) {
         char data[4] = {0};

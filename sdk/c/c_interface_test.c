@@ -85,8 +85,8 @@ static void TestTensors(const char* host) {
         uint64_t added;
     } newer;
     orvane_tensor tensor = Describe(model, ORVANE_OUTPUT);
-    const void* view = NULL;
-    uint64_t bytes = 0;
+    const void* view = kData;
+    uint64_t bytes = 1;
     const int32_t sent[3] = {1, 2, 3};
     int32_t received[3] = {0, 0, 0};
 
@@ -117,6 +117,7 @@ static void TestTensors(const char* host) {
     SUCCEEDS(orvane_set_input(model, 0, sent, 12));
     FAILS(orvane_get_output(model, 0, received, 12), ORVANE_REFUSED, "run it first");
     FAILS(orvane_view_output(model, 0, &view, &bytes), ORVANE_REFUSED, "run it first");
+    EXPECT(view == NULL && bytes == 0);
     FAILS(orvane_run(NULL), ORVANE_BAD_ARGUMENT, "the address of the model is null");
     SUCCEEDS(orvane_run(model));
     FAILS(orvane_get_output(NULL, 0, received, 12), ORVANE_BAD_ARGUMENT, "the address of the model is null");
@@ -202,6 +203,9 @@ static void TestUncopyable(const char* host) {
         FAILS(orvane_run(model), ORVANE_REFUSED, "set the inputs before the run");
         orvane_close(model);
     }
+    orvane_model* model = Open(Options(EchoModel("uncopyable.xml", "f32", "2;2,2;?,2"), host));
+    FAILS(orvane_set_input(model, 0, kData, 8), ORVANE_REFUSED, "input 2 \"xxx\" has the shape [?,2]");
+    orvane_close(model);
 }
 
 static void TestFiles(const char* host) {
@@ -281,6 +285,14 @@ static void TestShapesInThisProcess(void) {
     SUCCEEDS(orvane_resize(model, 0, good, 2));
     SUCCEEDS(orvane_set_input(model, 0, kData, 24));
     SUCCEEDS(orvane_run(model));
+    SUCCEEDS(orvane_restart(model));
+    SUCCEEDS(orvane_resize(model, 0, tooMany, 2));
+    Write("bounded.xml", "no model");
+    FAILS(orvane_set_input(model, 0, large, sizeof large), ORVANE_RUNTIME, "");
+    FAILS(orvane_set_input(model, 0, large, sizeof large), ORVANE_RUNTIME, "could not be loaded again");
+    EchoModel("bounded.xml", "i32", "1,3");
+    SUCCEEDS(orvane_restart(model));
+    SUCCEEDS(orvane_set_input(model, 0, kData, 12));
     orvane_close(model);
 }
 

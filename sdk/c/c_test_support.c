@@ -36,15 +36,24 @@ const char* Write(const char* path, const char* text) {
 }
 
 const char* EchoModel(const char* path, const char* type, const char* shape) {
-    char text[2048];
+    char layers[4096] = "";
+    char edges[1024] = "";
+    char text[6000];
+    for (int i = 0; shape != NULL; ++i) {
+        const size_t size = strcspn(shape, ";");
+        snprintf(layers + strlen(layers), sizeof layers - strlen(layers),
+                 "<layer id=\"%d\" name=\"a%d\" type=\"Parameter\" version=\"opset1\"><data shape=\"%.*s\" "
+                 "element_type=\"%s\"/><output><port id=\"0\" precision=\"FP32\" names=\"x%.*s\"/></output></layer>"
+                 "<layer id=\"%d\" name=\"b%d\" type=\"Result\" version=\"opset1\"><input><port id=\"0\" "
+                 "precision=\"FP32\"/></input></layer>",
+                 2 * i, i, (int)size, shape, type, i, "xxxx", 2 * i + 1, i);
+        snprintf(edges + strlen(edges), sizeof edges - strlen(edges),
+                 "<edge from-layer=\"%d\" from-port=\"0\" to-layer=\"%d\" to-port=\"0\"/>", 2 * i, 2 * i + 1);
+        shape = shape[size] == ';' ? shape + size + 1 : NULL;
+    }
     snprintf(text, sizeof text,
-             "<?xml version=\"1.0\"?><net name=\"n\" version=\"11\"><layers>"
-             "<layer id=\"0\" name=\"a\" type=\"Parameter\" version=\"opset1\"><data shape=\"%s\" "
-             "element_type=\"%s\"/><output><port id=\"0\" precision=\"FP32\" names=\"x\"/></output></layer>"
-             "<layer id=\"1\" name=\"b\" type=\"Result\" version=\"opset1\"><input><port id=\"0\" "
-             "precision=\"FP32\"/></input></layer></layers><edges><edge from-layer=\"0\" from-port=\"0\" "
-             "to-layer=\"1\" to-port=\"0\"/></edges></net>",
-             shape, type);
+             "<?xml version=\"1.0\"?><net name=\"n\" version=\"11\"><layers>%s</layers><edges>%s</edges></net>", layers,
+             edges);
     return Write(path, text);
 }
 

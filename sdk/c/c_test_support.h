@@ -22,7 +22,8 @@ void ExpectEnd(orvane_error* error, int32_t cause, const char* text, const char*
 // Writes a file and returns its path.
 const char* Write(const char* path, const char* text);
 
-// Writes a model that hands its input "x", of a type and a shape ("1,?"), on as its output, and returns its path.
+// Writes a model that returns its input "x", of a type and a shape ("1,?"), as its output, and returns its path. More
+// shapes after a semicolon are those of more inputs, "xx" and so on, each with an output.
 const char* EchoModel(const char* path, const char* type, const char* shape);
 orvane_options Options(const char* model, const char* host);
 

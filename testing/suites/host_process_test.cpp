@@ -78,6 +78,7 @@ TEST_F(HostProcess, OneThatHangsIsEndedByAnyThread) {
         EXPECT_EQ(hang(initialising), kHostExit);
         EXPECT_EQ(one.get() + other.get(), kOk + kOk);
         EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseInterrupted);
+        EXPECT_EQ(interpreter->GetHostEnd().value, 0U);
     }
     EXPECT_EQ(Init(Params("echo 4")), kOk);
     EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);

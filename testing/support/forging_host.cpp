@@ -3,6 +3,7 @@
 //   tag            the description of a tensor has a value of another type
 //   length         the name of a tensor passes the end of the section
 //   text           the name of a tensor is no UTF-8
+//   rank NUMBER    a tensor has so many dimensions
 //   size           the output's length is 20,000,000, of an output that has 4 bytes
 //   failing        the output cannot be viewed, and a copy of it has that length
 //   status         the status of a run has a value of another type
@@ -85,8 +86,12 @@ class Forger {
             const uint32_t tagAndLength[] = {1, 0xFFFFFFF0};
             std::memcpy(message.ReserveBytes(sizeof tagAndLength), tagAndLength, sizeof tagAndLength);
         }
-        for (const uint32_t value : {uint32_t{DataTypeUInt8}, 1U, 1U, 4U}) {
+        const uint32_t rank = lie == "rank" ? static_cast<uint32_t>(number) : 1;
+        for (const uint32_t value : {uint32_t{DataTypeUInt8}, 1U, rank, 4U}) {
             message.WriteUInt32(value);
+        }
+        for (uint32_t i = 1; i < rank; ++i) {
+            message.WriteUInt32(1);
         }
     }
 

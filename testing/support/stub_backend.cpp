@@ -48,7 +48,7 @@ const std::map<std::string, void (*)()>& Deaths() {
 //   hang                           never ends
 // and the model name, or what stands behind a semicolon in the path, what running it does before it copies each input
 // to its output:
-//   sleep MILLISECONDS, or one of the deaths below; anything else nothing
+//   sleep MILLISECONDS, exit VALUE, or one of the deaths below; anything else nothing
 // or "look" for a look at the data that came in last, when the model goes.
 class StubBackend final : public Testing::MemoryBackend {
  public:
@@ -74,7 +74,7 @@ class StubBackend final : public Testing::MemoryBackend {
             return MakeErrorStatus("the earlier model is still there");
         }
         std::istringstream(mark != std::string::npos ? params.modelPath.substr(mark + 1) : params.modelName) >> run >>
-            runTime;
+            number;
         const bool shares = kind == "share";
         const size_t outputSize = shares ? std::exchange(outputCount, 1) : size;
         size_t inputCount = outputCount;
@@ -100,7 +100,10 @@ class StubBackend final : public Testing::MemoryBackend {
     }
 
     Status Invoke() override {
-        std::this_thread::sleep_for(std::chrono::milliseconds(runTime));
+        if (run == "exit") {
+            std::_Exit(number);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(number));
         if (const auto death = Deaths().find(run); death != Deaths().end()) {
             death->second();
         }
@@ -115,7 +118,7 @@ class StubBackend final : public Testing::MemoryBackend {
  private:
     inline static int living = 0;
     std::string run;
-    int runTime = 0;
+    int number = 0;
     const volatile char* lastInput = nullptr;
 };
 
