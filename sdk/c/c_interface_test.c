@@ -22,7 +22,7 @@ static void TestOptions(const char* host) {
     orvane_model* opened = NULL;
 
     FAILS(orvane_open(NULL, &opened), ORVANE_BAD_ARGUMENT, "the address of the options is null");
-    FAILS(orvane_open(&options, NULL), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_open(&options, NULL), ORVANE_BAD_ARGUMENT, "the place for the model is null");
     for (uint64_t size = 0; size < sizeof options; size += 8) {
         options.struct_size = size;
         FAILS(TryOpen(options), ORVANE_BAD_ARGUMENT, "set it to the size of the structure");
@@ -111,7 +111,7 @@ static void TestTensors(const char* host) {
     FAILS(orvane_run(model), ORVANE_REFUSED, "set the inputs before the run");
     FAILS(orvane_set_input(NULL, 0, sent, 12), ORVANE_BAD_ARGUMENT, "the address of the model is null");
     FAILS(orvane_set_input(model, 1, sent, 12), ORVANE_BAD_ARGUMENT, "no input 1");
-    FAILS(orvane_set_input(model, 0, NULL, 12), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_set_input(model, 0, NULL, 12), ORVANE_BAD_ARGUMENT, "the data for input 0 \"x\" is null");
     FAILS(orvane_set_input(model, 0, sent, 11), ORVANE_BAD_ARGUMENT, "input 0 \"x\" has 12 bytes, not 11");
     FAILS(orvane_set_input(model, 0, sent, ((uint64_t)1 << 32) + 12), ORVANE_BAD_ARGUMENT, "not 4294967308");
     SUCCEEDS(orvane_set_input(model, 0, sent, 12));
@@ -122,7 +122,7 @@ static void TestTensors(const char* host) {
     SUCCEEDS(orvane_run(model));
     FAILS(orvane_get_output(NULL, 0, received, 12), ORVANE_BAD_ARGUMENT, "the address of the model is null");
     FAILS(orvane_get_output(model, 7, received, 12), ORVANE_BAD_ARGUMENT, "no output 7");
-    FAILS(orvane_get_output(model, 0, NULL, 12), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_get_output(model, 0, NULL, 12), ORVANE_BAD_ARGUMENT, "the memory for output 0 \"x\" is null");
     FAILS(orvane_get_output(model, 0, received, 8), ORVANE_BAD_ARGUMENT, "has 12 bytes, not 8");
     FAILS(orvane_get_output(model, 0, received, ((uint64_t)1 << 32) + 12), ORVANE_BAD_ARGUMENT, "not 4294967308");
     SUCCEEDS(orvane_get_output(model, 0, received, 12));
@@ -339,8 +339,8 @@ static void TestModelFiles(int isClient) {
     int hasCpu = 0;
     remove(out);
     EXPECT(sizeof(orvane_options) == 80 && sizeof(orvane_tensor) == 48 && sizeof(orvane_shape) == 24);
-    FAILS(orvane_list_devices(NULL, NULL), ORVANE_BAD_ARGUMENT, "is null");
-    FAILS(orvane_describe_file(model, NULL, NULL), ORVANE_BAD_ARGUMENT, "is null");
+    FAILS(orvane_list_devices(NULL, NULL), ORVANE_BAD_ARGUMENT, "the function for the devices is null");
+    FAILS(orvane_describe_file(model, NULL, NULL), ORVANE_BAD_ARGUMENT, "the function for the tensors is null");
     FAILS(orvane_describe_file(NULL, SeeTensor, &seen), ORVANE_BAD_ARGUMENT, "the model path is empty");
     FAILS(orvane_reshape_file(model, shapes, 2, NULL), ORVANE_BAD_ARGUMENT, "input 0 is given twice");
     FAILS(orvane_reshape_file(model, NULL, 1, NULL), ORVANE_BAD_ARGUMENT, "the address of a shape is null");
