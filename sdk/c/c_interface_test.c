@@ -396,6 +396,7 @@ static void TestBoth(const char* host) {
     TestInfer(host);
     TestUncopyable(host);
     TestFiles(host);
+    TestInputMemory(host);
 }
 
 int main(int argc, char** argv) {
@@ -414,10 +415,12 @@ int main(int argc, char** argv) {
         TestBoth(NULL);
         TestShapesInThisProcess();
         TestProgressInThisProcess();
+        TestInputMemoryInThisProcess();
     }
     TestBoth(argv[1]);
     TestTensors("");  // the host beside the library
     TestHost(argv[2]);
+    TestInputMemoryOfStub(argv[2]);
     TestForgedReplies(argv[3]);
     TestModelFiles(argc > 4);
     TestTheRest();

@@ -58,6 +58,9 @@ int32_t CountSteps(void* user, int32_t step);
 // The parts that c_interface_test.c runs one after another.
 void TestHost(const char* stub);
 void TestForgedReplies(const char* forger);
+void TestInputMemory(const char* host);
+void TestInputMemoryInThisProcess(void);
+void TestInputMemoryOfStub(const char* stub);
 int RunCopy(const char* stub, const char* number);
 
 #endif
