@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <exception>
 #include <new>
-#include <system_error>
 #include <utility>
 
 namespace Orvane::C {
@@ -114,11 +113,7 @@ void Model::Check(const Status& status) {
         throw Failure(*end);
     }
     if (status.reason == FailureReasonHostStart) {
-        throw Failure(ORVANE_SYSTEM,
-                      "the host program " + request.params.host +
-                          " cannot be started: " + std::system_category().message(status.code) +
-                          "; pass the path of orvane_host (" + status.message + ")",
-                      status.code);
+        throw HostStartFailure(request.params.host, status);
     }
     throw FailureOf(status);
 }
