@@ -308,8 +308,8 @@ static void TestProgressInThisProcess(void) {
     options.progress_user = &progress;
     orvane_model* model = Open(options);
     EXPECT(progress.calls[ORVANE_LOAD_READING] == 1 && progress.calls[ORVANE_LOAD_COMPILING] == 1);
-    progress.given_up_at_step = ORVANE_LOAD_COMPILING;
-    progress.given_up_at_call = 2;
+    progress.givenUpAtStep = ORVANE_LOAD_COMPILING;
+    progress.givenUpAtCall = 2;
     FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function gave up loading the model");
     SUCCEEDS(orvane_infer(model, &input, 1, &output, 1));
     EXPECT(received[1] == 2);
