@@ -70,6 +70,11 @@ class Copy:
         self.files = [name for name in sorted(set(listed)) if name and (checkout / name).is_file()]
         for name in self.files:
             self.restore(name)
+        for folder, folders, names in os.walk(self.source):
+            folders[:] = set(folders) - {"build"}
+            for path in (Path(folder, name) for name in names):
+                if str(path.relative_to(self.source)) not in self.files:
+                    path.unlink()
         dependencies = self.source / ".deps"
         if not dependencies.is_symlink():
             dependencies.symlink_to(checkout / ".deps")
