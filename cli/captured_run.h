@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iostream>
 #include <regex>
 #include <span>
 #include <sstream>
@@ -21,10 +22,13 @@ struct CapturedRun {
     std::string err;
 };
 
-inline CapturedRun RunCaptured(const std::vector<std::string>& arguments) {
+inline CapturedRun RunCaptured(const std::vector<std::string>& arguments, const std::string& standardInput = "") {
+    std::istringstream in(standardInput);
+    std::streambuf* const earlier = std::cin.rdbuf(in.rdbuf());
     std::ostringstream out;
     std::ostringstream err;
     const int exitValue = RunCli(arguments, out, err);
+    std::cin.rdbuf(earlier);
     return {exitValue, out.str(), err.str()};
 }
 
@@ -39,16 +43,16 @@ class CommandLineTest : public testing::Test {
     }
 
     // Runs the words of `line`, of which '' is an empty one.
-    CapturedRun Run(const std::string& line) const {
+    CapturedRun Run(const std::string& line, const std::string& standardInput = "") const {
         std::vector<std::string> arguments;
         std::istringstream words(line);
         for (std::string word; words >> word;) {
             arguments.push_back(word == "''" ? "" : InFolder(word));
         }
-        return RunCaptured(arguments);
+        return RunCaptured(arguments, standardInput);
     }
 
-    // Wrong usage comes with the usage, and nothing adds a file or leaves one behind.
+    // Wrong usage points to the help. No case adds a file or leaves one.
     void ExpectRefusals(std::span<const Refusal> refusals) const {
         const std::vector<std::string> before = folder.Names();
         for (const auto& [exitValue, line, reason] : refusals) {
@@ -56,7 +60,7 @@ class CommandLineTest : public testing::Test {
             EXPECT_EQ(run.exitValue, exitValue) << line;
             EXPECT_TRUE(run.err.starts_with("orvane: ")) << run.err;
             EXPECT_NE(run.err.find(InFolder(reason)), std::string::npos) << line << "\n" << run.err;
-            EXPECT_EQ(run.err.find("\nUsage: orvane ") != std::string::npos, exitValue == 2) << line;
+            EXPECT_EQ(run.err.find("\nTry: orvane ") != std::string::npos, exitValue == 2) << line;
             EXPECT_EQ(folder.Names(), before) << line;
         }
     }

@@ -5,32 +5,45 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
 namespace Orvane::Cli {
 
+// What the shell may offer as the value of an argument.
+enum class Offer : uint8_t { None, Files, Commands, Shells };
+
 struct ArgumentRules {
     bool isRequired = false;
     bool isAboveZero = false;        // of a number
-    bool takesSeveral = false;       // as many values as follow, where a vector else gets one each time it is given
+    bool takesSeveral = false;       // takes all following values; otherwise one per occurrence
     char separator = '\0';           // between several values in one
     const char* excludes = nullptr;  // the name of an argument before this one
     const char* needs = nullptr;     // likewise
+    Offer offer = Offer::None;
 };
 
-// An argument of a command, and where parsing puts its value, which must live as long as the command. What is not given
-// stays as it was. A bool belongs to a flag.
+// An argument of a command, and where parsing puts its value. The target must live as long as the command. Without the
+// argument the target keeps its value. A bool is a flag.
 struct Argument {
     using Target = std::variant<bool*, double*, int32_t*, uint32_t*, std::string*, std::optional<double>*,
                                 std::optional<uint32_t>*, std::optional<std::string>*, std::vector<double>*,
                                 std::vector<std::string>*>;
 
-    std::string name;  // "--json"; or "MODEL", which is told by its place
+    std::string name;  // "--json", or "MODEL" for one that is found by its place
     Target target;
-    std::string valueName;  // what stands for the value in the help; empty for none
+    std::string valueName;  // in the help; empty for a flag and for one that is found by its place
     std::string description;
     ArgumentRules rules = {};
+
+    bool IsOption() const { return name.starts_with("--"); }
+    bool IsList() const {
+        return std::holds_alternative<std::vector<std::string>*>(target) ||
+               std::holds_alternative<std::vector<double>*>(target);
+    }
+    // As the help shows it: "--input WHICH=FILE".
+    std::string Call() const { return valueName.empty() ? name : name + " " + valueName; }
 };
 
 inline std::vector<Argument> Joined(std::vector<Argument> first, const std::vector<Argument>& more) {
@@ -38,12 +51,16 @@ inline std::vector<Argument> Joined(std::vector<Argument> first, const std::vect
     return first;
 }
 
-// `execute` throws `Failure` and `WrongUsage`.
+// The table from which the parser, the help, the manual page and the completions are made.
 struct Command {
     std::string name;
-    std::string description;
+    std::string description;  // begins with a verb, no full stop
+    std::string example;      // a command line
     std::vector<Argument> arguments;
+    // Throws `Failure` and `WrongUsage`.
     std::function<void(std::ostream& out, std::ostream& err)> execute;
 };
+
+using Commands = std::vector<Command>;
 
 }  // namespace Orvane::Cli

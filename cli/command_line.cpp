@@ -2,34 +2,53 @@
 
 #include "cli/failure.h"
 
-#include <orvane/version.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <limits>
-#include <list>
-#include <sstream>
 #include <type_traits>
-#include <utility>
 
 namespace Orvane::Cli {
 namespace {
+
+// How many letters must be added, removed, replaced or swapped with their neighbour to make one word of the other.
+std::size_t Distance(const std::string& left, const std::string& right) {
+    std::vector<std::vector<std::size_t>> edits(left.size() + 1, std::vector<std::size_t>(right.size() + 1));
+    for (std::size_t i = 0; i <= left.size(); ++i) {
+        for (std::size_t j = 0; j <= right.size(); ++j) {
+            if (i == 0 || j == 0) {
+                edits[i][j] = i + j;
+                continue;
+            }
+            const std::size_t replaced = edits[i - 1][j - 1] + (left[i - 1] == right[j - 1] ? 0 : 1);
+            edits[i][j] = std::min({edits[i - 1][j] + 1, edits[i][j - 1] + 1, replaced});
+            if (i > 1 && j > 1 && left[i - 1] == right[j - 2] && left[i - 2] == right[j - 1]) {
+                edits[i][j] = std::min(edits[i][j], edits[i - 2][j - 2] + 1);
+            }
+        }
+    }
+    return edits.back().back();
+}
+
+// "; did you mean --output?", or nothing if no name is near.
+std::string Suggestion(const std::string& word, const std::vector<std::string>& names) {
+    const auto nearest = std::min_element(names.begin(), names.end(), [&](const auto& left, const auto& right) {
+        return Distance(word, left) < Distance(word, right);
+    });
+    constexpr std::size_t kFewLetters = 2;
+    const bool isNear = nearest != names.end() && Distance(word, *nearest) <= kFewLetters;
+    return isNear ? "; did you mean " + *nearest + "?" : "";
+}
 
 CLI::Option* AddTo(CLI::App& app, const Argument& argument) {
     return std::visit(
         [&](auto* target) {
             if constexpr (std::is_same_v<decltype(target), bool*>) {
-                return app.add_flag(argument.name, *target, argument.description);
+                return app.add_flag(argument.name, *target);
             } else {
-                return app.add_option(argument.name, *target, argument.description)->type_name(argument.valueName);
+                return app.add_option(argument.name, *target)->type_name(argument.valueName);
             }
         },
         argument.target);
-}
-
-bool IsVector(const Argument::Target& target) {
-    return std::holds_alternative<std::vector<std::string>*>(target) ||
-           std::holds_alternative<std::vector<double>*>(target);
 }
 
 void Apply(const ArgumentRules& rules, CLI::App& app, CLI::Option& option) {
@@ -48,67 +67,60 @@ void Apply(const ArgumentRules& rules, CLI::App& app, CLI::Option& option) {
     }
 }
 
-}  // namespace
-
-struct CommandLine::State {
-    CLI::App app = CLI::App("Runs neural-network models from a terminal.", "orvane");
-    std::list<std::pair<const Command, const CLI::App*>> commands;
-};
-
-CommandLine::CommandLine() : state(std::make_unique<State>()) {
-    state->app.allow_windows_style_options(false);
-    state->app.set_version_flag("--version", std::string("orvane ") + Version(), "Print the version and exit");
-    state->app.require_subcommand(0, 1);  // `Parse` misses one; this would not name an unknown one
+// Says which of the words that the parser could not place is the mistake.
+void RefuseExtra(const Command& command, const std::vector<std::string>& extra) {
+    if (extra.empty()) {
+        return;
+    }
+    const auto isOption = [](const std::string& word) { return word.size() > 1 && word[0] == '-'; };
+    const auto unknown = std::find_if(extra.begin(), extra.end(), isOption);
+    if (unknown == extra.end()) {
+        throw WrongUsage("\"" + extra.front() + "\" is one argument too many");
+    }
+    const std::string word = unknown->substr(0, unknown->find('='));
+    std::vector<std::string> options;
+    for (const Argument& argument : command.arguments) {
+        if (argument.IsOption()) {
+            options.push_back(argument.name);
+        }
+    }
+    throw WrongUsage("there is no option " + word + Suggestion(word, options));
 }
 
-CommandLine::~CommandLine() = default;
+}  // namespace
 
-void CommandLine::Add(Command command) {
-    CLI::App& app = *state->app.add_subcommand(command.name, command.description);
+const Command& FindCommand(const Commands& commands, const std::string& name) {
+    std::vector<std::string> names;
+    for (const Command& command : commands) {
+        if (command.name == name) {
+            return command;
+        }
+        names.push_back(command.name);
+    }
+    const bool isOption = name.starts_with("-");
+    throw WrongUsage(isOption ? "the first argument is a command, not " + name
+                              : "there is no command \"" + name + "\"" + Suggestion(name, names));
+}
+
+void ParseArguments(const Command& command, const std::vector<std::string>& words) {
+    CLI::App app;
+    app.set_help_flag();
+    app.allow_windows_style_options(false);
+    app.allow_extras();  // refused below, with a better text
     for (const Argument& argument : command.arguments) {
         CLI::Option& option = *AddTo(app, argument);
-        if (IsVector(argument.target)) {
+        if (argument.IsList()) {
             option.allow_extra_args(argument.rules.takesSeveral);
         }
         Apply(argument.rules, app, option);
     }
-    state->commands.emplace_back(std::move(command), &app);
-}
-
-std::variant<const Command*, std::string> CommandLine::Parse(const std::vector<std::string>& arguments) {
     try {
-        state->app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-    } catch (const CLI::Success& request) {  // --help and --version
-        std::ostringstream text;
-        state->app.exit(request, text, text);
-        return text.str();
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError& error) {
+        RefuseExtra(command, app.remaining());
         throw WrongUsage(error.what());
     }
-    const auto chosen = std::find_if(state->commands.begin(), state->commands.end(),
-                                     [](const auto& command) { return command.second->parsed(); });
-    if (chosen == state->commands.end()) {
-        throw WrongUsage("a command is missing");
-    }
-    return &chosen->first;
-}
-
-std::string CommandLine::Usage() const {
-    const std::vector<CLI::App*> chosen = state->app.get_subcommands();
-    return chosen.empty() ? state->app.help() : chosen.front()->help(state->app.get_name());
-}
-
-std::string CommandLine::Help(const std::string& command) const {
-    const CLI::App& app = state->app;
-    if (command.empty()) {  // `app.help` would tell of the command that was chosen
-        return app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal);
-    }
-    for (const auto& [known, itsApp] : state->commands) {
-        if (known.name == command) {
-            return itsApp->help(app.get_name());
-        }
-    }
-    throw WrongUsage("there is no command " + command);
+    RefuseExtra(command, app.remaining());
 }
 
 }  // namespace Orvane::Cli

@@ -15,15 +15,16 @@ struct Failure : std::runtime_error {
         : std::runtime_error(message), hints(std::move(whatToDo)) {}
 
     std::vector<std::string> hints;
-    std::vector<std::string> missingArguments;  // shown behind the hints, with the command line that lacked them
+    std::vector<std::string>
+        missingArguments;  // shown after the hints, at the end of the command line that lacked them
 };
 
-// The command line itself is wrong: exit value 2, and the usage is shown.
+// The command line is wrong: exit value 2, and a pointer to the help.
 struct WrongUsage : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// No argument may be given as an empty text: that is no way to leave it out. Throws `WrongUsage`.
+// An empty text does not leave an argument out. Throws `WrongUsage`.
 inline void RefuseEmpty(const std::string& argument, const std::optional<std::string>& given,
                         const std::string& whatItTakes) {
     if (given && given->empty()) {

@@ -1,5 +1,6 @@
 // What `orvane run` reads and shows beside .npy files and bare bytes.
 #include "cli/captured_run.h"
+#include "cli/files/exif.h"
 #include "cli/files/npz.h"
 #include "testing/support/tiny_models.h"
 
@@ -107,6 +108,29 @@ TEST_F(InputFiles, PixelsGoWhereTheInputHasThem) {
     EXPECT_EQ(Floats(larger.begin(), larger.begin() + 6), (Floats{255, 0, 0, 0, 255, 0}));
 }
 
+TEST(Exif, APictureIsTurnedAsItsDataSay) {
+    // What the rows 012 and 345 become, for orientations 1 to 8.
+    const std::string expected[] = {"012345", "210543", "543210", "345012", "031425", "304152", "524130", "251403"};
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+        const Picture turned = Upright({3, 2, 1, {'0', '1', '2', '3', '4', '5'}}, orientation);
+        EXPECT_EQ(std::string(turned.pixels.begin(), turned.pixels.end()), expected[orientation - 1]) << orientation;
+        EXPECT_EQ(turned.width, orientation < 5 ? 3 : 2);
+    }
+    const std::string little = FromHex("ffd8ffe1002245786966000049492a0008000000010012010300010000000600000000000000");
+    const std::string big = FromHex("ffd8ffe100224578696600004d4d002a00000008000101120003000000010006000000000000");
+    for (const std::string& file : {little, big}) {
+        EXPECT_EQ(ExifOrientation(file + "...."), 6);
+        for (size_t size = 0; size < file.size(); ++size) {
+            EXPECT_THAT(ExifOrientation(file.substr(0, size)), AnyOf(1, 6));
+        }
+        for (size_t bit = 0; bit < 8 * file.size(); ++bit) {
+            std::string changed = file;
+            changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ (1 << bit % 8));
+            EXPECT_THAT(ExifOrientation(changed), AllOf(Ge(1), Le(8))) << bit;
+        }
+    }
+}
+
 TEST_F(InputFiles, TheLargestElementsAreShownWithTheirLabels) {
     folder.Write("labels", "one\r\ntwo\nthree\n");
     folder.Write("x", BytesOf({10, NAN, 30}));
@@ -123,6 +147,7 @@ TEST_F(InputFiles, WhatGoesNowhereIsRefused) {
     EchoModel({{"x", "u8", {"1", "1", "2", "2"}}}).WriteTo(folder, "u");
     ExpectRefusals(std::vector<Refusal>{
         {1, "run @e.xml --input x=@not.jpg", "is no picture that can be read"},
+        {1, "run @e.xml --input x=@p.webp", "is a kind of picture that orvane does not read"},
         {1, "run @m.xml --input x=@p.PNG", "input 0 \"x\" is float32 [1, 3], which takes no picture"},
         {1, "run @u.xml --input x=@p.PNG --mean 1", "takes the pixels as they are"},
         {1, "run @u.xml --input x=@p.PNG --mean 1,2,3", "has 1 channel"},

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace Orvane::Cli {
 namespace {
@@ -27,6 +28,22 @@ std::string Printable(std::string text) {
 
 std::string PrintableLines(std::string text) {
     return WithoutControls(std::move(text), "\n\t");
+}
+
+std::string ShapeText(const std::vector<int64_t>& shape) {
+    std::string text = "[";
+    for (const int64_t dimension : shape) {
+        text += (text.size() == 1 ? "" : ", ") + (dimension < 0 ? "?" : std::to_string(dimension));
+    }
+    return text + "]";
+}
+
+std::string TypeText(orvane::ElementType type, const std::vector<int64_t>& shape) {
+    return std::string(orvane::NameOf(type)) + " " + ShapeText(shape);
+}
+
+std::string SideName(orvane::Side side) {
+    return side == orvane::Side::Input ? "input" : "output";
 }
 
 }  // namespace Orvane::Cli

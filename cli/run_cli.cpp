@@ -3,13 +3,13 @@
 #include "cli/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/failure.h"
+#include "cli/help.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
 
+#include <algorithm>
 #include <new>
 #include <ostream>
-#include <utility>
-#include <variant>
 
 namespace Orvane::Cli {
 namespace {
@@ -17,20 +17,46 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
-void Execute(CommandLine& line, const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
-    const auto parsed = line.Parse(arguments);
-    if (const auto* text = std::get_if<std::string>(&parsed)) {
-        out << *text;
+Commands AllCommands(const Commands& all) {
+    return {InfoCommand(),    RunCommand(),     BenchCommand(),   ReshapeCommand(),      DevicesCommand(),
+            EncryptCommand(), DecryptCommand(), HelpCommand(all), CompletionCommand(all)};
+}
+
+bool IsHelpFlag(const std::string& word) {
+    return word == "--help" || word == "-h";
+}
+
+void Execute(const Commands& commands, const std::vector<std::string>& arguments, std::ostream& out,
+             std::ostream& err) {
+    if (arguments.empty()) {
+        throw WrongUsage("a command is missing");
+    }
+    if (IsHelpFlag(arguments[0])) {
+        out << Overview(commands);
+    } else if (arguments[0] == "--version") {
+        out << "orvane " << orvane_version() << "\n";
     } else {
-        std::get<const Command*>(parsed)->execute(out, err);
+        const Command& command = FindCommand(commands, arguments[0]);
+        const std::vector<std::string> words(arguments.begin() + 1, arguments.end());
+        if (std::any_of(words.begin(), words.end(), IsHelpFlag)) {
+            out << HelpOf(command);
+        } else {
+            ParseArguments(command, words);
+            command.execute(out, err);
+        }
     }
     if (!out.flush()) {
         throw Failure("the result could not be written to the standard output");
     }
 }
 
-int ReportWrongUsage(const CommandLine& line, const std::string& message, std::ostream& err) {
-    err << "orvane: " << message << "\n\n" << line.Usage();
+int ReportWrongUsage(const Commands& commands, const std::vector<std::string>& arguments, const std::string& message,
+                     std::ostream& err) {
+    const bool isKnown = std::any_of(commands.begin(), commands.end(), [&](const Command& command) {
+        return !arguments.empty() && command.name == arguments.front();
+    });
+    err << "orvane: " << PrintableLines(message) << "\nTry: orvane " << (isKnown ? arguments.front() + " " : "")
+        << "--help\n";
     return kWrongUsage;
 }
 
@@ -70,21 +96,14 @@ std::vector<std::string> WithCompletedLine(const std::vector<std::string>& argum
 
 }  // namespace
 
-std::vector<Command> AllCommands(const CommandLine& line) {
-    return {InfoCommand(),    RunCommand(),     BenchCommand(),   ReshapeCommand(),
-            DevicesCommand(), EncryptCommand(), DecryptCommand(), HelpCommand(line)};
-}
-
 int RunCli(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
-    CommandLine line;
-    for (Command& command : AllCommands(line)) {
-        line.Add(std::move(command));
-    }
+    Commands commands;
+    commands = AllCommands(commands);
     try {
-        Execute(line, arguments, out, err);
+        Execute(commands, arguments, out, err);
         return 0;
     } catch (const WrongUsage& error) {
-        return ReportWrongUsage(line, error.what(), err);
+        return ReportWrongUsage(commands, arguments, error.what(), err);
     } catch (const Failure& failure) {
         return ReportFailure(failure.what(), WithCompletedLine(arguments, failure), err);
     } catch (const orvane::Error& error) {

@@ -16,6 +16,13 @@ if(WIN32)  # where a program finds libraries beside itself only
 elseif(ORVANE_PACKAGE)
     install(PROGRAMS ${orvaneRuntimeFiles} DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
+if(NOT WIN32)
+    install(FILES ${PROJECT_BINARY_DIR}/orvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${PROJECT_BINARY_DIR}/orvane.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        RENAME orvane)
+    install(FILES ${PROJECT_BINARY_DIR}/_orvane DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install(FILES ${PROJECT_BINARY_DIR}/orvane.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+endif()
 
 if(ORVANE_PACKAGE)
     # The libraries of the unpacked folder suffice for linking.

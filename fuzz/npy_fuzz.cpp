@@ -28,7 +28,7 @@ void Check(const std::string& bytes) {
         return;
     }
     Require(static_cast<uint64_t>(file.tellg()) == HeaderBytes(bytes), "the data begin behind the header");
-    Require(array.elementType != DataTypeUnknown, "the element type is known");
+    Require(array.elementType != orvane::ElementType::Unknown, "the element type is known");
     Require(std::all_of(array.shape.begin(), array.shape.end(), [](int64_t dimension) { return dimension >= 0; }),
             "no dimension is negative");
     try {

@@ -23,12 +23,12 @@ std::ifstream OpenInputFile(const std::string& path) {
     return stream;
 }
 
-std::size_t ReadUpTo(std::ifstream& file, const std::string& path, void* destination, std::size_t size) {
-    file.read(static_cast<char*>(destination), static_cast<std::streamsize>(size));
-    if (file.bad()) {
+std::size_t ReadUpTo(std::istream& stream, const std::string& path, void* destination, std::size_t size) {
+    stream.read(static_cast<char*>(destination), static_cast<std::streamsize>(size));
+    if (stream.bad()) {
         throw FileError::OfSystem("cannot read " + path);
     }
-    return static_cast<std::size_t>(file.gcount());
+    return static_cast<std::size_t>(stream.gcount());
 }
 
 }  // namespace Orvane::Platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,12 @@ std::vector<std::string> Utf8Arguments(int argc, const char* const* argv);
 // Makes a Windows console read the text of the standard streams as UTF-8.
 void UseUtf8Console();
 
+// Passes the bytes of the standard input and output unchanged, as Linux always does.
+void UseBinaryStandardStreams();
+
 bool IsStandardErrorTerminal();
+
+// How many letters a line on the standard error has; 80 if that is not a terminal or does not say.
+std::size_t TerminalWidth();
 
 }  // namespace Orvane::Platform

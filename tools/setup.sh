@@ -245,7 +245,7 @@ setup_test() {
     setup_build
     setup_python
     setup_ocr
-    installPackages chromium  # looks at the page of figures
+    installPackages chromium zsh fish groff-base  # they look at the page of figures, the completions and the manual
 }
 
 setup_mutate() {

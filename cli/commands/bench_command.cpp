@@ -1,6 +1,7 @@
 #include "cli/commands/commands.h"
 
 #include "cli/failure.h"
+#include "cli/files/standard_input.h"
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
@@ -9,8 +10,6 @@
 #include "cli/report/progress_bar.h"
 #include "platform/interrupt.h"
 #include "platform/whole_file.h"
-
-#include <orvane/interpreter.h>
 
 #include <algorithm>
 #include <chrono>
@@ -39,9 +38,9 @@ double Milliseconds(Clock::duration duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
-// Before the work, so that none of it is in vain.
+// Before any work that a mistake would waste.
 void Check(const BenchOptions& options) {
-    if (!(options.seconds > 0)) {  // also refuses what is no number
+    if (!(options.seconds > 0)) {  // also refuses NaN
         throw WrongUsage("--seconds takes a number above 0");
     }
     RefuseEmpty("--json", options.json, "the file to write");
@@ -49,31 +48,41 @@ void Check(const BenchOptions& options) {
     if (options.json && options.json == options.html) {
         throw WrongUsage("--json and --html name the same file");
     }
+    RefuseSecondStandardInput({options.model.model.value_or(""), options.model.key.file.value_or("")});
     for (const auto& file : {options.json, options.html}) {
-        if (file) {
+        if (file && !IsStandard(*file)) {
             const Platform::WholeFile trial(*file);
         }
     }
 }
 
-void WriteText(const std::string& path, const std::string& text) {
+void WriteText(const std::string& path, const std::string& text, std::ostream& out) {
+    if (IsStandard(path)) {
+        out << text;
+        return;
+    }
     Platform::WholeFile file(path);
     file.Write(text.data(), text.size());
     file.Close();
     file.Commit();
 }
 
-// The results as files, `earlier` ones beside them on the page.
-void WriteFiles(const BenchOptions& options, const BenchReport& report, std::vector<NamedResult> earlier) {
+// Prints the results unless a file goes to the standard output, and writes the files; the page also has the `earlier`
+// results.
+void ShowResults(const BenchOptions& options, const BenchReport& report, std::vector<NamedResult> earlier,
+                 std::ostream& out) {
+    if (options.json != "-" && options.html != "-") {
+        PrintBenchReport(out, report);
+    }
     const Json result = BenchReportJson(report);
     if (options.json) {
         std::ostringstream text;
         PrintJson(text, result);
-        WriteText(*options.json, text.str());
+        WriteText(*options.json, text.str(), out);
     }
     if (options.html) {
         earlier.insert(earlier.begin(), {"this run", result});
-        WriteText(*options.html, BenchPage(earlier));
+        WriteText(*options.html, BenchPage(earlier), out);
     }
 }
 
@@ -95,7 +104,7 @@ void WarmUp(Inference& inference, uint32_t count, std::ostream& err) {
     }
 }
 
-// Until Ctrl-C at the latest, which lets an inference come to its end.
+// Ctrl-C and the end of the host process end the measurement; the results so far are kept.
 void Measure(Inference& inference, const BenchOptions& options, BenchReport& report, std::ostream& err) {
     const Platform::InterruptFlag interrupt;
     const double target = options.iterations ? *options.iterations : options.seconds;
@@ -103,7 +112,15 @@ void Measure(Inference& inference, const BenchOptions& options, BenchReport& rep
     const std::optional<Platform::ProcessorTime> before = Platform::ProcessorTimeSoFar();
     const auto start = Clock::now();
     for (double done = 0; done < target && !report.interrupted;) {
-        report.inferences.push_back(TimeInference(inference));
+        try {
+            report.inferences.push_back(TimeInference(inference));
+        } catch (const orvane::HostEnded& error) {
+            if (report.inferences.empty()) {
+                throw;
+            }
+            report.hostEnd.emplace(error.what());
+            break;
+        }
         const std::chrono::duration<double> elapsed = Clock::now() - start;
         done = options.iterations ? static_cast<double>(report.inferences.size()) : elapsed.count();
         progress.Show(done, target);
@@ -113,11 +130,11 @@ void Measure(Inference& inference, const BenchOptions& options, BenchReport& rep
     report.otherWork = before && after ? OtherWorkBetween(*before, *after) : std::nullopt;
 }
 
-Transfer Zeros(const ModelTensor& input) {
-    if (const std::optional<std::string> obstacle = input.Obstacle()) {
-        throw Failure(Label(input) + " cannot be filled: " + *obstacle);
+Transfer Zeros(const orvane::Tensor& input) {
+    if (!input.problem.empty()) {
+        throw Failure(input.problem);
     }
-    return {&input, std::vector<uint8_t>(input.Bytes()), std::nullopt};
+    return {&input, std::vector<uint8_t>(static_cast<std::size_t>(input.byteSize)), std::nullopt};
 }
 
 void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream& err) {
@@ -127,9 +144,9 @@ void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream
     orvane::Model& model = loaded.model;
     report.initialisation = Milliseconds(Clock::now() - start);
 
-    const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
+    const std::vector<orvane::Tensor>& inputs = model.Inputs();
     RefuseDynamicInputs(options.model, inputs);
-    const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
+    const std::vector<orvane::Tensor>& outputs = model.Outputs();
     Inference inference{model, {}, PrepareOutputs({}, outputs)};
     std::transform(inputs.begin(), inputs.end(), std::back_inserter(inference.inputs), Zeros);
 
@@ -141,23 +158,24 @@ void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream
     Measure(inference, options, report, err);
 }
 
-// What it takes to start a host, to have it answer a call and to end it: the median of a few. The call asks for a
-// framework that no host has, which only the SDK's classes can ask for, and is refused without any work. None when that
-// is not what a host answers.
-std::optional<double> TimeLaunch(const std::string& host) {
+// How long it takes to start a host process, to let it list its devices and to end it: the median of a few times. It is
+// asked for a device that no machine has. No value if it does not refuse that.
+std::optional<double> TimeLaunch(const ModelOptions& options) {
     constexpr int kLaunches = 5;
-    InterpreterParams params;
-    params.framework = FrameworkTypeInvalid;
-    params.host = host;
+    orvane::Options asked = OptionsFor(options);
+    asked.device = "NONE";
     std::vector<double> times;
     for (int i = 0; i < kLaunches; ++i) {
-        Interpreter interpreter;
         const auto start = Clock::now();
-        const Status status = interpreter.Init(params);
-        times.push_back(Milliseconds(Clock::now() - start));
-        if (status.reason != FailureReasonRefused) {
+        try {
+            const orvane::Model model(asked);
             return std::nullopt;
+        } catch (const orvane::Error& error) {
+            if (error.GetReason() != orvane::Reason::Refused) {
+                return std::nullopt;
+            }
         }
+        times.push_back(Milliseconds(Clock::now() - start));
     }
     return Distribute(std::move(times)).p50;
 }
@@ -187,11 +205,13 @@ void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
     report.warmup = options.warmup;
     MeasureModel(options, report, err);
     if (report.host) {
-        report.launch = TimeLaunch(*report.host);
+        report.launch = TimeLaunch(options.model);
     }
     report.date = Now();
-    PrintBenchReport(out, report);
-    WriteFiles(options, report, std::move(earlier));
+    ShowResults(options, report, std::move(earlier), out);
+    if (report.hostEnd) {
+        throw Failure(*report.hostEnd, {"The results above are those until then."});
+    }
 }
 
 }  // namespace
@@ -199,22 +219,23 @@ void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
 Command BenchCommand() {
     const auto options = std::make_shared<BenchOptions>();
     const std::vector<Argument> own = {
-        {"--warmup", &options->warmup, "N", "Number of inferences before the measured ones (10 unless given)"},
-        {"--iterations", &options->iterations, "N", "Number of inferences to measure", {.isAboveZero = true}},
+        {"--warmup", &options->warmup, "N", "Run N times before the measurement (default: 10)"},
+        {"--iterations", &options->iterations, "N", "Measure N runs", {.isAboveZero = true}},
         {"--seconds",
          &options->seconds,
          "S",
-         "How long to measure instead (5 unless given)",
+         "Measure for S seconds instead (default: 5)",
          {.excludes = "--iterations"}},
-        {"--json", &options->json, "FILE", "Also write the results to this file, as a JSON object"},
-        {"--html", &options->html, "FILE", "Also write them to this file, as a page for a browser"},
+        {"--json", &options->json, "FILE", "Write the results to this file as a JSON object", {.offer = Offer::Files}},
+        {"--html", &options->html, "FILE", "Write them to this file as a page for a browser", {.offer = Offer::Files}},
         {"--compare",
          &options->compare,
-         "FILE",
-         "Show these earlier --json files on the page too; after MODEL",
-         {.takesSeveral = true, .needs = "--html"}},
+         "FILE ...",
+         "Show earlier --json files on the page too; give it after MODEL",
+         {.takesSeveral = true, .needs = "--html", .offer = Offer::Files}},
     };
-    return {"bench", "Measure how fast a model starts and runs", Joined(ArgumentsForModel(options->model), own),
+    return {"bench", "Measure how fast a model loads and runs", "orvane bench face.tflite --remote --json face.json",
+            ArgumentsForModel(options->model, own),
             [options](std::ostream& out, std::ostream& err) { Bench(*options, out, err); }};
 }
 

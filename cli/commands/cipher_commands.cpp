@@ -1,23 +1,26 @@
 #include "cli/commands/commands.h"
-
 #include "cli/failure.h"
+#include "cli/files/standard_input.h"
 #include "cli/model/key.h"
 #include "cli/report/progress_bar.h"
 #include "platform/interrupt.h"
 #include "platform/path.h"
-#include "platform/whole_file.h"
+#include "platform/private_folder.h"
 
-#include <orvane/model_file_cipher.h>
+#include <orvane/orvane.hpp>
 
-#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <vector>
 
 namespace Orvane::Cli {
 namespace {
+
+constexpr uint64_t kPieceBytes = 4 << 20;  // the cipher works on pieces of 4 MiB
+constexpr uint64_t kWholePiece = 16;       // and cannot restore one that is shorter than that
 
 struct CipherOptions {
     KeyOptions key;
@@ -26,64 +29,115 @@ struct CipherOptions {
     bool pad = false;
 };
 
-using Chunk = std::vector<uint8_t>;
-
-ModelFileCipher MakeCipher(const KeyOptions& options) {
-    ModelFileCipher cipher;
-    const std::optional<std::string> given = ReadKey(options);
-    if (!given) {
+std::vector<uint8_t> Key(const KeyOptions& options) {
+    const std::optional<std::string> key = ReadKey(options);
+    if (!key) {
         throw WrongUsage("--key K or --key-file FILE is required");
     }
-    const std::string& key = *given;
-    if (key.empty() || key.size() > cipher.key.size()) {
-        throw WrongUsage("--key takes 1 to 4 bytes, not " + std::to_string(key.size()));
-    }
-    std::copy(key.begin(), key.end(), cipher.key.begin());
-    return cipher;
-}
-
-// What was done to a last chunk that was filled up, for the user.
-std::string Appended(uint32_t count, const Chunk& chunk) {
-    return count == 0 ? ""
-                      : "appended " + std::to_string(count) + (chunk.back() == ' ' ? " blanks\n" : " zero bytes\n");
-}
-
-void Encrypt(const ModelFileCipher& cipher, Chunk& chunk, const std::string& path) {
-    if (!cipher.EncryptIfItComesBack(chunk)) {
-        throw Failure(
-            path + " would not come back whole: its last 4 MiB chunk has only " + std::to_string(chunk.size()) +
-                " bytes, and the format loses bits of a chunk of 1 to 15 bytes",
-            {"Give --pad: it fills that up to 16 bytes with blanks or zeros, which a reader of models skips."});
-    }
+    return {key->begin(), key->end()};
 }
 
 void CheckUsage(const CipherOptions& options) {
     RefuseEmpty("IN", options.input, "the file to read");
     RefuseEmpty("OUT", options.output, "the file to write");
+    RefuseSecondStandardInput({options.input, options.key.file.value_or("")});
 }
 
-// The file's chunks one after another through `transform`, until Ctrl-C.
+// The files of a command, or temporary ones in the place of the standard streams.
+class CipherFiles {
+ public:
+    explicit CipherFiles(const CipherOptions& options) : in(options.input), out(options.output) {
+        if (!IsStandard(in) && !IsStandard(out)) {
+            return;
+        }
+        folder.emplace(std::filesystem::temp_directory_path() / "orvane");
+        if (IsStandard(in)) {
+            in = Platform::Utf8FromPath(folder->Path() / "in");
+            const std::string bytes = ReadInput("-");
+            Platform::WholeFile file(in);
+            file.Write(bytes.data(), bytes.size());
+            file.Close();
+            file.Commit();
+        }
+        if (IsStandard(out)) {
+            out = Platform::Utf8FromPath(folder->Path() / "out");
+            printsResult = true;
+        }
+    }
+
+    uint64_t InputBytes() const { return Bytes(in); }
+    uint64_t OutputBytes() const { return Bytes(out); }
+
+    void PrintResult(std::ostream& standard) const {
+        if (printsResult) {
+            standard << Platform::OpenInputFile(out).rdbuf();
+        }
+    }
+
+    std::string in;
+    std::string out;
+
+ private:
+    static uint64_t Bytes(const std::string& path) {
+        std::error_code unknown;
+        const auto bytes = std::filesystem::file_size(Platform::PathFromUtf8(path), unknown);
+        return unknown ? 0 : bytes;
+    }
+
+    std::optional<Platform::PrivateFolder> folder;
+    bool printsResult = false;
+};
+
+// Calls `transform` with the SDK's progress callback, which Ctrl-C makes give up.
 template <typename Transform>
-void TransformFile(const CipherOptions& options, std::ostream& err, Transform transform) {
-    std::error_code unknown;
-    const auto size = std::filesystem::file_size(Platform::PathFromUtf8(options.input), unknown);
+void WithProgress(std::ostream& err, Transform transform) {
     const Platform::InterruptFlag interrupt;
-    ProgressBar progress(err);
-    double done = 0;
-    Platform::TransformFile(options.input, options.output, ModelFileCipher::kChunkSize, [&](Chunk& chunk) {
-        if (interrupt.IsSet()) {
+    ProgressBar bar(err);
+    try {
+        transform([&](uint64_t done, uint64_t total) {
+            bar.Show(static_cast<double>(done), static_cast<double>(total));
+            return !interrupt.IsSet();
+        });
+    } catch (const orvane::Error& error) {
+        if (error.GetReason() == orvane::Reason::Cancelled) {
             throw Failure("interrupted; nothing was written");
         }
-        done += static_cast<double>(chunk.size());
-        progress.Show(done, unknown ? 0 : static_cast<double>(size));
-        transform(chunk);
-    });
+        throw;
+    }
+}
+
+void Encrypt(const CipherOptions& options, std::ostream& out, std::ostream& err) {
+    CheckUsage(options);
+    const std::vector<uint8_t> key = Key(options.key);
+    const CipherFiles files(options);
+    const uint64_t before = files.InputBytes();
+    try {
+        WithProgress(
+            err, [&](const auto& progress) { orvane::EncryptFile(files.in, files.out, key, options.pad, progress); });
+    } catch (const orvane::Error& error) {
+        const uint64_t rest = before % kPieceBytes;
+        const bool needsPad = error.GetReason() == orvane::Reason::Refused && rest > 0 && rest < kWholePiece;
+        throw Failure(error.what(), needsPad ? std::vector<std::string>{"Give --pad."} : std::vector<std::string>());
+    }
+    files.PrintResult(out);
+    if (const uint64_t after = files.OutputBytes(); after > before) {
+        err << "appended " << after - before << " bytes, which a reader of models skips\n";
+    }
+}
+
+void Decrypt(const CipherOptions& options, std::ostream& out, std::ostream& err) {
+    CheckUsage(options);
+    const std::vector<uint8_t> key = Key(options.key);
+    const CipherFiles files(options);
+    WithProgress(err, [&](const auto& progress) { orvane::DecryptFile(files.in, files.out, key, progress); });
+    files.PrintResult(out);
 }
 
 std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
-    return Joined(ArgumentsForKey(options.key, "Key of 1 to 4 bytes"),
-                  {{"IN", &options.input, "", "File to read", {.isRequired = true}},
-                   {"OUT", &options.output, "", "File to write; may be IN", {.isRequired = true}}});
+    const ArgumentRules file = {.isRequired = true, .offer = Offer::Files};
+    return Joined(ArgumentsForKey(options.key, "The key, 1 to 4 bytes"),
+                  {{"IN", &options.input, "", "The file to read", file},
+                   {"OUT", &options.output, "", "The file to write; can be the same as IN", file}});
 }
 
 }  // namespace
@@ -91,31 +145,17 @@ std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
 Command EncryptCommand() {
     const auto options = std::make_shared<CipherOptions>();
     const Argument pad = {"--pad", &options->pad, "",
-                          "Append the few bytes without which some lengths do not come back"};
-    return {"encrypt", "Encrypt a model file", Joined(ArgumentsForCipher(*options), {pad}),
-            [options](std::ostream& out, std::ostream& err) {
-                CheckUsage(*options);
-                const ModelFileCipher cipher = MakeCipher(options->key);
-                std::string padding;  // of the last chunk: only that can be too short
-                TransformFile(*options, err, [&](Chunk& chunk) {
-                    if (options->pad) {
-                        padding = Appended(ModelFileCipher::Pad(chunk), chunk);
-                    }
-                    Encrypt(cipher, chunk, options->input);
-                });
-                out << padding;
-            }};
+                          "Pad a file whose length the cipher cannot restore, with up to 15 bytes"};
+    return {"encrypt", "Encrypt a model file", "orvane encrypt --key-file key.txt model.onnx secret.onnx",
+            Joined(ArgumentsForCipher(*options), {pad}),
+            [options](std::ostream& out, std::ostream& err) { Encrypt(*options, out, err); }};
 }
 
 Command DecryptCommand() {
     const auto options = std::make_shared<CipherOptions>();
-    return {"decrypt", "Decrypt a file that encrypt made", ArgumentsForCipher(*options),
-            [options](std::ostream&, std::ostream& err) {
-                CheckUsage(*options);
-                const ModelFileCipher cipher = MakeCipher(options->key);
-                TransformFile(*options, err,
-                              [&](Chunk& chunk) { cipher.Decrypt(chunk.data(), static_cast<uint32_t>(chunk.size())); });
-            }};
+    return {"decrypt", "Decrypt a file that encrypt wrote", "orvane decrypt --key-file key.txt secret.onnx model.onnx",
+            ArgumentsForCipher(*options),
+            [options](std::ostream& out, std::ostream& err) { Decrypt(*options, out, err); }};
 }
 
 }  // namespace Orvane::Cli

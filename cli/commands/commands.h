@@ -2,11 +2,7 @@
 
 #include "cli/command.h"
 
-#include <vector>
-
 namespace Orvane::Cli {
-
-class CommandLine;
 
 Command InfoCommand();
 Command RunCommand();
@@ -16,10 +12,8 @@ Command DevicesCommand();
 Command EncryptCommand();
 Command DecryptCommand();
 
-// Tells of the commands that `line` has by then, which must live as long.
-Command HelpCommand(const CommandLine& line);
-
-// All of them, in the order of the help.
-std::vector<Command> AllCommands(const CommandLine& line);
+// They say what is in `commands` when they are executed. It must live as long as they do.
+Command HelpCommand(const Commands& commands);
+Command CompletionCommand(const Commands& commands);
 
 }  // namespace Orvane::Cli

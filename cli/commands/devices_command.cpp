@@ -1,5 +1,6 @@
 #include "cli/commands/commands.h"
 
+#include "cli/printable.h"
 #include "cli/report/load_progress.h"
 #include "cli/report/print.h"
 
@@ -16,7 +17,7 @@ std::vector<orvane::Device> ListDevices(std::ostream& err) {
     return orvane::Devices();
 }
 
-// The names, and of several devices of a kind, "GPU.0" and "GPU.1", also the kind's, which stands for the first.
+// The names, and for several devices of a kind, "GPU.0" and "GPU.1", also the kind's name, which means the first.
 std::vector<std::string> AcceptedNames(const std::vector<orvane::Device>& devices) {
     std::vector<std::string> names;
     for (const orvane::Device& device : devices) {
@@ -56,7 +57,8 @@ void PrintDevices(bool asJson, std::ostream& out, std::ostream& err) {
 Command DevicesCommand() {
     const auto asJson = std::make_shared<bool>(false);
     return {"devices",
-            "List what models can run on here",
+            "List the devices of this machine that run models",
+            "orvane devices",
             {{"--json", asJson.get(), "", "Print one JSON object"}},
             [asJson](std::ostream& out, std::ostream& err) { PrintDevices(*asJson, out, err); }};
 }

@@ -2,7 +2,7 @@
 
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
-#include "cli/model/model_tensor.h"
+#include "cli/printable.h"
 #include "cli/report/print.h"
 
 #include <memory>
@@ -15,21 +15,21 @@ struct InfoOptions {
     bool json = false;
 };
 
-Json ToJson(const std::vector<ModelTensor>& tensors) {
+Json ToJson(const std::vector<orvane::Tensor>& tensors) {
     Json list = Json::array();
-    for (const ModelTensor& tensor : tensors) {
+    for (const orvane::Tensor& tensor : tensors) {
         Json entry = TensorJson(tensor);
-        entry["bytes"] = tensor.Obstacle() ? Json() : Json(tensor.Bytes());
+        entry["bytes"] = tensor.byteSize == 0 ? Json() : Json(tensor.byteSize);
         list.push_back(entry);
     }
     return list;
 }
 
-void AddRows(const std::vector<ModelTensor>& tensors, std::vector<std::vector<std::string>>& rows) {
-    for (const ModelTensor& tensor : tensors) {
+void AddRows(const std::vector<orvane::Tensor>& tensors, std::vector<std::vector<std::string>>& rows) {
+    for (const orvane::Tensor& tensor : tensors) {
         rows.push_back({SideName(tensor.side), std::to_string(tensor.index), Printable(tensor.name),
-                        ElementTypeName(tensor.elementType), ShapeText(tensor.shape),
-                        (tensor.Obstacle() ? "?" : std::to_string(tensor.Bytes())) + " bytes"});
+                        orvane::NameOf(tensor.type), ShapeText(tensor.shape),
+                        (tensor.byteSize == 0 ? "?" : std::to_string(tensor.byteSize)) + " bytes"});
     }
 }
 
@@ -37,15 +37,13 @@ void Info(const InfoOptions& options, std::ostream& out, std::ostream& err) {
     const LogLines lines(options.model.logLevel, err);
     const LoadedModel loaded = LoadModel(options.model, err);
     const orvane::Model& model = loaded.model;
-    const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
-    const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
     if (options.json) {
-        PrintJson(out, {{"inputs", ToJson(inputs)}, {"outputs", ToJson(outputs)}});
+        PrintJson(out, {{"inputs", ToJson(model.Inputs())}, {"outputs", ToJson(model.Outputs())}});
         return;
     }
     std::vector<std::vector<std::string>> rows;
-    AddRows(inputs, rows);
-    AddRows(outputs, rows);
+    AddRows(model.Inputs(), rows);
+    AddRows(model.Outputs(), rows);
     PrintTable(out, rows);
 }
 
@@ -53,8 +51,8 @@ void Info(const InfoOptions& options, std::ostream& out, std::ostream& err) {
 
 Command InfoCommand() {
     const auto options = std::make_shared<InfoOptions>();
-    return {"info", "Show a model's inputs and outputs",
-            Joined(ArgumentsForModel(options->model), {{"--json", &options->json, "", "Print one JSON object"}}),
+    return {"info", "Show a model's inputs and outputs", "orvane info face.tflite",
+            ArgumentsForModel(options->model, {{"--json", &options->json, "", "Print one JSON object"}}),
             [options](std::ostream& out, std::ostream& err) { Info(*options, out, err); }};
 }
 

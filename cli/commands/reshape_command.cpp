@@ -18,7 +18,7 @@ struct ReshapeOptions {
 void ReshapeModel(const ReshapeOptions& options, std::ostream& err) {
     RefuseEmpty("MODEL", options.model, "the path of a model file");
     if (!options.out.ends_with(".xml")) {
-        throw WrongUsage("OUT is \"" + options.out + "\", and must end in .xml; a .bin is written beside it");
+        throw WrongUsage("OUT is \"" + options.out + "\", and must end in .xml; the .bin is written beside it");
     }
     ModelOptions model;
     model.model = options.model;
@@ -29,12 +29,18 @@ void ReshapeModel(const ReshapeOptions& options, std::ostream& err) {
 
 Command ReshapeCommand() {
     const auto options = std::make_shared<ReshapeOptions>();
-    return {"reshape",
-            "Write a model with fixed shapes, as an .xml and a .bin",
-            {{"MODEL", &options->model, "", "Model file, plain", {.isRequired = true}},
-             {"OUT", &options->out, "", "File to write, an .xml; its .bin is written beside it", {.isRequired = true}},
-             ArgumentForShapes(options->shapes)},
-            [options](std::ostream&, std::ostream& err) { ReshapeModel(*options, err); }};
+    return {
+        "reshape",
+        "Write a model with fixed shapes, as an .xml and a .bin",
+        "orvane reshape detection.onnx fixed.xml --shape 0=1,3,640,640",
+        {{"MODEL", &options->model, "", "The model file, not encrypted", {.isRequired = true, .offer = Offer::Files}},
+         {"OUT",
+          &options->out,
+          "",
+          "The .xml file to write; its .bin is written beside it",
+          {.isRequired = true, .offer = Offer::Files}},
+         ArgumentForShapes(options->shapes)},
+        [options](std::ostream&, std::ostream& err) { ReshapeModel(*options, err); }};
 }
 
 }  // namespace Orvane::Cli

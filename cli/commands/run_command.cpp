@@ -1,15 +1,16 @@
 #include "cli/commands/commands.h"
 
 #include "cli/failure.h"
+#include "cli/files/standard_input.h"
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
 #include "cli/report/run_report.h"
-#include "platform/input_file.h"
 
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <sstream>
 
 namespace Orvane::Cli {
 namespace {
@@ -25,13 +26,20 @@ struct RunOptions {
     bool json = false;
 };
 
-void CheckUsage(const RunOptions& options, const std::vector<TensorFileArgument>& inputFiles) {
+void CheckUsage(const RunOptions& options, const std::vector<TensorFileArgument>& inputFiles,
+                const std::vector<TensorFileArgument>& outputFiles) {
+    const bool hasStandardOutput =
+        std::any_of(outputFiles.begin(), outputFiles.end(),
+                    [](const TensorFileArgument& output) { return IsStandard(output.path); });
+    if (hasStandardOutput && (options.json || options.repeat > 1)) {
+        throw WrongUsage("--output WHICH=- and --json or --repeat would all write to the standard output");
+    }
     RefuseEmpty("--labels", options.labels, "a file with a name on each line");
     if (options.labels && options.top == 0) {
         throw WrongUsage("--labels needs --top K: they name what that shows");
     }
     if (options.top != 0 && !options.outputs.empty()) {
-        throw WrongUsage("--top and --output exclude each other: an output is shown or written");
+        throw WrongUsage("give --top or --output, not both: an output is shown or written");
     }
     for (const std::vector<double>* numbers : {&options.pictures.mean, &options.pictures.scale}) {
         if (numbers->size() == 2 || numbers->size() > 3) {
@@ -42,15 +50,22 @@ void CheckUsage(const RunOptions& options, const std::vector<TensorFileArgument>
     if (std::find(scale.begin(), scale.end(), 0) != scale.end()) {
         throw WrongUsage("--scale divides, so it takes no 0");
     }
-    const bool hasPicture = std::any_of(inputFiles.begin(), inputFiles.end(),
-                                        [](const TensorFileArgument& input) { return IsPicture(input.path); });
+    const bool hasPicture = std::any_of(inputFiles.begin(), inputFiles.end(), [](const TensorFileArgument& input) {
+        return IsPicture(input.path) || IsStandard(input.path);
+    });
+    std::vector<std::string> files = {options.model.model.value_or(""), options.model.key.file.value_or(""),
+                                      options.labels.value_or("")};
+    for (const TensorFileArgument& input : inputFiles) {
+        files.push_back(input.path);
+    }
+    RefuseSecondStandardInput(files);
     if (options.pictures.AnyGiven() && !hasPicture) {
-        throw WrongUsage("--mean, --scale and --bgr are for an --input that is a picture, .png or .jpg");
+        throw WrongUsage("--mean, --scale and --bgr are for an --input that is a .png or .jpg picture");
     }
 }
 
 std::vector<std::string> ReadLabels(const std::string& path) {
-    std::ifstream file = Platform::OpenInputFile(path);
+    std::istringstream file(ReadInput(path));
     std::vector<std::string> labels;
     for (std::string line; std::getline(file, line);) {
         if (line.ends_with('\r')) {
@@ -76,20 +91,20 @@ void Run(const RunOptions& options, std::ostream& out, std::ostream& err) {
     const std::vector<TensorFileArgument> inputFiles = ParseTensorFiles(options.inputs);
     const std::vector<TensorFileArgument> outputFiles = ParseTensorFiles(options.outputs);
     CheckOutputFiles(outputFiles);
-    CheckUsage(options, inputFiles);
+    CheckUsage(options, inputFiles, outputFiles);
     const TopOptions top{options.top, options.labels ? ReadLabels(*options.labels) : std::vector<std::string>()};
 
     const LogLines lines(options.model.logLevel, err);
     LoadedModel loaded = LoadModel(options.model, err);
     orvane::Model& model = loaded.model;
-    const std::vector<ModelTensor> inputs = TensorsOf(model, TensorTypeInput);
+    const std::vector<orvane::Tensor>& inputs = model.Inputs();
     RefuseDynamicInputs(options.model, inputs);
-    const std::vector<ModelTensor> outputs = TensorsOf(model, TensorTypeOutput);
+    const std::vector<orvane::Tensor>& outputs = model.Outputs();
     Inference inference{model, ReadInputs(inputFiles, inputs, options.pictures), PrepareOutputs(outputFiles, outputs)};
 
     CheckLabels(top, outputs);
     const double milliseconds = Infer(inference, options.repeat);
-    WriteOutputs(inference.outputs);
+    WriteOutputs(inference.outputs, out);
     const RunReport report{outputs, inference.outputs, options.repeat, milliseconds, top};
     options.json ? PrintJsonReport(out, report) : PrintReport(out, report);
 }
@@ -100,32 +115,44 @@ Command RunCommand() {
     const auto options = std::make_shared<RunOptions>();
     PictureOptions& pictures = options->pictures;
     const std::vector<Argument> own = {
-        {"--input", &options->inputs, "WHICH=FILE",
-         "Data of the input with this index or name, once for each: .npy, .npz, .png, .jpg, or else bare bytes; an "
-         ".npz alone gives all that it holds"},
-        {"--output", &options->outputs, "WHICH=FILE",
-         "Where this output goes, as .npy or else bare bytes; without any, a summary of all is printed"},
+        {"--input",
+         &options->inputs,
+         "WHICH=FILE",
+         "Read this input (index or name) from an .npy, .npz, .png or .jpg file, or from bare bytes; once per input. "
+         "An "
+         ".npz without WHICH= is read for the inputs that it names",
+         {.offer = Offer::Files}},
+        {"--output",
+         &options->outputs,
+         "WHICH=FILE",
+         "Write this output as .npy, or as bare bytes; without any --output, all outputs are summarised",
+         {.offer = Offer::Files}},
         {"--mean",
          &pictures.mean,
          "X[,X,X]",
-         "Of a picture: subtracted from each pixel, 0 to 255; one number, or one for each channel",
+         "Pictures: subtract this from each pixel, 0 to 255; one number, or one per channel",
          {.separator = ','}},
         {"--scale",
          &pictures.scale,
          "X[,X,X]",
-         "Of a picture: what is left is divided by this; one number, or one for each channel",
+         "Pictures: divide by this after subtracting --mean; one number, or one per channel",
          {.separator = ','}},
-        {"--bgr", &pictures.bgr, "", "Of a picture: blue is the first channel, not red"},
+        {"--bgr", &pictures.bgr, "", "Pictures: the first channel is blue, not red"},
         {"--top",
          &options->top,
          "K",
-         "Print the K largest elements of each output instead of a summary",
+         "Show the K largest elements of each output instead of a summary",
          {.isAboveZero = true}},
-        {"--labels", &options->labels, "FILE", "With --top: the names of the elements, one on each line"},
-        {"--repeat", &options->repeat, "N", "Number of times to do the whole inference", {.isAboveZero = true}},
+        {"--labels",
+         &options->labels,
+         "FILE",
+         "Show the names of the elements with --top; the file has one per line",
+         {.offer = Offer::Files}},
+        {"--repeat", &options->repeat, "N", "Run N times and show the time (default: 1)", {.isAboveZero = true}},
         {"--json", &options->json, "", "Print one JSON object"},
     };
-    return {"run", "Run a model once or several times", Joined(ArgumentsForModel(options->model), own),
+    return {"run", "Run a model on files", "orvane run face.tflite --input 0=photo.png --mean 127.5 --scale 127.5",
+            ArgumentsForModel(options->model, own),
             [options](std::ostream& out, std::ostream& err) { Run(*options, out, err); }};
 }
 

@@ -19,13 +19,13 @@ constexpr std::size_t kAlignment = 64;
 constexpr std::size_t kMaxHeaderBytes = 1 << 20;  // far more than any real one; what is claimed beyond is not read
 
 // How the little-endian elements of each type are described.
-constexpr std::pair<DataType, std::string_view> kDescriptions[] = {
-    {DataTypeFloat32, "<f4"}, {DataTypeFloat16, "<f2"}, {DataTypeInt32, "<i4"},
-    {DataTypeUInt8, "|u1"},   {DataTypeInt64, "<i8"},   {DataTypeBool, "|b1"},
-    {DataTypeInt16, "<i2"},   {DataTypeInt8, "|i1"},    {DataTypeFloat64, "<f8"},
+constexpr std::pair<orvane::ElementType, std::string_view> kDescriptions[] = {
+    {orvane::ElementType::Float32, "<f4"}, {orvane::ElementType::Float16, "<f2"}, {orvane::ElementType::Int32, "<i4"},
+    {orvane::ElementType::UInt8, "|u1"},   {orvane::ElementType::Int64, "<i8"},   {orvane::ElementType::Bool, "|b1"},
+    {orvane::ElementType::Int16, "<i2"},   {orvane::ElementType::Int8, "|i1"},    {orvane::ElementType::Float64, "<f8"},
 };
 
-std::optional<DataType> ElementTypeOf(std::string_view description) {
+std::optional<orvane::ElementType> ElementTypeOf(std::string_view description) {
     for (const auto& [type, text] : kDescriptions) {
         if (text == description) {
             return type;
@@ -34,7 +34,7 @@ std::optional<DataType> ElementTypeOf(std::string_view description) {
     return std::nullopt;
 }
 
-std::string Description(DataType elementType) {
+std::string Description(orvane::ElementType elementType) {
     for (const auto& [type, text] : kDescriptions) {
         if (type == elementType) {
             return std::string(text);
@@ -178,7 +178,7 @@ class HeaderParser {
     }
 
     std::string_view rest;
-    std::optional<DataType> elementType;
+    std::optional<orvane::ElementType> elementType;
     std::optional<bool> fortranOrder;
     std::optional<std::vector<int64_t>> shape;
 };
@@ -212,7 +212,6 @@ NpyArray ReadNpyHeader(std::istream& file) {
 }
 
 std::vector<uint8_t> InCOrder(const std::vector<uint8_t>& data, const NpyArray& array) {
-    const std::size_t elementBytes = DataTypeSize(array.elementType);
     // How many elements lie between neighbours of each dimension.
     std::vector<std::size_t> strides;
     std::size_t stride = 1;
@@ -220,6 +219,7 @@ std::vector<uint8_t> InCOrder(const std::vector<uint8_t>& data, const NpyArray& 
         strides.push_back(stride);
         stride *= static_cast<std::size_t>(dimension);
     }
+    const std::size_t elementBytes = data.size() / std::max<std::size_t>(stride, 1);
     std::vector<uint8_t> ordered(data.size());
     std::vector<int64_t> place(array.shape.size());
     std::size_t source = 0;

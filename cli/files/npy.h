@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvane/tensor_info.h>
+#include <orvane/orvane.hpp>
 
 #include <cstdint>
 #include <istream>
@@ -12,7 +12,7 @@ namespace Orvane::Cli {
 
 // What an .npy file says of the data behind its header.
 struct NpyArray {
-    DataType elementType = DataTypeUnknown;
+    orvane::ElementType elementType = orvane::ElementType::Unknown;
     std::vector<int64_t> shape;
     bool isFortran = false;  // the first dimension varies fastest, not the last
 };

@@ -23,11 +23,11 @@ NpyArray Read(const std::string& bytes) {
 }
 
 TEST(Npy, HeaderIsWrittenAsFormat1WithDataAt64Bytes) {
-    EXPECT_EQ(NpyHeader({DataTypeFloat32, {1, 576}}),
+    EXPECT_EQ(NpyHeader({orvane::ElementType::Float32, {1, 576}}),
               "\x93NUMPY\x01\x00\x76\x00{'descr': '<f4', 'fortran_order': False, 'shape': (1, 576), }"s +
                   std::string(56, ' ') + "\n");
     for (const Shape& shape : {Shape{}, Shape{3}, Shape{0, 2}, Shape{1, 2, 3, 4, 5, 6}}) {
-        const std::string header = NpyHeader({DataTypeUInt8, shape});
+        const std::string header = NpyHeader({orvane::ElementType::UInt8, shape});
         EXPECT_EQ(header.size() % 64, 0U);
         EXPECT_EQ(Read(header).shape, shape);
         for (size_t size = 0; size < header.size(); ++size) {
@@ -37,10 +37,12 @@ TEST(Npy, HeaderIsWrittenAsFormat1WithDataAt64Bytes) {
 }
 
 TEST(Npy, ReadsEveryVersionTypeAndSpelling) {
-    const std::pair<std::string, DataType> types[] = {
-        {"<f4", DataTypeFloat32}, {"<f2", DataTypeFloat16}, {"<i4", DataTypeInt32},
-        {"|u1", DataTypeUInt8},   {"<i8", DataTypeInt64},   {"|b1", DataTypeBool},
-        {"<i2", DataTypeInt16},   {"|i1", DataTypeInt8},    {"<f8", DataTypeFloat64}};
+    const std::pair<std::string, orvane::ElementType> types[] = {
+        {"<f4", orvane::ElementType::Float32}, {"<f2", orvane::ElementType::Float16},
+        {"<i4", orvane::ElementType::Int32},   {"|u1", orvane::ElementType::UInt8},
+        {"<i8", orvane::ElementType::Int64},   {"|b1", orvane::ElementType::Bool},
+        {"<i2", orvane::ElementType::Int16},   {"|i1", orvane::ElementType::Int8},
+        {"<f8", orvane::ElementType::Float64}};
     for (const auto& [description, type] : types) {
         for (const char version : {'\1', '\2', '\3'}) {
             const std::string text = "{\"shape\":(7,),\"fortran_order\":True,'descr': '" + description + "', }\n";
@@ -55,8 +57,8 @@ TEST(Npy, FortranOrderIsTurnedIntoCOrder) {
     const std::vector<uint8_t> fortran = {0, 6, 2, 8, 4, 10, 1, 7, 3, 9, 5, 11};
     std::vector<uint8_t> ordered(12);
     std::iota(ordered.begin(), ordered.end(), uint8_t{0});
-    EXPECT_EQ(InCOrder(fortran, {DataTypeUInt8, {2, 3, 2}, true}), ordered);
-    EXPECT_EQ(InCOrder({1, 2, 5, 6, 3, 4, 7, 8}, {DataTypeInt16, {2, 2}, true}),
+    EXPECT_EQ(InCOrder(fortran, {orvane::ElementType::UInt8, {2, 3, 2}, true}), ordered);
+    EXPECT_EQ(InCOrder({1, 2, 5, 6, 3, 4, 7, 8}, {orvane::ElementType::Int16, {2, 2}, true}),
               (std::vector<uint8_t>{1, 2, 3, 4, 5, 6, 7, 8}));
     const NpyArray read = Read(Header(1, "{'descr': '<f4', 'fortran_order': True, 'shape': (2, 3), }"));
     EXPECT_TRUE(read.isFortran && read.shape == (Shape{2, 3}));

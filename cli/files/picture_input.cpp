@@ -2,9 +2,13 @@
 
 #include "cli/failure.h"
 #include "cli/files/ending.h"
+#include "cli/files/exif.h"
 #include "cli/files/stb.h"
+#include "cli/printable.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <optional>
 
@@ -42,16 +46,16 @@ double NumberFor(const std::vector<double>& numbers, int64_t channel, double fal
     return numbers[numbers.size() == 1 ? 0 : static_cast<std::size_t>(channel)];
 }
 
-void CheckOptions(const ModelTensor& input, const Layout& layout, const PictureOptions& options) {
+void CheckOptions(const orvane::Tensor& input, const Layout& layout, const PictureOptions& options) {
     for (const std::vector<double>* numbers : {&options.mean, &options.scale}) {
         if (numbers->size() > 1 && static_cast<int64_t>(numbers->size()) != layout.channels) {
-            throw Failure(Label(input) + " has 1 channel, but --mean or --scale gives " +
+            throw Failure(input.Label() + " has 1 channel, but --mean or --scale gives " +
                               std::to_string(numbers->size()) + " numbers",
                           {"Give one."});
         }
     }
-    if (input.elementType == DataTypeUInt8 && !(options.mean.empty() && options.scale.empty())) {
-        throw Failure(Label(input) + " is uint8, which takes the pixels as they are",
+    if (input.type == orvane::ElementType::UInt8 && !(options.mean.empty() && options.scale.empty())) {
+        throw Failure(input.Label() + " is uint8, which takes the pixels as they are",
                       {"Leave --mean and --scale out."});
     }
 }
@@ -78,22 +82,27 @@ bool IsPicture(const std::string& path) {
     return EndsIn(path, ".png") || EndsIn(path, ".jpg") || EndsIn(path, ".jpeg");
 }
 
-std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& path, const ModelTensor& input,
+bool IsUnreadPicture(const std::string& path) {
+    constexpr const char* kEndings[] = {".webp", ".gif", ".bmp", ".tif", ".tiff", ".heic", ".heif", ".avif"};
+    return std::any_of(std::begin(kEndings), std::end(kEndings),
+                       [&](const char* ending) { return EndsIn(path, ending); });
+}
+
+std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& path, const orvane::Tensor& input,
                                  const PictureOptions& options) {
     const std::optional<Layout> layout = LayoutOf(input.shape);
-    const bool isFloat = input.elementType == DataTypeFloat32;
-    if (!layout || (!isFloat && input.elementType != DataTypeUInt8)) {
-        throw Failure(Label(input) + " is " + ElementTypeName(input.elementType) + " " + ShapeText(input.shape) +
-                          ", which takes no picture",
+    const bool isFloat = input.type == orvane::ElementType::Float32;
+    if (!layout || (!isFloat && input.type != orvane::ElementType::UInt8)) {
+        throw Failure(input.Label() + " is " + TypeText(input.type, input.shape) + ", which takes no picture",
                       {"One goes into float32 or uint8 of [1, C, H, W] or [1, H, W, C] with 1 or 3 channels. Give an "
                        ".npy file."});
     }
     CheckOptions(input, *layout, options);
-    Picture picture = DecodePicture(bytes, static_cast<int>(layout->channels), path);
+    Picture picture = Upright(DecodePicture(bytes, static_cast<int>(layout->channels), path), ExifOrientation(bytes));
     if (picture.width != layout->width || picture.height != layout->height) {
         picture = Scaled(picture, static_cast<int>(layout->width), static_cast<int>(layout->height));
     }
-    std::vector<uint8_t> data(input.Bytes());
+    std::vector<uint8_t> data(static_cast<std::size_t>(input.byteSize));
     isFloat ? Fill<float>(data, picture, *layout, options) : Fill<uint8_t>(data, picture, *layout, options);
     return data;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/model/model_tensor.h"
+#include <orvane/orvane.hpp>
 
 #include <cstdint>
 #include <string>
@@ -21,10 +21,13 @@ struct PictureOptions {
 // Whether the path ends like a picture's.
 bool IsPicture(const std::string& path);
 
-// The picture in the file `bytes`, scaled to the input's height and width, as its data. The input is one picture with
-// one or three channels, first or last, of type float32 or uint8. Throws `Failure` when it is none or there is no
-// picture.
-std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& path, const ModelTensor& input,
+// Whether it ends like that of a picture of a kind that is not read.
+bool IsUnreadPicture(const std::string& path);
+
+// Makes the data of an input from the picture in `bytes`: turned as its Exif data say, and scaled to the input's height
+// and width. The input takes one picture with one or three channels, first or last, of type float32 or uint8. Throws
+// `Failure` for another input, and for bytes that are not a picture.
+std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& path, const orvane::Tensor& input,
                                  const PictureOptions& options);
 
 }  // namespace Orvane::Cli

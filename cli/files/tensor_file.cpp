@@ -4,7 +4,8 @@
 #include "cli/files/ending.h"
 #include "cli/files/npy.h"
 #include "cli/files/npz.h"
-#include "platform/file_error.h"
+#include "cli/files/standard_input.h"
+#include "cli/printable.h"
 #include "platform/input_file.h"
 #include "platform/path.h"
 
@@ -22,23 +23,23 @@ bool IsIndex(const std::string& which) {
 }
 
 // Null when there is no such tensor.
-const ModelTensor* FindTensor(const std::string& which, const std::vector<ModelTensor>& tensors) {
+const orvane::Tensor* FindTensor(const std::string& which, const std::vector<orvane::Tensor>& tensors) {
     if (IsIndex(which)) {
         std::size_t index = 0;
         const auto [end, error] = std::from_chars(which.data(), which.data() + which.size(), index);
         return error == std::errc() && index < tensors.size() ? &tensors[index] : nullptr;
     }
-    const auto found =
-        std::find_if(tensors.begin(), tensors.end(), [&](const ModelTensor& tensor) { return tensor.name == which; });
+    const auto found = std::find_if(tensors.begin(), tensors.end(),
+                                    [&](const orvane::Tensor& tensor) { return tensor.name == which; });
     return found != tensors.end() ? &*found : nullptr;
 }
 
-[[noreturn]] void RefuseUnknown(const std::string& which, const std::vector<ModelTensor>& tensors, TensorType side) {
+[[noreturn]] void RefuseUnknown(const std::string& which, const std::vector<orvane::Tensor>& tensors,
+                                orvane::Side side) {
     std::vector<std::string> hints = {tensors.empty() ? "The model has no " + SideName(side) + "s."
                                                       : "The model has these:"};
-    for (const ModelTensor& tensor : tensors) {
-        hints.push_back("  " + Label(tensor) + " " + ElementTypeName(tensor.elementType) + " " +
-                        ShapeText(tensor.shape));
+    for (const orvane::Tensor& tensor : tensors) {
+        hints.push_back("  " + tensor.Label() + " " + TypeText(tensor.type, tensor.shape));
     }
     throw Failure("the model has no " + SideName(side) + " " + (IsIndex(which) ? which : "\"" + which + "\""), hints);
 }
@@ -51,30 +52,18 @@ bool IsNpz(const std::string& path) {
     return EndsIn(path, ".npz");
 }
 
-std::string Describe(DataType type, const std::vector<int64_t>& shape) {
-    return ElementTypeName(type) + " " + ShapeText(shape);
-}
-
-NpyArray CheckNpy(std::istream& stream, const std::string& path, const ModelTensor& tensor) {
+NpyArray CheckNpy(std::istream& stream, const std::string& path, const orvane::Tensor& tensor) {
     NpyArray array;
     try {
         array = ReadNpyHeader(stream);
     } catch (const UnreadableNpy& reason) {
         throw Failure(path + " is not a readable .npy file: " + reason.what());
     }
-    if (array.elementType != tensor.elementType || array.shape != tensor.shape) {
-        throw Failure(path + " holds " + Describe(array.elementType, array.shape) + ", but " + Label(tensor) + " is " +
-                      Describe(tensor.elementType, tensor.shape));
+    if (array.elementType != tensor.type || array.shape != tensor.shape) {
+        throw Failure(path + " holds " + TypeText(array.elementType, array.shape) + ", but " + tensor.Label() + " is " +
+                      TypeText(tensor.type, tensor.shape));
     }
     return array;
-}
-
-std::size_t ReadUpTo(std::istream& stream, const std::string& path, void* data, std::size_t size) {
-    stream.read(static_cast<char*>(data), static_cast<std::streamsize>(size));
-    if (stream.bad()) {
-        throw Platform::FileError::OfSystem("cannot read " + path);
-    }
-    return static_cast<std::size_t>(stream.gcount());
 }
 
 // How many bytes of data the stream holds, `read` of which have been read, for a message.
@@ -88,41 +77,39 @@ std::string BytesHeld(std::istream& stream, std::size_t read) {
 }
 
 // All that is left in the stream, which is exactly the tensor's data.
-std::vector<uint8_t> ReadData(std::istream& stream, const std::string& path, const ModelTensor& tensor,
+std::vector<uint8_t> ReadData(std::istream& stream, const std::string& path, const orvane::Tensor& tensor,
                               const std::string& whatToDo) {
-    std::vector<uint8_t> data(tensor.Bytes());
-    const std::size_t read = ReadUpTo(stream, path, data.data(), data.size());
+    std::vector<uint8_t> data(static_cast<std::size_t>(tensor.byteSize));
+    const std::size_t read = Platform::ReadUpTo(stream, path, data.data(), data.size());
     char beyond = 0;
     const bool isCut = read < data.size();
-    if (isCut || ReadUpTo(stream, path, &beyond, 1) != 0) {
+    if (isCut || Platform::ReadUpTo(stream, path, &beyond, 1) != 0) {
         const std::string held = isCut ? std::to_string(read) : BytesHeld(stream, read + 1);
         throw Failure(
-            path + " holds " + held + " bytes of data, but " + Label(tensor) + " takes " + std::to_string(data.size()),
+            path + " holds " + held + " bytes of data, but " + tensor.Label() + " takes " + std::to_string(data.size()),
             {whatToDo});
     }
     return data;
 }
 
-std::vector<uint8_t> ReadNpyData(std::istream& stream, const std::string& path, const ModelTensor& tensor) {
+std::vector<uint8_t> ReadNpyData(std::istream& stream, const std::string& path, const orvane::Tensor& tensor) {
     const NpyArray array = CheckNpy(stream, path, tensor);
     const auto read = [&] { return ReadData(stream, path, tensor, "The file is damaged; write it again."); };
     return array.isFortran ? InCOrder(read(), array) : read();
 }
 
-// Does `read` with what it holds, and says whose fault it is when that cannot be read.
+// Calls `read` with the list of the archive's arrays, and names the file if it cannot be read.
 template <typename Read>
-auto WithNpz(const std::string& path, Read read) {
-    std::ifstream file = Platform::OpenInputFile(path);
+auto WithNpz(std::istream& file, const std::string& path, Read read) {
     try {
-        const std::vector<NpzArray> arrays = ListNpz(file);
-        return read(file, arrays);
+        return read(ListNpz(file));
     } catch (const UnreadableNpz& reason) {
         throw Failure(path + " is not a readable .npz file: " + reason.what());
     }
 }
 
 // The array of the tensor's name, or the only one.
-const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string& path, const ModelTensor& tensor) {
+const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string& path, const orvane::Tensor& tensor) {
     const auto found =
         std::find_if(arrays.begin(), arrays.end(), [&](const NpzArray& array) { return array.name == tensor.name; });
     if (found != arrays.end()) {
@@ -136,23 +123,39 @@ const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string
         names += " ";
         names += array.name;
     }
-    throw Failure(path + " has no array of the name of " + Label(tensor) + ", but these:" + names,
+    throw Failure(path + " has no array of the name of " + tensor.Label() + ", but these:" + names,
                   {"Save it with the names of the inputs: numpy.savez(FILE, **{\"" + tensor.name + "\": array})."});
 }
 
-std::vector<uint8_t> ReadNpzData(const std::string& path, const ModelTensor& tensor) {
-    return WithNpz(path, [&](std::istream& file, const std::vector<NpzArray>& arrays) {
+std::vector<uint8_t> ReadNpzData(std::istream& file, const std::string& path, const orvane::Tensor& tensor) {
+    return WithNpz(file, path, [&](const std::vector<NpzArray>& arrays) {
         const NpzArray& array = FindArray(arrays, path, tensor);
         std::istringstream npy(ReadNpz(file, array));
         return ReadNpyData(npy, path + ", array " + array.name, tensor);
     });
 }
 
-std::string ReadWhole(const std::string& path) {
-    const std::ifstream file = Platform::OpenInputFile(path);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
+std::vector<uint8_t> ReadBareData(std::istream& file, const std::string& path, const orvane::Tensor& tensor) {
+    return ReadData(file, path, tensor,
+                    "Give exactly the bytes of " + TypeText(tensor.type, tensor.shape) +
+                        ", or an .npy file, whose element type and shape are checked.");
+}
+
+// Its first bytes say what it is, as a path's ending does.
+std::vector<uint8_t> ReadStandardInput(const orvane::Tensor& tensor, const PictureOptions& pictures) {
+    const std::string name = InputName("-");
+    const std::string bytes = ReadInput("-");
+    std::istringstream file(bytes);
+    if (bytes.starts_with("\x93NUMPY")) {
+        return ReadNpyData(file, name, tensor);
+    }
+    if (bytes.starts_with("PK\3\4")) {
+        return ReadNpzData(file, name, tensor);
+    }
+    if (bytes.starts_with("\x89PNG") || bytes.starts_with("\xff\xd8\xff")) {
+        return PictureData(bytes, name, tensor, pictures);
+    }
+    return ReadBareData(file, name, tensor);
 }
 
 }  // namespace
@@ -176,7 +179,7 @@ std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>&
 void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments) {
     std::set<std::filesystem::path> places;
     for (const TensorFileArgument& argument : arguments) {
-        if (IsNpz(argument.path) || IsPicture(argument.path)) {
+        if (IsNpz(argument.path) || IsPicture(argument.path) || IsUnreadPicture(argument.path)) {
             throw WrongUsage(argument.path + " cannot be written: an output is written as .npy or as bare bytes");
         }
         std::error_code ignored;
@@ -188,16 +191,16 @@ void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments) {
     }
 }
 
-std::vector<const ModelTensor*> FindTensors(const std::vector<std::string>& named,
-                                            const std::vector<ModelTensor>& tensors, TensorType side) {
-    std::vector<const ModelTensor*> found;
+std::vector<const orvane::Tensor*> FindTensors(const std::vector<std::string>& named,
+                                               const std::vector<orvane::Tensor>& tensors, orvane::Side side) {
+    std::vector<const orvane::Tensor*> found;
     for (const std::string& which : named) {
-        const ModelTensor* tensor = FindTensor(which, tensors);
+        const orvane::Tensor* tensor = FindTensor(which, tensors);
         if (tensor == nullptr) {
             RefuseUnknown(which, tensors, side);
         }
         if (std::find(found.begin(), found.end(), tensor) != found.end()) {
-            throw Failure(Label(*tensor) + " is given twice");
+            throw Failure(tensor->Label() + " is given twice");
         }
         found.push_back(tensor);
     }
@@ -211,7 +214,8 @@ std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>
             all.push_back(argument);
             continue;
         }
-        WithNpz(argument.path, [&](std::istream&, const std::vector<NpzArray>& arrays) {
+        std::ifstream file = Platform::OpenInputFile(argument.path);
+        WithNpz(file, argument.path, [&](const std::vector<NpzArray>& arrays) {
             for (const NpzArray& array : arrays) {
                 all.push_back({array.name, argument.path});
             }
@@ -220,25 +224,25 @@ std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>
     return all;
 }
 
-std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor,
+std::vector<uint8_t> ReadTensorFile(const std::string& path, const orvane::Tensor& tensor,
                                     const PictureOptions& pictures) {
-    if (IsNpz(path)) {
-        return ReadNpzData(path, tensor);
+    if (IsStandard(path)) {
+        return ReadStandardInput(tensor, pictures);
     }
     if (IsPicture(path)) {
-        return PictureData(ReadWhole(path), path, tensor, pictures);
+        return PictureData(ReadInput(path), path, tensor, pictures);
+    }
+    if (IsUnreadPicture(path)) {
+        throw Failure(path + " is a kind of picture that orvane does not read", {"Give a PNG or JPEG file."});
     }
     std::ifstream file = Platform::OpenInputFile(path);
-    if (IsNpy(path)) {
-        return ReadNpyData(file, path, tensor);
-    }
-    return ReadData(file, path, tensor,
-                    "Give exactly the bytes of " + Describe(tensor.elementType, tensor.shape) +
-                        ", or an .npy file, whose element type and shape are checked.");
+    return IsNpz(path)   ? ReadNpzData(file, path, tensor)
+           : IsNpy(path) ? ReadNpyData(file, path, tensor)
+                         : ReadBareData(file, path, tensor);
 }
 
-std::string TensorFileHeader(const std::string& path, const ModelTensor& tensor) {
-    return IsNpy(path) ? NpyHeader({tensor.elementType, tensor.shape, false}) : "";
+std::string TensorFileHeader(const std::string& path, const orvane::Tensor& tensor) {
+    return IsNpy(path) || IsStandard(path) ? NpyHeader({tensor.type, tensor.shape, false}) : "";
 }
 
 }  // namespace Orvane::Cli

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "cli/files/picture_input.h"
-#include "cli/model/model_tensor.h"
+
+#include <orvane/orvane.hpp>
 
 #include <cstdint>
 #include <string>
@@ -23,11 +24,12 @@ void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments);
 
 // For each index or name its tensor among `tensors`, which are all of one side. Throws `Failure` when there is no such
 // tensor or one is named twice.
-std::vector<const ModelTensor*> FindTensors(const std::vector<std::string>& named,
-                                            const std::vector<ModelTensor>& tensors, TensorType side);
+std::vector<const orvane::Tensor*> FindTensors(const std::vector<std::string>& named,
+                                               const std::vector<orvane::Tensor>& tensors, orvane::Side side);
 
-// A tensor's data lies in a file as its path's ending says: as an .npy array, in an .npz archive under the tensor's
-// name, as a .png or .jpg picture, or else as its bare bytes.
+// The ending of a path says how a file holds a tensor's data: as an .npy array, in an .npz archive under the tensor's
+// name, as a .png or .jpg picture, or else as bare bytes. The path "-" is the standard input, whose first bytes say it,
+// or the standard output, which gets an .npy array.
 
 // Puts in the place of an .npz file without a tensor all that it holds, each array for the tensor of its name. Throws
 // `Failure` when it cannot be read.
@@ -35,9 +37,10 @@ std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>
 
 // Reads the data of `tensor`, exactly as many bytes as it holds. Throws `Failure` when the file cannot be read or
 // holds another element type, shape or number of bytes.
-std::vector<uint8_t> ReadTensorFile(const std::string& path, const ModelTensor& tensor, const PictureOptions& pictures);
+std::vector<uint8_t> ReadTensorFile(const std::string& path, const orvane::Tensor& tensor,
+                                    const PictureOptions& pictures);
 
-// What stands in the file before the data that `tensor` gave; empty for bare bytes.
-std::string TensorFileHeader(const std::string& path, const ModelTensor& tensor);
+// The bytes of the file before the data of `tensor`; none for bare bytes.
+std::string TensorFileHeader(const std::string& path, const orvane::Tensor& tensor);
 
 }  // namespace Orvane::Cli

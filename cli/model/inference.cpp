@@ -1,20 +1,22 @@
 #include "cli/model/inference.h"
 
 #include "cli/failure.h"
+#include "cli/files/standard_input.h"
 #include "platform/whole_file.h"
 
 #include <algorithm>
 #include <deque>
+#include <ostream>
 #include <span>
 
 namespace Orvane::Cli {
 namespace {
 
-void CheckAllGiven(const std::vector<ModelTensor>& inputs, const std::vector<const ModelTensor*>& given) {
+void CheckAllGiven(const std::vector<orvane::Tensor>& inputs, const std::vector<const orvane::Tensor*>& given) {
     std::string missing;
-    for (const ModelTensor& input : inputs) {
+    for (const orvane::Tensor& input : inputs) {
         if (std::find(given.begin(), given.end(), &input) == given.end()) {
-            missing += (missing.empty() ? "" : ", ") + Label(input);
+            missing += (missing.empty() ? "" : ", ") + input.Label();
         }
     }
     if (!missing.empty()) {
@@ -30,18 +32,18 @@ std::vector<std::string> NamesOf(const std::vector<TensorFileArgument>& argument
     return names;
 }
 
-void CheckCopyable(const ModelTensor& tensor) {
-    if (const std::optional<std::string> obstacle = tensor.Obstacle()) {
-        throw Failure(Label(tensor) + " cannot be copied: " + *obstacle);
+void CheckCopyable(const orvane::Tensor& tensor) {
+    if (!tensor.problem.empty()) {
+        throw Failure(tensor.problem);
     }
 }
 
 }  // namespace
 
-std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given, const std::vector<ModelTensor>& inputs,
-                                 const PictureOptions& pictures) {
+std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given,
+                                 const std::vector<orvane::Tensor>& inputs, const PictureOptions& pictures) {
     const std::vector<TensorFileArgument> arguments = WithArrays(given);
-    const std::vector<const ModelTensor*> found = FindTensors(NamesOf(arguments), inputs, TensorTypeInput);
+    const std::vector<const orvane::Tensor*> found = FindTensors(NamesOf(arguments), inputs, orvane::Side::Input);
     CheckAllGiven(inputs, found);
     std::vector<Transfer> transfers;
     for (std::size_t i = 0; i < found.size(); ++i) {
@@ -52,31 +54,37 @@ std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given, c
 }
 
 std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& arguments,
-                                     const std::vector<ModelTensor>& outputs) {
+                                     const std::vector<orvane::Tensor>& outputs) {
     std::vector<Transfer> transfers;
-    const std::vector<const ModelTensor*> named = FindTensors(NamesOf(arguments), outputs, TensorTypeOutput);
+    const std::vector<const orvane::Tensor*> named = FindTensors(NamesOf(arguments), outputs, orvane::Side::Output);
     for (std::size_t i = 0; i < named.size(); ++i) {
         CheckCopyable(*named[i]);
         transfers.push_back({named[i], {}, arguments[i].path});
     }
-    for (const ModelTensor& tensor : outputs) {
-        if (arguments.empty() && !tensor.Obstacle()) {
+    for (const orvane::Tensor& tensor : outputs) {
+        if (arguments.empty() && tensor.problem.empty()) {
             transfers.push_back({&tensor, {}, std::nullopt});
         }
     }
     for (Transfer& transfer : transfers) {
-        transfer.data.resize(transfer.tensor->Bytes());
+        transfer.data.resize(static_cast<std::size_t>(transfer.tensor->byteSize));
     }
     return transfers;
 }
 
-void WriteOutputs(const std::vector<Transfer>& outputs) {
+void WriteOutputs(const std::vector<Transfer>& outputs, std::ostream& out) {
     std::deque<Platform::WholeFile> files;
     for (const Transfer& output : outputs) {
         if (!output.path) {
             continue;
         }
         const std::string header = TensorFileHeader(*output.path, *output.tensor);
+        if (IsStandard(*output.path)) {
+            out << header;
+            out.write(reinterpret_cast<const char*>(output.data.data()),
+                      static_cast<std::streamsize>(output.data.size()));
+            continue;
+        }
         Platform::WholeFile& file = files.emplace_back(*output.path);
         file.Write(header.data(), header.size());
         file.Write(output.data.data(), output.data.size());

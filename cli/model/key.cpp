@@ -1,20 +1,20 @@
 #include "cli/model/key.h"
 
 #include "cli/failure.h"
+#include "cli/files/standard_input.h"
 #include "platform/input_file.h"
 
 #include <array>
-#include <iostream>
 
 namespace Orvane::Cli {
 namespace {
 
-// Longer than any key, so that one that is too long is seen to be.
+// Longer than any key, so that a key which is too long is noticed.
 constexpr std::size_t kMostBytes = 64;
 
 std::string ReadKeyFile(const std::string& path) {
     std::array<char, kMostBytes> bytes{};
-    if (path == "-") {
+    if (IsStandard(path)) {
         std::cin.read(bytes.data(), bytes.size());
         return {bytes.data(), static_cast<std::size_t>(std::cin.gcount())};
     }
@@ -29,8 +29,8 @@ std::vector<Argument> ArgumentsForKey(KeyOptions& options, const std::string& de
             {"--key-file",
              &options.file,
              "FILE",
-             "The same from a file, or with - from the standard input",
-             {.excludes = "--key"}}};
+             "Read the key from this file; other users can see a --key in the list of processes",
+             {.excludes = "--key", .offer = Offer::Files}}};
 }
 
 std::optional<std::string> ReadKey(const KeyOptions& options) {

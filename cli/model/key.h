@@ -17,8 +17,8 @@ struct KeyOptions {
 // --key and --key-file.
 std::vector<Argument> ArgumentsForKey(KeyOptions& options, const std::string& description);
 
-// The key that was given; none when there is none. In a file a line end behind the key does not count. Throws `Failure`
-// when the file cannot be read, and `WrongUsage` for an empty key.
+// The key that was given, or no value. Ignores a line end after the key in a file. Throws `Failure` if the file cannot
+// be read, and `WrongUsage` for an empty key.
 std::optional<std::string> ReadKey(const KeyOptions& options);
 
 }  // namespace Orvane::Cli

@@ -85,23 +85,27 @@ bool IsVirtualDevice(const std::string& device) {
     return kind == "AUTO" || kind == "MULTI" || kind == "HETERO" || kind == "BATCH";
 }
 
-std::optional<std::string> DeviceHint(const std::optional<std::string>& device) {
-    if (!device) {
+// Of several devices of a kind, "GPU.0" and "GPU.1", the name of the kind means the first.
+std::string KindOf(const orvane::Device& device) {
+    return device.name.substr(0, device.name.find('.'));
+}
+
+std::optional<std::string> DeviceHint(const std::optional<std::string>& given) {
+    if (!given) {
         return std::nullopt;
     }
-    if (IsVirtualDevice(*device)) {
-        return *device +
-               " stands for several devices, and a model runs on one: name that, of those that orvane devices "
-               "lists.";
+    const std::string device = DeviceName(given);
+    if (IsVirtualDevice(device)) {
+        return device + " means several devices, and a model runs on one: name one that orvane devices lists.";
     }
     std::string listed;
     for (const orvane::Device& known : orvane::Devices()) {
-        if (known.name == *device || known.name.substr(0, known.name.find('.')) == *device) {
+        if (known.name == device || KindOf(known) == device) {
             return std::nullopt;
         }
         listed += (listed.empty() ? "" : ", ") + known.name;
     }
-    return "This machine has no device " + *device + ", only " + listed + ": leave --device out for the CPU.";
+    return "This machine has no device " + device + ", only " + listed + ": leave --device out for the CPU.";
 }
 
 bool HasOneOf(const std::string& text, std::initializer_list<const char*> parts) {
@@ -150,6 +154,24 @@ std::string LikelyHint(const ModelOptions& options, const std::string& text) {
 
 }  // namespace
 
+std::string DeviceName(const std::optional<std::string>& given) {
+    const auto capital = [](char letter) {
+        return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    };
+    std::string name = given.value_or("");
+    if (std::all_of(name.begin(), name.end(), [&](char letter) { return capital(letter) == letter; })) {
+        return name;  // as all devices of today are called, and found without asking the runtime
+    }
+    std::string capitals = name;
+    std::transform(name.begin(), name.end(), capitals.begin(), capital);
+    for (const orvane::Device& known : orvane::Devices()) {
+        if (known.name == name || KindOf(known) == name) {
+            return name;
+        }
+    }
+    return capitals;
+}
+
 void RefuseFolder(const ModelOptions& options) {
     const std::filesystem::path folder = Platform::PathFromUtf8(options.model.value_or(""));
     std::error_code ignored;
@@ -165,7 +187,7 @@ void RefuseFolder(const ModelOptions& options) {
             found += Platform::Utf8FromPath(entry.path().filename());
         }
     }
-    throw Failure(*options.model + " is a folder, and no SavedModel of TensorFlow, which has a saved_model.pb",
+    throw Failure(*options.model + " is a folder, but not a SavedModel of TensorFlow, which has a saved_model.pb",
                   {"Name the file of the model." + found + (found.empty() ? "" : ".")});
 }
 
@@ -188,9 +210,7 @@ std::vector<std::string> SystemHints(const orvane::Error& error) {
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error) {
     switch (error.GetReason()) {
         case orvane::Reason::HostEnded:
-            return {
-                "If it is the host program, orvane_host, this model ended it: see what happens without --host and "
-                "--remote, or, when the time was too short, with a longer --timeout."};
+            return {"See whether the model loads without --remote and --host, or with a longer --load-timeout."};
         case orvane::Reason::System:
             return SystemHints(error);
         case orvane::Reason::BadArgument:

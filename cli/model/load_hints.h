@@ -4,20 +4,22 @@
 
 #include <orvane/orvane.hpp>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Orvane::Cli {
 
-// What the user of a model that did not load can do about it, one line each, judged by the options, by the error and by
-// the files as they are.
+// What the user can do about a model that did not load, one line each. Depends on the options, the error and the files.
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error);
 
-// Throws `Failure` for a model that is a folder which the runtime does not read as one; it would ask for all memory
-// there is before it says so.
+// Throws `Failure` for a folder that is not a SavedModel: the runtime would take all memory before it refuses it.
 void RefuseFolder(const ModelOptions& options);
 
-// What to do about a failure at any time that the system is to blame for.
+// The name of a device as OpenVINO lists it, found without regard to capital letters; an empty text for no value.
+std::string DeviceName(const std::optional<std::string>& given);
+
+// What to do about a failure of the system, whenever it comes.
 std::vector<std::string> SystemHints(const orvane::Error& error);
 
 }  // namespace Orvane::Cli

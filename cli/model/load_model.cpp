@@ -1,6 +1,7 @@
 #include "cli/model/load_model.h"
 
 #include "cli/failure.h"
+#include "cli/files/standard_input.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
 #include "cli/report/load_progress.h"
@@ -8,6 +9,7 @@
 #include "platform/path.h"
 #include "platform/whole_file.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <ostream>
@@ -17,36 +19,33 @@
 namespace Orvane::Cli {
 namespace {
 
-orvane::Options MakeOptions(const ModelOptions& options, const std::optional<std::string>& key) {
-    orvane::Options made;
-    made.modelPath = options.model.value_or("");
-    made.device = options.device.value_or("");
-    made.cachePath = options.cache.value_or("");
-    made.makeCache = options.makeCache;
-    made.hostProgram = options.HostProgram();
-    if (key) {
-        made.key.assign(key->begin(), key->end());
-    }
-    made.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(options.timeout.value_or(0) * 1000));
-    return made;
+std::chrono::milliseconds Milliseconds(const std::optional<double>& seconds) {
+    return std::chrono::milliseconds(static_cast<int64_t>(seconds.value_or(0) * 1000));
 }
 
-orvane::Model Load(const ModelOptions& options, const std::optional<std::string>& key) {
+// `interrupt` is null if Ctrl-C ends the process.
+orvane::Model Load(const ModelOptions& options, orvane::Options given, std::ostream& err,
+                   const Platform::InterruptFlag* interrupt) {
+    LoadProgress progress(options.model.value_or(options.cache.value_or("")), err);
+    given.progress = [&](orvane::LoadStep step) {
+        progress.SetStep(step);
+        return interrupt == nullptr || !interrupt->IsSet();
+    };
     try {
-        return orvane::Model(MakeOptions(options, key));
+        return orvane::Model(given);
     } catch (const orvane::Error& error) {
+        if (error.GetReason() == orvane::Reason::Cancelled) {
+            throw Failure("interrupted while the model was loaded");
+        }
         throw Failure(error.what(), LoadHints(options, error));
     }
 }
 
-// For the SDK a cache that cannot be written is no failure.
-orvane::Model LoadAndMakeCache(const ModelOptions& options, const std::optional<std::string>& key) {
-    Platform::FinalPlace(*options.cache);  // says what is wrong with it
+// The SDK runs a model although its cache could not be written.
+orvane::Model LoadAndMakeCache(const ModelOptions& options, const orvane::Options& given, std::ostream& err) {
+    Platform::FinalPlace(*options.cache);  // throws if there cannot be such a file
     const Platform::InterruptFlag interrupt;
-    orvane::Model model = Load(options, key);
-    if (interrupt.IsSet()) {
-        throw Failure("interrupted while the cache was made");
-    }
+    orvane::Model model = Load(options, given, err, &interrupt);
     if (Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
         throw Failure("the cache file " + *options.cache + " could not be written",
                       {"Check that its folder exists, may be written to and has room."});
@@ -54,24 +53,92 @@ orvane::Model LoadAndMakeCache(const ModelOptions& options, const std::optional<
     return model;
 }
 
-// Ctrl-C waits until the temporary files can be removed.
+std::unique_ptr<Platform::PrivateFolder> TemporaryFolder() {
+    return std::make_unique<Platform::PrivateFolder>(std::filesystem::temp_directory_path() / "orvane");
+}
+
 LoadedModel LoadWithShapes(const ModelOptions& options, std::ostream& err) {
     const Platform::InterruptFlag interrupt;
-    const std::filesystem::path place = std::filesystem::temp_directory_path() / "orvane";
-    auto files = std::make_unique<Platform::PrivateFolder>(place);
+    auto files = TemporaryFolder();
     ModelOptions reshaped = options;
     reshaped.model = Platform::Utf8FromPath(files->Path() / "model.xml");
     Reshape(options, ParseShapes(options.shapes), *reshaped.model, err);
-    const LoadProgress progress(*options.model, err);
-    orvane::Model model = Load(reshaped, std::nullopt);
-    files->Remove();
     if (interrupt.IsSet()) {
-        throw Failure("interrupted while the model was loaded");
+        throw Failure("interrupted before the model was loaded");
     }
+    orvane::Model model = Load(options, OptionsFor(reshaped), err, &interrupt);
+    files->Remove();
     return {std::move(files), std::move(model)};
 }
 
+// Writes a model from the standard input to a file, whose ending says its format.
+std::string KeepStandardInput(const Platform::PrivateFolder& folder) {
+    const std::string bytes = ReadInput("-");
+    if (bytes.starts_with("<")) {
+        throw Failure("the standard input holds an .xml, whose weights are in another file",
+                      {"Give a model that is one file, such as .onnx or .tflite."});
+    }
+    const bool isTflite = bytes.size() > 8 && bytes.compare(4, 4, "TFL3") == 0;
+    const std::string path = Platform::Utf8FromPath(folder.Path() / (isTflite ? "model.tflite" : "model.onnx"));
+    Platform::WholeFile file(path);
+    file.Write(bytes.data(), bytes.size());
+    file.Close();
+    file.Commit();
+    return path;
+}
+
+bool HasCache(const ModelOptions& options) {
+    std::error_code ignored;
+    return options.cache && std::filesystem::is_regular_file(Platform::PathFromUtf8(*options.cache), ignored);
+}
+
+[[noreturn]] void RefuseCache(const ModelOptions& options, const std::string& why) {
+    throw Failure("the cache file " + *options.cache + " is stale: " + why,
+                  {"Delete it and give --make-cache, or leave MODEL out to run the model in the cache."});
+}
+
+bool HasSameTensors(const std::vector<orvane::Tensor>& left, const std::vector<orvane::Tensor>& right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](const auto& one, const auto& other) {
+        return one.type == other.type && one.shape == other.shape;
+    });
+}
+
+// Reads the plain model file in this process: not for a model that is to run in a host.
+void RefuseOtherModelsCache(const ModelOptions& options, const orvane::Model& loaded) {
+    const orvane::FileTensors file = orvane::DescribeFile(*options.model);
+    if (!HasSameTensors(file.inputs, loaded.Inputs()) || !HasSameTensors(file.outputs, loaded.Outputs())) {
+        RefuseCache(options, "its inputs or outputs are not those of " + *options.model);
+    }
+}
+
 }  // namespace
+
+orvane::Options OptionsFor(const ModelOptions& options) {
+    orvane::Options made;
+    made.modelPath = options.model.value_or("");
+    made.device = DeviceName(options.device);
+    made.cachePath = options.cache.value_or("");
+    made.makeCache = options.makeCache;
+    made.hostProgram = options.HostProgram();
+    if (const std::optional<std::string> key = ReadKey(options.key)) {
+        made.key.assign(key->begin(), key->end());
+    }
+    made.timeLimit = Milliseconds(options.timeout);
+    made.loadTimeLimit = Milliseconds(options.loadTimeout);
+    return made;
+}
+
+void RefuseStaleCache(const ModelOptions& options) {
+    if (!options.model || !HasCache(options)) {
+        return;
+    }
+    std::error_code unknown;
+    const auto cacheTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.cache), unknown);
+    const auto modelTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.model), unknown);
+    if (!unknown && modelTime > cacheTime) {
+        RefuseCache(options, *options.model + " is newer");
+    }
+}
 
 void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
              std::ostream& err) {
@@ -79,7 +146,7 @@ void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shap
     const LoadProgress progress(*options.model, err);
     orvane::InputShapes resolved;
     try {
-        resolved = ResolveShapes(*options.model, shapes, ModelTensors(orvane::DescribeFile(*options.model).inputs));
+        resolved = ResolveShapes(shapes, orvane::DescribeFile(*options.model).inputs);
     } catch (const orvane::Error& error) {
         throw Failure(error.what(), LoadHints(options, error));
     }
@@ -95,19 +162,27 @@ void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shap
 
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
     CheckUsage(options);
-    const std::optional<std::string> key = ReadKey(options.key);
-    if (options.framework != FrameworkTypeOpenvino && options.framework != FrameworkTypeOpenvinoPlain) {
-        throw Failure("Framework " + std::to_string(options.framework) + " is not in this build",
-                      {"Leave --framework out."});
+    if (options.model && IsStandard(*options.model)) {
+        auto folder = TemporaryFolder();
+        ModelOptions kept = options;
+        kept.model = KeepStandardInput(*folder);
+        LoadedModel loaded = LoadModel(kept, err);
+        return {std::move(folder), std::move(loaded.model)};
     }
     RefuseFolder(options);
     if (!options.shapes.empty()) {
         return LoadWithShapes(options, err);
     }
-    const LoadProgress progress(options.model.value_or(options.cache.value_or("")), err);
-    const bool makesCache =
-        options.makeCache && options.cache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
-    return {nullptr, makesCache ? LoadAndMakeCache(options, key) : Load(options, key)};
+    RefuseStaleCache(options);
+    const orvane::Options given = OptionsFor(options);
+    if (options.makeCache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
+        return {nullptr, LoadAndMakeCache(options, given, err)};
+    }
+    LoadedModel loaded{nullptr, Load(options, given, err, nullptr)};
+    if (HasCache(options) && options.model && !options.IsEncrypted() && !options.HostProgram()) {
+        RefuseOtherModelsCache(options, loaded.model);
+    }
+    return loaded;
 }
 
 LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) : stream(err) {

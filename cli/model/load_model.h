@@ -14,22 +14,28 @@
 
 namespace Orvane::Cli {
 
-// A loaded model, and the folder of its temporary files where it was given shapes, which goes after it.
+// A loaded model. Its temporary files, if it has any, are removed after it.
 struct LoadedModel {
     std::unique_ptr<Platform::PrivateFolder> files;
     orvane::Model model;
 };
 
-// Throws `WrongUsage` for options that mean nothing, and `Failure` with the SDK's message, and hints, when the model
-// does not load. On a terminal `err` shows what a long load is at.
+// Throws `WrongUsage` for options that cannot be combined, and `Failure` with the SDK's message and with hints if the
+// model does not load. On a terminal `err` shows the step of a long load. Ctrl-C gives a load with temporary files up.
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err);
 
-// Writes the model file with the shapes that are asked for as `out`, an .xml, and its .bin. Throws as above.
+// What the SDK needs to load the model.
+orvane::Options OptionsFor(const ModelOptions& options);
+
+// Throws `Failure` if the options name a cache file that exists, and a model file that is newer.
+void RefuseStaleCache(const ModelOptions& options);
+
+// Writes the model with these shapes as `out`, an .xml, and its .bin. Throws as above.
 void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
              std::ostream& err);
 
-// While it lives, the SDK's log lines of `minimum` and above go to `err`; without a level none does.
-// At most one at a time.
+// While it lives, the SDK's log lines of level `minimum` and above go to `err`; without a level there are none. Only
+// one may exist at a time.
 class LogLines {
  public:
     LogLines(std::optional<uint32_t> minimum, std::ostream& err);

@@ -3,8 +3,6 @@
 #include "cli/command.h"
 #include "cli/model/key.h"
 
-#include <orvane/interpreter_params.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -14,26 +12,26 @@ namespace Orvane::Cli {
 
 // The arguments that say which model a command loads, and how. None of the texts is empty.
 struct ModelOptions {
-    std::optional<std::string> model;   // path of the model file; may be missing when there is a cache
+    std::optional<std::string> model;   // path of the model file, "-" for the standard input; not needed with a cache
     std::vector<std::string> shapes;    // of its inputs, as `ParseShapes` takes them
     std::optional<std::string> device;  // the SDK's own choice unless given
     std::optional<std::string> cache;   // path of the cache file
     bool makeCache = false;
     KeyOptions key;
-    std::optional<std::string> host;  // path of the host program that runs the model
-    bool remote = false;              // the host program beside this one
-    int32_t framework = FrameworkTypeOpenvino;
-    std::optional<double> timeout;  // seconds that a call may wait for the host
+    std::optional<std::string> host;    // path of the host program that runs the model
+    bool remote = false;                // the host program beside this one
+    std::optional<double> timeout;      // seconds that a call may wait for the host
+    std::optional<double> loadTimeout;  // the same for the load; as `timeout` unless given
     std::optional<uint32_t> logLevel;
 
-    // Path of the host program; none when the model runs in this process.
+    // Path of the host program; no value if the model runs in this process.
     std::optional<std::string> HostProgram() const;
 
     bool IsEncrypted() const { return key.key || key.file; }
 };
 
-// MODEL and the options that go with it.
-std::vector<Argument> ArgumentsForModel(ModelOptions& options);
+// MODEL, the command's `own` arguments, and the options about the model.
+std::vector<Argument> ArgumentsForModel(ModelOptions& options, const std::vector<Argument>& own);
 
 // --shape, of those and of other commands.
 Argument ArgumentForShapes(std::vector<std::string>& shapes);

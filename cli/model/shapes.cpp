@@ -2,75 +2,22 @@
 
 #include "cli/failure.h"
 #include "cli/files/tensor_file.h"
+#include "cli/printable.h"
 
 #include <algorithm>
 #include <charconv>
 #include <iterator>
-#include <utility>
 
 namespace Orvane::Cli {
 namespace {
 
-// A scalar as well: it gets the one dimension without which it cannot be run.
-bool NeedsShape(const ModelTensor& input) {
+// Also without dimensions: data can be set only for an input that has one.
+bool NeedsShape(const orvane::Tensor& input) {
     return input.shape.empty() || std::find(input.shape.begin(), input.shape.end(), -1) != input.shape.end();
 }
 
-std::string Sentence(const ModelTensor& input) {
-    if (input.shape.empty()) {
-        return Label(input) + " has no dimensions, and one must be given";
-    }
-    std::vector<std::string> places;
-    for (std::size_t i = 0; i < input.shape.size(); ++i) {
-        if (input.shape[i] == -1) {
-            places.push_back(std::to_string(i));
-        }
-    }
-    std::string text = places.size() == 1 ? "dimension " : "dimensions ";
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        text += i == 0 ? "" : i + 1 == places.size() ? " and " : ", ";
-        text += places[i];
-    }
-    return Label(input) + " is " + ShapeText(input.shape) + ": " + text + " must be given";
-}
-
-// What sizes to try for the dynamic dimensions behind the first, of pictures and of all else. The first that the model
-// takes are what is proposed.
-constexpr std::pair<int64_t, int64_t> kSizes[] = {{640, 128}, {512, 512}, {320, 576}, {224, 64}, {48, 1}};
-
-// Where the batch is, which is proposed as 1: the first dimension, or, when that has another size of its own, the first
-// that is dynamic.
-std::size_t PlaceOfBatch(const std::vector<int64_t>& shape) {
-    return shape[0] == -1 || shape[0] == 1
-               ? 0
-               : static_cast<std::size_t>(std::find(shape.begin(), shape.end(), -1) - shape.begin());
-}
-
-std::vector<int64_t> WithSizes(const std::vector<int64_t>& shape, const std::pair<int64_t, int64_t>& sizes) {
-    constexpr std::size_t kPictureRank = 4;
-    if (shape.empty()) {
-        return {1};
-    }
-    std::vector<int64_t> filled = shape;
-    for (std::size_t i = 0; i < filled.size(); ++i) {
-        if (filled[i] == -1) {
-            filled[i] = i == PlaceOfBatch(shape) ? 1 : shape.size() == kPictureRank ? sizes.first : sizes.second;
-        }
-    }
-    return filled;
-}
-
-bool Takes(const std::string& model, const orvane::InputShapes& shapes) {
-    try {
-        orvane::ReshapeFile(model, shapes, "");
-        return true;
-    } catch (const orvane::Error&) {
-        return false;
-    }
-}
-
-// As an argument: by name where a shell takes that as it is.
-std::string Argument(const ModelTensor& input, const std::vector<int64_t>& shape) {
+// As it is found by --shape: by name where a shell takes that as it is.
+std::string WhichOf(const orvane::Tensor& input) {
     const auto isPlain = [](char letter) {
         return (letter >= '0' && letter <= '9') || (letter >= 'a' && letter <= 'z') ||
                (letter >= 'A' && letter <= 'Z') || letter == '_' || letter == '.' || letter == '/' || letter == ':';
@@ -78,37 +25,54 @@ std::string Argument(const ModelTensor& input, const std::vector<int64_t>& shape
     const std::string& name = input.name;
     const bool isIndex =
         std::all_of(name.begin(), name.end(), [](char letter) { return letter >= '0' && letter <= '9'; });
-    std::string text = !isIndex && std::all_of(name.begin(), name.end(), isPlain) ? name : std::to_string(input.index);
+    return !isIndex && std::all_of(name.begin(), name.end(), isPlain) ? name : std::to_string(input.index);
+}
+
+// "x=1,3,?,?"; the question mark is for the user to replace.
+std::string ShapeArgumentFor(const orvane::Tensor& input, const std::vector<int64_t>& shape) {
+    std::string text = WhichOf(input);
     for (std::size_t i = 0; i < shape.size(); ++i) {
         text += i == 0 ? "=" : ",";
-        text += std::to_string(shape[i]);
+        text += shape[i] == -1 ? "?" : std::to_string(shape[i]);
     }
     return text;
 }
 
-[[noreturn]] void RefuseMissing(const std::string& model, const orvane::InputShapes& given,
-                                const std::vector<const ModelTensor*>& missing) {
+std::string Sentence(const orvane::Tensor& input) {
+    return input.shape.empty() ? input.Label() + " has no dimensions: give it one with --shape " + WhichOf(input) + "=1"
+                               : input.Label() + " is " + ShapeText(input.shape) +
+                                     ": give a size for each ? with --shape " + ShapeArgumentFor(input, input.shape);
+}
+
+// A shape that such an input often has. The first dimension, or the first dynamic one after a fixed one, is the batch.
+std::vector<int64_t> Example(const orvane::Tensor& input) {
+    constexpr std::size_t kPictureRank = 4;
+    constexpr int64_t kPictureSize = 640;
+    constexpr int64_t kOtherSize = 128;
+    if (input.shape.empty()) {
+        return {1};
+    }
+    std::vector<int64_t> shape = input.shape;
+    bool hasBatch = shape[0] == 1;
+    for (int64_t& dimension : shape) {
+        if (dimension == -1) {
+            dimension = !hasBatch ? 1 : shape.size() == kPictureRank ? kPictureSize : kOtherSize;
+            hasBatch = true;
+        }
+    }
+    return shape;
+}
+
+[[noreturn]] void RefuseMissing(const std::vector<const orvane::Tensor*>& missing) {
     std::string message;
-    for (const ModelTensor* input : missing) {
+    for (const orvane::Tensor* input : missing) {
         message += message.empty() ? "" : "\n";
         message += Sentence(*input);
     }
-    const auto withSizes = [&](const std::pair<int64_t, int64_t>& sizes) {
-        orvane::InputShapes shapes = given;
-        for (const ModelTensor* input : missing) {
-            shapes[input->index] = WithSizes(input->shape, sizes);
-        }
-        return shapes;
-    };
-    const auto* const sizes = std::find_if(std::begin(kSizes), std::end(kSizes),
-                                           [&](const auto& tried) { return Takes(model, withSizes(tried)); });
-    const bool isTried = sizes != std::end(kSizes);
-    Failure failure(message, {isTried ? "This works, with other sizes where these do not suit:"
-                                      : "Give them, in place of these sizes, which the model does not take:"});
-    const orvane::InputShapes shapes = withSizes(isTried ? *sizes : kSizes[0]);
-    for (const ModelTensor* input : missing) {
+    Failure failure(message, {"For example (adjust the sizes):"});
+    for (const orvane::Tensor* input : missing) {
         failure.missingArguments.insert(failure.missingArguments.end(),
-                                        {"--shape", Argument(*input, shapes.at(input->index))});
+                                        {"--shape", ShapeArgumentFor(*input, Example(*input))});
     }
     throw Failure(failure);
 }
@@ -143,46 +107,46 @@ std::vector<ShapeArgument> ParseShapes(const std::vector<std::string>& texts) {
     return arguments;
 }
 
-orvane::InputShapes ResolveShapes(const std::string& model, const std::vector<ShapeArgument>& arguments,
-                                  const std::vector<ModelTensor>& inputs) {
+orvane::InputShapes ResolveShapes(const std::vector<ShapeArgument>& arguments,
+                                  const std::vector<orvane::Tensor>& inputs) {
     std::vector<std::string> named;
     std::transform(arguments.begin(), arguments.end(), std::back_inserter(named),
                    [](const ShapeArgument& argument) { return argument.which; });
-    const std::vector<const ModelTensor*> found = FindTensors(named, inputs, TensorTypeInput);
+    const std::vector<const orvane::Tensor*> found = FindTensors(named, inputs, orvane::Side::Input);
     orvane::InputShapes shapes;
     for (std::size_t i = 0; i < found.size(); ++i) {
         const std::vector<int64_t>& shape = arguments[i].shape;
         const std::size_t rank = std::max<std::size_t>(found[i]->shape.size(), 1);
         if (shape.size() != rank) {
-            throw Failure(Label(*found[i]) + " is " + ShapeText(found[i]->shape) + ", and --shape gives " +
+            throw Failure(found[i]->Label() + " is " + ShapeText(found[i]->shape) + ", and --shape gives " +
                               std::to_string(shape.size()) + (shape.size() == 1 ? " dimension" : " dimensions"),
                           {"Give " + std::to_string(rank) + "."});
         }
         shapes[found[i]->index] = shape;
     }
-    std::vector<const ModelTensor*> missing;
-    for (const ModelTensor& input : inputs) {
+    std::vector<const orvane::Tensor*> missing;
+    for (const orvane::Tensor& input : inputs) {
         if (NeedsShape(input) && !shapes.contains(input.index)) {
             missing.push_back(&input);
         }
     }
     if (!missing.empty()) {
-        RefuseMissing(model, shapes, missing);
+        RefuseMissing(missing);
     }
     return shapes;
 }
 
-void RefuseDynamicInputs(const ModelOptions& options, const std::vector<ModelTensor>& inputs) {
+void RefuseDynamicInputs(const ModelOptions& options, const std::vector<orvane::Tensor>& inputs) {
     const auto dynamic = std::find_if(inputs.begin(), inputs.end(), NeedsShape);
     if (dynamic == inputs.end()) {
         return;
     }
     if (options.cache || options.IsEncrypted()) {
         throw Failure(Sentence(*dynamic),
-                      {"Give the plain model file to orvane reshape, and encrypt what it writes or make "
-                       "the cache from that."});
+                      {"Use orvane reshape with the plain model file, then encrypt the result or make the cache from "
+                       "it."});
     }
-    ResolveShapes(*options.model, {}, inputs);
+    ResolveShapes({}, inputs);
 }
 
 }  // namespace Orvane::Cli

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "cli/model/model_options.h"
-#include "cli/model/model_tensor.h"
 
 #include <orvane/model_file.hpp>
 
@@ -11,7 +10,7 @@
 
 namespace Orvane::Cli {
 
-// WHICH=DIMENSIONS of the command line: an input, by index or by name, and its shape.
+// WHICH=DIMS of the command line: an input, by index or by name, and its shape.
 struct ShapeArgument {
     std::string which;
     std::vector<int64_t> shape;
@@ -20,12 +19,12 @@ struct ShapeArgument {
 // Throws `WrongUsage` when a text is not of that form.
 std::vector<ShapeArgument> ParseShapes(const std::vector<std::string>& texts);
 
-// The shapes by the index of the input. Throws `Failure` for one that goes with no input, and when an input that needs
-// a shape has none: it names each such dimension, and the arguments with which the command would work.
-orvane::InputShapes ResolveShapes(const std::string& model, const std::vector<ShapeArgument>& arguments,
-                                  const std::vector<ModelTensor>& inputs);
+// The shapes by the index of the input. Throws `Failure` for a shape that no input has room for, and if an input that
+// needs a shape has none: it then shows the argument to give, and an example.
+orvane::InputShapes ResolveShapes(const std::vector<ShapeArgument>& arguments,
+                                  const std::vector<orvane::Tensor>& inputs);
 
-// The same refusal for inputs of a loaded model that nobody gave shapes for.
-void RefuseDynamicInputs(const ModelOptions& options, const std::vector<ModelTensor>& inputs);
+// The same refusal for the inputs of a loaded model.
+void RefuseDynamicInputs(const ModelOptions& options, const std::vector<orvane::Tensor>& inputs);
 
 }  // namespace Orvane::Cli

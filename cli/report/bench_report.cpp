@@ -1,6 +1,6 @@
 #include "cli/report/bench_report.h"
 
-#include <orvane/version.h>
+#include <orvane/orvane.hpp>
 
 #include <algorithm>
 #include <cstddef>
@@ -140,8 +140,11 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
 
     const SteadyState steady = SteadyStateOf(report.inferences);
     out << "\n"
-        << report.inferences.size() << " inferences" << (report.interrupted ? " until Ctrl-C" : "") << ", "
-        << Text("%.1f", steady.perSecond) << " per second\n";
+        << report.inferences.size() << " inferences"
+        << (report.interrupted ? " until Ctrl-C"
+            : report.hostEnd   ? " until the host process ended"
+                               : "")
+        << ", " << Text("%.1f", steady.perSecond) << " per second\n";
     PrintTable(out, {{"ms", "min", "p50", "p90", "p99", "p99.9", "max", "mean"},
                      Row("inference", steady.inference),
                      Row("copy in", steady.copyIn),
@@ -166,7 +169,7 @@ Json BenchReportJson(const BenchReport& report) {
     const std::string model = report.model.value_or("");  // deliberately a text even where only a cache was given
     return {{"model", model},
             {"host", report.host ? Json(*report.host) : Json()},
-            {"version", Version()},
+            {"version", orvane_version()},
             {"date", report.date},
             {"machine", ToJson(report.machine, report.otherWork)},
             {"start_up",
@@ -176,7 +179,7 @@ Json BenchReportJson(const BenchReport& report) {
             {"steady_state",
              {{"warmup", report.warmup},
               {"iterations", report.inferences.size()},
-              {"interrupted", report.interrupted},
+              {"interrupted", report.interrupted || report.hostEnd},
               {"per_second", steady.perSecond},
               {"inference_ms", WithQuantiles(ToJson(steady.inference), steady.quantiles)},
               {"copy_in_ms", ToJson(steady.copyIn)},

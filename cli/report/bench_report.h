@@ -11,7 +11,7 @@
 
 namespace Orvane::Cli {
 
-// What a number of measurements come to. A percentile is the smallest one that at least so many of 100 do not exceed.
+// A percentile is the smallest measurement that at least so many of 100 do not exceed.
 struct Distribution {
     double minimum;
     double p50;
@@ -57,7 +57,8 @@ struct BenchReport {
     double initialisation = 0;
     InferenceTimes firstInference{};
     uint32_t warmup = 0;
-    bool interrupted = false;
+    bool interrupted = false;                // by Ctrl-C
+    std::optional<std::string> hostEnd;      // why the host process ended during the measurement
     std::vector<InferenceTimes> inferences;  // at least one
     std::optional<Platform::MemoryUse> ownMemory;
     std::optional<Platform::MemoryUse> hostMemory;

@@ -3,14 +3,19 @@
 #include "cli/printable.h"
 #include "platform/terminal.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <string_view>
 
 namespace Orvane::Cli {
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr std::size_t kLongestPath = 40;
+constexpr std::string_view kDots = "...";
 
 std::string Seconds(std::chrono::steady_clock::duration time) {
     char text[32];
@@ -18,24 +23,42 @@ std::string Seconds(std::chrono::steady_clock::duration time) {
     return text;
 }
 
-// The end of a long path: a line that the terminal breaks could not be taken back.
-std::string Short(const std::string& path) {
-    constexpr std::size_t kLongest = 40;
-    if (path.size() <= kLongest) {
+std::string NameOf(orvane::LoadStep step) {
+    switch (step) {
+        case orvane::LoadStep::Reading:
+            return "reading ";
+        case orvane::LoadStep::Compiling:
+            return "compiling ";
+        case orvane::LoadStep::Importing:
+            return "reading the cache of ";
+        case orvane::LoadStep::Writing:
+            return "writing ";
+        case orvane::LoadStep::StartingHost:
+            return "starting the host process for ";
+        case orvane::LoadStep::InHost:
+            return "the host process is loading ";
+        default:
+            return "loading ";
+    }
+}
+
+// The end of a long path, at most `longest` bytes and three dots. A line that the terminal breaks cannot be removed.
+std::string Short(const std::string& path, std::size_t longest) {
+    if (path.size() <= longest) {
         return path;
     }
-    std::size_t begin = path.size() - kLongest;
+    std::size_t begin = path.size() - longest;
     while (begin < path.size() && (static_cast<unsigned char>(path[begin]) & 0xc0) == 0x80) {
         ++begin;  // not within a letter
     }
-    return "..." + path.substr(begin);
+    return std::string(kDots) + path.substr(begin);
 }
 
 }  // namespace
 
 LoadProgress::LoadProgress(const std::string& what, std::ostream& err) {
     if (&err == &std::cerr && Platform::IsStandardErrorTerminal()) {
-        display = std::thread([this, what, &err] { Run(Printable(Short(what)), err); });
+        display = std::thread([this, what, &err] { Run(Printable(what), err); });
     }
 }
 
@@ -55,7 +78,12 @@ void LoadProgress::Run(const std::string& what, std::ostream& terminal) {
     std::size_t width = 0;
     std::unique_lock lock(mutex);
     for (auto pause = 500ms; !ended.wait_for(lock, pause, [this] { return isOver; }); pause = 100ms) {
-        const std::string line = "loading " + what + "  " + Seconds(std::chrono::steady_clock::now() - start);
+        const std::string begin = NameOf(step);
+        const std::string end = "  " + Seconds(std::chrono::steady_clock::now() - start);
+        const std::size_t room = Platform::TerminalWidth() - 1;  // the last column stays free
+        const std::size_t others = begin.size() + end.size() + kDots.size();
+        std::string line = begin + Short(what, room > others ? std::min(room - others, kLongestPath) : 0) + end;
+        line.resize(std::min(line.size(), room));
         terminal << "\r" << line << std::string(width > line.size() ? width - line.size() : 0, ' ') << std::flush;
         width = line.size();
     }

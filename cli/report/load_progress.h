@@ -1,5 +1,8 @@
 #pragma once
 
+#include <orvane/orvane.hpp>
+
+#include <atomic>
 #include <condition_variable>
 #include <iosfwd>
 #include <mutex>
@@ -8,19 +11,23 @@
 
 namespace Orvane::Cli {
 
-// Shows on a terminal what a load is at and the time so far, once that has taken half a second, and is gone when
-// destroyed.
+// Once a load has taken half a second, shows on a terminal its step and the time so far. The destructor removes the
+// line.
 class LoadProgress {
  public:
-    // Shows nothing unless `err` is the standard error and that a terminal. `what` is what is loaded.
+    // Shows nothing unless `err` is the standard error and a terminal. `what` is what is loaded.
     LoadProgress(const std::string& what, std::ostream& err);
     ~LoadProgress();
     LoadProgress(const LoadProgress&) = delete;
     LoadProgress& operator=(const LoadProgress&) = delete;
 
+    // For the SDK's progress callback.
+    void SetStep(orvane::LoadStep now) { step = now; }
+
  private:
     void Run(const std::string& what, std::ostream& terminal);
 
+    std::atomic<orvane::LoadStep> step{orvane::LoadStep::None};
     std::mutex mutex;
     std::condition_variable ended;
     bool isOver = false;

@@ -30,10 +30,10 @@ void PrintTable(std::ostream& out, const std::vector<std::vector<std::string>>& 
     }
 }
 
-Json TensorJson(const ModelTensor& tensor) {
+Json TensorJson(const orvane::Tensor& tensor) {
     return {{"index", tensor.index},
             {"name", tensor.name},
-            {"element_type", ElementTypeName(tensor.elementType)},
+            {"element_type", orvane::NameOf(tensor.type)},
             {"shape", tensor.shape}};
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/model/model_tensor.h"
+#include <orvane/orvane.hpp>
 
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -16,7 +16,7 @@ void PrintTable(std::ostream& out, const std::vector<std::vector<std::string>>& 
 using Json = nlohmann::ordered_json;
 
 // What `info` and `run` both say of a tensor; a dynamic dimension is -1.
-Json TensorJson(const ModelTensor& tensor);
+Json TensorJson(const orvane::Tensor& tensor);
 
 // Prints one object on one line; bytes of a name that are not UTF-8 are replaced.
 void PrintJson(std::ostream& out, const Json& object);

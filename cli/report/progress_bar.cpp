@@ -9,8 +9,8 @@
 namespace Orvane::Cli {
 namespace {
 
-constexpr std::size_t kCells = 40;
-constexpr std::size_t kLineWidth = kCells + 8;  // brackets, a blank and "100 %"
+constexpr std::size_t kMostCells = 40;
+constexpr std::size_t kOthers = 8;  // brackets, a blank and "100 %"
 
 }  // namespace
 
@@ -19,7 +19,7 @@ ProgressBar::ProgressBar(std::ostream& err)
 
 ProgressBar::~ProgressBar() {
     if (shownPercent >= 0) {
-        *terminal << "\r" << std::string(kLineWidth, ' ') << "\r" << std::flush;
+        *terminal << "\r" << std::string(shownWidth, ' ') << "\r" << std::flush;
     }
 }
 
@@ -33,10 +33,14 @@ void ProgressBar::Show(double done, double whole) {
     if (percent == shownPercent) {
         return;
     }
-    const auto filled = static_cast<std::size_t>(fraction * kCells);
-    *terminal << "\r[" << std::string(filled, '#') << std::string(kCells - filled, '.') << "] " << percent << " %"
+    const std::size_t width = Platform::TerminalWidth();
+    const std::size_t cells =
+        width > kOthers + 1 ? std::min(width - kOthers - 1, kMostCells) : 0;  // one column stays free
+    const auto filled = static_cast<std::size_t>(fraction * static_cast<double>(cells));
+    *terminal << "\r[" << std::string(filled, '#') << std::string(cells - filled, '.') << "] " << percent << " %"
               << std::flush;
     shownPercent = percent;
+    shownWidth = cells + kOthers;
 }
 
 }  // namespace Orvane::Cli

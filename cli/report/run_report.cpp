@@ -1,7 +1,7 @@
 #include "cli/report/run_report.h"
 
 #include "cli/failure.h"
-#include "cli/model/model_tensor.h"
+#include "cli/printable.h"
 #include "cli/report/print.h"
 #include "cli/report/tensor_summary.h"
 
@@ -39,10 +39,10 @@ Json ToJson(const Number& number) {
 }
 
 std::vector<std::string> SummaryRow(const Transfer& transfer) {
-    const ModelTensor& tensor = *transfer.tensor;
-    std::vector<std::string> row = {std::to_string(tensor.index), Printable(tensor.name),
-                                    ElementTypeName(tensor.elementType), ShapeText(tensor.shape)};
-    const TensorSummary summary = Summarise(tensor.elementType, transfer.data);
+    const orvane::Tensor& tensor = *transfer.tensor;
+    std::vector<std::string> row = {std::to_string(tensor.index), Printable(tensor.name), orvane::NameOf(tensor.type),
+                                    ShapeText(tensor.shape)};
+    const TensorSummary summary = Summarise(tensor.type, transfer.data);
     if (const auto& range = summary.range) {
         row.insert(row.end(), {"min " + Text(range->minimum), "max " + Text(range->maximum),
                                "mean " + Text(range->mean), "max at " + std::to_string(range->indexOfMaximum)});
@@ -54,7 +54,7 @@ std::vector<std::string> SummaryRow(const Transfer& transfer) {
 }
 
 void AddSummary(const Transfer& transfer, Json& entry) {
-    const TensorSummary summary = Summarise(transfer.tensor->elementType, transfer.data);
+    const TensorSummary summary = Summarise(transfer.tensor->type, transfer.data);
     const auto& range = summary.range;
     entry["minimum"] = range ? ToJson(range->minimum) : Json();
     entry["maximum"] = range ? ToJson(range->maximum) : Json();
@@ -64,18 +64,18 @@ void AddSummary(const Transfer& transfer, Json& entry) {
 }
 
 // The label of an element, by its place in the last dimension; none where the labels are not for this output.
-std::optional<std::string> LabelOf(const TopOptions& top, const ModelTensor& tensor, uint64_t index) {
+std::optional<std::string> LabelOf(const TopOptions& top, const orvane::Tensor& tensor, uint64_t index) {
     const bool hasLabels =
         !tensor.shape.empty() && !top.labels.empty() && static_cast<uint64_t>(tensor.shape.back()) == top.labels.size();
     return hasLabels ? std::optional(top.labels[index % top.labels.size()]) : std::nullopt;
 }
 
 void PrintTop(std::ostream& out, const Transfer& transfer, const TopOptions& top) {
-    const ModelTensor& tensor = *transfer.tensor;
-    out << tensor.index << "  " << Printable(tensor.name) << "  " << ElementTypeName(tensor.elementType) << "  "
+    const orvane::Tensor& tensor = *transfer.tensor;
+    out << tensor.index << "  " << Printable(tensor.name) << "  " << orvane::NameOf(tensor.type) << "  "
         << ShapeText(tensor.shape) << "\n";
     std::vector<std::vector<std::string>> rows;
-    for (const RankedElement& element : Largest(tensor.elementType, transfer.data, top.count)) {
+    for (const RankedElement& element : Largest(tensor.type, transfer.data, top.count)) {
         rows.push_back({"", std::to_string(element.index), Text(element.value),
                         Printable(LabelOf(top, tensor, element.index).value_or(""))});
     }
@@ -84,7 +84,7 @@ void PrintTop(std::ostream& out, const Transfer& transfer, const TopOptions& top
 
 Json TopJson(const Transfer& transfer, const TopOptions& top) {
     Json list = Json::array();
-    for (const RankedElement& element : Largest(transfer.tensor->elementType, transfer.data, top.count)) {
+    for (const RankedElement& element : Largest(transfer.tensor->type, transfer.data, top.count)) {
         Json entry = {{"index", element.index}, {"value", ToJson(element.value)}};
         if (const std::optional<std::string> label = LabelOf(top, *transfer.tensor, element.index)) {
             entry["label"] = *label;
@@ -100,10 +100,10 @@ bool WroteFiles(const RunReport& report) {
 }
 
 // The outputs that a summary leaves out, because their data cannot be copied.
-std::vector<const ModelTensor*> LeftOut(const RunReport& report) {
-    std::vector<const ModelTensor*> leftOut;
-    for (const ModelTensor& output : report.outputs) {
-        if (!WroteFiles(report) && output.Obstacle()) {
+std::vector<const orvane::Tensor*> LeftOut(const RunReport& report) {
+    std::vector<const orvane::Tensor*> leftOut;
+    for (const orvane::Tensor& output : report.outputs) {
+        if (!WroteFiles(report) && !output.problem.empty()) {
             leftOut.push_back(&output);
         }
     }
@@ -112,9 +112,10 @@ std::vector<const ModelTensor*> LeftOut(const RunReport& report) {
 
 }  // namespace
 
-void CheckLabels(const TopOptions& top, const std::vector<ModelTensor>& outputs) {
-    const bool fits = std::any_of(outputs.begin(), outputs.end(),
-                                  [&](const ModelTensor& output) { return LabelOf(top, output, 0) != std::nullopt; });
+void CheckLabels(const TopOptions& top, const std::vector<orvane::Tensor>& outputs) {
+    const bool fits = std::any_of(outputs.begin(), outputs.end(), [&](const orvane::Tensor& output) {
+        return LabelOf(top, output, 0) != std::nullopt;
+    });
     if (!top.labels.empty() && !fits) {
         throw Failure("--labels has " + std::to_string(top.labels.size()) +
                           " lines, and no output has as many elements in its last dimension",
@@ -132,8 +133,8 @@ void PrintReport(std::ostream& out, const RunReport& report) {
         }
     }
     PrintTable(out, rows);
-    for (const ModelTensor* tensor : LeftOut(report)) {
-        out << Label(*tensor) << " is not shown: " << *tensor->Obstacle() << "\n";
+    for (const orvane::Tensor* tensor : LeftOut(report)) {
+        out << "not shown: " << Printable(tensor->problem) << "\n";
     }
     if (report.repeat > 1) {
         out << report.repeat << " inferences in " << Text(report.milliseconds) << " ms, "
@@ -155,9 +156,9 @@ void PrintJsonReport(std::ostream& out, const RunReport& report) {
         }
         outputs.push_back(entry);
     }
-    for (const ModelTensor* tensor : LeftOut(report)) {
+    for (const orvane::Tensor* tensor : LeftOut(report)) {
         Json entry = TensorJson(*tensor);
-        entry["not_shown"] = *tensor->Obstacle();
+        entry["not_shown"] = tensor->problem;
         outputs.push_back(entry);
     }
     PrintJson(out, {{"outputs", outputs},

@@ -16,12 +16,12 @@ struct TopOptions {
 };
 
 // Throws `Failure` when there are labels and no output has as many elements in its last dimension.
-void CheckLabels(const TopOptions& top, const std::vector<ModelTensor>& outputs);
+void CheckLabels(const TopOptions& top, const std::vector<orvane::Tensor>& outputs);
 
 // What `orvane run` tells when it is done.
 struct RunReport {
-    const std::vector<ModelTensor>& outputs;  // all of the model's
-    const std::vector<Transfer>& transfers;   // those that were copied out
+    const std::vector<orvane::Tensor>& outputs;  // all of the model's
+    const std::vector<Transfer>& transfers;      // those that were copied out
     uint32_t repeat = 1;
     double milliseconds = 0;  // for all repeats together
     TopOptions top;

@@ -98,21 +98,21 @@ std::vector<RankedElement> RankAs(const std::vector<uint8_t>& bytes, std::size_t
 
 // Calls `work` with what makes a number of an element of this type.
 template <typename Work>
-auto WithWidening(DataType type, Work work) {
+auto WithWidening(orvane::ElementType type, Work work) {
     switch (type) {
-        case DataTypeFloat32:
+        case orvane::ElementType::Float32:
             return work(Widen<float, double>);
-        case DataTypeFloat64:
+        case orvane::ElementType::Float64:
             return work(Widen<double, double>);
-        case DataTypeFloat16:
+        case orvane::ElementType::Float16:
             return work(FromHalf);
-        case DataTypeInt64:
+        case orvane::ElementType::Int64:
             return work(Widen<int64_t, int64_t>);
-        case DataTypeInt32:
+        case orvane::ElementType::Int32:
             return work(Widen<int32_t, int64_t>);
-        case DataTypeInt16:
+        case orvane::ElementType::Int16:
             return work(Widen<int16_t, int64_t>);
-        case DataTypeInt8:
+        case orvane::ElementType::Int8:
             return work(Widen<int8_t, int64_t>);
         default:
             return work(Widen<uint8_t, int64_t>);
@@ -121,11 +121,11 @@ auto WithWidening(DataType type, Work work) {
 
 }  // namespace
 
-TensorSummary Summarise(DataType type, const std::vector<uint8_t>& bytes) {
+TensorSummary Summarise(orvane::ElementType type, const std::vector<uint8_t>& bytes) {
     return WithWidening(type, [&](auto widen) { return SummariseAs(bytes, widen); });
 }
 
-std::vector<RankedElement> Largest(DataType type, const std::vector<uint8_t>& bytes, std::size_t count) {
+std::vector<RankedElement> Largest(orvane::ElementType type, const std::vector<uint8_t>& bytes, std::size_t count) {
     return WithWidening(type, [&](auto widen) { return RankAs(bytes, count, widen); });
 }
 

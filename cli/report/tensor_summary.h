@@ -1,6 +1,6 @@
 #pragma once
 
-#include <orvane/tensor_info.h>
+#include <orvane/orvane.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -25,8 +25,8 @@ struct TensorSummary {
     uint64_t notNumbers = 0;
 };
 
-// `bytes` holds whole elements of `type`, which is not `DataTypeUnknown`.
-TensorSummary Summarise(DataType type, const std::vector<uint8_t>& bytes);
+// `bytes` holds whole elements of `type`, which is not `orvane::ElementType::Unknown`.
+TensorSummary Summarise(orvane::ElementType type, const std::vector<uint8_t>& bytes);
 
 struct RankedElement {
     uint64_t index;  // counted through all dimensions
@@ -34,6 +34,6 @@ struct RankedElement {
 };
 
 // The largest elements, the largest first, of equal ones the first; fewer than `count` when there are fewer numbers.
-std::vector<RankedElement> Largest(DataType type, const std::vector<uint8_t>& bytes, std::size_t count);
+std::vector<RankedElement> Largest(orvane::ElementType type, const std::vector<uint8_t>& bytes, std::size_t count);
 
 }  // namespace Orvane::Cli

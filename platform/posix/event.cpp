@@ -63,19 +63,13 @@ bool StepAside() {
     return sched_setaffinity(0, sizeof others, &others) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
 }
 
-// How long ago the word was set, if that was since `start`. The other process may have written anything.
-int64_t SinceSet(const Word& word, int64_t start, int64_t now) {
-    return now - std::clamp(word.setAt.load(std::memory_order_relaxed), start, now);
-}
-
 // False if it was not set before `end`.
 bool Watch(Word& word, int64_t end, Awaited awaited) {
     // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
     // long. The side that waits for the result moves away, and not both, which would meet again. Watching where the
     // peer is to run would only hold it up: then every look is followed by a yield.
     const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
-    const int64_t start = Now();
-    int64_t now = start;
+    int64_t now = Now();
     // Copies of common sizes are over before a yield would be.
     const int64_t aloneUntil = together ? now : now + machine.WakeUp() / 8;
     for (; !Take(word); now = Now()) {
@@ -88,7 +82,7 @@ bool Watch(Word& word, int64_t end, Awaited awaited) {
             _mm_pause();
         }
     }
-    machine.LearnOfWatch(SinceSet(word, start, now));
+    machine.LearnOfWatch(now - word.setAt.load(std::memory_order_relaxed));
     return true;
 }
 
@@ -104,9 +98,8 @@ bool Sleep(Word& word, int64_t end) {
     if (!Take(word)) {
         return false;
     }
-    const int64_t now = Now();
-    if (const int64_t woken = SinceSet(word, start, now); woken < now - start) {
-        machine.LearnOfWakeUp(woken);
+    if (const int64_t setAt = word.setAt.load(std::memory_order_relaxed); setAt > start) {
+        machine.LearnOfWakeUp(Now() - setAt);
     }
     return true;
 }
@@ -206,8 +199,7 @@ bool Event::Wait(uint32_t milliseconds, Awaited awaited, uint32_t kind) {
     while (!taken && Now() < end) {
         taken = Sleep(word, end);
     }
-    const int64_t now = Now();
-    policy.Learn(kind, taken ? now - start - SinceSet(word, start, now) : kNever);
+    policy.Learn(kind, taken ? word.setAt.load(std::memory_order_relaxed) - start : kNever);
     return taken;
 }
 

@@ -4,8 +4,11 @@
 
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <shellapi.h>
 
+#include <cstdio>
 #include <memory>
 
 namespace Orvane::Platform {
@@ -25,9 +28,21 @@ void UseUtf8Console() {
     SetConsoleOutputCP(CP_UTF8);
 }
 
+void UseBinaryStandardStreams() {
+    _setmode(_fileno(stdin), _O_BINARY);
+    _setmode(_fileno(stdout), _O_BINARY);
+}
+
 bool IsStandardErrorTerminal() {
     DWORD mode = 0;
     return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
+std::size_t TerminalWidth() {
+    constexpr std::size_t kUsual = 80;
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    const bool isKnown = GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != 0;
+    return isKnown ? static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1) : kUsual;
 }
 
 }  // namespace Orvane::Platform

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -16,8 +17,10 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 namespace Orvane::Testing {
@@ -83,6 +86,16 @@ TEST_F(OrvaneProcess, CtrlCEndsAMeasurementWithTheResultsSoFar) {
     EXPECT_EQ(folder.Names().size(), 4U) << "the model's two files, and nothing beside the results";
 }
 
+TEST_F(OrvaneProcess, AHostThatEndsLeavesTheResultsSoFar) {
+    const pid_t bench = StartBench("5");
+    ASSERT_TRUE(Within(60s, [bench] { return Catches(bench, SIGINT); }));
+    std::this_thread::sleep_for(100ms);  // some inferences
+    ASSERT_EQ(kill(static_cast<pid_t>(Children(static_cast<uint32_t>(bench)).at(0)), SIGKILL), 0);
+    EXPECT_EQ(End(bench), "exit 1");
+    EXPECT_NE(ReadBytes(printed).find(" until the host process ended, "), std::string::npos) << ReadBytes(printed);
+    EXPECT_NE(ReadBytes(json).find("\"interrupted\":true"), std::string::npos) << ReadBytes(json);
+}
+
 TEST_F(OrvaneProcess, CtrlCBeforeItMeasuresKeepsNothing) {
     const pid_t bench = StartBench("4000000000");
     const auto children = [bench] { return Children(static_cast<uint32_t>(bench)); };
@@ -100,11 +113,17 @@ TEST_F(OrvaneProcess, ATerminalShowsWhatALoadIsAtAndKeepsNoLineOfIt) {
     char name[64];
     ASSERT_TRUE(terminal && grantpt(terminal.Get()) == 0 && unlockpt(terminal.Get()) == 0 &&
                 ptsname_r(terminal.Get(), name, sizeof name) == 0);
+    const winsize size{24, 48, 0, 0};
+    ASSERT_EQ(ioctl(terminal.Get(), TIOCSWINSZ, &size), 0);
     const std::string text = ErrorsOfALoad(name, terminal);
-    EXPECT_NE(text.find("loading hang  "), std::string::npos) << text;
+    EXPECT_NE(text.find("\rthe host process is loading "), std::string::npos) << text;
     const size_t message = text.find("orvane: the host process ended");
     ASSERT_NE(message, std::string::npos) << text;
     EXPECT_EQ(text.substr(message - 3, 3), "  \r") << "blanks over the line, and back";
+    std::istringstream lines(text.substr(0, message));
+    for (std::string line; std::getline(lines, line, '\r');) {
+        EXPECT_LT(line.size(), size.ws_col) << line;
+    }
 }
 
 TEST_F(OrvaneProcess, WithoutATerminalThereIsNothingButTheMessage) {

@@ -1,4 +1,5 @@
-// The cipher of model files, and the reading of files in it.
+#include <orvane/model_file_cipher.h>
+
 #include "backends/openvino/encrypted_model_file.h"
 #include "testing/support/temporary_folder.h"
 

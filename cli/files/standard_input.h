@@ -1,0 +1,42 @@
+#pragma once
+
+#include "cli/failure.h"
+#include "platform/input_file.h"
+
+#include <algorithm>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace Orvane::Cli {
+
+// Whether a file is named "-": the standard input, or the standard output.
+inline bool IsStandard(const std::string& path) {
+    return path == "-";
+}
+
+// For messages.
+inline std::string InputName(const std::string& path) {
+    return IsStandard(path) ? "the standard input" : path;
+}
+
+// All bytes of a file or of the standard input. Throws `Platform::FileError`.
+inline std::string ReadInput(const std::string& path) {
+    std::ostringstream bytes;
+    if (IsStandard(path)) {
+        bytes << std::cin.rdbuf();
+    } else {
+        bytes << Platform::OpenInputFile(path).rdbuf();
+    }
+    return bytes.str();
+}
+
+// The standard input can be read once. Throws `WrongUsage` if several of these files are it.
+inline void RefuseSecondStandardInput(const std::vector<std::string>& paths) {
+    if (std::count_if(paths.begin(), paths.end(), IsStandard) > 1) {
+        throw WrongUsage("only one argument can be -, the standard input");
+    }
+}
+
+}  // namespace Orvane::Cli
