@@ -17,7 +17,7 @@ void ExpectSizes(const std::vector<ov::Tensor>& tensors, const std::vector<uint3
 
 }  // namespace
 
-DirectModel::DirectModel(const Workload& workload) {
+DirectModel::DirectModel(const Workload& workload) : work(workload.work, workload.amount) {
     if (workload.IsStub()) {
         stub.resize(workload.StubBytes());
         inputs.emplace_back(ov::element::u8, ov::Shape{workload.InputBytes()}, stub.data());
@@ -43,6 +43,8 @@ void DirectModel::Run(const uint8_t* input, uint8_t* output) {
     }
     if (request) {
         request.infer();
+    } else {
+        work.Run();
     }
     for (const ov::Tensor& tensor : outputs) {
         std::memcpy(output, tensor.data(), tensor.get_byte_size());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/workload.h"
+#include "testing/support/stub_work.h"
 
 #include <openvino/openvino.hpp>
 
@@ -20,6 +21,7 @@ class DirectModel {
 
  private:
     std::vector<uint8_t> stub;
+    Testing::StubWork work;
     ov::Core core;
     ov::InferRequest request;        // empty for the stub
     std::vector<ov::Tensor> inputs;  // of the request, or over the stub's memory

@@ -7,6 +7,8 @@
 #include <spawn.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -83,6 +85,38 @@ nanoseconds WaitingClient(const std::string& host) {
     return ProcessorTime(getpid()) - before;
 }
 
+// How long a thread that sleeps takes to run after it was woken: the median of many. It sleeps for `kPause` each time,
+// and who wakes it keeps another processor busy meanwhile, like a host that computes.
+nanoseconds WakeUp() {
+    constexpr auto kPause = std::chrono::microseconds(500);
+    constexpr int kTimes = 401;
+    std::atomic<int> round{0};
+    std::atomic<Clock::rep> wokenAt{0};
+    std::vector<nanoseconds> times;
+    std::thread sleeper([&] {
+        for (int last = 0; last < kTimes;) {
+            round.wait(last);
+            last = round;
+            wokenAt = Clock::now().time_since_epoch().count();
+        }
+    });
+    for (int i = 1; i <= kTimes; ++i) {
+        const auto start = Clock::now();
+        while (Clock::now() - start < kPause) {
+        }
+        wokenAt = 0;
+        const auto set = Clock::now();
+        round = i;
+        round.notify_one();
+        while (wokenAt == 0) {
+        }
+        times.push_back(Clock::duration(wokenAt) - set.time_since_epoch());
+    }
+    sleeper.join();
+    std::nth_element(times.begin(), times.begin() + kTimes / 2, times.end());
+    return times[kTimes / 2];
+}
+
 // From nothing to the reply of a first call that the host refuses. The backend itself, because an interpreter would
 // also end the host before it returns.
 nanoseconds Launch(const std::string& host) {
@@ -154,6 +188,7 @@ long long Measure(const std::string& what, const std::string& program) {
     }
     const nanoseconds time = what == "idle"      ? IdleHost(program)
                              : what == "waiting" ? WaitingClient(program)
+                             : what == "wake"    ? WakeUp()
                              : what == "launch"  ? Launch(program)
                              : what == "start"   ? StartOfProgram(program)
                                                  : throw std::invalid_argument("no such measurement: " + what);
@@ -163,13 +198,14 @@ long long Measure(const std::string& what, const std::string& program) {
 }  // namespace
 
 //   process_worker idle|waiting|memory STUB_HOST
+//   process_worker wake ANY           how long a sleeper takes to run after it was woken
 //   process_worker launch HOST
 //   process_worker start PROGRAM      how long another program takes to its first statement
 //
 // Prints one figure: kilobytes for `memory`, nanoseconds for all others.
 int main(int argc, char** argv) {
     if (argc != 3) {
-        std::fprintf(stderr, "usage: %s idle|waiting|memory|launch|start PROGRAM\n", argv[0]);
+        std::fprintf(stderr, "usage: %s idle|waiting|memory|wake|launch|start PROGRAM\n", argv[0]);
         return EXIT_FAILURE;
     }
     try {

@@ -17,6 +17,7 @@ import subprocess
 import sys
 import time
 
+import host_map
 import large_model
 import measure
 import targets
@@ -42,9 +43,9 @@ def plan(quick):
         Case("voice", BUSY_VARIANTS, 400, 800 // share, 3 if quick else 9, busy=True),
         Case("face", FACE_PYTHON, 100, 600 // share, repetitions, python=True),
         Case("voice", tuple(measure.PYTHON), 200, 2000 // share, repetitions, python=True),
-        Case("face", MODEL_VARIANTS, 100, 600 // share, repetitions),
+        Case("face", (*MODEL_VARIANTS, *measure.IN_PLACE), 100, 600 // share, repetitions),
         Case("voice", (*MODEL_VARIANTS, *measure.C_INTERFACE), 200, 2000 // share, repetitions),
-        Case("pose", MODEL_VARIANTS, 10, 10 if quick else 40, repetitions),
+        Case("pose", (*MODEL_VARIANTS, *measure.IN_PLACE), 20, 10 if quick else 40, repetitions),
         Case(targets.PICTURE, STUB_VARIANTS, 300, 1500 // share, repetitions),
         Case(targets.SMALL, STUB_VARIANTS, 300, 3000 // share, repetitions),
     ]
@@ -114,6 +115,7 @@ def run(arguments):
     with measure.scratch_folder() as scratch:
         programs = measure.Programs(arguments.programs, scratch)
         results["cases"] = {case.name: measure.run_case(programs, case, progress) for case in plan(arguments.quick)}
+        results["maps"] = host_map.measure_maps(programs, arguments.quick, progress)
         model = large_model.write_large_model(scratch)
         results["starts"] = measure.measure_starts(programs, model, starts, progress)
         results["processes"] = measure.measure_processes(programs, 1 if arguments.quick else 3, progress)
@@ -143,8 +145,15 @@ def print_table(results):
         for way, figures in results[group].items():
             print(f"  {way:30}" + "".join(f"{column / 1e6:10.2f}" for column in
                                           (figures["median"], min(figures["medians"]), max(figures["medians"]))))
+    for title, measured in results["maps"].items():
+        print(f"what a host adds, {title}; beside it ZeroMQ; waking a sleeper takes {measured['wake_up'] / 1e3:.0f}")
+        for cell in measured["cells"]:
+            print(f"  {cell['kind']:9}{cell['run'] / 1e6:5.1f} ms{cell['size'] >> 10:6} KiB"
+                  + "".join(f"{cell[key] / 1e3:10.1f}" for key in ("host", "peer", "allowed")))
     print("parts")
     for part, figures in sorted(results["parts"].items()):
+        if part.startswith("CopyTensor"):
+            continue
         speed = figures["bytes_per_second"]
         print(f"  {part:30}{figures['nanoseconds'] / 1e3:10.2f}" + (f"   {speed / 1e9:.1f} GB/s" if speed else ""))
     print(f"\n{'target':68}{'reached':>9}{'wanted':>10}")

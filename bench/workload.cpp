@@ -1,10 +1,10 @@
 #include "bench/workload.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <numeric>
 #include <random>
+#include <regex>
 #include <stdexcept>
 
 namespace Orvane::Bench {
@@ -56,14 +56,20 @@ Workload ParseWorkload(const std::string& text) {
                 {1 * 195 * kFloat, 1 * 1 * kFloat, 1 * 256 * 256 * 1 * kFloat, 1 * 64 * 64 * 39 * kFloat,
                  1 * 117 * kFloat}};
     }
-    unsigned input = 0;
-    unsigned output = 0;
-    char rest = 0;
-    // NOLINTNEXTLINE(bugprone-unchecked-string-to-number-conversion): a wrong number is another workload's
-    if (std::sscanf(text.c_str(), "stub:%u:%u%c", &input, &output, &rest) == 2) {
-        return {"share " + std::to_string(input) + " " + std::to_string(output), {input}, {output}};
+    const std::regex stub("stub:([0-9]{1,8}):([0-9]{1,8})(?::([a-z]+):([0-9]{1,9}))?");
+    if (std::smatch words; std::regex_match(text, words, stub)) {
+        const auto input = static_cast<uint32_t>(std::stoul(words[1]));
+        const auto output = static_cast<uint32_t>(std::stoul(words[2]));
+        const std::string work = words[3];
+        return {
+            "share " + words[1].str() + " " + words[2].str() + (work.empty() ? "" : ";" + work + " " + words[4].str()),
+            {input},
+            {output},
+            work,
+            work.empty() ? 0 : std::stoll(words[4])};
     }
-    throw std::invalid_argument("no such workload: " + text + "; use face, voice, pose or stub:INPUT:OUTPUT");
+    throw std::invalid_argument("no such workload: " + text +
+                                "; use face, voice, pose or stub:INPUT:OUTPUT[:WORK:AMOUNT]");
 }
 
 std::vector<uint8_t> InputData(const Workload& workload) {

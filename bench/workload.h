@@ -12,6 +12,8 @@ struct Workload {
     std::string modelPath;          // for the stub, what the stub host takes for one
     std::vector<uint32_t> inputs;   // bytes of each tensor
     std::vector<uint32_t> outputs;  // the stub's output is the start of its input, and zeros where that is shorter
+    std::string work = {};          // the stub's, as `Testing::StubWork` has it
+    int64_t amount = 0;
 
     bool IsStub() const;
     uint32_t InputBytes() const;
@@ -19,7 +21,7 @@ struct Workload {
     uint32_t StubBytes() const;  // of the memory that is the stub
 };
 
-// "face", "voice", "pose", or "stub:INPUT:OUTPUT" with two numbers of bytes.
+// "face", "voice", "pose", or "stub:INPUT:OUTPUT[:WORK:AMOUNT]" with two numbers of bytes.
 // Throws `std::invalid_argument` for anything else.
 Workload ParseWorkload(const std::string& text);
 

@@ -12,6 +12,8 @@ constexpr int64_t kWatchesPerWakeUp = 4;
 // The part of an idle wait that may be watched: 4 %.
 constexpr int64_t kIdleWaitsPerWatch = 25;
 
+constexpr int64_t kMostWakeUp = 1'000'000;
+
 constexpr uint32_t kWaitsPerPlan = 8;
 constexpr size_t kEarliest = 3;  // the last of the shortest times that a watch may begin for
 
@@ -48,7 +50,7 @@ int64_t RecentTimes::Quantile(double share) const {
 
 void MachineWaits::LearnOfWakeUp(int64_t time) {
     if (const TryLock lock(isLearning); lock) {
-        wakeUps.Add(time);
+        wakeUps.Add(std::min(time, kMostWakeUp));
         wakeUp.store(wakeUps.Quantile(0.5), std::memory_order_relaxed);
     }
 }

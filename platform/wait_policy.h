@@ -35,7 +35,8 @@ class RecentTimes {
 // Thread-safe. Threads that learn at the same moment may lose what one of them learned.
 class MachineWaits {
  public:
-    // How long a sleeper takes to run after it was woken: the median. 0 before the first.
+    // How long a sleeper takes to run after it was woken: the median. 0 before the first. What is said to take longer
+    // than a millisecond is no machine's way to wake a sleeper, and counts as one.
     int64_t WakeUp() const { return wakeUp.load(std::memory_order_relaxed); }
     void LearnOfWakeUp(int64_t time);
 

@@ -106,6 +106,9 @@ TEST_F(WaitPolicyTest, ABusyMachineIsNotWatched) {
         machine.LearnOfWakeUp(time);
     }
     EXPECT_EQ(machine.WakeUp(), 40) << "the median";
+    MachineWaits deceived;
+    deceived.LearnOfWakeUp(kNever);
+    EXPECT_EQ(deceived.WakeUp(), 1'000'000) << "the other side may have said anything";
     const auto sleeps = [&machine] {
         uint32_t count = 0;
         while (!machine.MayWatch()) {

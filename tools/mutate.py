@@ -48,8 +48,9 @@ TESTS = {
 
 # The tests that are likely to see a change of a file in this folder: they run before all others.
 LIKELY = {
+    "core": ["fuzz_model_file_cipher", "core_test", "fuzz_flat_form"],
     "ipc": ["fuzz_dispatcher", "seam_test", "protocol_test"],
-    "backends/openvino": ["fuzz_model_file_cipher", "fuzz_cache_stream", "openvino_backend_test"],
+    "backends/openvino": ["fuzz_cache_stream", "openvino_backend_test"],
     "backends/remote": ["fuzz_remote_reply", "protocol_test", "host_process_test"],
     "sdk": ["orvane_hpp_test", "c_client_interface_test", "c_interface_test"],
 }
@@ -69,6 +70,11 @@ class Copy:
         self.files = [name for name in sorted(set(listed)) if name and (checkout / name).is_file()]
         for name in self.files:
             self.restore(name)
+        for folder, folders, names in os.walk(self.source):
+            folders[:] = set(folders) - {"build"}
+            for path in (Path(folder, name) for name in names):
+                if str(path.relative_to(self.source)) not in self.files:
+                    path.unlink()
         dependencies = self.source / ".deps"
         if not dependencies.is_symlink():
             dependencies.symlink_to(checkout / ".deps")

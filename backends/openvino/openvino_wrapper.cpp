@@ -16,9 +16,11 @@
 
 #include <algorithm>
 #include <cassert>
+#include <exception>
 #include <istream>
 #include <new>
 #include <ostream>
+#include <string_view>
 
 namespace Orvane {
 
@@ -176,20 +178,27 @@ Status OpenvinoWrapper::SetTensorShape(TensorType type, uint32_t index, const st
 }
 
 bool OpenvinoWrapper::HasDevice(const std::string& device) {
+    std::exception_ptr notLoaded;
     // To list the devices loads every plugin there is: the one that nearly everybody wants is asked for by name.
     if (device == "CPU") {
         try {
             if (!core->get_property(device, ov::available_devices).empty()) {
                 return true;
             }
-        } catch (const ov::Exception&) {
-            // no such plugin here: the list decides
+        } catch (const ov::Exception& error) {
+            const bool isKnown = std::string_view(error.what()).find("not registered") == std::string_view::npos;
+            notLoaded = isKnown ? std::current_exception() : nullptr;
         }
     }
     // A part of a name is enough, so that "GPU" finds "GPU.0".
     const std::vector<std::string> names = core->get_available_devices();
-    return std::any_of(names.begin(), names.end(),
-                       [&device](const std::string& name) { return name.find(device) != std::string::npos; });
+    const bool isListed = std::any_of(names.begin(), names.end(), [&device](const std::string& name) {
+        return name.find(device) != std::string::npos;
+    });
+    if (!isListed && notLoaded) {
+        std::rethrow_exception(notLoaded);  // the list leaves a plugin out for which memory or threads are lacking
+    }
+    return isListed;
 }
 
 // The model goes when this returns: a cache is written without its memory.

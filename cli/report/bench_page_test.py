@@ -15,6 +15,7 @@ import sys
 import types
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench"))
+import host_map
 import measure
 import run_bench
 import targets
@@ -123,14 +124,19 @@ def made_up_results():
         return measure.summarise([[chance.lognormvariate(12, 1) for _ in range(50)] for _ in range(repetitions)])
 
     parts = ("Decipher", "KeystreamInPieces", "MemcpyInPieces", "KeystreamOverMemory", "MemcpyOverMemory")
+    copies = [f"CopyTensor<{name}>/{size}/0/1" for name in ("Orvane::Platform::CopyData", "Memcpy") for size in (1024, 4096)]
+    cells = [{"kind": kind, "run": run, "size": size} | {key: chance.uniform(-5e3, 5e5) for key in
+                                                        ("direct", "host", "peer", "allowed", "noise")}
+             for kind in host_map.KINDS for run in (0, 300_000) for size in host_map.FEW_SIZES]
     results = {
+        "maps": {"quiet": {"wake_up": 27_000, "cells": cells}},
         "quick": True, "date": "2026-11-22T02:07:57+00:00", "seconds": 77,
         "machine": run_bench.describe_machine(run_bench.SOURCE) | {"others": 0.51, "stolen": 0.002, "disturbed": True},
         "cases": {case.name: {variant: summary() for variant in case.measured} for case in run_bench.plan(True)},
         "starts": {way: summary() for way in ("direct, cold", "cold", "encrypted", "direct, imported", "cached")},
         "processes": {what: summary() for what in ("launch", "start", "idle", "waiting", "memory")},
         "parts": {part: {"nanoseconds": chance.uniform(10, 1e6), "bytes_per_second": chance.uniform(1e8, 1e11)}
-                  for part in parts},
+                  for part in (*parts, *copies)},
     }
     results["machine"]["processor"] = HOSTILE
     results["targets"] = targets.evaluate(results)
@@ -150,6 +156,7 @@ def check_benchmark(folder):
             expected.append((f"{group}/{variant}", figures["median"]))
             if not group.endswith(f":{targets.SWEEP_OUTPUT}"):
                 expected += numbers([min(figures["medians"]), max(figures["medians"]), figures["percentiles"]], group)
+    expected += [(f"map {cell}", cell[key]) for cell in results["maps"]["quiet"]["cells"] for key in ("host", "peer", "allowed")]
     check_figures(shown, [*expected, *numbers(results["parts"]), *numbers(results["machine"] | {"load_before": 2})], 1e9)
     assert all(entry["text"] in shown.text for entry in results["targets"])
     assert HOSTILE in shown.text and shown.alerts == 1

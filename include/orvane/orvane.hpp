@@ -263,6 +263,18 @@ class Model {
         Check(orvane_view_output(handle.get(), output.index, &data, &bytes));
         return {static_cast<const T*>(data), static_cast<size_t>(bytes / sizeof(T))};
     }
+
+    /// Memory for the data of a whole input: write all of it, and pass it to `Set`, which then copies nothing. Valid
+    /// until the next call for the model but `Set` with it; what `Set` leaves in it is undefined.
+    template <typename T>
+    std::span<T> InputMemory(const Which& which) {
+        const Tensor& input = Input(which);
+        CheckType<T>(input);
+        void* data = nullptr;
+        uint64_t bytes = 0;
+        Check(orvane_input_memory(handle.get(), input.index, &data, &bytes));
+        return {static_cast<T*>(data), static_cast<size_t>(bytes / sizeof(T))};
+    }
 #endif
 
     /// Ends the host process, from any thread: the call that waits for it throws `HostEnded` within 200 ms. Does

@@ -213,6 +213,19 @@ ORVANE_C_API orvane_error* orvane_resize(orvane_model* model, uint32_t input, co
 /// Copies the data of a whole input: `bytes` is its `byte_size`. An input that was not set yet is all zeros.
 ORVANE_C_API orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes);
 
+/// Memory for the data of a whole input: write all of it, and pass its address to `orvane_set_input` or `orvane_infer`,
+/// which then copy nothing. In this process it is the buffer that the runtime reads; with a host process it is the
+/// place from which the data is sent. It is aligned to 8 bytes.
+///
+/// The memory is valid until the next call for the model, but `orvane_describe`, `orvane_tensor_count`, and
+/// `orvane_set_input` or `orvane_infer` with that very address. So one input has memory at a time. What is in it is
+/// undefined when you get it and after each of these calls. Memory that is not valid is refused as data.
+///
+/// It is never freed between two calls: also after the host process has ended it stays until you ask for the memory of
+/// that input again or close the model. A forked child must not write into that of a host process.
+/// Refused where `orvane_set_input` would be. In this process it makes the buffers of all inputs, like the first data.
+ORVANE_C_API orvane_error* orvane_input_memory(orvane_model* model, uint32_t index, void** data, uint64_t* bytes);
+
 /// Runs the model once on the data that was set last. At least one input must have been set.
 ORVANE_C_API orvane_error* orvane_run(orvane_model* model);
 

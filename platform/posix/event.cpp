@@ -63,13 +63,19 @@ bool StepAside() {
     return sched_setaffinity(0, sizeof others, &others) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
 }
 
+// How long ago the word was set, if that was since `start`. The other process may have written anything.
+int64_t SinceSet(const Word& word, int64_t start, int64_t now) {
+    return now - std::clamp(word.setAt.load(std::memory_order_relaxed), start, now);
+}
+
 // False if it was not set before `end`.
 bool Watch(Word& word, int64_t end, Awaited awaited) {
     // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
     // long. The side that waits for the result moves away, and not both, which would meet again. Watching where the
     // peer is to run would only hold it up: then every look is followed by a yield.
     const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
-    int64_t now = Now();
+    const int64_t start = Now();
+    int64_t now = start;
     // Copies of common sizes are over before a yield would be.
     const int64_t aloneUntil = together ? now : now + machine.WakeUp() / 8;
     for (; !Take(word); now = Now()) {
@@ -82,7 +88,7 @@ bool Watch(Word& word, int64_t end, Awaited awaited) {
             _mm_pause();
         }
     }
-    machine.LearnOfWatch(now - word.setAt.load(std::memory_order_relaxed));
+    machine.LearnOfWatch(SinceSet(word, start, now));
     return true;
 }
 
@@ -98,8 +104,9 @@ bool Sleep(Word& word, int64_t end) {
     if (!Take(word)) {
         return false;
     }
-    if (const int64_t setAt = word.setAt.load(std::memory_order_relaxed); setAt > start) {
-        machine.LearnOfWakeUp(Now() - setAt);
+    const int64_t now = Now();
+    if (const int64_t woken = SinceSet(word, start, now); woken < now - start) {
+        machine.LearnOfWakeUp(woken);
     }
     return true;
 }
@@ -199,7 +206,8 @@ bool Event::Wait(uint32_t milliseconds, Awaited awaited, uint32_t kind) {
     while (!taken && Now() < end) {
         taken = Sleep(word, end);
     }
-    policy.Learn(kind, taken ? word.setAt.load(std::memory_order_relaxed) - start : kNever);
+    const int64_t now = Now();
+    policy.Learn(kind, taken ? now - start - SinceSet(word, start, now) : kNever);
     return taken;
 }
 

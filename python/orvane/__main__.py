@@ -5,14 +5,13 @@ import subprocess
 import sys
 from typing import NoReturn
 
-from ._library import let_programs_find, program, runtime_folder
+from ._library import path_for_programs, program
 
 
 def main() -> NoReturn:
-    let_programs_find(runtime_folder())
     command = [str(program("orvane")), *sys.argv[1:]]
     if sys.platform == "win32":
-        sys.exit(subprocess.run(command, check=False).returncode)
+        sys.exit(subprocess.run(command, check=False, env={**os.environ, "PATH": path_for_programs()}).returncode)
     os.execv(command[0], command)
 
 

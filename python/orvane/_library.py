@@ -109,17 +109,16 @@ def program(name: str) -> pathlib.Path:
     return FOLDER / "bin" / (name + (".exe" if sys.platform == "win32" else ""))
 
 
-def let_programs_find(runtime: pathlib.Path) -> None:
-    """Lets host processes and the command line find OpenVINO's DLLs. On other systems the programs know the path."""
-    if sys.platform == "win32":
-        paths = os.environ.get("PATH", "").split(os.pathsep)
-        if str(runtime) not in paths:
-            os.environ["PATH"] = os.pathsep.join([str(runtime), *paths])
+def path_for_programs() -> str:
+    """The variable PATH with which Windows finds OpenVINO's DLLs for a program. On other systems programs know where
+    the libraries are."""
+    paths = os.environ.get("PATH", "").split(os.pathsep)
+    runtime = str(runtime_folder())
+    return os.pathsep.join(paths if runtime in paths else [runtime, *paths])
 
 
 def load() -> ctypes.CDLL:
     runtime = runtime_folder()
-    let_programs_find(runtime)
     if sys.platform == "win32":
         os.add_dll_directory(str(runtime))  # never closed: OpenVINO loads its plugins later
         library = ctypes.CDLL(str(LIBRARY))

@@ -14,20 +14,24 @@ from ._model import Array, ForkGuard, Model, refuse_copy
 from ._static import Shapes, static_model
 from ._watch import LoadStep
 
-Results = concurrent.futures.Future[list[Array]]
-
 
 class Pool:
     """Copies of one model, each in its own host process and with its own thread.
+
+    Use a pool in a ``with`` block: if Ctrl-C ends the block, all hosts are ended at once.
 
     Args:
         path: The model file.
         size: The number of hosts; by default, the number of processors.
         host: ``True``, or the path of another host program.
-        device, cache, make_cache, key, time_limit, load_time_limit, shapes: As for ``Model``.
+        device: As for ``Model``.
+        cache: As for ``Model``.
+        make_cache: As for ``Model``.
+        key: As for ``Model``.
+        time_limit: As for ``Model``.
+        load_time_limit: As for ``Model``.
+        shapes: As for ``Model``. All hosts share one temporary copy.
         retries: How often an item is tried again on a new host if its host crashes.
-
-    Use it in a ``with`` block. If Ctrl-C ends the block, all hosts are ended at once.
     """
 
     __reduce__ = refuse_copy
@@ -74,7 +78,7 @@ class Pool:
         """The number of hosts."""
         return len(self._models)
 
-    def submit(self, *arrays: Any, **by_name: Any) -> Results:
+    def submit(self, *arrays: Any, **by_name: Any) -> concurrent.futures.Future[list[Array]]:
         """Runs the model on the host that is free first, and returns a future of what ``Model.run`` returns. Do not
         change the arrays before it is done."""
         self._forked.check()
@@ -98,7 +102,7 @@ class Pool:
                 false, the first item that fails raises its exception and ends the iteration: the results of all
                 later items are lost, and the items that still wait do not run.
         """
-        waiting: collections.deque[Results] = collections.deque()
+        waiting: collections.deque[concurrent.futures.Future[list[Array]]] = collections.deque()
 
         def first() -> Union[list[Array], Exception]:
             try:

@@ -87,11 +87,11 @@ static void TestProgress(const char* stub) {
     SUCCEEDS(orvane_run(model));
     EXPECT(progress.calls[ORVANE_LOAD_NONE] >= 3 && progress.calls[ORVANE_LOAD_NONE] <= 7);  // in 1.3 s
 
-    progress.given_up_at_call = progress.calls[ORVANE_LOAD_NONE] + 1;
+    progress.givenUpAtCall = progress.calls[ORVANE_LOAD_NONE] + 1;
     FAILS(orvane_run(model), ORVANE_CANCELLED, "gave the call up, and the host process was ended");
     ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "because the progress function gave a call up");
-    progress.given_up_at_step = ORVANE_LOAD_STARTING_HOST;
-    progress.given_up_at_call = progress.calls[ORVANE_LOAD_STARTING_HOST] + 1;
+    progress.givenUpAtStep = ORVANE_LOAD_STARTING_HOST;
+    progress.givenUpAtCall = progress.calls[ORVANE_LOAD_STARTING_HOST] + 1;
     FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function gave up loading the model");
     ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "restart");
     SUCCEEDS(orvane_restart(model));
@@ -104,8 +104,8 @@ static void TestProgress(const char* stub) {
     options = StubOptions("hang", stub);
     options.progress = CountSteps;
     options.progress_user = &progress;
-    progress.given_up_at_step = ORVANE_LOAD_IN_HOST;
-    progress.given_up_at_call = 3;  // at the step, and while it waits
+    progress.givenUpAtStep = ORVANE_LOAD_IN_HOST;
+    progress.givenUpAtCall = 3;  // at the step, and while it waits
     FAILS(TryOpen(options), ORVANE_CANCELLED, "the progress function gave up loading the model");
 }
 
@@ -143,8 +143,8 @@ static void TestTheReaderOfACache(const char* forger) {
     options.load_time_limit_ms = 0;
     options.progress = CountSteps;
     options.progress_user = &progress;
-    progress.given_up_at_step = ORVANE_LOAD_IN_HOST;
-    progress.given_up_at_call = 4;
+    progress.givenUpAtStep = ORVANE_LOAD_IN_HOST;
+    progress.givenUpAtCall = 4;
     FAILS(TryOpen(options), ORVANE_CANCELLED, "gave up loading");
     EXPECT(progress.calls[ORVANE_LOAD_STARTING_HOST] == 2);
     EXPECT(fopen("read_for_ever", "rb") == NULL);

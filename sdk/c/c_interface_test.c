@@ -308,8 +308,8 @@ static void TestProgressInThisProcess(void) {
     options.progress_user = &progress;
     orvane_model* model = Open(options);
     EXPECT(progress.calls[ORVANE_LOAD_READING] == 1 && progress.calls[ORVANE_LOAD_COMPILING] == 1);
-    progress.given_up_at_step = ORVANE_LOAD_COMPILING;
-    progress.given_up_at_call = 2;
+    progress.givenUpAtStep = ORVANE_LOAD_COMPILING;
+    progress.givenUpAtCall = 2;
     FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function gave up loading the model");
     SUCCEEDS(orvane_infer(model, &input, 1, &output, 1));
     EXPECT(received[1] == 2);
@@ -396,6 +396,7 @@ static void TestBoth(const char* host) {
     TestInfer(host);
     TestUncopyable(host);
     TestFiles(host);
+    TestInputMemory(host);
 }
 
 int main(int argc, char** argv) {
@@ -414,10 +415,12 @@ int main(int argc, char** argv) {
         TestBoth(NULL);
         TestShapesInThisProcess();
         TestProgressInThisProcess();
+        TestInputMemoryInThisProcess();
     }
     TestBoth(argv[1]);
     TestTensors("");  // the host beside the library
     TestHost(argv[2]);
+    TestInputMemoryOfStub(argv[2]);
     TestForgedReplies(argv[3]);
     TestModelFiles(argc > 4);
     TestTheRest();

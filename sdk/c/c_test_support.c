@@ -101,5 +101,5 @@ int32_t CountSteps(void* user, int32_t step) {
         FAILS(orvane_run(progress->model), ORVANE_BAD_ARGUMENT, "in that function only interrupt it");
         orvane_interrupt(progress->model);
     }
-    return ++progress->calls[step] == progress->given_up_at_call && step == progress->given_up_at_step;
+    return ++progress->calls[step] == progress->givenUpAtCall && step == progress->givenUpAtStep;
 }

@@ -37,10 +37,10 @@ orvane_tensor Describe(const orvane_model* model, int32_t side);
 
 // What a progress function was called with, and when it gives up.
 typedef struct Progress {
-    int calls[7];              // by step
-    int32_t given_up_at_step;  // and
-    int given_up_at_call;      // of that step, from 1 on; 0 never
-    orvane_model* model;       // unless null, run by the function, and then interrupted
+    int calls[7];           // by step
+    int32_t givenUpAtStep;  // and
+    int givenUpAtCall;      // of that step, from 1 on; 0 never
+    orvane_model* model;    // unless null, run by the function, and then interrupted
 } Progress;
 
 int32_t CountSteps(void* user, int32_t step);
@@ -58,6 +58,9 @@ int32_t CountSteps(void* user, int32_t step);
 // The parts that c_interface_test.c runs one after another.
 void TestHost(const char* stub);
 void TestForgedReplies(const char* forger);
+void TestInputMemory(const char* host);
+void TestInputMemoryInThisProcess(void);
+void TestInputMemoryOfStub(const char* stub);
 int RunCopy(const char* stub, const char* number);
 
 #endif

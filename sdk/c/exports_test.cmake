@@ -4,7 +4,7 @@ cmake_minimum_required(VERSION 3.25)
 set(expected
     orvane_abi orvane_close orvane_decrypt_file orvane_describe orvane_describe_file orvane_element_type_name
     orvane_encrypt_file orvane_error_free orvane_error_host_end orvane_error_message orvane_error_reason
-    orvane_error_system orvane_get_output orvane_infer orvane_interrupt orvane_list_devices orvane_open
+    orvane_error_system orvane_get_output orvane_infer orvane_input_memory orvane_interrupt orvane_list_devices orvane_open
     orvane_reason_name orvane_reshape_file orvane_resize orvane_restart orvane_run orvane_set_input orvane_set_log
     orvane_tensor_count orvane_version orvane_view_output)
 

@@ -44,6 +44,33 @@ const char* ExplanationOf(std::string_view text) {
     return nullptr;
 }
 
+// What was lacking when a runtime, here or in a host, failed with this text; null for other failures.
+struct Shortage {
+    std::string_view sign;  // a part of the text
+    int32_t reason;
+    std::errc system;
+    const char* explanation;
+};
+constexpr const char* kNoMemoryForModel =
+    "there is not enough memory or address space for the model and the runtime: free some, or raise the limit";
+constexpr const char* kNoThreads =
+    "the system has no more threads or processes for this user, or no memory for one more: end some, or raise the "
+    "limit";
+
+const Shortage* ShortageOf(std::string_view text) {
+    static constexpr Shortage kShortages[] = {
+        {"failed to map segment from shared object", ORVANE_NO_MEMORY, std::errc(), kNoMemoryForModel},
+        {"std::bad_alloc", ORVANE_NO_MEMORY, std::errc(), kNoMemoryForModel},
+        {"Resource temporarily unavailable", ORVANE_SYSTEM, std::errc::resource_unavailable_try_again, kNoThreads},
+    };
+    for (const Shortage& shortage : kShortages) {
+        if (text.find(shortage.sign) != std::string_view::npos) {
+            return &shortage;
+        }
+    }
+    return nullptr;
+}
+
 // An explanation, and after it the fixed text that it explains.
 std::string Explained(const std::string& explanation, const std::string& fixedText) {
     return explanation + " (" + fixedText + ")";
@@ -125,8 +152,27 @@ Failure FailureOf(const Status& status) {
                     text),
                 status.code};
     }
+    if (const Shortage* shortage = ShortageOf(text); shortage != nullptr) {
+        return {shortage->reason, Explained(shortage->explanation, text), static_cast<int32_t>(shortage->system)};
+    }
     const char* explanation = ExplanationOf(text);
     return {reason, explanation != nullptr ? Explained(explanation, text) : text};
+}
+
+Failure HostStartFailure(const std::string& program, const Status& status) {
+    const std::error_code error(status.code, std::system_category());
+    const char* advice = "pass the path of orvane_host";
+    if (error == std::errc::resource_unavailable_try_again) {
+        advice = kNoThreads;
+    } else if (error == std::errc::not_enough_memory) {
+        advice = "free memory, or raise the limit";
+    } else if (error == std::errc::too_many_files_open) {
+        advice = "close files, or raise the limit of open files";
+    }
+    return {ORVANE_SYSTEM,
+            Explained("the host program " + program + " cannot be started: " + error.message() + "; " + advice,
+                      status.message),
+            status.code};
 }
 
 Failure HostEndedFailure(const HostEnd& end, bool isLoaded) {

@@ -46,6 +46,9 @@ inline Failure Refused(const std::string& text) {
 // does not say so.
 Failure FailureOf(const Status& status);
 
+// Of a host program that the system did not start: why and what to do.
+Failure HostStartFailure(const std::string& program, const Status& status);
+
 // Of a host process that ended like this, before or after its model was loaded: what happened and what to do.
 Failure HostEndedFailure(const HostEnd& end, bool isLoaded);
 

@@ -1,13 +1,10 @@
 #include "sdk/c/model.h"
 
-#include "backends/remote/remote_wrapper.h"
-#include "platform/copy_data.h"
 #include "sdk/c/load.h"
 
 #include <algorithm>
 #include <exception>
 #include <new>
-#include <system_error>
 #include <utility>
 
 namespace Orvane::C {
@@ -53,15 +50,6 @@ int32_t Model::Progress(void* self, int32_t step) {
                    (model.request.progress != nullptr && model.request.progress(model.request.progressUser, step) != 0)
                ? 1
                : 0;
-}
-
-template <typename Work>
-std::invoke_result_t<Work> Model::Talk(Work work) {
-    try {
-        return work();
-    } catch (...) {
-        RethrowCaught();
-    }
 }
 
 void Model::RethrowCaught() {
@@ -125,11 +113,7 @@ void Model::Check(const Status& status) {
         throw Failure(*end);
     }
     if (status.reason == FailureReasonHostStart) {
-        throw Failure(ORVANE_SYSTEM,
-                      "the host program " + request.params.host +
-                          " cannot be started: " + std::system_category().message(status.code) +
-                          "; pass the path of orvane_host (" + status.message + ")",
-                      status.code);
+        throw HostStartFailure(request.params.host, status);
     }
     throw FailureOf(status);
 }
@@ -141,6 +125,7 @@ void Model::RequireHost() const {
 }
 
 void Model::Restart() {
+    inputMemory.Invalidate();
     if (IsRemote()) {
         interpreter.Release();
         for (std::vector<Port>* side : {&ports.inputs, &ports.outputs}) {
@@ -168,25 +153,9 @@ void Model::Restart() {
     }
     end.reset();
     isLoaded = true;
+    isPrepared = false;
     hasInput = false;
     hasRun = false;
-}
-
-// The first data makes the buffers of all inputs. Where that fails they are half made, and only a model that is loaded
-// again has none.
-void Model::ReloadUnlessPrepared() {
-    if (hasInput || end) {
-        return;
-    }
-    try {
-        Restart();
-    } catch (const std::exception& error) {
-        if (!end) {
-            end = Failure(ORVANE_RUNTIME, std::string("the model could not be loaded again after its first data was "
-                                                      "refused; restart it: ") +
-                                              error.what());
-        }
-    }
 }
 
 Model::Ports Model::Load(Interpreter& target) {
@@ -259,7 +228,7 @@ void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
             "a shape cannot be set in a host process: run the model in this process, or write it with a fixed shape "
             "first");
     }
-    if (hasInput) {
+    if (isPrepared) {
         throw Refused("a shape is set before the first data: restart the model, then set shapes and inputs again");
     }
     if (dimensions == nullptr && rank != 0) {
@@ -283,121 +252,6 @@ void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
     }
     Check(port.handle->Resize(shape));
     port.SetShape(shape);
-}
-
-// The first data makes buffers for all inputs, and so each must have a size.
-void Model::RequireShapes() const {
-    for (const Port& port : ports.inputs) {
-        if (port.IsDynamic() || port.shape.empty()) {
-            throw Refused(port.problem);
-        }
-    }
-}
-
-void Model::CheckInput(uint32_t index, const void* data, uint64_t bytes) const {
-    const Port& port = PortAt(ORVANE_INPUT, index);
-    if (port.bytes == 0) {
-        throw Refused(port.problem);
-    }
-    if (bytes != port.bytes) {
-        throw BadArgument(port.Label() + " has " + std::to_string(port.bytes) + " bytes, not " + std::to_string(bytes) +
-                          ": pass all of them");
-    }
-    if (data == nullptr) {
-        throw BadArgument("the data for " + port.Label() + " is null: pass its address");
-    }
-    if (!hasInput) {
-        RequireShapes();
-    }
-}
-
-void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const {
-    const Port& port = PortAt(ORVANE_OUTPUT, index);
-    const bool isSizedByRun = port.IsDynamic() && port.type != DataTypeUnknown && !IsRemote();
-    if (port.bytes == 0 && !isSizedByRun) {
-        throw Refused(port.problem);
-    }
-    if (port.bytes != 0 ? bytes != port.bytes : bytes == 0 || bytes > UINT32_MAX) {
-        throw BadArgument(port.Label() +
-                          (port.bytes != 0 ? " has " + std::to_string(port.bytes) + " bytes, not "
-                                           : " has a size that each run decides, but not ") +
-                          std::to_string(bytes) + ": pass memory for all of them");
-    }
-    if (data == nullptr) {
-        throw BadArgument("the memory for " + port.Label() + " is null: pass its address");
-    }
-}
-
-void Model::SetInput(uint32_t index, const void* data, uint64_t bytes) {
-    RequireHost();
-    CheckInput(index, data, bytes);
-    try {
-        Talk([&] { Check(ports.inputs[index].handle->CopyFrom(data, static_cast<uint32_t>(bytes))); });
-    } catch (const Failure& failure) {
-        if (failure.Reason() != ORVANE_SYSTEM) {  // the data did not reach the host
-            ReloadUnlessPrepared();
-        }
-        throw;
-    } catch (...) {
-        ReloadUnlessPrepared();
-        throw;
-    }
-    hasInput = true;
-}
-
-void Model::Run() {
-    RequireHost();
-    if (!hasInput) {
-        throw Refused("no input was set: set the inputs before the run");
-    }
-    Talk([this] { Check(interpreter.Invoke()); });
-    hasRun = true;
-}
-
-void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
-    RequireHost();
-    CheckOutput(index, data, bytes);
-    if (!hasRun) {
-        throw Refused("the model has not run since it was loaded: run it first");
-    }
-    Port& port = ports.outputs[index];
-    const auto size = static_cast<uint32_t>(bytes);
-    Talk([&] {
-        if (!IsRemote()) {
-            Check(port.handle->CopyTo(data, size));
-        } else if (const void* sent = port.handle->GetData(); sent != nullptr) {
-            Platform::CopyData(data, sent, size);  // of the section, which is large enough, whatever the host claims
-        } else {
-            RequireLivingHost(interpreter);
-            CopyWhatTheHostSends(port, data, size);
-        }
-    });
-}
-
-// `CopyTo` says why there is no output, but copies as much as the host claims: into memory for as much as it can claim.
-void Model::CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes) {
-    std::vector<uint8_t> sent(RemoteWrapper::kChannelSize);
-    Check(port.handle->CopyTo(sent.data(), bytes));
-    Platform::CopyData(data, sent.data(), bytes);
-}
-
-const void* Model::ViewOutput(uint32_t index) {
-    RequireHost();
-    const Port& port = PortAt(ORVANE_OUTPUT, index);
-    if (port.bytes == 0) {
-        throw Refused(port.problem);
-    }
-    if (!hasRun) {
-        throw Refused("the model has not run since it was loaded: run it first");
-    }
-    return Talk([&]() -> const void* {
-        const void* data = port.handle->GetData();
-        if (data == nullptr) {
-            RequireLivingHost(interpreter);
-            throw Failure(ORVANE_RUNTIME, port.Label() + " cannot be viewed in place: copy it, which also says why");
-        }
-        return data;
-    });
 }
 
 void Model::Interrupt() {

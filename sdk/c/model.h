@@ -4,6 +4,7 @@
 
 #include "core/call_watch.h"
 #include "sdk/c/failure.h"
+#include "sdk/c/input_memory.h"
 #include "sdk/c/options.h"
 #include "sdk/c/port.h"
 
@@ -50,6 +51,13 @@ class Model {
     void Run();
     void GetOutput(uint32_t index, void* data, uint64_t bytes);
 
+    // The memory of an input, as many bytes as the input has. `SetInput` with its address copies nothing.
+    void* LendInput(uint32_t index);
+
+    // Whether it is the address of input memory that no call has made invalid.
+    bool IsInputMemory(const void* data) const { return inputMemory.IsValid(data); }
+    void InvalidateInputMemory() { inputMemory.Invalidate(); }
+
     // Throw for arguments that `SetInput` or `GetOutput` refuse, and change nothing.
     void CheckInput(uint32_t index, const void* data, uint64_t bytes) const;
     void CheckOutput(uint32_t index, const void* data, uint64_t bytes) const;
@@ -80,7 +88,13 @@ class Model {
 
     // What talks to the interpreter goes through here: whatever leaves the host unusable ends it.
     template <typename Work>
-    std::invoke_result_t<Work> Talk(Work work);
+    std::invoke_result_t<Work> Talk(Work work) {
+        try {
+            return work();
+        } catch (...) {
+            RethrowCaught();
+        }
+    }
     [[noreturn]] void RethrowCaught();
     [[noreturn]] void EndHost(const Failure& failure);
     [[noreturn]] void GiveUp();
@@ -88,7 +102,9 @@ class Model {
     Ports Load(Interpreter& target);
     std::vector<Port> Describe(Interpreter& target, TensorType side, uint64_t& budget) const;
     void RequireLivingHost(const Interpreter& asked) const;
-    void RequireShapes() const;
+    const Port& RequireInput(uint32_t index) const;
+    template <typename Work>
+    void Prepare(Work work);
     void ReloadUnlessPrepared();
     void CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes);
 
@@ -98,6 +114,8 @@ class Model {
     bool isInCall = false;
     uint32_t limit = 0;  // of the call
     bool isLoaded = false;
+    InputMemory inputMemory;
+    bool isPrepared = false;  // the buffers of all inputs are made
     bool hasInput = false;
     bool hasRun = false;
     std::atomic<bool> isInterrupted{false};  // since the last load began

@@ -39,11 +39,20 @@ void RequireNotNull(Pointer pointer, const char* name) {
 
 // One call for a loaded model.
 template <typename Work>
-orvane_error* WithModel(orvane_model* model, Work work) {
+orvane_error* WithInputMemory(orvane_model* model, Work work) {
     return Guarded([&] {
         RequireNotNull(model, "the model");
         const Model::Call call(*model);
         work(*model);
+    });
+}
+
+// A call after which input memory is not valid.
+template <typename Work>
+orvane_error* WithModel(orvane_model* model, Work work) {
+    return WithInputMemory(model, [&work](Model& open) {
+        open.InvalidateInputMemory();
+        work(open);
     });
 }
 
@@ -179,7 +188,23 @@ orvane_error* orvane_resize(orvane_model* model, uint32_t input, const int64_t* 
 }
 
 orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes) {
-    return WithModel(model, [&](Model& open) { open.SetInput(index, data, bytes); });
+    return WithInputMemory(model, [&](Model& open) {
+        if (!open.IsInputMemory(data)) {
+            open.InvalidateInputMemory();
+        }
+        open.SetInput(index, data, bytes);
+    });
+}
+
+orvane_error* orvane_input_memory(orvane_model* model, uint32_t index, void** data, uint64_t* bytes) {
+    return WithModel(model, [&](Model& open) {
+        RequireNotNull(data, "the place for the address of the memory");
+        RequireNotNull(bytes, "the place for the number of bytes");
+        *data = nullptr;
+        *bytes = 0;
+        *data = open.LendInput(index);
+        *bytes = open.PortAt(ORVANE_INPUT, index).bytes;
+    });
 }
 
 orvane_error* orvane_run(orvane_model* model) {
@@ -203,17 +228,28 @@ orvane_error* orvane_view_output(orvane_model* model, uint32_t index, const void
 
 orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint32_t input_count,
                            const orvane_output* outputs, uint32_t output_count) {
-    return WithModel(model, [&](Model& open) {
+    return WithInputMemory(model, [&](Model& open) {
         open.RequireHost();
         constexpr size_t kFirstSize = 32;
         const std::string input = "an input";
         const std::string output = "an output";
-        Orvane::C::ForEach(inputs, input_count, kFirstSize, input,
-                           [&](const orvane_input& item) { open.CheckInput(item.index, item.data, item.bytes); });
+        bool usesInputMemory = false;
+        Orvane::C::ForEach(inputs, input_count, kFirstSize, input, [&](const orvane_input& item) {
+            open.CheckInput(item.index, item.data, item.bytes);
+            usesInputMemory = usesInputMemory || open.IsInputMemory(item.data);
+        });
         Orvane::C::ForEach(outputs, output_count, kFirstSize, output,
                            [&](const orvane_output& item) { open.CheckOutput(item.index, item.data, item.bytes); });
-        Orvane::C::ForEach(inputs, input_count, kFirstSize, input,
-                           [&](const orvane_input& item) { open.SetInput(item.index, item.data, item.bytes); });
+        if (!usesInputMemory) {
+            open.InvalidateInputMemory();
+        }
+        for (const bool inMemory : {true, false}) {  // the others may be sent through that memory
+            Orvane::C::ForEach(inputs, input_count, kFirstSize, input, [&](const orvane_input& item) {
+                if (open.IsInputMemory(item.data) == inMemory) {
+                    open.SetInput(item.index, item.data, item.bytes);
+                }
+            });
+        }
         open.Run();
         Orvane::C::ForEach(outputs, output_count, kFirstSize, output,
                            [&](const orvane_output& item) { open.GetOutput(item.index, item.data, item.bytes); });

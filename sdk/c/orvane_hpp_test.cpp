@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -58,6 +59,14 @@ TEST(OrvaneHpp, MovesDataInAndOutOfEveryKindOfContainer) {
     model.Run();
     model.Get("y0", std::span<uint8_t>(backwards).first(4));
     EXPECT_EQ(backwards, (Bytes{4, 3, 2, 1}));
+
+    const std::span<uint8_t> memory = model.InputMemory<uint8_t>("x0");
+    std::copy(sent.begin(), sent.end(), memory.begin());
+    model.Set("x0", memory);
+    model.Run();
+    EXPECT_EQ(model.Get<uint8_t>(0), sent);
+    model.Set(0, backwards);
+    model.Run();
 
     Model other = std::move(model);
     EXPECT_EQ(other.Get<uint8_t>(0), backwards);

@@ -308,7 +308,7 @@ TEST_F(HostProcessPosix, NeedsLittleAddressSpace) {
         const rlimit limit{most, most};
         setrlimit(RLIMIT_AS, &limit);
     };
-    for (const rlim_t megabytes : {36, 64, 128, 256, 512, 1000}) {
+    for (const rlim_t megabytes : {36U, 64U, 128U, 256U, 512U, 1000U}) {
         InChild([&] {
             leave(megabytes << 20);
             EXPECT_EQ(Init(Params("echo 4")), kOk) << megabytes;

@@ -3,6 +3,7 @@
 #include "core/backend_factory.h"
 #include "platform/process.h"
 #include "testing/support/memory_backend.h"
+#include "testing/support/stub_work.h"
 
 #include <algorithm>
 #include <chrono>
@@ -48,7 +49,7 @@ const std::map<std::string, void (*)()>& Deaths() {
 //   hang                           never ends
 // and the model name, or what stands behind a semicolon in the path, what running it does before it copies each input
 // to its output:
-//   sleep MILLISECONDS, exit VALUE, or one of the deaths below; anything else nothing
+//   sleep MILLISECONDS, exit VALUE, the work of a `StubWork`, or one of the deaths below; anything else nothing
 // or "look" for a look at the data that came in last, when the model goes.
 class StubBackend final : public Testing::MemoryBackend {
  public:
@@ -75,6 +76,7 @@ class StubBackend final : public Testing::MemoryBackend {
         }
         std::istringstream(mark != std::string::npos ? params.modelPath.substr(mark + 1) : params.modelName) >> run >>
             number;
+        work = std::make_unique<Testing::StubWork>(run, number);
         const bool shares = kind == "share";
         const size_t outputSize = shares ? std::exchange(outputCount, 1) : size;
         size_t inputCount = outputCount;
@@ -103,7 +105,12 @@ class StubBackend final : public Testing::MemoryBackend {
         if (run == "exit") {
             std::_Exit(number);
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(number));
+        if (run == "sleep") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(number));
+        }
+        if (work != nullptr) {
+            work->Run();
+        }
         if (const auto death = Deaths().find(run); death != Deaths().end()) {
             death->second();
         }
@@ -119,6 +126,7 @@ class StubBackend final : public Testing::MemoryBackend {
     inline static int living = 0;
     std::string run;
     int number = 0;
+    std::unique_ptr<Testing::StubWork> work;
     const volatile char* lastInput = nullptr;
 };
 

@@ -1,5 +1,4 @@
-#include <orvane/model_file_cipher.h>
-
+// The cipher of model files, and the reading of files in it.
 #include "backends/openvino/encrypted_model_file.h"
 #include "testing/support/temporary_folder.h"
 

@@ -1,0 +1,39 @@
+#include "bench/classes_application.h"
+#include "bench/worker.h"
+
+#include <cstring>
+
+namespace {
+
+// An application that makes its input where it is sent or read from, and reads its outputs where they are. Here both is
+// a copy, which counts as the application's own work.
+struct InPlaceApplication : Orvane::Bench::ClassesApplication {
+    using ClassesApplication::ClassesApplication;
+
+    void Infer(const uint8_t* input, uint8_t* output) {
+        for (auto& [tensor, size] : inputs) {
+            std::shared_ptr<void> memory;
+            Check(tensor->GetMemory(size, memory));
+            std::memcpy(memory.get(), input, size);
+            Check(tensor->CopyFrom(memory.get(), size));
+            input += size;
+        }
+        Check(model.Invoke());
+        for (auto& [tensor, size] : outputs) {
+            const void* const data = tensor->GetData();
+            if (data == nullptr) {
+                throw std::runtime_error("there is no output");
+            }
+            std::memcpy(output, data, size);
+            output += size;
+        }
+    }
+};
+
+}  // namespace
+
+// Times the classes without copies of their own: in this process, or through the host program that the argument names.
+int main(int argc, char** argv) {
+    return Orvane::Bench::RunWorker(argc, argv,
+                                    Orvane::Bench::InferWith<InPlaceApplication, Orvane::Bench::Workload, std::string>);
+}

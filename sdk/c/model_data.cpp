@@ -1,0 +1,163 @@
+// Data into and out of a loaded model.
+#include "sdk/c/model.h"
+
+#include "backends/remote/remote_wrapper.h"
+#include "platform/copy_data.h"
+
+#include <exception>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace Orvane::C {
+
+// The first data makes the buffers of all inputs. Where that fails they are half made, and only a model that is loaded
+// again has none.
+void Model::ReloadUnlessPrepared() {
+    if (isPrepared || end) {
+        return;
+    }
+    try {
+        Restart();
+    } catch (const std::exception& error) {
+        if (!end) {
+            end = Failure(ORVANE_RUNTIME, std::string("the model could not be loaded again after its first data was "
+                                                      "refused; restart it: ") +
+                                              error.what());
+        }
+    }
+}
+
+// Throws if data cannot be set for this input. The first data makes buffers for all inputs, and so each needs a size.
+const Port& Model::RequireInput(uint32_t index) const {
+    const Port& port = PortAt(ORVANE_INPUT, index);
+    if (port.bytes == 0) {
+        throw Refused(port.problem);
+    }
+    for (const Port& input : ports.inputs) {
+        if (!isPrepared && (input.IsDynamic() || input.shape.empty())) {
+            throw Refused(input.problem);
+        }
+    }
+    return port;
+}
+
+void Model::CheckInput(uint32_t index, const void* data, uint64_t bytes) const {
+    const Port& port = RequireInput(index);
+    if (bytes != port.bytes) {
+        throw BadArgument(port.Label() + " has " + std::to_string(port.bytes) + " bytes, not " + std::to_string(bytes) +
+                          ": pass all of them");
+    }
+    if (data == nullptr) {
+        throw BadArgument("the data for " + port.Label() + " is null: pass its address");
+    }
+    inputMemory.CheckSource(port, data);
+}
+
+void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const {
+    const Port& port = PortAt(ORVANE_OUTPUT, index);
+    const bool isSizedByRun = port.IsDynamic() && port.type != DataTypeUnknown && !IsRemote();
+    if (port.bytes == 0 && !isSizedByRun) {
+        throw Refused(port.problem);
+    }
+    if (port.bytes != 0 ? bytes != port.bytes : bytes == 0 || bytes > UINT32_MAX) {
+        throw BadArgument(port.Label() +
+                          (port.bytes != 0 ? " has " + std::to_string(port.bytes) + " bytes, not "
+                                           : " has a size that each run decides, but not ") +
+                          std::to_string(bytes) + ": pass memory for all of them");
+    }
+    if (data == nullptr) {
+        throw BadArgument("the memory for " + port.Label() + " is null: pass its address");
+    }
+    inputMemory.CheckTarget(port, data, bytes);
+}
+
+// What may make the buffers of all inputs.
+template <typename Work>
+void Model::Prepare(Work work) {
+    try {
+        Talk([&] { Check(work()); });
+    } catch (const Failure& failure) {
+        if (failure.Reason() != ORVANE_SYSTEM) {  // the data did not reach the host
+            ReloadUnlessPrepared();
+        }
+        throw;
+    } catch (...) {
+        ReloadUnlessPrepared();
+        throw;
+    }
+}
+
+void Model::SetInput(uint32_t index, const void* data, uint64_t bytes) {
+    RequireHost();
+    CheckInput(index, data, bytes);
+    Prepare([&] { return ports.inputs[index].handle->CopyFrom(data, static_cast<uint32_t>(bytes)); });
+    isPrepared = true;
+    hasInput = true;
+}
+
+void* Model::LendInput(uint32_t index) {
+    RequireHost();
+    const Port& port = RequireInput(index);
+    std::shared_ptr<void> memory;
+    Prepare([&] { return port.handle->GetMemory(static_cast<uint32_t>(port.bytes), memory); });
+    isPrepared = isPrepared || !IsRemote();  // a host makes them with the first data
+    return inputMemory.Lend(port, std::move(memory));
+}
+
+void Model::Run() {
+    RequireHost();
+    if (!hasInput) {
+        throw Refused("no input was set: set the inputs before the run");
+    }
+    Talk([this] { Check(interpreter.Invoke()); });
+    hasRun = true;
+}
+
+void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
+    RequireHost();
+    CheckOutput(index, data, bytes);
+    if (!hasRun) {
+        throw Refused("the model has not run since it was loaded: run it first");
+    }
+    Port& port = ports.outputs[index];
+    const auto size = static_cast<uint32_t>(bytes);
+    Talk([&] {
+        if (!IsRemote()) {
+            Check(port.handle->CopyTo(data, size));
+        } else if (const void* sent = port.handle->GetData(); sent != nullptr) {
+            Platform::CopyData(data, sent, size);  // of the section, which is large enough, whatever the host claims
+        } else {
+            RequireLivingHost(interpreter);
+            CopyWhatTheHostSends(port, data, size);
+        }
+    });
+}
+
+// `CopyTo` says why there is no output, but copies as much as the host claims: into memory for as much as it can claim.
+void Model::CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes) {
+    std::vector<uint8_t> sent(RemoteWrapper::kChannelSize);
+    Check(port.handle->CopyTo(sent.data(), bytes));
+    Platform::CopyData(data, sent.data(), bytes);
+}
+
+const void* Model::ViewOutput(uint32_t index) {
+    RequireHost();
+    const Port& port = PortAt(ORVANE_OUTPUT, index);
+    if (port.bytes == 0) {
+        throw Refused(port.problem);
+    }
+    if (!hasRun) {
+        throw Refused("the model has not run since it was loaded: run it first");
+    }
+    return Talk([&]() -> const void* {
+        const void* data = port.handle->GetData();
+        if (data == nullptr) {
+            RequireLivingHost(interpreter);
+            throw Failure(ORVANE_RUNTIME, port.Label() + " cannot be viewed in place: copy it, which also says why");
+        }
+        return data;
+    });
+}
+
+}  // namespace Orvane::C

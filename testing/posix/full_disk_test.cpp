@@ -1,0 +1,27 @@
+// A cache that has no room for all of its bytes.
+#include "backends/openvino/decode_output_stream_buf.h"
+#include "testing/posix/in_child.h"
+#include "testing/support/temporary_folder.h"
+
+#include <sys/resource.h>
+
+#include <csignal>
+
+namespace Orvane {
+namespace {
+
+TEST(FullDisk, FailsAWriteThatIsCutShort) {
+    const Testing::TemporaryFolder folder;
+    Testing::InChild([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit room{300'000, 300'000};
+        setrlimit(RLIMIT_FSIZE, &room);
+        DecodeOutputStreamBuf buffer(folder.Path("cache"));
+        const std::string bytes(600'000, 'x');
+        EXPECT_EQ(buffer.sputn(bytes.data(), 600'000), 262'144) << "whole pieces only";
+        EXPECT_EQ(buffer.sputn(bytes.data(), 600'000), 0);
+    });
+}
+
+}  // namespace
+}  // namespace Orvane
