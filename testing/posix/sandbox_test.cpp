@@ -137,9 +137,9 @@ TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
     Inside([] {
         const long parent = getppid();
         constexpr long kPage = 4096;
-        const auto shared =
-            reinterpret_cast<long>(mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-        auto* const words = reinterpret_cast<uint32_t*>(shared);
+        void* const page = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        ASSERT_NE(page, MAP_FAILED);
+        const auto shared = reinterpret_cast<long>(page);
         int ends[2];
         ASSERT_EQ(pipe(ends), 0);
         int number = static_cast<int>(parent);
@@ -175,7 +175,6 @@ TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
         for (const Call& call : calls) {
             EXPECT_EQ(Try(call.words), "EPERM") << call.harm << ": call " << call.words[0];
         }
-        words[0] = 0;
         EXPECT_EQ(Try(SYS_futex, shared, FUTEX_WAKE, 1), "done") << "the events are made of it";
         EXPECT_EQ(Try(SYS_futex, shared, FUTEX_REQUEUE | FUTEX_PRIVATE_FLAG, 0, 0, shared + 4), "done");
         EXPECT_EQ(Try(SYS_madvise, shared, kPage, MADV_HUGEPAGE), "done");
