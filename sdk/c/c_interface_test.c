@@ -10,6 +10,24 @@
 
 // --- What is the same in this process and in a host process ---
 
+// At the limits of what may be written with each number of bytes: too short, too long, too large, half a pair.
+static const char* const kUtf8[] = {"\x7F",         "\xC2\x80",     "\xDF\xBF",         "\xE0\xA0\x80",
+                                    "\xED\x9F\xBF", "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"};
+static const char* const kNotUtf8[] = {"\x80",
+                                       "\xC1\xBF",
+                                       "\xC3",
+                                       "\xC3(",
+                                       "\xE0\x9F\xBF",
+                                       "\xED\xA0\x80",
+                                       "\xE4\xB8",
+                                       "\xE4\xB8(",
+                                       "\xE4(\xB8",
+                                       "\xF0\x8F\xBF\xBF",
+                                       "\xF4\x90\x80\x80",
+                                       "\xF5\x80\x80\x80",
+                                       "\xF0\x90\x80",
+                                       "\xF0\x90\x80("};
+
 static void TestOptions(const char* host) {
     const char* model = EchoModel("options.xml", "f32", "1,3");
     const uint8_t key[5] = {'k', 'e', 'y', 0, 'x'};
@@ -38,7 +56,12 @@ static void TestOptions(const char* host) {
     FAILS(orvane_open(&newer.known, &opened), ORVANE_REFUSED, "does not know all values of the options");
 
     memset(longText, 'x', sizeof longText);
-    FAILS(TryOpen(Options("\xC3(", host)), ORVANE_BAD_ARGUMENT, "the model path is not UTF-8");
+    for (size_t i = 0; i < sizeof kUtf8 / sizeof kUtf8[0]; ++i) {
+        MISSES(TryOpen(Options(kUtf8[i], host)), "");
+    }
+    for (size_t i = 0; i < sizeof kNotUtf8 / sizeof kNotUtf8[0]; ++i) {
+        FAILS(TryOpen(Options(kNotUtf8[i], host)), ORVANE_BAD_ARGUMENT, "the model path is not UTF-8");
+    }
     FAILS(TryOpen(Options(longText, host)), ORVANE_BAD_ARGUMENT, "the model path is longer than");
     FAILS(TryOpen(Options(NULL, host)), ORVANE_BAD_ARGUMENT, "neither a model path nor a cache path");
     MISSES(TryOpen(Options("missing.xml", host)), "there is no model file missing.xml: check");
