@@ -41,6 +41,7 @@ static void TestEnds(const char* stub) {
         const int32_t cause = kEnds[i].cause;
         orvane_options options = StubOptions(kEnds[i].model, stub);
         options.time_limit_ms = i == 0 ? 1000 : 15000;
+        options.load_time_limit_ms = 15000;
         orvane_model* model = Open(options);
         for (int round = 0; round < 2; ++round) {
             SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
