@@ -13,7 +13,7 @@ compileLibrary() {
     mapfile -t sources < <(find dotnet/src -name '*.cs' | sort)
     run mkdir -p "$reference/$framework" "$folder/lib/$framework"
     run "${compile[@]}" "${@:3}" -target:library -nostdlib -noconfig -unsafe -delaysign+ \
-        -keyfile:$reference/netstandard.snk -out:"$facade" dotnet/reference/netstandard.cs
+        -keyfile:$reference/netstandard.snk -out:"$facade" dotnet/reference/*.cs
     cat >"$reference/$framework/Assembly.cs" <<TEXT
 [assembly: System.Reflection.AssemblyTitle("Orvane")]
 [assembly: System.Reflection.AssemblyProduct("Orvane")]
@@ -55,6 +55,10 @@ testOnMono() {
     run cp "$package"/runtimes/linux-x64/native/* $app
     run chmod -x $app/orvane_host
     run timeout 120 mono $app/OrvaneTest.exe "$model" $app/files
+    # Without the native files an exception says what must be where.
+    run mkdir -p $app/bare/files
+    run cp $app/{OrvaneTest.exe,Orvane.dll,netstandard.dll} $app/bare
+    [[ $(timeout 60 mono $app/bare/OrvaneTest.exe "$model" $app/bare/files ShapesAreSet) == *vc_redist.x64.exe* ]]
 }
 
 # testOnNet SYSTEM START...: as a program for .NET of any system. The tests refer to the runtime's own assemblies.

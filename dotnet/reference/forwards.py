@@ -1,8 +1,8 @@
-"""forwards.py KEY_OF FOLDER: what compiling against netstandard.cs needs and Debian does not have.
+"""forwards.py KEY_OF FOLDER: what compiling against this folder needs and Debian does not have.
 
 Writes FOLDER/netstandard.snk, the public key of the assembly KEY_OF, which identifies `netstandard` everywhere, and
-FOLDER/forwards.cs. Compiled, that is the `netstandard` of Mono, which Debian's Mono lacks: it forwards each type in
-netstandard.cs to Mono's own.
+FOLDER/forwards.cs. Compiled, that is the `netstandard` of Mono, which Debian's Mono lacks: it forwards each type that is
+listed in this folder to Mono's own.
 """
 
 import pathlib
@@ -18,7 +18,8 @@ if key is None:
 
 namespace = ""
 lines = ['[assembly: System.Reflection.AssemblyVersion("2.0.0.0")]']
-for line in pathlib.Path(__file__).with_name("netstandard.cs").read_text(encoding="utf-8").splitlines():
+listed = [file.read_text(encoding="utf-8") for file in sorted(pathlib.Path(__file__).parent.glob("*.cs"))]
+for line in "".join(listed).splitlines():
     if found := re.match(r"namespace (\S+)", line):
         namespace = found[1]
     elif found := re.match(r"    public (?:\w+ )*(?:class|struct|interface|enum|delegate \w+) (\w+)(<[^>]*>)?", line):

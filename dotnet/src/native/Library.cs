@@ -1,6 +1,5 @@
 using System;
 using System.IO;
-using System.Runtime.InteropServices;
 
 namespace Orvane.Native
 {
@@ -18,11 +17,8 @@ namespace Orvane.Native
         {
             if (isReady)
                 return;
-            Architecture process = RuntimeInformation.ProcessArchitecture;
-            if (process != Architecture.X64)
-                throw new PlatformNotSupportedException(
-                    $"Orvane needs an x64 process, and this one is {process}. Set the platform target to x64; in a project " +
-                    "for .NET Framework also clear \"Prefer 32-bit\".");
+            if (IntPtr.Size != 8)
+                throw NotX64(null);
             uint found;
             try
             {
@@ -36,6 +32,10 @@ namespace Orvane.Native
                     "must be installed. On Linux, liborvane_c.so and the libraries of OpenVINO must be there. The system " +
                     "says: " + exception.Message, exception);
             }
+            catch (BadImageFormatException exception)
+            {
+                throw NotX64(exception);
+            }
             if (found < Abi)
                 throw new DllNotFoundException(
                     $"Orvane's native library is too old: it has interface {found}, and this package needs {Abi}. Remove " +
@@ -43,6 +43,13 @@ namespace Orvane.Native
             if (Path.DirectorySeparatorChar == '/')
                 LetHostStart();
             isReady = true;
+        }
+
+        private static Exception NotX64(Exception inner)
+        {
+            return new PlatformNotSupportedException(
+                "Orvane needs an x64 process. Set the platform target to x64; in a project for .NET Framework you can also " +
+                "clear \"Prefer 32-bit\".", inner);
         }
 
         // NuGet extracts the host program without the right to execute it.
