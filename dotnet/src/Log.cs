@@ -15,9 +15,8 @@ namespace Orvane
 
         static Log()
         {
-            // Afterwards a line would call into a runtime that is going away.
-            AppDomain.CurrentDomain.ProcessExit += (sender, e) => NativeMethods.orvane_set_log(null, IntPtr.Zero);
-            AppDomain.CurrentDomain.DomainUnload += (sender, e) => NativeMethods.orvane_set_log(null, IntPtr.Zero);
+            AppDomain.CurrentDomain.ProcessExit += (sender, e) => Stop();
+            AppDomain.CurrentDomain.DomainUnload += (sender, e) => Stop();
         }
 
         /// <summary>
@@ -44,6 +43,13 @@ namespace Orvane
                     NativeMethods.orvane_set_log(handlers == null ? null : Callback, IntPtr.Zero);
                 }
             }
+        }
+
+        // A later line would call into a runtime that has ended.
+        private static void Stop()
+        {
+            if (handlers != null)
+                NativeMethods.orvane_set_log(null, IntPtr.Zero);
         }
 
         private static void OnLine(IntPtr user, uint level, IntPtr text)

@@ -23,6 +23,9 @@ internal static class Material
     /// <summary>A model whose run takes seconds: t0 [1024, 1024], multiplied with itself many times.</summary>
     internal static string Slow { get; private set; }
 
+    /// <summary>The first part of a real model.</summary>
+    internal static string Broken { get; private set; }
+
     /// <summary>Input t0 [?, 2], which is the output too.</summary>
     internal static string Dynamic { get; private set; }
 
@@ -32,6 +35,8 @@ internal static class Material
         Folder = Path.Combine(folder, "模型 é");
         Directory.CreateDirectory(Folder);
         Slow = Write("slow.xml", "1024,1024", 250);
+        Broken = At("broken.onnx");
+        File.WriteAllBytes(Broken, File.ReadAllBytes(voice).Take(1000).ToArray());
         Dynamic = Write("dynamic.xml", "-1,2", 0);
     }
 

@@ -83,9 +83,7 @@ internal static class ModelTest
             OrvaneException failure = Expect.Throws<OrvaneException>(() => new Model(missing, options), missing);
             Expect.Equal(Reason.System, failure.Reason);
             Expect.Equal(2, failure.SystemError);
-            string wrong = Material.At("wrong.xml");
-            File.WriteAllText(wrong, "<net/>");
-            Expect.Throws<OrvaneException>(() => new Model(wrong, options));
+            Expect.Throws<OrvaneException>(() => new Model(Material.Broken, options));
             using (var model = new Model(Material.Voice, options))
                 Expect.Throws<OrvaneException>(() => model.Run(), "input");
         }
@@ -176,16 +174,14 @@ internal static class ModelTest
         var lines = new List<string>();
         EventHandler<LogEventArgs> keep = (sender, line) => lines.Add(line.Level + line.Text);
         EventHandler<LogEventArgs> fail = (sender, line) => { throw new Exception("must not cross the library"); };
-        string wrong = Material.At("logged.xml");
-        File.WriteAllText(wrong, "<net/>");
         Log.LineWritten += keep;
         Log.LineWritten += fail;
-        Expect.Throws<OrvaneException>(() => new Model(wrong));
+        Expect.Throws<OrvaneException>(() => new Model(Material.Broken));
         Log.LineWritten -= fail;
         Log.LineWritten -= keep;
         int count = lines.Count;
         Expect.True(lines.Any(line => line.StartsWith("6[ORVANE]:")), string.Join("; ", lines));
-        Expect.Throws<OrvaneException>(() => new Model(wrong));
+        Expect.Throws<OrvaneException>(() => new Model(Material.Broken));
         Expect.Equal(count, lines.Count);
     }
 

@@ -19,6 +19,8 @@ namespace Orvane.Native
         /// <summary>The same for a whole row of calls.</summary>
         internal CancellationToken OuterToken { private get; set; }
 
+        private bool IsCancelled => Token.IsCancellationRequested || OuterToken.IsCancellationRequested;
+
         /// <summary>
         /// What a callback returns to the library: 0 to go on, 1 to give up, because a token is cancelled, the code returns
         /// false, or it throws. An exception must not cross the library's frames, which would end the process:
@@ -28,7 +30,7 @@ namespace Orvane.Native
         {
             try
             {
-                return !Token.IsCancellationRequested && !OuterToken.IsCancellationRequested && code() ? 0 : 1;
+                return !IsCancelled && code() && !IsCancelled ? 0 : 1;
             }
             catch (Exception exception)
             {
