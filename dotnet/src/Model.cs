@@ -8,7 +8,7 @@ using Orvane.Native;
 namespace Orvane
 {
     /// <summary>
-    /// A loaded model, in this process or in a host process of its own.
+    /// A loaded model, in this process or in a separate host process.
     /// </summary>
     /// <remarks>
     /// <para>Set the inputs, run, and get the outputs. Data is copied before a call returns. Inputs keep their data from run

@@ -17,7 +17,7 @@ namespace Orvane
         /// and <see cref="Log"/> says so.</summary>
         public bool MakeCache { get; set; }
 
-        /// <summary>Run the model in a process of its own. If the model or OpenVINO crashes there, the call throws a
+        /// <summary>Run the model in a separate process. If the model or OpenVINO crashes there, the call throws a
         /// <see cref="HostEndedException"/> and your application keeps running.</summary>
         public bool Host { get; set; }
 

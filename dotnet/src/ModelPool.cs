@@ -6,7 +6,7 @@ using System.Threading.Tasks;
 namespace Orvane
 {
     /// <summary>
-    /// Several copies of one model, each in a host process of its own, for work from many threads. If a host process ends,
+    /// Several copies of one model, each in a separate host process, for work from many threads. If a host process ends,
     /// the pool starts a new one and tries the work again. All methods may be called from any thread.
     /// </summary>
     public sealed class ModelPool : IDisposable

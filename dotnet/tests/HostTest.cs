@@ -164,7 +164,7 @@ internal static class HostTest
     [MethodImpl(MethodImplOptions.NoInlining)]
     private static void Forget()
     {
-        // On a thread of its own, whose stack does not keep the model.
+        // On another thread, whose stack does not keep the model.
         var thread = new Thread(() => GC.KeepAlive(Material.InHost(Material.Voice)));
         thread.Start();
         thread.Join();

@@ -1,6 +1,6 @@
 """face_finder_test.py SHOT COMMAND...: presses the buttons of the face finder and looks at its window.
 
-COMMAND starts the program. It needs an X display of its own (xvfb-run), xdotool and ImageMagick. The file SHOT gets a
+COMMAND starts the program. It needs an X display that it has alone (xvfb-run), xdotool and ImageMagick. The file SHOT gets a
 picture of the window with a face in it.
 """
 
