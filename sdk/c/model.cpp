@@ -33,13 +33,13 @@ std::string Names(const std::vector<Port>& side) {
 
 Model::Call::Call(Model& which, uint32_t milliseconds, bool hasProgress)
     : model(which), watch(milliseconds, hasProgress ? Progress : nullptr, &which) {
-    if (model.isInCall) {
+    if (model.inCall && model.inCall->IsThisProcess()) {
         throw BadArgument(
             "the model is used by the call that its progress function belongs to: in that function only interrupt it, "
             "or "
             "use other models");
     }
-    model.isInCall = true;
+    model.inCall.emplace();
     model.limit = milliseconds;
 }
 

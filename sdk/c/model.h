@@ -3,6 +3,7 @@
 #include <orvane/interpreter.h>
 
 #include "core/call_watch.h"
+#include "platform/process.h"
 #include "sdk/c/failure.h"
 #include "sdk/c/input_memory.h"
 #include "sdk/c/options.h"
@@ -30,7 +31,7 @@ class Model {
         // Of a load, which also stops when it is interrupted between two hosts.
         static Call ForLoad(Model& which) { return Call(which, which.request.loadTimeLimit, true); }
 
-        ~Call() { model.isInCall = false; }
+        ~Call() { model.inCall.reset(); }
         Call(const Call&) = delete;
         Call& operator=(const Call&) = delete;
 
@@ -111,8 +112,11 @@ class Model {
     const LoadRequest request;
     Interpreter interpreter;
     Ports ports;  // they do not outlive what `interpreter` holds
-    bool isInCall = false;
+
+    // While a call is on, the process that is in it: a forked child is in none of its parent's.
+    std::optional<Platform::ProcessMark> inCall;
     uint32_t limit = 0;  // of the call
+
     bool isLoaded = false;
     InputMemory inputMemory;
     bool isPrepared = false;  // the buffers of all inputs are made

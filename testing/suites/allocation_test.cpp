@@ -1,18 +1,12 @@
-// What an inference allocates on its way to a host and in this process, and what a load without room says.
+// What an inference allocates on its way to a host, and in this process.
 #include <orvane/orvane_c.h>
 
-#include "host/posix_call_filter.h"
-#include "testing/posix/in_child.h"
 #include "testing/support/host_fixture.h"
 #include "testing/support/tiny_models.h"
 
-#include <gmock/gmock.h>
 #include <openvino/openvino.hpp>
 
-#include <sys/resource.h>
-
 #include <cstdlib>
-#include <fstream>
 #include <new>
 
 namespace {
@@ -90,31 +84,6 @@ size_t CountInference(const std::string& model, const char* host, uint32_t size)
     EXPECT_TRUE(ok);
     orvane_close(opened);
     return count;
-}
-
-// The first of this program that loads a model: what is loaded already needs no more room.
-TEST(Allocation, AModelWithoutAddressSpaceSaysSo) {
-    if (kInstrumented) {
-        GTEST_SKIP() << "this build needs much address space";
-    }
-    const TemporaryFolder folder;
-    const std::string model = AddModel({4}).WriteTo(folder, "add");
-    InChild([&] {
-        uint64_t pages = 0;
-        std::ifstream("/proc/self/statm") >> pages;
-        const rlim_t most = pages * 4096 + (16 << 20);  // the library of the CPU is larger
-        const rlimit limit{most, most};
-        setrlimit(RLIMIT_AS, &limit);
-        orvane_options options{};
-        options.struct_size = sizeof options;
-        options.model_path = model.c_str();
-        orvane_model* opened = nullptr;
-        orvane_error* error = orvane_open(&options, &opened);
-        ASSERT_NE(error, nullptr);
-        EXPECT_EQ(orvane_error_reason(error), ORVANE_NO_MEMORY);
-        EXPECT_THAT(orvane_error_message(error), testing::StartsWith("there is not enough memory or address space"));
-        orvane_error_free(error);
-    });
 }
 
 TEST(Allocation, AClientAllocatesNothing) {

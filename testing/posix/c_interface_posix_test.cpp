@@ -1,0 +1,95 @@
+// The C interface where only Linux can put it: in a forked child, and without address space.
+#include <orvane/orvane_c.h>
+
+#include "host/posix_call_filter.h"
+#include "testing/posix/in_child.h"
+#include "testing/support/host_fixture.h"
+#include "testing/support/tiny_models.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <chrono>
+#include <fstream>
+#include <future>
+#include <string>
+
+namespace Orvane::Testing {
+namespace {
+
+// What a function's error says, or "" for none.
+std::string Text(orvane_error* error) {
+    const std::string text = error != nullptr ? orvane_error_message(error) : "";
+    orvane_error_free(error);
+    return text;
+}
+
+TEST(CInterfacePosix, AModelWithoutAddressSpaceSaysSo) {
+    if (kInstrumented) {
+        GTEST_SKIP() << "this build needs much address space";
+    }
+    const TemporaryFolder folder;
+    const std::string model = AddModel({4}).WriteTo(folder, "add");
+    InChild([&] {
+        uint64_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const rlim_t most = pages * 4096 + (16 << 20);  // the library of the CPU is larger
+        const rlimit limit{most, most};
+        setrlimit(RLIMIT_AS, &limit);
+        orvane_options options{};
+        options.struct_size = sizeof options;
+        options.model_path = model.c_str();
+        orvane_model* opened = nullptr;
+        orvane_error* error = orvane_open(&options, &opened);
+        ASSERT_NE(error, nullptr);
+        EXPECT_EQ(orvane_error_reason(error), ORVANE_NO_MEMORY);
+        EXPECT_THAT(Text(error), testing::StartsWith("there is not enough memory or address space"));
+    });
+}
+
+// A call of another thread, which the child does not have, lasts for ever in the child's copy of the model.
+TEST(CInterfacePosix, AChildThatIsForkedDuringACallHasAHostOfItsOwn) {
+    struct Waiting {
+        std::promise<void> begun;
+        std::promise<void> mayEnd;
+        bool isFirst = true;
+    } waiting;
+    orvane_options options{};
+    options.struct_size = sizeof options;
+    options.model_path = "echo 4;sleep 500";
+    options.cache_path = kStubHost.c_str();  // a stub's model is no file, and with any cache file none is asked for
+    options.host_program = kStubHost.c_str();
+    options.progress_user = &waiting;
+    options.progress = [](void* user, int32_t step) {
+        auto& during = *static_cast<Waiting*>(user);
+        if (step == ORVANE_LOAD_NONE && during.isFirst) {
+            during.isFirst = false;
+            during.begun.set_value();
+            during.mayEnd.get_future().wait_for(std::chrono::seconds(30));
+        }
+        return 0;
+    };
+    orvane_model* model = nullptr;
+    ASSERT_EQ(Text(orvane_open(&options, &model)), "");
+    const auto infer = [model] {
+        char data[4] = {'d', 'a', 't', 'a'};
+        const orvane_input input{sizeof input, 0, data, sizeof data};
+        return Text(orvane_infer(model, &input, 1, nullptr, 0));
+    };
+    auto result = std::async(std::launch::async, infer);
+    ASSERT_EQ(waiting.begun.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    InChild([&] {
+        EXPECT_THAT(infer(), testing::StartsWith("the host process has ended"));
+        EXPECT_EQ(Text(orvane_restart(model)), "");
+        EXPECT_EQ(infer(), "");
+        orvane_close(model);
+    });
+    waiting.mayEnd.set_value();
+    EXPECT_EQ(result.get(), "");
+    orvane_close(model);
+}
+
+}  // namespace
+}  // namespace Orvane::Testing
