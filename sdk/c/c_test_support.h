@@ -56,6 +56,8 @@ int32_t CountSteps(void* user, int32_t step);
 #define ENDS(call, cause, text) ExpectEnd(call, cause, text, __FILE__, __LINE__)
 
 // The parts that c_interface_test.c runs one after another.
+void TestFiles(const char* host);
+void TestModelFiles(int isClient);
 void TestHost(const char* stub);
 void TestForgedReplies(const char* forger);
 void TestInputMemory(const char* host);

@@ -36,7 +36,7 @@ class Model {
         Call& operator=(const Call&) = delete;
 
      private:
-        Call(Model& which, uint32_t limit, bool hasProgress);
+        Call(Model& which, uint32_t milliseconds, bool hasProgress);
 
         Model& model;
         CallWatch watch;
