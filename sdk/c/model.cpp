@@ -33,7 +33,10 @@ std::string Names(const std::vector<Port>& side) {
 
 Model::Call::Call(Model& which, uint32_t milliseconds, bool hasProgress)
     : model(which), watch(milliseconds, hasProgress ? Progress : nullptr, &which) {
-    if (model.inCall && model.inCall->IsThisProcess()) {
+    if (model.inCall && !model.inCall->IsThisProcess() && model.IsRemote()) {
+        // The thread of the parent that was in the call may have left the model half changed. A restart renews it.
+        model.end = HostEndedFailure(model.interpreter.GetHostEnd(), true);
+    } else if (model.inCall) {
         throw BadArgument(
             "the model is used by the call that its progress function belongs to: in that function only interrupt it, "
             "or "

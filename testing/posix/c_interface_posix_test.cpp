@@ -49,46 +49,53 @@ TEST(CInterfacePosix, AModelWithoutAddressSpaceSaysSo) {
     });
 }
 
-// A call of another thread, which the child does not have, lasts for ever in the child's copy of the model.
+// Where a call of another thread waits, in its progress function, so that this one can fork meanwhile.
+struct Waiting {
+    int32_t step = -1;
+    std::promise<void> begun;
+    std::promise<void> mayEnd;
+};
+
+// The child's copy of the model is in that call for ever, and may be half changed.
 TEST(CInterfacePosix, AChildThatIsForkedDuringACallHasAHostOfItsOwn) {
-    struct Waiting {
-        std::promise<void> begun;
-        std::promise<void> mayEnd;
-        bool isFirst = true;
-    } waiting;
-    orvane_options options{};
-    options.struct_size = sizeof options;
-    options.model_path = "echo 4;sleep 500";
-    options.cache_path = kStubHost.c_str();  // a stub's model is no file, and with any cache file none is asked for
-    options.host_program = kStubHost.c_str();
-    options.progress_user = &waiting;
-    options.progress = [](void* user, int32_t step) {
-        auto& during = *static_cast<Waiting*>(user);
-        if (step == ORVANE_LOAD_NONE && during.isFirst) {
-            during.isFirst = false;
-            during.begun.set_value();
-            during.mayEnd.get_future().wait_for(std::chrono::seconds(30));
-        }
-        return 0;
-    };
-    orvane_model* model = nullptr;
-    ASSERT_EQ(Text(orvane_open(&options, &model)), "");
-    const auto infer = [model] {
-        char data[4] = {'d', 'a', 't', 'a'};
-        const orvane_input input{sizeof input, 0, data, sizeof data};
-        return Text(orvane_infer(model, &input, 1, nullptr, 0));
-    };
-    auto result = std::async(std::launch::async, infer);
-    ASSERT_EQ(waiting.begun.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
-    InChild([&] {
-        EXPECT_THAT(infer(), testing::StartsWith("the host process has ended"));
-        EXPECT_EQ(Text(orvane_restart(model)), "");
-        EXPECT_EQ(infer(), "");
+    for (const int32_t step : {ORVANE_LOAD_NONE, ORVANE_LOAD_STARTING_HOST}) {
+        Waiting waiting;
+        orvane_options options{};
+        options.struct_size = sizeof options;
+        options.model_path = "echo 4;sleep 500";
+        options.cache_path = kStubHost.c_str();  // a stub's model is no file, and with any cache file none is asked for
+        options.host_program = kStubHost.c_str();
+        options.progress_user = &waiting;
+        options.progress = [](void* user, int32_t now) {
+            auto& during = *static_cast<Waiting*>(user);
+            if (now == during.step) {
+                during.step = -1;
+                during.begun.set_value();
+                during.mayEnd.get_future().wait_for(std::chrono::seconds(30));
+            }
+            return 0;
+        };
+        orvane_model* model = nullptr;
+        ASSERT_EQ(Text(orvane_open(&options, &model)), "");
+        const auto infer = [&model] {
+            char data[4] = {'d', 'a', 't', 'a'};
+            const orvane_input input{sizeof input, 0, data, sizeof data};
+            return Text(orvane_infer(model, &input, 1, nullptr, 0));
+        };
+        waiting.step = step;
+        auto result = std::async(std::launch::async,
+                                 [&] { return step == ORVANE_LOAD_NONE ? infer() : Text(orvane_restart(model)); });
+        ASSERT_EQ(waiting.begun.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+        InChild([&] {
+            EXPECT_THAT(infer(), testing::StartsWith("the host process has ended")) << step;
+            EXPECT_EQ(Text(orvane_restart(model)), "") << step;
+            EXPECT_EQ(infer(), "") << step;
+            orvane_close(model);
+        });
+        waiting.mayEnd.set_value();
+        EXPECT_EQ(result.get(), "") << step;
         orvane_close(model);
-    });
-    waiting.mayEnd.set_value();
-    EXPECT_EQ(result.get(), "");
-    orvane_close(model);
+    }
 }
 
 }  // namespace
