@@ -137,7 +137,7 @@ TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
     Inside([] {
         const long parent = getppid();
         constexpr long kPage = 4096;
-        void* const page = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        const void* const page = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         ASSERT_NE(page, MAP_FAILED);
         const auto shared = reinterpret_cast<long>(page);
         int ends[2];
