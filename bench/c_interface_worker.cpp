@@ -25,7 +25,7 @@ struct Application {
         options.model_path = workload.modelPath.c_str();
         options.host_program = host.empty() ? nullptr : host.c_str();
         // The stub's model is no file, and with any cache file none is asked for.
-        options.cache_path = workload.StubBytes() != 0 ? host.c_str() : nullptr;
+        options.cache_path = workload.IsStub() ? host.c_str() : nullptr;
         orvane_model* opened = nullptr;
         Check(orvane_open(&options, &opened));
         model.reset(opened);
