@@ -33,10 +33,11 @@ std::string ProgramBeside(const std::string& name);
 // `bin` beside that folder, as in packages.
 std::string ProgramBesideThisCode(const std::string& name);
 
-// Windows: loads the library `name`, such as "x.dll", for the rest of the process's life. Takes it, and what it needs,
-// from the folder of the library or program that contains this function, or else from where the system searches. Does
-// nothing if a library of this name is loaded already. Returns 0, or the system's error. Linux: does nothing and
-// returns 0, because a library names the folders in which the system searches.
-uint32_t LoadLibraryBesideThisCode(const std::string& name);
+// Windows: loads the library `name`, such as "x.dll", for the rest of the process's life. Takes it, and the libraries
+// that it needs, from the folder of the library or program that contains this function; if it is not there, from
+// `otherFolder`, a path relative to that folder; or else from where the system searches. Does nothing if a library of
+// this name is loaded already. Returns 0, or the system's error.
+// Linux: does nothing and returns 0, because a library names the folders in which the system searches.
+uint32_t LoadLibraryBesideThisCode(const std::string& name, const std::string& otherFolder);
 
 }  // namespace Orvane::Platform

@@ -42,7 +42,9 @@ wheelWindows() {
     run python3 -m zipfile -e dist/*win_amd64.whl $installed
     run head -c 2304 /dev/zero >$folder/input
     run head -c 1024 /dev/zero >$folder/state
-    run env WINEPATH=.deps/windows/openvino/libs testing/win32/wine.sh $installed/orvane/bin/orvane.exe run --remote \
+    run mkdir $installed/openvino
+    run ln -s "$PWD/.deps/windows/openvino/libs" $installed/openvino/libs
+    run testing/win32/wine.sh $installed/orvane/bin/orvane.exe run --remote \
         .deps/material/silero_vad_openvino_16k.onnx --input 0=$folder/input --input 1=$folder/state
 }
 

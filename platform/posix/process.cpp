@@ -79,7 +79,7 @@ std::string ProgramBesideThisCode(const std::string& name) {
     return !isBeside && std::filesystem::exists(inBin, ignored) ? inBin.string() : (folder / name).string();
 }
 
-uint32_t LoadLibraryBesideThisCode(const std::string& /*name*/) {
+uint32_t LoadLibraryBesideThisCode(const std::string& /*name*/, const std::string& /*otherFolder*/) {
     return 0;
 }
 

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #ifdef _MSC_VER
 #include <crtdbg.h>
 #endif
@@ -82,10 +83,13 @@ std::string ProgramBesideThisCode(const std::string& name) {
     return !isBeside && !IsMissing(PathFromUtf8(inBin)) ? inBin : folder + program;
 }
 
-uint32_t LoadLibraryBesideThisCode(const std::string& name) {
+uint32_t LoadLibraryBesideThisCode(const std::string& name, const std::string& otherFolder) {
     const std::wstring file = WideFromUtf8(name);
+    const std::filesystem::path folder = FolderOf(ThisModule());
+    const std::filesystem::path inOther = (folder / PathFromUtf8(otherFolder) / file).lexically_normal();
     if (GetModuleHandleW(file.c_str()) != nullptr ||
-        LoadLibraryExW((FolderOf(ThisModule()) + file).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH) != nullptr ||
+        LoadLibraryExW((folder / file).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH) != nullptr ||
+        LoadLibraryExW(inOther.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH) != nullptr ||
         LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS) != nullptr ||
         LoadLibraryW(file.c_str()) != nullptr) {
         return 0;

@@ -5,13 +5,13 @@ import subprocess
 import sys
 from typing import NoReturn
 
-from ._library import path_for_programs, program
+from ._library import program
 
 
 def main() -> NoReturn:
     command = [str(program("orvane")), *sys.argv[1:]]
     if sys.platform == "win32":
-        sys.exit(subprocess.run(command, check=False, env={**os.environ, "PATH": path_for_programs()}).returncode)
+        sys.exit(subprocess.run(command, check=False).returncode)
     os.execv(command[0], command)
 
 

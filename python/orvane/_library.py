@@ -109,25 +109,16 @@ def program(name: str) -> pathlib.Path:
     return FOLDER / "bin" / (name + (".exe" if sys.platform == "win32" else ""))
 
 
-def path_for_programs() -> str:
-    """The variable PATH with which Windows finds OpenVINO's DLLs for a program. On other systems programs know where
-    the libraries are."""
-    paths = os.environ.get("PATH", "").split(os.pathsep)
-    runtime = str(runtime_folder())
-    return os.pathsep.join(paths if runtime in paths else [runtime, *paths])
-
-
 def load() -> ctypes.CDLL:
     runtime = runtime_folder()
-    if sys.platform == "win32":
-        os.add_dll_directory(str(runtime))  # never closed: OpenVINO loads its plugins later
+    misplaced = (f"openvino must be in the same folder of packages as orvane, but it is in {runtime}: install both into "
+                 "one environment")
+    if sys.platform == "win32" and runtime.resolve() != FOLDER.parent / "openvino" / "libs":
+        raise ImportError(misplaced)  # there the library and hosts look for OpenVINO with the first model
+    try:
         library = ctypes.CDLL(str(LIBRARY))
-    else:
-        try:
-            library = ctypes.CDLL(str(LIBRARY))
-        except OSError as error:
-            raise ImportError(f"{error}; openvino must be in the same folder of packages as orvane, but it is in "
-                              f"{runtime}: install both into one environment") from error
+    except OSError as error:
+        raise ImportError(f"{error}; {misplaced}") from error
     for name, (result, arguments) in FUNCTIONS.items():
         function = getattr(library, name)
         function.restype = result

@@ -6,7 +6,6 @@ import asyncio
 import ctypes
 import math
 import os
-import sys
 import threading
 import time
 from typing import Any, Callable, Mapping, NoReturn, Optional, Sequence, Union
@@ -14,7 +13,7 @@ from typing import Any, Callable, Mapping, NoReturn, Optional, Sequence, Union
 import numpy as np
 
 from ._errors import Error, HostEnd, HostEnded, Reason
-from ._library import Buffer, Description, Options, PathLike, check, check_key, encode, library, path_for_programs
+from ._library import Buffer, Description, Options, PathLike, check, check_key, encode, library
 from ._static import Shapes, StaticModel, static_model
 from ._tensor import Tensor, check_target, convert, tensor_of
 from ._watch import ASK, Progress, Watch, answers, nothing
@@ -99,8 +98,6 @@ def _options(path: PathLike, host: Union[bool, PathLike], device: Optional[str],
     options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path), make_cache=make_cache, progress=ASK)
     if host is not False:
         options.host_program = b"" if host is True else encode(host)
-        if sys.platform == "win32":
-            os.environ["PATH"] = path_for_programs()  # a host has the environment of this process
     if device is not None:
         options.device = encode(device)
     if cache is not None:

@@ -302,10 +302,12 @@ void CompiledModel::export_model(std::ostream& stream) {
     stream.write(reinterpret_cast<const char*>(exported.bytes.Data()), static_cast<std::streamsize>(exported.size));
 }
 
-// Every use of the runtime begins with a core. In orvane_c.dll the runtime is not loaded before, and a call of it would
-// end the process if it could not be loaded then.
+// Every use of the runtime begins with a core. In orvane_c.dll and the host the runtime is not loaded before, and a
+// call of it would end the process if it could not be loaded then. The other folder is that of Python's package
+// openvino, beside the package orvane.
 Core::Core(const std::string& configPath) {
-    if (const uint32_t error = Orvane::Platform::LoadLibraryBesideThisCode("openvino_c.dll"); error != 0) {
+    const uint32_t error = Orvane::Platform::LoadLibraryBesideThisCode("openvino_c.dll", "../../openvino/libs");
+    if (error != 0) {
         throw Exception(
             "openvino_c.dll cannot be loaded (Windows error " + std::to_string(error) +
             "): the DLLs of OpenVINO must be in the folder of Orvane's DLL or program, and the Microsoft Visual C++ "
