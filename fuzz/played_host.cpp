@@ -3,6 +3,7 @@
 #include "platform/event.h"
 #include "platform/host_process.h"
 #include "platform/section.h"
+#include "platform/shared_names.h"
 
 #include <algorithm>
 #include <memory>
@@ -102,6 +103,18 @@ uint32_t ModuleWord() {
 }
 
 bool RenewModuleWord(uint32_t /*error*/) {
+    return false;
+}
+
+struct NamesHeld::State {};
+
+void NamesHeld::Closing::Close(Value held) noexcept {
+    delete held;
+}
+
+NamesHeld::NamesHeld() : state(new State) {}
+
+bool IsNameTaken(const std::string& /*name*/) {
     return false;
 }
 

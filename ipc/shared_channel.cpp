@@ -1,7 +1,7 @@
 #include "ipc/shared_channel.h"
 
 #include "core/system_exception.h"
-#include "platform/taken_names.h"
+#include "platform/shared_names.h"
 
 #include <algorithm>
 #include <array>

@@ -15,8 +15,9 @@ std::string Utf8FromPath(const std::filesystem::path& path);
 // exists, and also when the question itself failed (no permission, for instance).
 bool IsMissing(const std::filesystem::path& path) noexcept;
 
-// Make an empty file, or a folder, that only this user may use, from the start and whatever the process's umask. On Windows
-// the folder around it decides who may. False, with the reason in `LastError`, if it cannot be made or is there already.
+// Make an empty file, or a folder, that only this user may use, from the start and whatever the process's umask. On
+// Windows the folder around it decides who may. False, with the reason in `LastError`, if it cannot be made or is there
+// already.
 bool CreatePrivateFile(const std::filesystem::path& path) noexcept;
 bool CreatePrivateFolder(const std::filesystem::path& path) noexcept;
 

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace Orvane::Platform {
 
@@ -63,18 +62,5 @@ class Section {
 
     UniqueHandle<Closing> state;
 };
-
-// Removes the sections and events that this user's clients left behind by dying before their host had opened them:
-// those whose name is one of the prefixes with _%ud_%d behind it. Does nothing where the system removes an object with
-// its last handle.
-void RemoveAbandoned(const std::vector<std::string>& prefixes);
-
-// A number that the names of this process's shared objects carry: a random one on Linux, and another one after a fork;
-// the low half of the program's load address on Windows.
-uint32_t ModuleWord();
-
-// After a failure with this system error: takes another number for `ModuleWord` and returns true when the error says
-// that a name was taken. Always false on Windows, where names that are taken are shared.
-bool RenewModuleWord(uint32_t error);
 
 }  // namespace Orvane::Platform

@@ -9,10 +9,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <fstream>
-#include <random>
 #include <utility>
 
 namespace Orvane::Platform {
@@ -60,14 +58,6 @@ void* MapWithGuard(size_t length, size_t& mapped) {
         }
     }
     return space;
-}
-
-// The process in its upper half, its number in the lower one.
-std::atomic<uint64_t> moduleWord{0};
-
-uint32_t RandomWord() {
-    std::random_device random;
-    return static_cast<uint32_t>(random());
 }
 
 }  // namespace
@@ -139,23 +129,6 @@ View Section::Map(uint64_t size) const {
         return {};
     }
     return view;
-}
-
-uint32_t ModuleWord() {
-    const auto process = static_cast<uint32_t>(getpid());
-    uint64_t word = moduleWord;
-    if (word >> 32 != process) {
-        word = uint64_t{process} << 32 | RandomWord();
-        moduleWord = word;
-    }
-    return static_cast<uint32_t>(word);
-}
-
-bool RenewModuleWord(uint32_t error) {
-    if (error == EEXIST) {
-        moduleWord = 0;
-    }
-    return error == EEXIST;
 }
 
 }  // namespace Orvane::Platform

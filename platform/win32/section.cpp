@@ -57,14 +57,4 @@ View Section::Map(uint64_t size) const {
     return view;
 }
 
-void RemoveAbandoned(const std::vector<std::string>& /*prefixes*/) {}
-
-uint32_t ModuleWord() {
-    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(GetModuleHandleW(nullptr)));
-}
-
-bool RenewModuleWord(uint32_t /*error*/) {
-    return false;
-}
-
 }  // namespace Orvane::Platform

@@ -5,6 +5,7 @@
 #include "ipc/shared_channel.h"
 #include "platform/host_process.h"
 #include "platform/section.h"
+#include "platform/shared_names.h"
 #include "testing/posix/in_child.h"
 #include "testing/support/host_fixture.h"
 

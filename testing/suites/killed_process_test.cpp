@@ -4,6 +4,7 @@
 #include "platform/event.h"
 #include "platform/process.h"
 #include "platform/section.h"
+#include "platform/shared_names.h"
 #include "testing/support/host_fixture.h"
 
 #include <chrono>

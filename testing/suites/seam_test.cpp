@@ -3,6 +3,7 @@
 #include "ipc/shared_channel.h"
 #include "platform/last_error.h"
 #include "platform/resources.h"
+#include "platform/shared_names.h"
 #include "testing/support/processes.h"
 
 #include <gtest/gtest.h>

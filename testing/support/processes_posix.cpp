@@ -2,6 +2,7 @@
 
 #include "platform/posix/descriptor.h"
 #include "platform/section.h"
+#include "platform/shared_names.h"
 #include "testing/posix/processes.h"
 
 #include <poll.h>

@@ -1,5 +1,6 @@
+#include "platform/shared_names.h"
+
 #include "platform/posix/shared_object.h"
-#include "platform/section.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,15 +8,26 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <charconv>
 #include <cstdint>
 #include <filesystem>
+#include <random>
 #include <string_view>
 #include <system_error>
 
 namespace Orvane::Platform {
 
 namespace {
+
+// The process in its upper half, its number in the lower one.
+std::atomic<uint64_t> moduleWord{0};
+
+uint32_t RandomWord() {
+    std::random_device random;
+    return static_cast<uint32_t>(random());
+}
 
 // Takes a number off the front of the text; false when there is none.
 template <typename Number>
@@ -45,6 +57,35 @@ bool IsAbandoned(const Descriptor& object) {
 }
 
 }  // namespace
+
+uint32_t ModuleWord() {
+    const auto process = static_cast<uint32_t>(getpid());
+    uint64_t word = moduleWord;
+    if (word >> 32 != process) {
+        word = uint64_t{process} << 32 | RandomWord();
+        moduleWord = word;
+    }
+    return static_cast<uint32_t>(word);
+}
+
+bool RenewModuleWord(uint32_t error) {
+    if (error == EEXIST) {
+        moduleWord = 0;
+    }
+    return error == EEXIST;
+}
+
+struct NamesHeld::State {};
+
+void NamesHeld::Closing::Close(Value held) noexcept {
+    delete held;
+}
+
+NamesHeld::NamesHeld() : state(new State) {}
+
+bool IsNameTaken(const std::string& /*name*/) {
+    return false;
+}
 
 void RemoveAbandoned(const std::vector<std::string>& prefixes) {
     std::error_code error;

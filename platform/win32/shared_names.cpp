@@ -1,4 +1,4 @@
-#include "platform/taken_names.h"
+#include "platform/shared_names.h"
 
 #include "platform/win32/handle.h"
 #include "platform/win32/wide_text.h"
@@ -35,6 +35,16 @@ NamesHeld::NamesHeld() {
 bool IsNameTaken(const std::string& name) {
     const Handle object(OpenEventW(SYNCHRONIZE, FALSE, WideFromUtf8(name).c_str()));
     return object || GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
+void RemoveAbandoned(const std::vector<std::string>& /*prefixes*/) {}
+
+uint32_t ModuleWord() {
+    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(GetModuleHandleW(nullptr)));
+}
+
+bool RenewModuleWord(uint32_t /*error*/) {
+    return false;
 }
 
 }  // namespace Orvane::Platform
