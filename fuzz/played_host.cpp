@@ -31,13 +31,9 @@ struct Event::State {
     bool isCall;
 };
 
-void Event::Closing::Close(Value event) noexcept {
-    delete event;
-}
-
 Event Event::Create(const std::string& name) {
     Event event;
-    event.state = UniqueHandle<Closing>(new State{name.starts_with("Call")});
+    event.state = Owned(new State{name.starts_with("Call")});
     return event;
 }
 
@@ -58,19 +54,11 @@ bool Event::Wait(uint32_t /*milliseconds*/, Awaited /*awaited*/, uint32_t /*kind
 
 struct View::State {};
 
-void View::Closing::Close(Value view) noexcept {
-    delete view;
-}
-
 uint8_t* View::Data() const {
     return memory.get();
 }
 
 struct Section::State {};
-
-void Section::Closing::Close(Value section) noexcept {
-    delete section;
-}
 
 Section Section::Create(const std::string& /*name*/, uint32_t size) {
     if (memory == nullptr) {
@@ -82,7 +70,7 @@ Section Section::Create(const std::string& /*name*/, uint32_t size) {
 
 Section Section::Open(const std::string& /*name*/) {
     Section section;
-    section.state = UniqueHandle<Closing>(new State);
+    section.state = Owned(new State);
     return section;
 }
 
@@ -92,7 +80,7 @@ bool Section::Commit(uint64_t /*size*/) {
 
 View Section::Map(uint64_t /*size*/) const {
     View view;
-    view.state = UniqueHandle<View::Closing>(new View::State);
+    view.state = Owned(new View::State);
     return view;
 }
 
@@ -108,25 +96,21 @@ bool RenewModuleWord(uint32_t /*error*/) {
 
 struct NamesHeld::State {};
 
-void NamesHeld::Closing::Close(Value held) noexcept {
-    delete held;
-}
-
 NamesHeld::NamesHeld() : state(new State) {}
 
 bool IsNameTaken(const std::string& /*name*/) {
     return false;
 }
 
-struct HostProcess::State {};
-
-void HostProcess::Closing::Close(Value process) noexcept {
-    lives = false;
-    delete process;
-}
+struct HostProcess::State {
+    static void Close(State* process) noexcept {
+        lives = false;
+        delete process;
+    }
+};
 
 std::optional<LaunchStep> HostProcess::Launch(const std::string& /*program*/, const std::string& /*arguments*/) {
-    state = UniqueHandle<Closing>(new State);
+    state = Owned(new State, State::Close);
     lives = true;
     return std::nullopt;
 }

@@ -38,13 +38,8 @@ class Event {
 
  private:
     struct State;
-    struct Closing {
-        using Value = State*;
-        static constexpr State* kNone = nullptr;
-        static void Close(Value event) noexcept;
-    };
 
-    UniqueHandle<Closing> state;
+    Owned<State> state;
 };
 
 }  // namespace Orvane::Platform

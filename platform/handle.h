@@ -2,6 +2,7 @@
 
 #include "platform/last_error.h"
 
+#include <memory>
 #include <utility>
 
 namespace Orvane::Platform {
@@ -46,6 +47,35 @@ class UniqueHandle {
 
  private:
     Value value = Policy::kNone;
+};
+
+// Owns the state of one of this folder's classes, which only the class's source for each system defines. Closing
+// preserves the last error.
+template <typename State>
+class Owned {
+ public:
+    Owned() = default;
+
+    // `close` ends what the state stands for, and deletes it.
+    explicit Owned(
+        State* made, void (*close)(State*) noexcept = [](State* last) noexcept { delete last; }) noexcept
+        : state(made, Closing{close}) {}
+
+    explicit operator bool() const { return state != nullptr; }
+    State* Get() const { return state.get(); }
+    void Close() noexcept { state.reset(); }
+
+ private:
+    struct Closing {
+        void (*close)(State*) noexcept = nullptr;
+
+        void operator()(State* last) const noexcept {
+            const LastErrorKept kept;
+            close(last);
+        }
+    };
+
+    std::unique_ptr<State, Closing> state;
 };
 
 }  // namespace Orvane::Platform

@@ -51,13 +51,8 @@ class HostProcess {
 
  private:
     struct State;
-    struct Closing {
-        using Value = State*;
-        static constexpr State* kNone = nullptr;
-        static void Close(Value process) noexcept;
-    };
 
-    UniqueHandle<Closing> state;
+    Owned<State> state;
 };
 
 // "signal 4 (SIGILL)", "exit value 127", "exit value 0xC0000005 (access violation)".

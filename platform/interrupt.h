@@ -14,13 +14,8 @@ class InterruptFlag {
 
  private:
     struct State;
-    struct Closing {
-        using Value = State*;
-        static constexpr State* kNone = nullptr;
-        static void Close(Value watch) noexcept;  // ends the watch
-    };
 
-    UniqueHandle<Closing> state;
+    Owned<State> state;
 };
 
 }  // namespace Orvane::Platform

@@ -18,13 +18,8 @@ class View {
  private:
     friend class Section;
     struct State;
-    struct Closing {
-        using Value = State*;
-        static constexpr State* kNone = nullptr;
-        static void Close(Value view) noexcept;
-    };
 
-    UniqueHandle<Closing> state;
+    Owned<State> state;
 };
 
 // A named section of shared memory. What fails leaves the system's last error readable.
@@ -54,13 +49,8 @@ class Section {
 
  private:
     struct State;
-    struct Closing {
-        using Value = State*;
-        static constexpr State* kNone = nullptr;
-        static void Close(Value section) noexcept;
-    };
 
-    UniqueHandle<Closing> state;
+    Owned<State> state;
 };
 
 }  // namespace Orvane::Platform

@@ -28,13 +28,8 @@ class NamesHeld {
 
  private:
     struct State;
-    struct Closing {
-        using Value = State*;
-        static constexpr State* kNone = nullptr;
-        static void Close(Value held) noexcept;
-    };
 
-    UniqueHandle<Closing> state;
+    Owned<State> state;
 };
 
 // Whether a section or an event that is created under this name would be another process's. Never on Linux.

@@ -118,7 +118,7 @@ struct Event::State {
     static Event Own(Descriptor object, const std::string& ownName) {
         Event event;
         if (Word* word = Map(object); word != nullptr) {
-            event.state = UniqueHandle<Closing>(new State{*word, std::move(object), ownName, {}});
+            event.state = Owned(new State{*word, std::move(object), ownName, {}}, Close);
         } else if (object && !ownName.empty()) {
             RemoveSharedObjectName(ownName, object);
         }
@@ -139,20 +139,20 @@ struct Event::State {
         return memory != MAP_FAILED ? static_cast<Word*>(memory) : nullptr;
     }
 
+    static void Close(State* event) noexcept {
+        munmap(&event->word, sizeof(Word));
+        if (!event->name.empty() && event->maker.IsThisProcess()) {
+            RemoveSharedObjectName(event->name, event->object);
+        }
+        delete event;
+    }
+
     Word& word;
     Descriptor object;  // with its maker's lock on it; none on the side that opened
     std::string name;
     ProcessMark maker;
     WaitPolicy policy{machine};
 };
-
-void Event::Closing::Close(Value event) noexcept {
-    munmap(&event->word, sizeof(Word));
-    if (!event->name.empty() && event->maker.IsThisProcess()) {
-        RemoveSharedObjectName(event->name, event->object);
-    }
-    delete event;
-}
 
 Event Event::Create(const std::string& name) {
     return State::Own(CreateSharedObject(name, sizeof(Word)), name);

@@ -184,23 +184,23 @@ struct HostProcess::State {
                kill(kept->number, SIGKILL) == 0 || HasEnded(kept->process, 0);
     }
 
+    static void Close(State* process) noexcept {
+        if (!process->maker.IsThisProcess()) {
+            process->kept->process.Close();
+            return;  // the rest stays: its thread is not in this process
+        }
+        if (process->keeper.joinable()) {
+            // A process that cannot be ended keeps its keeper until it ends by itself.
+            process->Terminate() ? process->keeper.join() : process->keeper.detach();
+        }
+        delete process;
+    }
+
     ProcessMark maker;
     std::shared_ptr<Kept> kept = std::make_shared<Kept>();
     std::shared_future<ProcessEnd> end = kept->ended.get_future().share();
     std::thread keeper;
 };
-
-void HostProcess::Closing::Close(Value process) noexcept {
-    if (!process->maker.IsThisProcess()) {
-        process->kept->process.Close();
-        return;  // the rest stays: its thread is not in this process
-    }
-    if (process->keeper.joinable()) {
-        // A process that cannot be ended keeps its keeper until it ends by itself.
-        process->Terminate() ? process->keeper.join() : process->keeper.detach();
-    }
-    delete process;
-}
 
 std::optional<LaunchStep> HostProcess::Launch(const std::string& program, const std::string& arguments) {
     if (program.size() + arguments.size() + kQuotesAndBlank > kCommandLineLength) {
@@ -208,7 +208,7 @@ std::optional<LaunchStep> HostProcess::Launch(const std::string& program, const 
         return LaunchStep::StartProgram;
     }
     try {
-        UniqueHandle<Closing> launched(new State);
+        Owned launched(new State, State::Close);
         if (launched.Get()->Launch(program, arguments)) {
             state = std::move(launched);
             return std::nullopt;

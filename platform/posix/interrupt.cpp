@@ -27,10 +27,6 @@ struct InterruptFlag::State {
     struct sigaction previous {};
 };
 
-void InterruptFlag::Closing::Close(Value watch) noexcept {
-    delete watch;
-}
-
 InterruptFlag::InterruptFlag() : state(new State) {}
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the watch lasts as long as the object

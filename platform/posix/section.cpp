@@ -16,11 +16,23 @@
 namespace Orvane::Platform {
 
 struct View::State {
+    static void Close(State* view) noexcept {
+        munmap(view->base, view->mapped);
+        delete view;
+    }
+
     uint8_t* base;
     size_t mapped;  // bytes of address space, with the guard
 };
 
 struct Section::State {
+    static void Close(State* section) noexcept {
+        if (!section->name.empty() && section->maker.IsThisProcess()) {
+            RemoveSharedObjectName(section->name, section->object);
+        }
+        delete section;
+    }
+
     Descriptor object;
     std::string name;  // empty on the side that opened
     uint64_t committed = 0;
@@ -62,18 +74,6 @@ void* MapWithGuard(size_t length, size_t& mapped) {
 
 }  // namespace
 
-void View::Closing::Close(Value view) noexcept {
-    munmap(view->base, view->mapped);
-    delete view;
-}
-
-void Section::Closing::Close(Value section) noexcept {
-    if (!section->name.empty() && section->maker.IsThisProcess()) {
-        RemoveSharedObjectName(section->name, section->object);
-    }
-    delete section;
-}
-
 uint8_t* View::Data() const {
     return state.Get()->base;
 }
@@ -81,7 +81,7 @@ uint8_t* View::Data() const {
 Section Section::Create(const std::string& name, uint32_t size) {
     Section section;
     if (Descriptor object = CreateSharedObject(name, size); object) {
-        section.state = UniqueHandle<Closing>(new State{std::move(object), name, 0, {}});
+        section.state = Owned(new State{std::move(object), name, 0, {}}, State::Close);
     }
     return section;
 }
@@ -90,7 +90,7 @@ Section Section::Open(const std::string& name) {
     Section section;
     if (Descriptor object = OpenSharedObject(name); object) {
         RemoveSharedObjectName(name, object);
-        section.state = UniqueHandle<Closing>(new State{std::move(object), "", 0, {}});
+        section.state = Owned(new State{std::move(object), "", 0, {}}, State::Close);
     }
     return section;
 }
@@ -123,7 +123,7 @@ View Section::Map(uint64_t size) const {
         return {};
     }
     View view;
-    view.state = UniqueHandle<View::Closing>(new View::State{static_cast<uint8_t*>(space), mapped});
+    view.state = Owned(new View::State{static_cast<uint8_t*>(space), mapped}, View::State::Close);
     if (mmap(space, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, state.Get()->object.Get(), 0) ==
         MAP_FAILED) {
         return {};

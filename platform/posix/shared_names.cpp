@@ -77,10 +77,6 @@ bool RenewModuleWord(uint32_t error) {
 
 struct NamesHeld::State {};
 
-void NamesHeld::Closing::Close(Value held) noexcept {
-    delete held;
-}
-
 NamesHeld::NamesHeld() : state(new State) {}
 
 bool IsNameTaken(const std::string& /*name*/) {

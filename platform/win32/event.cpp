@@ -11,17 +11,13 @@ struct Event::State {
     static Event Own(HANDLE handle) {
         Event event;
         if (handle != nullptr) {
-            event.state = UniqueHandle<Closing>(new State{Handle(handle)});
+            event.state = Owned(new State{Handle(handle)});
         }
         return event;
     }
 
     Handle handle;
 };
-
-void Event::Closing::Close(Value event) noexcept {
-    delete event;
-}
 
 Event Event::Create(const std::string& name) {
     return State::Own(CreateEventW(nullptr, FALSE, FALSE, WideFromUtf8(name).c_str()));

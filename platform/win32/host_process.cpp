@@ -48,10 +48,6 @@ bool StartSuspended(HANDLE token, const std::string& program, const std::string&
 
 }  // namespace
 
-void HostProcess::Closing::Close(Value process) noexcept {
-    delete process;  // closes the process, then the job
-}
-
 std::optional<LaunchStep> HostProcess::Launch(const std::string& program, const std::string& arguments) {
     HANDLE token = nullptr;
     if (OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, &token) == 0) {
@@ -72,7 +68,7 @@ std::optional<LaunchStep> HostProcess::Launch(const std::string& program, const 
         return LaunchStep::AssignToJob;
     }
     ResumeThread(created.hThread);
-    state = UniqueHandle<Closing>(new State{std::move(job), Handle(created.hProcess)});
+    state = Owned(new State{std::move(job), Handle(created.hProcess)});
     CloseHandle(created.hThread);
     CloseHandle(token);
     return std::nullopt;

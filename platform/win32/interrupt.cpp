@@ -27,10 +27,6 @@ struct InterruptFlag::State {
     State& operator=(const State&) = delete;
 };
 
-void InterruptFlag::Closing::Close(Value watch) noexcept {
-    delete watch;
-}
-
 InterruptFlag::InterruptFlag() : state(new State) {}
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the watch lasts as long as the object

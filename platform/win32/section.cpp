@@ -8,6 +8,11 @@ namespace Orvane::Platform {
 static_assert(FILE_MAP_ALL_ACCESS == 0x000F001F);
 
 struct View::State {
+    static void Close(State* view) noexcept {
+        UnmapViewOfFile(view->base);
+        delete view;
+    }
+
     uint8_t* base;
 };
 
@@ -15,22 +20,13 @@ struct Section::State {
     static Section Own(HANDLE handle) {
         Section section;
         if (handle != nullptr) {
-            section.state = UniqueHandle<Closing>(new State{Handle(handle)});
+            section.state = Owned(new State{Handle(handle)});
         }
         return section;
     }
 
     Handle handle;
 };
-
-void View::Closing::Close(Value view) noexcept {
-    UnmapViewOfFile(view->base);
-    delete view;
-}
-
-void Section::Closing::Close(Value section) noexcept {
-    delete section;
-}
 
 uint8_t* View::Data() const {
     return state.Get()->base;
@@ -52,7 +48,7 @@ bool Section::Commit(uint64_t /*size*/) {
 View Section::Map(uint64_t size) const {
     View view;
     if (void* base = MapViewOfFile(state.Get()->handle.Get(), FILE_MAP_ALL_ACCESS, 0, 0, size); base != nullptr) {
-        view.state = UniqueHandle<View::Closing>(new View::State{static_cast<uint8_t*>(base)});
+        view.state = Owned(new View::State{static_cast<uint8_t*>(base)}, View::State::Close);
     }
     return view;
 }

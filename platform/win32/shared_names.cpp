@@ -13,10 +13,6 @@ struct NamesHeld::State {
     Handle mutex;
 };
 
-void NamesHeld::Closing::Close(Value held) noexcept {
-    delete held;
-}
-
 NamesHeld::NamesHeld() {
     constexpr DWORD kLongestWait = 10'000;
     Handle mutex(CreateMutexW(nullptr, FALSE, L"Orvane_channel_names"));
@@ -25,7 +21,7 @@ NamesHeld::NamesHeld() {
     }
     const DWORD wait = WaitForSingleObject(mutex.Get(), kLongestWait);
     if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {  // whoever died with it made all of its objects or none
-        state = UniqueHandle<Closing>(new State{std::move(mutex)});
+        state = Owned(new State{std::move(mutex)});
     } else if (wait == WAIT_TIMEOUT) {
         SetLastError(WAIT_TIMEOUT);
     }
