@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__has_feature)
+#ifdef __has_feature
 #if __has_feature(thread_sanitizer)
 #define ORVANE_THREAD_SANITIZER
 #endif
 #endif
-#if defined(__SANITIZE_THREAD__)
+#ifdef __SANITIZE_THREAD__
 #define ORVANE_THREAD_SANITIZER
 #endif
 
@@ -83,7 +83,7 @@ ORVANE_USES("xsave") bool HasAvx() {
 }
 #else
 bool HasAvx() {
-    return __builtin_cpu_supports("avx") != 0;
+    return __builtin_cpu_supports("avx");
 }
 #endif
 
