@@ -16,8 +16,8 @@ class PrivateFile {
 
     std::filesystem::path Path() const { return folder.Path() / kName; }
 
-    // The same place in the process's code page, for interfaces that take nothing else. It leads nowhere if the code page
-    // lacks a letter of the folder for temporary files.
+    // The same place in the process's code page, for interfaces that take nothing else. It leads nowhere if the code
+    // page lacks a letter of the folder for temporary files.
     std::string NarrowPath() const;
 
  private:
