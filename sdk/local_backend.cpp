@@ -1,4 +1,4 @@
-// What runs models in the process of an application that links `orvane`.
+// The backend that runs models in the process of an application that links `orvane`.
 #include "backends/openvino/openvino_backend.h"
 #include "core/backend_factory.h"
 

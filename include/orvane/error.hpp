@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Failures of the SDK for C++17 and later, and how they come out of the C interface. `orvane.hpp` includes it.
+/// The exceptions of `orvane.hpp`, which includes this header.
 
 #include <orvane/orvane_c.h>
 
@@ -19,7 +19,7 @@
 
 namespace orvane {
 
-/// Why something failed; see the enumerators of the same names in orvane_c.h.
+/// Why a call failed. The enumerators of the same names in orvane_c.h say more.
 enum class Reason : int32_t {
     Refused = ORVANE_REFUSED,
     BadArgument = ORVANE_BAD_ARGUMENT,
@@ -30,12 +30,12 @@ enum class Reason : int32_t {
     Cancelled = ORVANE_CANCELLED,
 };
 
-/// "refused" and the like.
+/// The reason's name, such as "refused", in static storage.
 inline const char* NameOf(Reason reason) {
     return orvane_reason_name(static_cast<int32_t>(reason));
 }
 
-/// How a host process ended; see the enumerators of the same names in orvane_c.h.
+/// How a host process ended. The enumerators of the same names in orvane_c.h say more.
 enum class HostEnd : int32_t {
     Exit = ORVANE_HOST_END_EXIT,
     Signal = ORVANE_HOST_END_SIGNAL,
@@ -45,7 +45,7 @@ enum class HostEnd : int32_t {
     Unknown = ORVANE_HOST_END_UNKNOWN,
 };
 
-/// A failure. `what()` is UTF-8 and says what was wrong and what to do.
+/// A failed call. `what()` is UTF-8 and says what was wrong and what to do.
 class Error : public std::runtime_error {
  public:
     Error(Reason why, const std::string& text, int32_t systemError = 0)
@@ -53,7 +53,7 @@ class Error : public std::runtime_error {
 
     Reason GetReason() const { return reason; }
 
-    /// The system's error number; 0 where there is none.
+    /// The system's error number, or 0.
     int32_t GetSystemError() const { return system; }
 
  private:
@@ -87,8 +87,8 @@ inline void Check(orvane_error* error) {
     throw Error(reason, orvane_error_message(error), orvane_error_system(error));
 }
 
-// A function of the application that a C function calls until it gives up. No exception may pass through that: it waits
-// here.
+// A progress function of the application, which a C function calls. No exception may pass through C: `Call` keeps it
+// and gives up, and `Check` throws it.
 template <typename... Arguments>
 struct Progress {
     std::function<bool(Arguments...)> function;
@@ -121,7 +121,7 @@ inline uint32_t Milliseconds(std::chrono::milliseconds limit) {
     return static_cast<uint32_t>(limit.count());
 }
 
-// Of more than any that the C interface takes, still more.
+// The number of elements; if it does not fit, a number that the C interface refuses too.
 template <typename Element>
 uint32_t Size(const std::vector<Element>& elements) {
     return static_cast<uint32_t>(std::min<uint64_t>(elements.size(), std::numeric_limits<uint32_t>::max()));

@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// What can be asked about devices and model files, and done with these, without running a model: for C++17 and later,
-/// beside `orvane.hpp`, whose rules hold here too. Only with the library `orvane_c`, which has a runtime.
+/// Lists devices, and describes and reshapes model files, without running a model. For C++17 and later. The rules of
+/// `orvane.hpp` apply. Needs the library `orvane_c`: `orvane_client_c` has no runtime and refuses all of it.
 
 #include <orvane/orvane.hpp>
 
@@ -17,7 +17,8 @@ namespace orvane {
 
 namespace detail {
 
-// Takes what a function of the C interface hands over piece by piece; no exception may pass through that.
+// Collects what a function of the C interface passes to a callback, and the exception of that callback: no exception
+// may pass through C.
 template <typename Result>
 struct Collector {
     Result result;
@@ -47,7 +48,7 @@ struct Collector {
 /// A device that models can run on here.
 struct Device {
     std::string name;      ///< for `Options::device`
-    std::string fullName;  ///< of the processor or card; perhaps empty
+    std::string fullName;  ///< of the processor or card; may be empty
 };
 
 inline std::vector<Device> Devices() {
@@ -66,7 +67,7 @@ struct FileTensors {
     std::vector<Tensor> outputs;
 };
 
-/// Reads a model file without compiling it.
+/// Reads a model file without compiling it, and returns its tensors. Throws `Error`.
 inline FileTensors DescribeFile(const std::string& modelPath) {
     using Collector = detail::Collector<FileTensors>;
     Collector collector;
@@ -81,10 +82,11 @@ inline FileTensors DescribeFile(const std::string& modelPath) {
         &collector));
 }
 
-/// Shapes by the index of an input.
+/// The shape of each input, by the input's index.
 using InputShapes = std::map<uint32_t, std::vector<int64_t>>;
 
-/// Writes a model file with these shapes as `out`, an .xml, and a .bin beside it. An empty `out` only tries. See
+/// Reads a model file, sets these shapes, and writes the model to `out`, an .xml, with a .bin beside it. If `out` is
+/// empty, nothing is written. Throws `Error`; earlier files of these names are then unchanged. See
 /// `orvane_reshape_file`.
 inline void ReshapeFile(const std::string& modelPath, const InputShapes& shapes, const std::string& out) {
     std::vector<orvane_shape> plain;

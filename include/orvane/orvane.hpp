@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// The SDK for C++17 and later, over the C interface, whose rules hold here too (orvane_c.h). Nothing but this header
-/// is compiled: it goes with every compiler and with either of the libraries `orvane_c` and `orvane_client_c`.
+/// The SDK for C++17 and later, as a header over the C interface. The rules of orvane_c.h apply. It works with every
+/// compiler, and with both libraries, `orvane_c` and `orvane_client_c`.
 ///
 ///     orvane::Options options;
 ///     options.modelPath = "model.onnx";
@@ -11,7 +11,7 @@
 ///     model.Run();
 ///     const std::vector<float> result = model.Get<float>("y");
 ///
-/// Every failure is an `orvane::Error`.
+/// Every failure throws an `orvane::Error`.
 
 #include <orvane/orvane_c.h>
 #include <orvane/error.hpp>
@@ -40,7 +40,7 @@ namespace orvane {
 
 /// Steps of a load.
 enum class LoadStep : int32_t {
-    None = ORVANE_LOAD_NONE,  ///< the call is not a load
+    None = ORVANE_LOAD_NONE,  ///< the call does not load a model
     Reading = ORVANE_LOAD_READING,
     Compiling = ORVANE_LOAD_COMPILING,
     Importing = ORVANE_LOAD_IMPORTING,  ///< reads the cache file
@@ -49,21 +49,21 @@ enum class LoadStep : int32_t {
     InHost = ORVANE_LOAD_IN_HOST,
 };
 
-/// Which model to run, and how. What is empty is not wanted. Texts are UTF-8.
+/// Which model to run, and how. Empty fields take the default. Texts are UTF-8.
 struct Options {
-    std::string modelPath;   ///< not needed when the cache file exists
-    std::string device;      ///< a device of OpenVINO; the CPU unless given
-    std::string cachePath;   ///< when the file exists the model files are not read
-    bool makeCache = false;  ///< write the cache file unless it exists; that it cannot be written is no failure
+    std::string modelPath;   ///< the model file; may be empty if the cache file exists
+    std::string device;      ///< the name of a device of OpenVINO; empty: the CPU
+    std::string cachePath;   ///< the file of the compiled model; if it exists, the model files are not read
+    bool makeCache = false;  ///< write the cache file if it does not exist; if that fails, only the log says so
 
-    /// The host program that runs the model in a process of its own; an empty text is the one beside the library.
+    /// The path of the host program, which runs the model in a host process; empty: `orvane_host` beside the library.
     /// Without a value the model runs in this process.
     std::optional<std::string> hostProgram;
 
-    std::vector<uint8_t> key;  ///< 1 to 4 bytes: the model files are encrypted with this key
+    std::vector<uint8_t> key;  ///< the key of encrypted model files, 1 to 4 bytes
 
-    /// How long one call may wait for its host processes; 0 is no limit. When the time is over, the host is ended and
-    /// the call throws `HostEnded`. A negative limit is refused.
+    /// How long one call may wait for its host processes; 0: no limit. When the time is over, the host process is ended
+    /// and the call throws `HostEnded`. A negative limit is refused, and so is a limit without a host program.
     std::chrono::milliseconds timeLimit{0};
 
     /// The same for loading and restarting; 0: as `timeLimit`.
@@ -71,8 +71,8 @@ struct Options {
 
     /// Called on the thread of a call: at each step of a load, and about five times a second while the call waits for a
     /// host process. If it returns false, the host process is ended and the call throws an `Error` with
-    /// `Reason::Cancelled`; a load in this process stops at its next step. An exception does the same and leaves the
-    /// call. It may call `Interrupt`, and anything for other models, but nothing else for this model.
+    /// `Reason::Cancelled`. A load in this process stops at its next step. If it throws, the same happens, and the call
+    /// throws that exception. It may call `Interrupt`, and all functions of other models, but no others of this model.
     std::function<bool(LoadStep step)> progress;
 };
 
@@ -91,7 +91,7 @@ enum class ElementType : uint32_t {
     Float64 = ORVANE_FLOAT64,
 };
 
-/// "float32" and the like.
+/// The type's name, such as "float32", in static storage.
 inline const char* NameOf(ElementType type) {
     return orvane_element_type_name(static_cast<int32_t>(type));
 }
@@ -104,11 +104,11 @@ struct Tensor {
     ElementType type = ElementType::Unknown;
     std::vector<int64_t> shape;  ///< outermost dimension first; a dynamic one is -1
     uint64_t byteSize = 0;       ///< 0 if the data cannot be copied
-    std::string problem;         ///< empty, or why the data cannot be copied and what to do
+    std::string problem;         ///< why the data cannot be copied and what to do; empty if it can
 
     bool IsDynamic() const { return std::find(shape.begin(), shape.end(), -1) != shape.end(); }
 
-    /// `input 0 "x"`, for a message.
+    /// The tensor's name in messages: `input 0 "x"`.
     std::string Label() const {
         return (side == Side::Input ? "input " : "output ") + std::to_string(index) + " \"" + name + "\"";
     }
@@ -128,7 +128,7 @@ inline Tensor TensorOf(Side side, uint32_t index, const orvane_tensor& plain) {
 
 }  // namespace detail
 
-/// Whether elements of type T are what a tensor of this type has. `std::byte` goes with every type.
+/// Whether T is the C++ type for elements of this type. `std::byte` matches every type.
 template <typename T>
 constexpr bool Matches(ElementType type) {
     if constexpr (std::is_same_v<T, std::byte>) {
@@ -151,10 +151,10 @@ constexpr bool Matches(ElementType type) {
     }
 }
 
-/// A tensor of one side: by its index or by its name, which turn into this by themselves.
+/// Selects an input or output by index or name. Both convert to it implicitly.
 class Which {
  public:
-    // NOLINTBEGIN(modernize-use-constraints): C++17 has none
+    // NOLINTBEGIN(modernize-use-constraints): C++17 has no constraints
     template <typename Index, typename = std::enable_if_t<std::is_integral_v<Index>>>
     Which(Index wanted)
         // NOLINTEND(modernize-use-constraints)
@@ -172,8 +172,8 @@ class Which {
     std::optional<std::string> name;
 };
 
-/// One loaded model. One thread at a time, but for `Interrupt`. One that was moved from can only be assigned to or
-/// destroyed.
+/// One loaded model. Use it from one thread at a time; only `Interrupt` is thread-safe. A moved-from model can only be
+/// assigned to or destroyed. All functions throw `Error`, and `HostEnded` after the host process has ended.
 class Model {
  public:
     explicit Model(const Options& options) {
@@ -201,27 +201,27 @@ class Model {
         Describe();
     }
 
-    /// Loads the model again, in a new host process where it has one: after `HostEnded`, or for inputs of other shapes.
-    /// Inputs and shapes are to be set again.
+    /// Loads the model again: in a new host process after `HostEnded`, or to give its inputs other shapes. Set inputs
+    /// and shapes again.
     void Restart() {
         Check(orvane_restart(handle.get()));
         Describe();
     }
 
-    /// They change with `Restart` and `Resize`.
+    /// The tensors, in the model's order. `Restart` and `Resize` invalidate references to them.
     const std::vector<Tensor>& Inputs() const { return inputs; }
     const std::vector<Tensor>& Outputs() const { return outputs; }
     const Tensor& Input(const Which& which) const { return Find(inputs, "input", which); }
     const Tensor& Output(const Which& which) const { return Find(outputs, "output", which); }
 
-    /// Gives an input with dynamic dimensions its shape, before the first data.
+    /// Sets the shape of an input with dynamic dimensions. Refused after the first data, and with a host process.
     void Resize(const Which& which, const std::vector<int64_t>& shape) {
         const uint32_t index = Input(which).index;
         Check(orvane_resize(handle.get(), index, shape.data(), detail::Size(shape)));
         Describe();
     }
 
-    /// Copies the elements of a vector, an array or a span into an input: all of them, of the input's own type.
+    /// Copies the elements of a vector, an array or a span into an input. Their number and type must be the input's.
     template <typename Elements>
     void Set(const Which& which, const Elements& elements) {
         const Tensor& input = Input(which);
@@ -231,7 +231,8 @@ class Model {
 
     void Run() { Check(orvane_run(handle.get())); }
 
-    /// The elements of an output. One with dynamic dimensions is copied into what has the size that the run gave it.
+    /// Returns the elements of an output of the last run. Refused for an output with dynamic dimensions: use the other
+    /// `Get`.
     template <typename T>
     std::vector<T> Get(const Which& which) const {
         const Tensor& output = Output(which);
@@ -244,7 +245,8 @@ class Model {
         return elements;
     }
 
-    /// Fills a vector, an array or a span with the elements of an output: it has as many as the output.
+    /// Copies the elements of an output of the last run into a vector, an array or a span, whose size must be the
+    /// output's. For an output with dynamic dimensions that is the size that the run made.
     template <typename Elements>
     void Get(const Which& which, Elements&& elements) const {
         const Tensor& output = Output(which);
@@ -253,7 +255,7 @@ class Model {
     }
 
 #ifdef __cpp_lib_span
-    /// An output where it is, without copying it. Until the next call for the model.
+    /// Returns the elements of an output of the last run without a copy. Valid until the next call for the model.
     template <typename T>
     std::span<const T> View(const Which& which) const {
         const Tensor& output = Output(which);
@@ -264,8 +266,8 @@ class Model {
         return {static_cast<const T*>(data), static_cast<size_t>(bytes / sizeof(T))};
     }
 
-    /// Memory for the data of a whole input: write all of it, and pass it to `Set`, which then copies nothing. Valid
-    /// until the next call for the model but `Set` with it; what `Set` leaves in it is undefined.
+    /// Returns memory for all elements of an input. Write all of it and pass it to `Set`, which then copies nothing.
+    /// Valid until the next call for the model other than `Set` with this memory. After `Set` its content is undefined.
     template <typename T>
     std::span<T> InputMemory(const Which& which) {
         const Tensor& input = Input(which);
@@ -277,13 +279,13 @@ class Model {
     }
 #endif
 
-    /// Ends the host process, from any thread: the call that waits for it throws `HostEnded` within 200 ms. Does
-    /// nothing for a model in this process.
+    /// Ends the host process. Thread-safe. A call that waits for the host process throws `HostEnded` within 200 ms; if
+    /// no call waits, the next one throws it. Does nothing for a model in this process.
     void Interrupt() noexcept {
         orvane_interrupt(handle.get());
     }
 
-    /// For the C functions; it stays this object's.
+    /// For functions of the C interface. This object still owns it.
     orvane_model* Handle() const {
         return handle.get();
     }
@@ -355,18 +357,18 @@ class Model {
         outputs = DescribeAll(Side::Output);
     }
 
-    std::unique_ptr<LoadProgress> progress;  // outlives the model that calls it
+    std::unique_ptr<LoadProgress> progress;  // must outlive the handle, whose calls use it
     std::unique_ptr<orvane_model, Close> handle;
     std::vector<Tensor> inputs;
     std::vector<Tensor> outputs;
 };
 
-/// Called before each piece of a file: how much is done, and how much there is. False gives up, as does an exception.
+/// Called before each piece of a file. If it returns false or throws, the call gives up.
 using FileProgress = std::function<bool(uint64_t doneBytes, uint64_t totalBytes)>;
 
 namespace detail {
 
-// `transform` gets a function for the C interface and its argument.
+// Calls `transform` with a progress function for the C interface and that function's argument.
 template <typename Transform>
 void WithFileProgress(const FileProgress& progress, Transform transform) {
     Progress<uint64_t, uint64_t> state{progress, nullptr};
@@ -375,8 +377,8 @@ void WithFileProgress(const FileProgress& progress, Transform transform) {
 
 }  // namespace detail
 
-/// Encrypts a model file with a key of 1 to 4 bytes; `out` may be `in`. See `orvane_encrypt_file` for `pad`. Throws an
-/// `Error` with `Reason::Cancelled`, and writes nothing, if `progress` returns false.
+/// Encrypts a model file with a key of 1 to 4 bytes. `out` may be `in`. See `orvane_encrypt_file` for formats and
+/// `pad`. If `progress` returns false, throws an `Error` with `Reason::Cancelled` and writes nothing.
 inline void EncryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
                         bool pad = false, const FileProgress& progress = {}) {
     detail::WithFileProgress(progress, [&](auto function, void* user) {
@@ -384,7 +386,7 @@ inline void EncryptFile(const std::string& in, const std::string& out, const std
     });
 }
 
-/// The other direction.
+/// Decrypts a file that `EncryptFile` wrote. Cannot tell whether the key is right.
 inline void DecryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
                         const FileProgress& progress = {}) {
     detail::WithFileProgress(progress, [&](auto function, void* user) {

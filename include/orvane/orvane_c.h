@@ -218,17 +218,18 @@ ORVANE_C_API orvane_error* orvane_resize(orvane_model* model, uint32_t input, co
 /// Copies the data of a whole input: `bytes` must be its `byte_size`. An input that was never set holds zeros.
 ORVANE_C_API orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes);
 
-/// Memory for the data of a whole input: write all of it, and pass its address to `orvane_set_input` or `orvane_infer`,
-/// which then copy nothing. In this process it is the buffer that the runtime reads; with a host process it is the
-/// place from which the data is sent. It is aligned to 8 bytes.
+/// Sets `*data` and `*bytes` to memory for the data of a whole input. Write all of it, and pass its address to
+/// `orvane_set_input` or `orvane_infer`, which then copy nothing. In this process the runtime reads it there; with a
+/// host process the data is sent from there. It is aligned to 8 bytes.
 ///
-/// The memory is valid until the next call for the model, but `orvane_describe`, `orvane_tensor_count`, and
-/// `orvane_set_input` or `orvane_infer` with that very address. So one input has memory at a time. What is in it is
-/// undefined when you get it and after each of these calls. Memory that is not valid is refused as data.
+/// The memory is valid until the next call for the model, except `orvane_describe`, `orvane_tensor_count`, and
+/// `orvane_set_input` or `orvane_infer` with this address. So only one input has memory at a time. The content is
+/// undefined when you get the memory, and after `orvane_set_input` and `orvane_infer`. Memory that is not valid is
+/// refused as data.
 ///
-/// It is never freed between two calls: also after the host process has ended it stays until you ask for the memory of
-/// that input again or close the model. A forked child must not write into that of a host process.
-/// Refused where `orvane_set_input` would be. In this process it makes the buffers of all inputs, like the first data.
+/// It is not freed before you ask for the memory of this input again or close the model, also if the host process ends.
+/// A forked child must not write to memory for a host process.
+/// Refused if `orvane_set_input` would be. In this process it makes the buffers of all inputs, like the first data.
 ORVANE_C_API orvane_error* orvane_input_memory(orvane_model* model, uint32_t index, void** data, uint64_t* bytes);
 
 /// Runs the model once on the latest data of each input. Refused until at least one input was set.
@@ -303,9 +304,10 @@ ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 /// Frees an error. Null is allowed.
 ORVANE_C_API void orvane_error_free(orvane_error* error);
 
-/// Where log lines of all models go; a null `line` drops them, which is how a process starts. Called on the thread that
-/// logs, perhaps by several at once, and `text` lives only during the call. The SDK's own level is 6. A line that is
-/// being logged meanwhile may still reach the earlier sink.
+/// Sets the function that gets the log lines of all models. Null, the default, drops them. `line` is called on the
+/// thread that logs, possibly on several at once. `text` is valid during the call. The SDK logs at level 6. The library
+/// holds no lock during the call: `line` may call `orvane_interrupt`, and all functions for models that no call uses at
+/// that time. A line that another thread logs meanwhile may still reach the earlier function.
 ORVANE_C_API void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user);
 
 #ifdef __cplusplus

@@ -1,4 +1,4 @@
-// Files without a loaded model: encryption, description, reshaping.
+// Tests functions for files without a loaded model: encryption, description, reshaping.
 #include "c_test_support.h"
 
 void TestFiles(const char* host) {

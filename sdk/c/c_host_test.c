@@ -1,7 +1,7 @@
-// Hosts that end, that lie, and that several copies of a program have at once.
+// Tests hosts that end, hosts that lie, and hosts of several copies of a program at once.
 #include "c_test_support.h"
 
-// A host that has ended like this stays so, whatever is asked.
+// After its host has ended like this, a model fails in every call.
 static void ExpectEnded(orvane_model* model, int32_t cause, const char* how) {
     const void* view = NULL;
     uint64_t bytes = 0;
@@ -17,7 +17,7 @@ static void ExpectEnded(orvane_model* model, int32_t cause, const char* how) {
 }
 
 static void TestEnds(const char* stub) {
-    // How a program ends, each system says in its own way.
+    // Each system reports the end of a program in its own way.
     const int isWindows = sizeof(wchar_t) == 2;
     const struct {
         const char* model;
@@ -116,7 +116,7 @@ void TestHost(const char* stub) {
     TestProgress(stub);
 }
 
-// Each answer comes in time, and all together do not.
+// Each reply takes less than the time limit, and all together take more.
 static void TestOneDeadlineForACall(const char* forger) {
     uint8_t data[4];
     const orvane_input input = {sizeof input, 0, "abcd", 4};
@@ -131,7 +131,7 @@ static void TestOneDeadlineForACall(const char* forger) {
     orvane_close(model);
 }
 
-// The host that reads a new cache does not end.
+// The host that reads the new cache hangs.
 static void TestTheReaderOfACache(const char* forger) {
     Progress progress;
     orvane_options options = Options(Write("cache", ""), forger);

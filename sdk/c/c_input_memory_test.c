@@ -1,4 +1,4 @@
-// Input memory: what is written there arrives, and memory that is not valid is refused and never freed too early.
+// Tests input memory: its data arrives, and invalid memory is refused and not freed too early.
 #include "c_test_support.h"
 
 static int32_t* Memory(orvane_model* model, uint32_t index, uint64_t bytes) {
@@ -9,7 +9,7 @@ static int32_t* Memory(orvane_model* model, uint32_t index, uint64_t bytes) {
     return (int32_t*)data;
 }
 
-// Sets an input and runs: the first element of the output that belongs to it.
+// Sets an input, runs, and returns the first element of its output.
 static int32_t Run(orvane_model* model, const int32_t* data) {
     int32_t received[2] = {0, 0};
     SUCCEEDS(orvane_set_input(model, 0, data, 8));
@@ -61,7 +61,7 @@ static void TestRefusals(const char* host) {
     memory[0] = 7;
     EXPECT(Run(model, memory) == 7);
 
-    // Each other call takes the memory back.
+    // Every other call makes the memory invalid.
     FAILS(orvane_set_input(model, 0, memory, 8), ORVANE_BAD_ARGUMENT, "in input memory that is not valid for it");
     FAILS(orvane_get_output(model, 0, memory + 1, 4), ORVANE_BAD_ARGUMENT, "has 8 bytes");
     FAILS(orvane_get_output(model, 0, memory, 8), ORVANE_BAD_ARGUMENT, "is input memory: pass memory of your own");
@@ -84,7 +84,7 @@ static void TestRefusals(const char* host) {
     orvane_close(model);
 }
 
-// Only in this process can a shape be set, and inputs have memory of their own.
+// Only in this process can a shape be set, and only there does each input have its own memory.
 void TestInputMemoryInThisProcess(void) {
     const int64_t shape[] = {2, 3};
     orvane_model* model = Open(Options(EchoModel("memory_shapes.xml", "i32", "?,3"), NULL));
@@ -104,7 +104,7 @@ void TestInputMemory(const char* host) {
     TestRefusals(host);
 }
 
-// Two inputs have the same memory in a host, and a host that ends leaves it where it is.
+// With a host, two inputs share the same memory, which stays mapped when the host ends.
 void TestInputMemoryOfStub(const char* stub) {
     orvane_model* model = Open(StubOptions("echo 4 2", stub));
     uint8_t received[8];

@@ -1,16 +1,16 @@
-// Goes through the C interface as an application does, and shares nothing with the library but its header: each
-// function, and each refusal. It is compiled as C and as C++.
+// Tests each function and each refusal of the C interface as an application does: only the header is shared with the
+// library. It is compiled as C and as C++.
 //
 //   c_interface_test HOST STUB_HOST FORGING_HOST [client]
 //   c_interface_test copy STUB_HOST NUMBER
 //
-// The working directory becomes full. With "client" the library is the one that runs models in a host process only.
-// "copy" is one of several running copies of this program, which must get back the numbers that it sent and no other's.
+// It writes files to the working directory. With "client", the library runs models in a host process only. With "copy",
+// the program is one of several running copies, and must receive the numbers that it sent.
 #include "c_test_support.h"
 
-// --- What is the same in this process and in a host process ---
+// --- The same in this process and with a host process ---
 
-// At the limits of what may be written with each number of bytes: too short, too long, too large, half a pair.
+// At the limits of each length of a character: too short, too long, too large, half a surrogate pair.
 static const char* const kUtf8[] = {"\x7F",         "\xC2\x80",     "\xDF\xBF",         "\xE0\xA0\x80",
                                     "\xED\x9F\xBF", "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"};
 static const char* const kNotUtf8[] = {"\x80",
@@ -189,7 +189,7 @@ static void TestInfer(const char* host) {
     output.bytes = 8;
     SUCCEEDS(orvane_run(model));
     SUCCEEDS(orvane_get_output(model, 0, received, 8));
-    EXPECT(received[0] == 2);  // the data was not taken by the call that was refused
+    EXPECT(received[0] == 2);  // the refused call has set no data
     inputs[1].struct_size = 4000;
     FAILS(orvane_infer(model, inputs, 2, &output, 1), ORVANE_BAD_ARGUMENT,
           "the structures for an input differ in size");
@@ -231,7 +231,7 @@ static void TestUncopyable(const char* host) {
     orvane_close(model);
 }
 
-// --- What only one of the two has ---
+// --- In this process only ---
 
 static void TestShapesInThisProcess(void) {
     const int64_t good[] = {2, 3};
@@ -281,7 +281,7 @@ static void TestShapesInThisProcess(void) {
     orvane_close(model);
 }
 
-// A load that is given up leaves what was there before.
+// After a load that was given up, the model is as before.
 static void TestProgressInThisProcess(void) {
     Progress progress;
     int32_t received[2] = {0, 0};
@@ -301,7 +301,7 @@ static void TestProgressInThisProcess(void) {
     orvane_close(model);
 }
 
-// --- What needs no model ---
+// --- Without a model ---
 
 static void CountLine(void* user, uint32_t level, const char* text) {
     EXPECT(level == 6 && strlen(text) > 0);

@@ -1,4 +1,4 @@
-// What the parts of the test of the C interface share. Compiled as C and as C++.
+// Helpers of the tests of the C interface. Compiled as C and as C++.
 #ifndef ORVANE_C_TEST_SUPPORT_H
 #define ORVANE_C_TEST_SUPPORT_H
 
@@ -13,7 +13,7 @@
 extern int failures;
 static const int32_t kData[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 
-// A check that fails counts, and is printed with its place.
+// Count and print a failed check with its place.
 void Expect(int isTrue, const char* what, const char* file, int line);
 void ExpectError(orvane_error* error, int32_t reason, const char* text, const char* file, int line);
 void ExpectMissing(orvane_error* error, const char* text, const char* file, int line);
@@ -27,20 +27,21 @@ const char* Write(const char* path, const char* text);
 const char* EchoModel(const char* path, const char* type, const char* shape);
 orvane_options Options(const char* model, const char* host);
 
-// For a host whose models are no files: the library asks for a cache file instead, which the host does not read.
+// Options for a host whose models are not files. They name a cache file that exists, so the library requires no model
+// file; the host does not read the cache.
 orvane_options StubOptions(const char* model, const char* host);
 orvane_model* Open(orvane_options options);
 
-// Opens and closes.
+// Opens a model, closes it, and returns the error.
 orvane_error* TryOpen(orvane_options options);
 orvane_tensor Describe(const orvane_model* model, int32_t side);
 
-// What a progress function was called with, and when it gives up.
+// The calls of a progress function, and when it gives up.
 typedef struct Progress {
     int calls[7];           // by step
-    int32_t givenUpAtStep;  // and
-    int givenUpAtCall;      // of that step, from 1 on; 0 never
-    orvane_model* model;    // unless null, run by the function, and then interrupted
+    int32_t givenUpAtStep;  // gives up at this step,
+    int givenUpAtCall;      // at the call of this number for that step; 0: never
+    orvane_model* model;    // unless null, the function runs and then interrupts this model
 } Progress;
 
 int32_t CountSteps(void* user, int32_t step);
@@ -49,13 +50,13 @@ int32_t CountSteps(void* user, int32_t step);
 #define SUCCEEDS(call) ExpectError(call, 0, "", __FILE__, __LINE__)
 #define FAILS(call, reason, text) ExpectError(call, reason, text, __FILE__, __LINE__)
 
-// A call that fails because a file is missing, by its only line.
+// A call that fails because a file is missing, with an error of one line.
 #define MISSES(call, text) ExpectMissing(call, text, __FILE__, __LINE__)
 
 // A call that fails because the host has ended like this.
 #define ENDS(call, cause, text) ExpectEnd(call, cause, text, __FILE__, __LINE__)
 
-// The parts that c_interface_test.c runs one after another.
+// The tests that c_interface_test.c runs one after another.
 void TestFiles(const char* host);
 void TestModelFiles(int isClient);
 void TestHost(const char* stub);

@@ -7,16 +7,16 @@
 
 namespace Orvane::C {
 
-// The file `in` through the cipher to `out`, which may be the same: 4 MiB at a time, so that memory stays small
-// whatever the file's size, and `out` appears whole or not at all. Throw `Failure` and `FileError`.
+// Encrypt or decrypt the file `in` to `out`, which may be `in`. They work on pieces of 4 MiB, so large files need
+// little memory. `out` appears whole or not at all. They throw `Failure` and `FileError`.
 
-// The caller's function, or null, that is told how far a file is, and gives up by anything but 0.
+// The progress function of the caller, or null. A result other than 0 gives up.
 struct FileProgress {
     int32_t (*progress)(void* user, uint64_t doneBytes, uint64_t totalBytes);
     void* user;
 };
 
-// Refuses formats that are never read encrypted, and a last piece of 1 to 15 bytes, which would not come back whole,
+// Refuses formats that cannot be read encrypted. Refuses a last piece of 1 to 15 bytes, which cannot be restored,
 // unless `pad` fills it up.
 void EncryptFile(const std::string& in, const std::string& out, const ModelFileCipher& cipher, bool pad,
                  const FileProgress& progress);

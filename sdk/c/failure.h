@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-// What a caller of the C interface gets when something failed.
+// The error that the C interface returns.
 struct orvane_error {
     int32_t reason;
     int32_t system;
@@ -18,7 +18,7 @@ struct orvane_error {
 
 namespace Orvane::C {
 
-// An error on its way to the caller.
+// An error inside this layer; `CaughtError` makes an `orvane_error` of it.
 class Failure : public std::runtime_error {
  public:
     Failure(int32_t whichReason, const std::string& text, int32_t systemError = 0, int32_t howHostEnded = 0)
@@ -42,21 +42,22 @@ inline Failure Refused(const std::string& text) {
     return {ORVANE_REFUSED, text};
 }
 
-// What a status of the SDK's classes means and what to do, and after it, in parentheses, a fixed text of theirs that
-// does not say so.
+// The failure for a status of the SDK's classes: what was wrong and what to do in English. A fixed text of the classes
+// that does not say so follows in parentheses.
 Failure FailureOf(const Status& status);
 
-// Of a host program that the system did not start: why and what to do.
+// The failure for a host program that the system did not start: why, and what to do.
 Failure HostStartFailure(const std::string& program, const Status& status);
 
-// Of a host process that ended like this, before or after its model was loaded: what happened and what to do.
+// The failure for a host process that ended like this, before or after its model was loaded: how it ended, and what to
+// do.
 Failure HostEndedFailure(const HostEnd& end, bool isLoaded);
 
-// The exception that is being handled, as the caller gets it; one that has no memory for that is an error too.
+// Makes an error of the exception that is being handled. Without memory for it, returns a static error.
 orvane_error* CaughtError() noexcept;
 void FreeError(orvane_error* error) noexcept;
 
-// Does the work of one function of the interface: no exception leaves it.
+// Runs the work of one function of the interface, and returns its exception as an error.
 template <typename Work>
 orvane_error* Guarded(Work work) noexcept {
     try {

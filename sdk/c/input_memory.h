@@ -9,20 +9,20 @@
 
 namespace Orvane::C {
 
-// The memory into which an application writes the data of inputs. One input's memory is valid at a time: through a host
-// process all inputs have the same.
+// The memory to which an application writes the data of inputs. Only one input's memory is valid at a time: with a host
+// process all inputs share the same memory.
 class InputMemory {
  public:
-    // Keeps the memory of an input, and returns its address. The one of before is released.
+    // Keeps the memory of an input, releases its earlier memory, and returns the address.
     void* Lend(const Port& input, std::shared_ptr<void> memory);
 
-    // Whether it is the address of the memory that is valid.
+    // Whether `data` is the address of the valid memory.
     bool IsValid(const void* data) const;
 
-    // Memory that is not valid is refused as data, and lives on: an application may still write into it.
+    // Invalid memory is refused as data, but not freed: an application may still write to it.
     void Invalidate() { valid.reset(); }
 
-    // Throw for data in memory that is not this input's or not valid, and for an output that would overwrite some.
+    // Throw for data in invalid memory or in that of another input, and for an output that would overwrite such memory.
     void CheckSource(const Port& input, const void* data) const;
     void CheckTarget(const Port& output, const void* data, uint64_t bytes) const;
 

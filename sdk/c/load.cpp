@@ -15,7 +15,7 @@ namespace Orvane::C {
 
 namespace {
 
-// The last bytes of a cache are as necessary as the others, and the SDK does not say when it could not write them.
+// Reads the cache before it renames it: the SDK does not report a failed write, not even of the last bytes.
 void PlaceCache(const std::filesystem::path& made, const std::filesystem::path& place, LoadRequest request) {
     request.params.openvinoMakeCache = false;
     Interpreter reader;

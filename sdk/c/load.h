@@ -6,8 +6,8 @@
 
 namespace Orvane::C {
 
-// Loads what is asked for. A cache file that is to be made is made in a folder of its own beside its place, read once
-// to prove that it is whole, and renamed; when that fails, the log says so and the model runs without it.
+// Loads a model. A new cache file is written to a private folder beside its place, read once to check that it is whole,
+// and renamed. If that fails, the log says why, and the model runs without it.
 Status LoadModel(Interpreter& target, const LoadRequest& request);
 
 }  // namespace Orvane::C

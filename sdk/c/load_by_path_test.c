@@ -41,7 +41,7 @@ static struct Functions FindAll(HMODULE library) {
     return functions;
 }
 
-// In this process, then in a host process.
+// Runs the model in this process, then in a host process.
 static int RunModel(const struct Functions* orvane, const char* modelPath) {
     static const float samples[576];
     for (int host = 0; host < 2; ++host) {

@@ -17,18 +17,18 @@
 
 namespace Orvane::C {
 
-// A loaded model over the SDK's classes. It checks whatever could harm this process or the host before it reaches the
-// classes, and trusts no reply of the host that could harm this process. Operations throw `Failure`, `std::bad_alloc`,
-// and what the runtime throws.
+// A loaded model over the SDK's classes. It checks all arguments that could harm this process or the host before the
+// classes get them, and all replies of the host that could harm this process. Operations throw `Failure`,
+// `std::bad_alloc`, and the runtime's exceptions.
 class Model {
  public:
-    // One call of the application: its operations share one deadline and its progress function. Throws if the model is
-    // in a call already, which is so when a progress function uses the model that it was called for.
+    // One call of the application: its operations share one deadline and one progress function. Throws if the model is
+    // in a call already: then a progress function uses the model of its own call.
     class Call {
      public:
         explicit Call(Model& which) : Call(which, which.request.timeLimit, which.request.progress != nullptr) {}
 
-        // Of a load, which also stops when it is interrupted between two hosts.
+        // A call that loads. `Interrupt` also stops it while it waits for the second host, which reads a new cache.
         static Call ForLoad(Model& which) { return Call(which, which.request.loadTimeLimit, true); }
 
         ~Call() { model.inCall.reset(); }
@@ -44,7 +44,7 @@ class Model {
 
     explicit Model(LoadRequest loadRequest);
 
-    // The functions below but those for any thread want a `Call`, and `Restart` one for a load.
+    // Make a `Call` first for these functions, and a `Call::ForLoad` for `Restart`.
 
     void Restart();
     void Resize(uint32_t input, const int64_t* dimensions, uint32_t rank);
@@ -55,25 +55,25 @@ class Model {
     // The memory of an input, as many bytes as the input has. `SetInput` with its address copies nothing.
     void* LendInput(uint32_t index);
 
-    // Whether it is the address of input memory that no call has made invalid.
+    // Whether `data` is the address of input memory that is still valid.
     bool IsInputMemory(const void* data) const { return inputMemory.IsValid(data); }
     void InvalidateInputMemory() { inputMemory.Invalidate(); }
 
-    // Throw for arguments that `SetInput` or `GetOutput` refuse, and change nothing.
+    // Throw for the arguments that `SetInput` or `GetOutput` refuse. Change nothing.
     void CheckInput(uint32_t index, const void* data, uint64_t bytes) const;
     void CheckOutput(uint32_t index, const void* data, uint64_t bytes) const;
 
-    // The bytes of an output where they are, until the next operation.
+    // The bytes of an output in the backend's memory, valid until the next operation.
     const void* ViewOutput(uint32_t index);
 
-    // Throws if the host has ended. Every operation but `Restart` and those that only ask begins with it.
+    // Throws if the host has ended. All operations that use the interpreter do so, except `Restart`.
     void RequireHost() const;
 
-    // Without a `Call`.
+    // These need no `Call`.
     uint32_t Count(int32_t side) const;
     const Port& PortAt(int32_t side, uint32_t index) const;
 
-    // Without a `Call`, on any thread.
+    // Needs no `Call`. Any thread.
     void Interrupt();
 
  private:
@@ -87,7 +87,7 @@ class Model {
     bool IsRemote() const { return !request.params.host.empty(); }
     void Check(const Status& status);
 
-    // What talks to the interpreter goes through here: whatever leaves the host unusable ends it.
+    // Runs all work that uses the interpreter. Exceptions that leave the host unusable end it.
     template <typename Work>
     std::invoke_result_t<Work> Talk(Work work) {
         try {
@@ -111,19 +111,19 @@ class Model {
 
     const LoadRequest request;
     Interpreter interpreter;
-    Ports ports;  // they do not outlive what `interpreter` holds
+    Ports ports;  // their handles must not outlive the interpreter's model
 
-    // While a call is on, the process that is in it: a forked child is in none of its parent's.
+    // During a call, the process that makes it: a forked child is in no call of its parent.
     std::optional<Platform::ProcessMark> inCall;
-    uint32_t limit = 0;  // of the call
+    uint32_t limit = 0;  // of this call, in milliseconds
 
     bool isLoaded = false;
     InputMemory inputMemory;
-    bool isPrepared = false;  // the buffers of all inputs are made
+    bool isPrepared = false;  // the buffers of all inputs exist
     bool hasInput = false;
     bool hasRun = false;
     std::atomic<bool> isInterrupted{false};  // since the last load began
-    std::optional<Failure> end;              // of the host: the answer to each operation until the next restart
+    std::optional<Failure> end;              // the host has ended: all operations throw this until the next restart
 };
 
 }  // namespace Orvane::C

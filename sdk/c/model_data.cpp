@@ -1,4 +1,4 @@
-// Data into and out of a loaded model.
+// The part of `Model` that copies data into and out of it.
 #include "sdk/c/model.h"
 
 #include "backends/remote/remote_wrapper.h"
@@ -11,8 +11,8 @@
 
 namespace Orvane::C {
 
-// The first data makes the buffers of all inputs. Where that fails they are half made, and only a model that is loaded
-// again has none.
+// The first data makes the buffers of all inputs. If that fails, some exist and some do not, and only loading again
+// removes them.
 void Model::ReloadUnlessPrepared() {
     if (isPrepared || end) {
         return;
@@ -28,7 +28,7 @@ void Model::ReloadUnlessPrepared() {
     }
 }
 
-// Throws if data cannot be set for this input. The first data makes buffers for all inputs, and so each needs a size.
+// Throws if data cannot be set for this input. The first data makes the buffers of all inputs, so all need a size.
 const Port& Model::RequireInput(uint32_t index) const {
     const Port& port = PortAt(ORVANE_INPUT, index);
     if (port.bytes == 0) {
@@ -72,7 +72,7 @@ void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const 
     inputMemory.CheckTarget(port, data, bytes);
 }
 
-// What may make the buffers of all inputs.
+// Runs work that may make the buffers of all inputs.
 template <typename Work>
 void Model::Prepare(Work work) {
     try {
@@ -126,7 +126,7 @@ void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
         if (!IsRemote()) {
             Check(port.handle->CopyTo(data, size));
         } else if (const void* sent = port.handle->GetData(); sent != nullptr) {
-            Platform::CopyData(data, sent, size);  // of the section, which is large enough, whatever the host claims
+            Platform::CopyData(data, sent, size);  // the section has this many bytes, whatever the host claims
         } else {
             RequireLivingHost(interpreter);
             CopyWhatTheHostSends(port, data, size);
@@ -134,7 +134,8 @@ void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
     });
 }
 
-// `CopyTo` says why there is no output, but copies as much as the host claims: into memory for as much as it can claim.
+// `CopyTo` returns why there is no output, but copies as many bytes as the host claims. So it gets memory for the most
+// that a host can claim.
 void Model::CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes) {
     std::vector<uint8_t> sent(RemoteWrapper::kChannelSize);
     Check(port.handle->CopyTo(sent.data(), bytes));

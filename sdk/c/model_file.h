@@ -8,7 +8,7 @@
 
 namespace Orvane::C {
 
-// What the functions of the C interface without a loaded model do. Each throws `Failure` and `FileError`.
+// The functions of the C interface without a loaded model. They throw `Failure` and `FileError`.
 
 using TensorSink = void (*)(void* user, int32_t side, const orvane_tensor* tensor);
 using DeviceSink = void (*)(void* user, const char* name, const char* fullName);
@@ -16,10 +16,10 @@ using DeviceSink = void (*)(void* user, const char* name, const char* fullName);
 void TellDevices(DeviceSink sink, void* user);
 void TellTensors(const std::string& path, TensorSink sink, void* user);
 
-// The shapes as the caller gave them, looked through.
+// Reads and checks the caller's shapes.
 InputShapes ReadShapes(const orvane_shape* first, uint32_t count);
 
-// An empty `out` only tries. Otherwise `out` and its .bin appear whole or not at all.
+// If `out` is empty, nothing is written. Otherwise `out` and its .bin both appear whole, or neither appears.
 void Reshape(const std::string& path, const InputShapes& shapes, const std::string& out);
 
 }  // namespace Orvane::C

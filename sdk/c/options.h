@@ -14,7 +14,7 @@
 
 namespace Orvane::C {
 
-// What a caller wants loaded, looked through: what the SDK's classes get of it cannot harm them.
+// The checked options of a load: they cannot harm the SDK's classes.
 struct LoadRequest {
     InterpreterParams params;
     uint32_t timeLimit = 0;      // milliseconds, 0 for none
@@ -23,27 +23,27 @@ struct LoadRequest {
     void* progressUser = nullptr;
 };
 
-// Throws `Failure` for what is wrong, as all functions here. Looks at no file.
+// Reads and checks options. Throws `Failure`, as all functions here do. Does not look at files.
 LoadRequest ReadOptions(const orvane_options* given);
 
-// Throws unless the files that a load reads are there and ordinary.
+// Throws if a file that a load reads is missing or not ordinary.
 void RequireFiles(const InterpreterParams& params);
 
-// A text of at most 32,767 bytes; null is an empty one. `name` is for a message: "the model path".
+// Reads a text of at most 32,767 bytes; null is empty. `name` is for a message: "the model path".
 std::string ReadText(const char* text, const std::string& name);
 
-// 1 to 4 bytes, filled up with zeros.
+// Reads a key of 1 to 4 bytes and fills it up with zeros.
 std::array<uint8_t, 4> ReadKey(const uint8_t* key, uint32_t size);
 
-// Throws unless the file is there and ordinary or a folder: a pipe would be waited for, and a device may do anything.
-// `name` is for a message: "model file".
+// Throws if the file is missing, or is neither an ordinary file nor a folder: reading a pipe would wait, and a device
+// may do anything. `name` is for a message: "model file".
 void RequireFile(const std::string& path, const std::string& name);
 
-// Throws unless a `struct_size` can be that of a structure that had `first` bytes in its first version. `name` is for a
+// Throws if `size` cannot be the size of a structure that had `first` bytes in its first version. `name` is for a
 // message: "the options".
 void CheckStructSize(uint64_t size, size_t first, const std::string& name);
 
-// A structure of the caller, who may have been compiled with an older or a newer header. Its size stands at its start.
+// Reads a structure of the caller, who may use an older or a newer header. The structure begins with its size.
 template <typename Struct>
 Struct ReadStruct(const Struct* given, size_t first, const std::string& name) {
     if (given == nullptr) {
@@ -62,7 +62,7 @@ Struct ReadStruct(const Struct* given, size_t first, const std::string& name) {
     return read;
 }
 
-// Does the same with each of the structures that lie one behind the other.
+// Calls `work` with each structure of an array, as `ReadStruct` reads it.
 template <typename Struct, typename Work>
 void ForEach(const Struct* structs, uint32_t count, size_t first, const std::string& name, Work work) {
     if (count == 0) {

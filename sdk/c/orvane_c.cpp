@@ -37,7 +37,7 @@ void RequireNotNull(Pointer pointer, const char* name) {
     }
 }
 
-// One call for a loaded model.
+// Runs one call for a loaded model, after which input memory stays valid.
 template <typename Work>
 orvane_error* WithInputMemory(orvane_model* model, Work work) {
     return Guarded([&] {
@@ -47,7 +47,7 @@ orvane_error* WithInputMemory(orvane_model* model, Work work) {
     });
 }
 
-// A call after which input memory is not valid.
+// Runs one call for a loaded model, which makes input memory invalid.
 template <typename Work>
 orvane_error* WithModel(orvane_model* model, Work work) {
     return WithInputMemory(model, [&work](Model& open) {
@@ -56,7 +56,7 @@ orvane_error* WithModel(orvane_model* model, Work work) {
     });
 }
 
-// What `orvane_encrypt_file` and `orvane_decrypt_file` share.
+// Reads and checks the arguments of `orvane_encrypt_file` and `orvane_decrypt_file`.
 struct CipherArguments {
     CipherArguments(const char* givenIn, const char* givenOut, const uint8_t* key, uint32_t keySize) {
         RequireNotNull(givenIn, "the path of the file to read");
@@ -72,13 +72,13 @@ struct CipherArguments {
     Orvane::ModelFileCipher cipher;
 };
 
-// The name at `value`, or the first one.
+// The name at index `value`; the first name if there is no such index.
 template <size_t count>
 const char* NameIn(const char* const (&names)[count], int32_t value) {
     return names[value >= 0 && static_cast<size_t>(value) < count ? value : 0];
 }
 
-// Without a lock, which a forked child could find locked. A sink is never freed: another thread may still use it.
+// Sinks need no lock, which a forked child could find locked. A sink is never freed: another thread may still use it.
 struct LogSink {
     void (*line)(void* user, uint32_t level, const char* text);
     void* user;
@@ -88,7 +88,7 @@ struct LogSink {
 std::atomic<const LogSink*> allLogSinks{nullptr};
 std::atomic<const LogSink*> logSink{nullptr};
 
-// One that was set before is taken again. Null without memory.
+// Reuses an equal sink that was set before. Returns null without memory.
 const LogSink* FindOrAddLogSink(void (*line)(void* user, uint32_t level, const char* text), void* user) {
     for (const LogSink* sink = allLogSinks; sink != nullptr; sink = sink->earlier) {
         if (sink->line == line && sink->user == user) {
@@ -110,7 +110,7 @@ void LogLine(uint32_t level, const char* text) {
     try {
         valid = Orvane::C::IsUtf8(text) ? "" : Orvane::C::AsUtf8(text);
     } catch (const std::bad_alloc&) {
-        return;  // an error that is being reported must not become an exception
+        return;  // logging must not throw
     }
     sink->line(sink->user, level, valid.empty() ? text : valid.c_str());
 }
@@ -243,7 +243,7 @@ orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint
         if (!usesInputMemory) {
             open.InvalidateInputMemory();
         }
-        for (const bool inMemory : {true, false}) {  // the others may be sent through that memory
+        for (const bool inMemory : {true, false}) {  // first: sending other data may overwrite that memory
             Orvane::C::ForEach(inputs, input_count, kFirstSize, input, [&](const orvane_input& item) {
                 if (open.IsInputMemory(item.data) == inMemory) {
                     open.SetInput(item.index, item.data, item.bytes);

@@ -1,4 +1,4 @@
-// The C++ header over the library that runs models in a host process only, whose host has stub models.
+// Tests the C++ header over the library that runs models in a host process only, with stub models.
 #include <orvane/orvane.hpp>
 
 #include "testing/support/host_fixture.h"
@@ -25,7 +25,7 @@ using Bytes = std::vector<uint8_t>;
 Options StubOptions(const std::string& model) {
     Options options;
     options.modelPath = model;
-    options.cachePath = Orvane::Testing::kStubHost;  // the model is no file, and with any cache file none is asked for
+    options.cachePath = Orvane::Testing::kStubHost;  // with any cache file, no model file is required
     options.hostProgram = Orvane::Testing::kStubHost;
     return options;
 }

@@ -1,8 +1,8 @@
-/* An application as Visual Studio's compiler and linker make it, as far as can be had without them: the other binary
-   form, an import library, no C runtime of any kind. Prints "the same" when a model gives the same in this process and
-   in a host process.
+/* An application in the object format of Visual Studio's compiler, linked through an import library, without any C
+   runtime: as close as we can get without that compiler. Prints "the same" if a model has the same output in this
+   process and in a host process.
 
-   other_compiler_client MODEL: the file MODEL, with the host program beside the library */
+   other_compiler_client MODEL: runs the file MODEL, also with the host program beside the library */
 #include <orvane/orvane_c.h>
 
 #include <stddef.h>
@@ -18,7 +18,7 @@ enum { kMostBytes = 1 << 16 };
 static unsigned char input[kMostBytes];
 static unsigned char outputs[2][kMostBytes];
 
-/* Compilers call these by themselves. */
+/* Compilers insert calls of it. */
 void* memset(void* to, int value, size_t bytes) {
     for (volatile unsigned char* byte = to; bytes > 0; --bytes) {
         *byte++ = (unsigned char)value;
@@ -42,7 +42,7 @@ static void Check(orvane_error* error) {
     }
 }
 
-/* Returns the bytes of the model's first output, in `output`. */
+/* Runs the model, writes its first output to `output`, and returns the number of bytes. */
 static uint64_t Run(const char* model_path, const char* host_program, unsigned char* output) {
     orvane_options options = {0};
     options.struct_size = sizeof options;
@@ -65,7 +65,7 @@ static uint64_t Run(const char* model_path, const char* host_program, unsigned c
     return tensor.byte_size;
 }
 
-/* The command line behind the program's name, which is in quotation marks or without blanks. */
+/* The command line after the program's name, which is in quotation marks or has no blanks. */
 static const char* Argument(void) {
     const char* rest = GetCommandLineA();
     const char end = *rest == '"' ? '"' : ' ';

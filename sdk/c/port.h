@@ -27,10 +27,10 @@ struct PortDescription {
     std::string Problem() const;
 };
 
-// An input or output of a loaded model. The model's own shape stays as it is; `shape` may be set.
+// An input or output of a loaded model. `SetShape` changes `shape` and never `modelShape`.
 struct Port : PortDescription {
-    // Through a host process a dynamic dimension arrives as 0xFFFFFFFF and the name may be anything: here the dimension
-    // is -1 and the name UTF-8.
+    // A host process sends a dynamic dimension as 0xFFFFFFFF, and any bytes as a name. The port has -1 and UTF-8
+    // instead.
     Port(TensorHandle tensor, TensorType whichSide, uint32_t whichIndex, bool isRemote);
 
     // Whether an input with this shape could be copied.

@@ -5,10 +5,11 @@
 
 namespace Orvane::C {
 
-// Well-formed: no stray or missing byte, no longer form than needed, no surrogate, nothing above U+10FFFF.
+// Whether the text is well-formed UTF-8: no stray or missing byte, no overlong form, no surrogate, nothing above
+// U+10FFFF.
 bool IsUtf8(std::string_view text);
 
-// The same text with a question mark for each byte that cannot be there, zeros included.
+// The text with a question mark in the place of each invalid byte and of each zero.
 std::string AsUtf8(std::string text);
 
 }  // namespace Orvane::C
