@@ -155,7 +155,8 @@ void RemoteWrapper::ReleaseFor(HostEndCause cause) {
 // The child has copies of everything and owns none of it: neither the host nor what is in the section is touched, and
 // whatever another thread had locked when the process was forked stays locked here.
 void RemoteWrapper::ForgetTheParents() {
-    static_cast<void>(channel.lock.release());  // a thread that holds it, and forked in a callback, still unlocks it
+    // A thread that holds it, and forked in a callback, still unlocks it.
+    [[maybe_unused]] const std::recursive_mutex* const kept = channel.lock.release();
     channel.lock = std::make_unique<std::recursive_mutex>();
     channel.ReleaseSection();
     owner = {};
