@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Records docs/terminal.svg: runs the commands below and draws what they really print.
+"""Draws docs/terminal.svg: runs the commands below and shows their real output as a still image of a terminal.
 
-    python3 tools/record_terminal.py build/linux/bin && termtosvg render build/terminal.cast docs/terminal.svg -D 4000
+    python3 tools/record_terminal.py build/linux/bin
+    termtosvg render -s build/terminal.cast build/terminal && cp build/terminal/termtosvg_00001.svg docs/terminal.svg
 
 `termtosvg` is the package of that name on PyPI.
 """
@@ -23,25 +24,17 @@ COMMANDS = (
 
 def main():
     programs = pathlib.Path(sys.argv[1]).resolve()
-    time, events = 0.5, []
-
-    def show(text, seconds):
-        nonlocal time
-        events.append((time, "o", text.replace("\n", "\r\n")))
-        time += seconds
-
+    screen = ""
     with tempfile.TemporaryDirectory() as folder:
         for name, source in FILES.items():
             (pathlib.Path(folder) / name).symlink_to(MATERIAL / source)
         for command in COMMANDS:
-            show("$ ", 0.5)
-            for letter in command:
-                show(letter, 0.03)
-            show("\n", 0.2)
             done = subprocess.run([programs / "orvane", *command.split()[1:]], cwd=folder, capture_output=True, text=True,
                                   check=True)
-            show(done.stdout, 2)
-    lines = [{"version": 2, "width": 92, "height": 16}, *events]
+            screen += f"$ {command}\n{done.stdout}"
+    # The last event only ends the recording: it gives the screen a duration.
+    lines = [{"version": 2, "width": 92, "height": screen.count("\n") + 1},
+             (0.1, "o", screen.replace("\n", "\r\n") + "$ "), (2.0, "o", "")]
     pathlib.Path("build/terminal.cast").write_text("".join(json.dumps(line) + "\n" for line in lines))
 
 
