@@ -11,17 +11,17 @@ namespace Orvane::Cli {
 namespace {
 
 // How many letters must be added, removed, replaced or swapped with their neighbour to make one word of the other.
-std::size_t Distance(const std::string& left, const std::string& right) {
-    std::vector<std::vector<std::size_t>> edits(left.size() + 1, std::vector<std::size_t>(right.size() + 1));
-    for (std::size_t i = 0; i <= left.size(); ++i) {
-        for (std::size_t j = 0; j <= right.size(); ++j) {
+std::size_t Distance(const std::string& one, const std::string& other) {
+    std::vector<std::vector<std::size_t>> edits(one.size() + 1, std::vector<std::size_t>(other.size() + 1));
+    for (std::size_t i = 0; i <= one.size(); ++i) {
+        for (std::size_t j = 0; j <= other.size(); ++j) {
             if (i == 0 || j == 0) {
                 edits[i][j] = i + j;
                 continue;
             }
-            const std::size_t replaced = edits[i - 1][j - 1] + (left[i - 1] == right[j - 1] ? 0 : 1);
+            const std::size_t replaced = edits[i - 1][j - 1] + (one[i - 1] == other[j - 1] ? 0 : 1);
             edits[i][j] = std::min({edits[i - 1][j] + 1, edits[i][j - 1] + 1, replaced});
-            if (i > 1 && j > 1 && left[i - 1] == right[j - 2] && left[i - 2] == right[j - 1]) {
+            if (i > 1 && j > 1 && one[i - 1] == other[j - 2] && one[i - 2] == other[j - 1]) {
                 edits[i][j] = std::min(edits[i][j], edits[i - 2][j - 2] + 1);
             }
         }
@@ -31,8 +31,8 @@ std::size_t Distance(const std::string& left, const std::string& right) {
 
 // "; did you mean --output?", or nothing if no name is near.
 std::string Suggestion(const std::string& word, const std::vector<std::string>& names) {
-    const auto nearest = std::min_element(names.begin(), names.end(), [&](const auto& left, const auto& right) {
-        return Distance(word, left) < Distance(word, right);
+    const auto nearest = std::min_element(names.begin(), names.end(), [&](const auto& name, const auto& next) {
+        return Distance(word, name) < Distance(word, next);
     });
     constexpr std::size_t kFewLetters = 2;
     const bool isNear = nearest != names.end() && Distance(word, *nearest) <= kFewLetters;

@@ -160,15 +160,9 @@ void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shap
     }
 }
 
-LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
-    CheckUsage(options);
-    if (options.model && IsStandard(*options.model)) {
-        auto folder = TemporaryFolder();
-        ModelOptions kept = options;
-        kept.model = KeepStandardInput(*folder);
-        LoadedModel loaded = LoadModel(kept, err);
-        return {std::move(folder), std::move(loaded.model)};
-    }
+namespace {
+
+LoadedModel LoadFromFile(const ModelOptions& options, std::ostream& err) {
     RefuseFolder(options);
     if (!options.shapes.empty()) {
         return LoadWithShapes(options, err);
@@ -183,6 +177,20 @@ LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
         RefuseOtherModelsCache(options, loaded.model);
     }
     return loaded;
+}
+
+}  // namespace
+
+LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
+    CheckUsage(options);
+    if (!options.model || !IsStandard(*options.model)) {
+        return LoadFromFile(options, err);
+    }
+    auto folder = TemporaryFolder();
+    ModelOptions kept = options;
+    kept.model = KeepStandardInput(*folder);
+    LoadedModel loaded = LoadFromFile(kept, err);
+    return {std::move(folder), std::move(loaded.model)};
 }
 
 LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) : stream(err) {
