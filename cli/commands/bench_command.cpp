@@ -174,8 +174,8 @@ std::optional<double> TimeLaunch(const ModelOptions& options) {
             if (error.GetReason() != orvane::Reason::Refused) {
                 return std::nullopt;
             }
+            times.push_back(Milliseconds(Clock::now() - start));
         }
-        times.push_back(Milliseconds(Clock::now() - start));
     }
     return Distribute(std::move(times)).p50;
 }

@@ -82,7 +82,8 @@ void LoadProgress::Run(const std::string& what, std::ostream& terminal) {
         const std::string end = "  " + Seconds(std::chrono::steady_clock::now() - start);
         const std::size_t room = Platform::TerminalWidth() - 1;  // the last column stays free
         const std::size_t others = begin.size() + end.size() + kDots.size();
-        std::string line = begin + Short(what, room > others ? std::min(room - others, kLongestPath) : 0) + end;
+        std::string line = begin;
+        line.append(Short(what, room > others ? std::min(room - others, kLongestPath) : 0)).append(end);
         line.resize(std::min(line.size(), room));
         terminal << "\r" << line << std::string(width > line.size() ? width - line.size() : 0, ' ') << std::flush;
         width = line.size();
