@@ -13,6 +13,7 @@
 #include "core/weights_file.h"
 #include "platform/copy_data.h"
 #include "platform/path.h"
+#include "platform/signal_stack.h"
 
 #include <algorithm>
 #include <cassert>
@@ -50,6 +51,7 @@ std::unique_ptr<IOrvane> CreateOpenvinoBackend() {
 }
 
 Status OpenvinoWrapper::Init(const InterpreterParams& params) {
+    const Platform::SignalStackKept signalStack;
     try {
         // What an earlier call loaded goes first: its weights are about to be replaced under it.
         inferRequest = {};

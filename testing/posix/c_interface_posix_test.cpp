@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 
 #include <chrono>
+#include <csignal>
 #include <fstream>
 #include <future>
 #include <string>
@@ -47,6 +48,23 @@ TEST(CInterfacePosix, AModelWithoutAddressSpaceSaysSo) {
         EXPECT_EQ(orvane_error_reason(error), ORVANE_NO_MEMORY);
         EXPECT_THAT(Text(error), testing::StartsWith("there is not enough memory or address space"));
     });
+}
+
+TEST(CInterfacePosix, ALoadLeavesTheThreadsSignalStack) {
+    const TemporaryFolder folder;
+    const std::string model = AddModel({4}).WriteTo(folder, "add");
+    stack_t before{};
+    ASSERT_EQ(sigaltstack(nullptr, &before), 0);
+    orvane_options options{};
+    options.struct_size = sizeof options;
+    options.model_path = model.c_str();
+    orvane_model* opened = nullptr;
+    ASSERT_EQ(Text(orvane_open(&options, &opened)), "");
+    stack_t loaded{};
+    ASSERT_EQ(sigaltstack(nullptr, &loaded), 0);
+    EXPECT_EQ(loaded.ss_sp, before.ss_sp);
+    EXPECT_EQ(loaded.ss_flags, before.ss_flags);
+    orvane_close(opened);
 }
 
 // Where a call of another thread waits, in its progress function, so that this one can fork meanwhile.
