@@ -12,7 +12,7 @@
 #define ORVANE_THREAD_SANITIZER
 #endif
 
-// The thread sanitizer does not see accesses of 32 bytes, but `memcpy`.
+// The thread sanitizer sees `memcpy`, but no accesses of 32 bytes.
 #if (defined(__x86_64__) || defined(_M_X64)) && !defined(ORVANE_THREAD_SANITIZER)
 #define ORVANE_AVX
 #include <immintrin.h>
@@ -21,7 +21,7 @@
 #endif
 #endif
 
-// Compilers other than Microsoft's want to know which functions may use instructions that not every processor has.
+// Compilers other than Microsoft's must know which functions use instructions that not every processor has.
 #if defined(__GNUC__) || defined(__clang__)
 #define ORVANE_USES(features) __attribute__((target(features)))
 #else
@@ -46,7 +46,8 @@ ORVANE_USES("avx") inline void Store(uint8_t* to, __m256i vector) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), vector);
 }
 
-// All four loads come first: the compiler must not assume that a store leaves the next load alone.
+// All loads come before the stores, because the compiler cannot know that a store does not change what the next load
+// reads.
 ORVANE_USES("avx") inline void CopyBlock(uint8_t* to, const uint8_t* from) {
     const __m256i first = Load(from);
     const __m256i second = Load(from + kVector);
@@ -58,7 +59,7 @@ ORVANE_USES("avx") inline void CopyBlock(uint8_t* to, const uint8_t* from) {
     Store(to + 3 * kVector, fourth);
 }
 
-// At least a block. The first and the last bytes are copied twice where the size is no multiple of a block.
+// Needs at least a block. Copies some of the first and the last bytes twice.
 ORVANE_USES("avx") void CopyBlocks(uint8_t* to, const uint8_t* from, size_t size) {
     uint8_t* const end = to + size;
     const uint8_t* const last = from + size - kBlock;
@@ -75,8 +76,8 @@ ORVANE_USES("avx") void CopyBlocks(uint8_t* to, const uint8_t* from, size_t size
 
 #ifdef _MSC_VER
 ORVANE_USES("xsave") bool HasAvx() {
-    constexpr int kInstructions = 1 << 27 | 1 << 28;  // those that ask for the system's support, and AVX
-    constexpr unsigned kRegisters = 6;                // the system saves the registers
+    constexpr int kInstructions = 1 << 27 | 1 << 28;  // OSXSAVE and AVX
+    constexpr unsigned kRegisters = 6;                // the system saves the AVX registers
     int features[4];
     __cpuid(features, 1);
     return (features[2] & kInstructions) == kInstructions && (_xgetbv(0) & kRegisters) == kRegisters;

@@ -13,7 +13,7 @@ constexpr size_t kOffsets = 64;
 constexpr size_t kMost = 3000;
 constexpr uint8_t kUntouched = 0xA5;
 
-// A page apart at most: some ways to copy depend on the distance within a page.
+// Tests many pairs of addresses, because the way to copy may depend on their distance within a page.
 class CopyDataTest : public testing::Test {
  protected:
     CopyDataTest() {
@@ -22,7 +22,7 @@ class CopyDataTest : public testing::Test {
         }
     }
 
-    // Whether exactly the right bytes were written.
+    // True if `CopyData` writes exactly the right bytes.
     bool Copies(size_t size, size_t toOffset, size_t fromOffset) {
         std::fill(to.begin(), to.end(), kUntouched);
         const auto begin = to.begin() + static_cast<ptrdiff_t>(toOffset);

@@ -7,8 +7,8 @@
 
 namespace Orvane::Platform {
 
-// Owns one handle of the system and closes it. Closing preserves the last error. `Policy` says what the handle's value
-// is, which value means no handle, and how to close it:
+// Owns one handle of the system and closes it. Closing preserves the last error. `Policy` defines the handle's type,
+// the value that means no handle, and how to close it:
 //
 //   struct Policy {
 //       using Value = ...;
@@ -49,14 +49,14 @@ class UniqueHandle {
     Value value = Policy::kNone;
 };
 
-// Owns the state of one of this folder's classes, which only the class's source for each system defines. Closing
+// Owns the state of a class of this folder. Only the class's source for each system defines that state. Closing
 // preserves the last error.
 template <typename State>
 class Owned {
  public:
     Owned() = default;
 
-    // `close` ends what the state stands for, and deletes it.
+    // `close` releases what the state refers to, and deletes the state.
     explicit Owned(
         State* made, void (*close)(State*) noexcept = [](State* last) noexcept { delete last; }) noexcept
         : state(made, Closing{close}) {}

@@ -8,10 +8,10 @@
 
 namespace Orvane::Platform {
 
-// What a launch asks of the system, in this order. On Linux only `StartProgram` can fail.
+// The steps of a launch, in this order. On Linux only `StartProgram` can fail.
 enum class LaunchStep { OpenToken, CreateJob, LimitJob, StartProgram, AssignToJob };
 
-// How a process ended, as the system tells it.
+// How a process ended, as the system reports it.
 struct ProcessEnd {
     enum class Kind { Unknown, ExitValue, Signal };
 
@@ -19,34 +19,38 @@ struct ProcessEnd {
     uint32_t value = 0;  // the exit value or the number of the signal
 };
 
-// A host process that was started here. It ends when this is closed, and when this process ends in whatever way.
-// In a process that was forked off this one it is nobody's: not alive, and left alone.
+// A host process that this process started. It ends when this object is closed, and when this process ends in any way.
+// A forked child does not own it: there `IsAlive` returns false, and no function touches the process.
 class HostProcess {
  public:
     HostProcess() = default;  // empty: no process
 
-    // Starts `program` with one argument string, both UTF-8. It inherits nothing but the standard three descriptors, on
-    // Windows nothing, and has no terminal that could stop it. A process that is held is closed when the new one is
-    // there. Returns the step that failed, with the system's last error readable; none on success. A program that does
-    // not exist or may not be run fails at `StartProgram`; one whose command line is longer than 1,047 characters too.
-    // On Windows a failure leaves the right to start processes open, and `AssignToJob` the suspended process and its
-    // handles too: deliberate.
+    // Starts `program` with one argument string, both UTF-8. The new process inherits only the standard three
+    // descriptors, on Windows nothing. It has no terminal that could stop it. After a successful start the previous
+    // process is closed.
+    // Returns the step that failed, with the system's last error readable, or nothing on success. If the program is
+    // missing or may not run, `StartProgram` fails. It also fails if the command line has more than 1,047 characters.
+    // On Windows a failure deliberately leaves the process token open. A failure of `AssignToJob` also leaves the
+    // suspended process and its handles.
     [[nodiscard]] std::optional<LaunchStep> Launch(const std::string& program, const std::string& arguments);
 
     explicit operator bool() const { return static_cast<bool>(state); }
 
-    // False when it has ended, or when the system cannot tell. Asked of the system each time. Not for an empty one.
+    // False if the process has ended, or if the system cannot report it. Asks the system each time. Do not call this
+    // for an empty object.
     bool IsAlive() const;
 
-    // Of one that is no longer alive. Unknown also when the application itself took notice of the end, which it may do
+    // For a process that is no longer alive. Also unknown if the application itself reaped the process, which it may do
     // for any child.
     ProcessEnd End() const;
 
-    // Ends it by force, at once, and keeps the handle. False, with the system's last error, when the system refuses:
-    // the process may have rights that this one has given up. True for one that has ended or is empty.
+    // Kills the process at once and keeps the handle. Returns true if it has already ended, or if the object is empty.
+    // Returns false, with the system's last error, if the system refuses: the process may have rights that this process
+    // has given up.
     bool Terminate();
 
-    // Ends it and gives the handle up; on Linux it is then gone. What cannot be ended is left to itself.
+    // Kills the process and releases the handle. On Linux the process is then gone. A process that cannot be killed
+    // runs on.
     void Close();
 
  private:

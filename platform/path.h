@@ -5,19 +5,18 @@
 
 namespace Orvane::Platform {
 
-// The path that a UTF-8 text names. Standard file streams open it whatever letters it holds.
+// The path for a UTF-8 text. Standard file streams can open it, whatever characters it contains.
 std::filesystem::path PathFromUtf8(const std::string& text);
 
-// The other direction. On Windows every "\" has become a "/".
+// The UTF-8 text for a path. On Windows it has "/" in place of every "\".
 std::string Utf8FromPath(const std::filesystem::path& path);
 
-// True when the system answers that the file, or a folder on the way to it, does not exist. False when it
-// exists, and also when the question itself failed (no permission, for instance).
+// True if the system reports that the file, or a folder on the way to it, does not exist. False if it exists, and also
+// if the system cannot report it (for instance without permission).
 bool IsMissing(const std::filesystem::path& path) noexcept;
 
-// Make an empty file, or a folder, that only this user may use, from the start and whatever the process's umask. On
-// Windows the folder around it decides who may. False, with the reason in `LastError`, if it cannot be made or is there
-// already.
+// Create an empty file or folder that only this user can use, from the start and with any umask. On Windows the parent
+// folder decides who can use it. False, with the reason in `LastError`, if it exists already or cannot be created.
 bool CreatePrivateFile(const std::filesystem::path& path) noexcept;
 bool CreatePrivateFolder(const std::filesystem::path& path) noexcept;
 

@@ -7,8 +7,8 @@
 
 namespace Orvane::Platform {
 
-// A value of which each forked child has a new one, as its constructor makes it. So a child never finds a mutex locked
-// by a thread that only its parent has.
+// A value that each forked child constructs anew. So a child never finds a mutex that is locked by a thread of its
+// parent.
 template <typename Value>
 class PerProcess {
  public:
@@ -17,13 +17,13 @@ class PerProcess {
     PerProcess(const PerProcess&) = delete;
     PerProcess& operator=(const PerProcess&) = delete;
 
-    // This process's own. Any thread.
+    // The value of this process. Thread-safe.
     Value& Get() const {
         Copy* current = newest;
         while (!current->owner.IsThisProcess()) {
             auto own = std::make_unique<Copy>();
             if (newest.compare_exchange_strong(current, own.get())) {
-                own->parents.reset(current);  // other threads may be about to look at its owner
+                own->parents.reset(current);  // other threads may still read its owner
                 return own.release()->value;
             }
         }

@@ -24,7 +24,7 @@ class PrivateFolder {
 
     const std::filesystem::path& Path() const { return name.Path(); }
 
-    // Already now, as far as the system lets go of what is in use.
+    // Removes the folder before the destructor does. Files that are in use may stay until then.
     void Remove() noexcept {
         std::error_code ignored;
         std::filesystem::remove_all(name.Path(), ignored);

@@ -22,29 +22,29 @@ class View {
     Owned<State> state;
 };
 
-// A named section of shared memory. What fails leaves the system's last error readable.
+// A named section of shared memory. Functions that fail leave the system's last error readable.
 class Section {
  public:
     Section() = default;  // empty: no section
 
-    // `size` zero bytes; `Commit` those that are to be used. Empty on failure. When there is a section of that name
-    // already, it fails on Linux (see `RenewModuleWord`) and is that section, in the size that it has, on Windows.
+    // A section of `size` zero bytes. Call `Commit` before you use them. Empty on failure. If a section of that name
+    // exists, the call fails on Linux (see `RenewModuleWord`). On Windows it returns that section in its present size.
     static Section Create(const std::string& name, uint32_t size);
 
-    // Empty when there is no such section. On Linux also when it is another user's or its maker is dead; and the name
-    // is gone afterwards: nobody else is to open it.
+    // Empty if there is no such section. On Linux also empty if the section belongs to another user or its maker is
+    // dead. There a successful call removes the name, so that no other process can open the section.
     static Section Open(const std::string& name);
 
     explicit operator bool() const { return static_cast<bool>(state); }
 
-    // Makes the first `size` bytes certain to be there: a system that has no room for them fails here, and does not end
-    // the process that touches them. False on failure. What was committed before costs nothing.
-    // Linux gives memory page by page, which for many megabytes takes longer than starting a program; on Windows all
-    // bytes of a section are certain from the beginning.
+    // Makes sure that the first `size` bytes have memory, because a process that touches a byte without memory can end.
+    // False on failure, for instance if the system has no room. Bytes that are already committed cost nothing.
+    // On Linux memory for many megabytes takes longer than the start of a program. On Windows a section has all its
+    // memory from the beginning.
     bool Commit(uint64_t size);
 
-    // The first `size` bytes, or all of them when it is 0. Empty on failure, also when the section is smaller.
-    // The view keeps the memory alive when the section is closed.
+    // Maps the first `size` bytes, or all if `size` is 0. Empty on failure, also if the section is smaller. The view
+    // keeps the memory alive after the section is closed.
     View Map(uint64_t size) const;
 
  private:

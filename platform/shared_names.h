@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-// The names of sections and events: whose they are, and whether they are free.
+// Names of sections and events: which process uses a name, and which names are free.
 namespace Orvane::Platform {
 
-// A number that the names of this process's shared objects carry. On Linux it is random, and a forked child has another
-// one. On Windows it is the low half of the program's load address.
+// A number in the names of this process's shared objects. On Linux it is random, and a forked child has another number.
+// On Windows it is the low half of the program's load address.
 uint32_t ModuleWord();
 
-// If this system error says that a name is taken, takes another number for `ModuleWord` and returns true. Always false
-// on Windows, where two processes share an object whose name is taken.
+// If `error` means that a name is taken, chooses another number for `ModuleWord` and returns true. Always false on
+// Windows, where two processes share an object of the same name.
 bool RenewModuleWord(uint32_t error);
 
-// While this object exists, no other process with one forms names of shared objects, so that this one can find free
-// names and take them. Empty, with the system's last error, if another process keeps its own for more than 10 seconds.
-// On Linux there is nothing to hold.
+// While this object exists, no other process with such an object forms names of shared objects. So this process can
+// find free names and take them. Empty, with the system's last error, if another process keeps its object for more than
+// 10 seconds. On Linux it locks nothing.
 class NamesHeld {
  public:
     NamesHeld();
@@ -32,10 +32,10 @@ class NamesHeld {
     Owned<State> state;
 };
 
-// Whether a section or an event that is created under this name would be another process's. Never on Linux.
+// True if a section or event created under this name would belong to another process. Always false on Linux.
 bool IsNameTaken(const std::string& name);
 
-// Removes the sections and events of this user's clients that died before their host opened them: those whose name is
+// Removes the sections and events of this user's clients that died before their host process opened them. The names are
 // one of the prefixes followed by "_%ud_%d". Does nothing on Windows, which removes an object with its last handle.
 void RemoveAbandoned(const std::vector<std::string>& prefixes);
 

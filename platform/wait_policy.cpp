@@ -6,18 +6,18 @@ namespace Orvane::Platform {
 
 namespace {
 
-// Watching costs a quarter of its time: a wait that is sure to end within four wake-ups watches from its start.
+// Watching costs a quarter of its time. So a wait that surely ends within four wake-ups watches from its start.
 constexpr int64_t kWatchesPerWakeUp = 4;
 
-// The part of an idle wait that may be watched: 4 %.
+// An idle wait may watch for at most 4 % of its time.
 constexpr int64_t kIdleWaitsPerWatch = 25;
 
 constexpr int64_t kMostWakeUp = 1'000'000;
 
 constexpr uint32_t kWaitsPerPlan = 8;
-constexpr size_t kEarliest = 3;  // the last of the shortest times that a watch may begin for
+constexpr size_t kEarliest = 3;  // a watch may begin for one of the shortest times, up to this index
 
-// Holds a flag while it lives, unless another thread does.
+// Holds a flag while this object exists, unless another thread holds it.
 class TryLock {
  public:
     explicit TryLock(std::atomic_flag& toHold) : flag(toHold), holds(!toHold.test_and_set(std::memory_order_acquire)) {}
@@ -91,7 +91,7 @@ void WaitPolicy::Learn(uint32_t kind, int64_t took) {
     if (const TryLock lock(isUsed); lock) {
         Kind& known = kinds[kind % kKinds];
         known.took.Add(std::max<int64_t>(took, 0));
-        // What was not expected is planned for at once.
+        // An unexpected time causes a new plan at once.
         const bool isExpected = took >= known.plan.watchFrom && took <= known.plan.watchUntil;
         known.untilNextPlan -= isExpected && known.untilNextPlan != 0 ? 1 : known.untilNextPlan;
     }
@@ -113,7 +113,7 @@ WaitPlan WaitPolicy::Cheapest(const Kind& kind, bool isIdleWait) const {
     const int64_t margin = wakeUp / 2;
 
     WaitPlan cheapest;
-    int64_t least = static_cast<int64_t>(count) * wakeUp * kWatchesPerWakeUp;  // of only sleeping
+    int64_t least = static_cast<int64_t>(count) * wakeUp * kWatchesPerWakeUp;  // the cost if all waits only sleep
     const auto consider = [&](WaitPlan plan) {
         const int64_t begin = plan.watchFrom == 0 ? 0 : plan.watchFrom + late;
         if (plan.watchUntil <= begin ||

@@ -9,7 +9,7 @@ namespace Orvane::Platform {
 
 // All times here are in nanoseconds.
 
-// The last times of something, for their quantiles.
+// The most recent times, for quantiles.
 class RecentTimes {
  public:
     static constexpr size_t kMost = 16;
@@ -20,10 +20,10 @@ class RecentTimes {
     }
     size_t Count() const { return next < kMost ? next : kMost; }
 
-    // From the shortest to the longest; the first `Count()` are times.
+    // In ascending order. Only the first `Count()` elements are times.
     std::array<int64_t, kMost> Sorted() const;
 
-    // Of at least one time. 0.5 is the median.
+    // Needs at least one time. 0.5 is the median.
     int64_t Quantile(double share) const;
 
  private:
@@ -31,24 +31,24 @@ class RecentTimes {
     size_t next = 0;
 };
 
-// What this process has learned about its machine, whatever it waited for.
-// Thread-safe. Threads that learn at the same moment may lose what one of them learned.
+// What this process has learned about its machine, from all its waits.
+// Thread-safe. If threads learn at the same moment, one of their times may be lost.
 class MachineWaits {
  public:
-    // How long a sleeper takes to run after it was woken: the median. 0 before the first. What is said to take longer
-    // than a millisecond is no machine's way to wake a sleeper, and counts as one.
+    // The median time from a wake until the sleeper runs; 0 before the first. Times above one millisecond count as one
+    // millisecond, because the other process may report any time.
     int64_t WakeUp() const { return wakeUp.load(std::memory_order_relaxed); }
     void LearnOfWakeUp(int64_t time);
 
-    // A watch that learned of a set `late`. When others want the processor, a thread that gave it up gets it back whole
-    // time slices later, while a sleeper is woken at once. So a late watch is a sign to sleep for some waits, and for
-    // four times as many at each further sign. Many timely watches end that.
+    // `late`: how long after a set a watch saw it. If other threads want the processor, a thread that yielded gets it
+    // back whole time slices later, but a sleeper is woken at once. So after a late watch some waits sleep. Each
+    // further late watch multiplies their number by four. Many timely watches reset that number.
     void LearnOfWatch(int64_t late);
 
-    // Whether the last signs say so.
+    // True while late watches make the next waits sleep.
     bool IsBusy() const { return sleeps.load(std::memory_order_relaxed) != 0; }
 
-    // Whether the next wait may watch; counts it if not.
+    // True if the next wait may watch. Otherwise this counts the wait as one that sleeps.
     bool MayWatch();
 
  private:
@@ -57,24 +57,24 @@ class MachineWaits {
     static constexpr uint32_t kManyTimely = 1'000;
 
     std::atomic<int64_t> wakeUp{0};
-    std::atomic<uint32_t> sleeps{0};  // waits to come that sleep at once
+    std::atomic<uint32_t> sleeps{0};  // how many of the next waits sleep at once
     std::atomic<uint32_t> sleepsAtNextSign{kFewestSleeps};
-    std::atomic<uint32_t> timely{0};  // watches since the last sign
+    std::atomic<uint32_t> timely{0};  // watches since the last late one
     std::atomic_flag isLearning{};
     RecentTimes wakeUps;
 };
 
-// What a wait does, in times since its start: sleeps until `watchFrom` unless it is woken, watches until `watchUntil`,
-// then sleeps until it is woken. Both are 0 for a wait that only sleeps.
+// What a wait does, in times since its start. It sleeps until `watchFrom` unless it is woken, watches until
+// `watchUntil`, then sleeps until it is woken. Both are 0 for a wait that only sleeps.
 struct WaitPlan {
     int64_t watchFrom = 0;
     int64_t watchUntil = 0;
 };
 
-// Plans the waits for one event from how long the last ones of their kind took. The plan is the one that would have
-// cost least for them. A wait that is asleep when the event is set costs a wake-up. Watching costs a share of its time,
-// because the processor is then lost to others.
-// Thread-safe like `MachineWaits`; a plan that another thread is changing is to sleep.
+// Plans the waits for one event. It chooses the plan that would have cost least for the last waits of the same kind. A
+// wait that sleeps when the event is set costs a wake-up. Watching costs a share of its time, because other threads
+// lose the processor.
+// Thread-safe like `MachineWaits`. While another thread changes the plans, a wait sleeps.
 class WaitPolicy {
  public:
     static constexpr uint32_t kKinds = 16;
@@ -82,14 +82,14 @@ class WaitPolicy {
 
     explicit WaitPolicy(MachineWaits& waits) : machine(waits) {}
 
-    // `isIdleWait`: for what may never come. Such a wait may watch only for a small part of its time, unless the event
-    // is expected at once.
+    // `isIdleWait`: the event may never be set. Such a wait may watch only for a small part of its time, unless it
+    // expects the event at once.
     WaitPlan Plan(uint32_t kind, bool isIdleWait);
 
-    // From the start of a wait until the event was set; `kNever` if it was not.
+    // `took`: the time from the start of a wait until the event was set; `kNever` if it was not set.
     void Learn(uint32_t kind, int64_t took);
 
-    // How much later than asked a wait that slept until `watchFrom` woke up.
+    // `late`: how much later than `watchFrom` a wait that slept until then woke up.
     void LearnOfTimer(uint32_t kind, int64_t late);
 
  private:

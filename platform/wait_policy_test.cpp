@@ -27,11 +27,12 @@ std::vector<int64_t> Repeat(int times, const std::vector<int64_t>& series) {
 
 class WaitPolicyTest : public testing::Test {
  protected:
-    // A policy on a machine whose times are all `scale` times those of the first one.
+    // A policy on a machine where all times are multiplied by `scale`.
     struct Learner {
         explicit Learner(int64_t scaleOfTimes = 1) : scale(scaleOfTimes) { machine.LearnOfWakeUp(kWakeUp * scale); }
 
-        // Waits that behave as planned: those that sleep first learn how late the timer was.
+        // Simulates waits that follow their plans, and returns the next plan. A wait that first sleeps learns how late
+        // the timer was.
         WaitPlan After(const std::vector<int64_t>& series, bool isIdleWait = false, int64_t timerLate = 70) {
             for (const int64_t took : series) {
                 const WaitPlan plan = policy.Plan(kKind, isIdleWait);
@@ -75,7 +76,7 @@ TEST_F(WaitPolicyTest, DecidesByWhatTheLastWaitsTook) {
         {"a watch that is a small part of an idle wait", Repeat(40, {9'990, 10'010}), Decision::WatchesLater, true},
     };
     for (const auto& [what, series, decision, isIdleWait] : cases) {
-        // No time of one machine is part of a decision: on another, where all take longer, it is the same.
+        // A decision does not depend on the speed of the machine: if all times are longer, it is the same.
         for (const int64_t scale : {1, 10, 1000}) {
             EXPECT_EQ(Of(Learner(scale).After(series, isIdleWait)), decision) << what << ", times " << scale;
         }

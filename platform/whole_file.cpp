@@ -10,7 +10,7 @@
 namespace Orvane::Platform {
 namespace {
 
-// Of the file, when there is one.
+// Empty if there is no such file.
 std::optional<std::filesystem::perms> PermissionsOf(const std::filesystem::path& path) {
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(path, ignored);
@@ -78,7 +78,7 @@ void WholeFile::Commit() {
     std::error_code error;
     if (permissions) {
         std::filesystem::permissions(partial.Path(), *permissions,
-                                     error);  // where the file system has none, there are none
+                                     error);  // some file systems have no permissions
     }
     std::filesystem::rename(partial.Path(), target, error);
     if (error) {
@@ -99,7 +99,7 @@ void TransformFile(const std::string& in, const std::string& out, std::size_t ch
         transform(chunk);
         output.Write(chunk.data(), chunk.size());
     }
-    input.close();  // the output may take the input's place
+    input.close();  // `out` may replace `in`
     output.Close();
     output.Commit();
 }

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-// Files that appear whole or not at all. What goes wrong is thrown as `FileError`.
+// Files that appear whole or not at all. All functions throw `FileError`.
 namespace Orvane::Platform {
 
-// Where a file is to be written to, with links followed. Throws when there cannot be such a file: no folder for it, or
-// what stands in its place is no ordinary file.
+// The path to write a file to, with links followed. Throws if its folder does not exist, or if the path exists and is
+// not an ordinary file.
 std::filesystem::path FinalPlace(const std::string& path);
 
-// A name beside `place` that no file has. What is written there goes with this object, unless it is renamed before.
+// An unused name beside `place`. The destructor removes the file of that name, unless it was renamed before.
 class PartialFile {
  public:
     explicit PartialFile(std::filesystem::path place);
@@ -30,29 +30,29 @@ class PartialFile {
     std::filesystem::path path;
 };
 
-// A file that appears whole or not at all: it is written under another name beside its place and renamed there by
-// `Commit`. Without `Commit` nothing of it stays and a file that was there before is as it was.
+// A file that appears whole or not at all. It is written under another name in the same folder, and `Commit` renames
+// it. Without `Commit` nothing of it remains, and an earlier file is unchanged.
 class WholeFile {
  public:
-    // Throws when there cannot be such a file. One that is made from a file whose content is secret, `source`, is never
-    // for more readers than that one, nor than the file that it replaces.
+    // Throws if the file cannot be written. If the file is made from a secret file, pass that file as `source`. Then
+    // only users who can read `source`, and any file that is replaced, can read the new file.
     explicit WholeFile(const std::string& path, const std::optional<std::string>& source = std::nullopt);
-    // Each throws when the system cannot, with a full disk for instance.
+    // Each throws if the system fails, for instance if the disk is full.
     void Write(const void* data, std::size_t size);
-    void Close();   // all bytes are now with the system
-    void Commit();  // puts the closed file in its place, with its permissions
+    void Close();   // passes all bytes to the system
+    void Commit();  // renames the closed file and sets its permissions
 
  private:
     std::string name;
     std::filesystem::path target;
-    PartialFile partial;                                // outlives the stream into it
-    std::optional<std::filesystem::perms> permissions;  // the system's own choice unless given
+    PartialFile partial;                                // outlives `stream`
+    std::optional<std::filesystem::perms> permissions;  // empty: the system's default
     std::ofstream stream;
 };
 
-// The file `in`, with `transform` done to each of its chunks of `chunkSize` bytes, the last one shorter and perhaps
-// empty, to the file `out`, which may be the same. What either it or `transform` throws leaves no `out`, or an earlier
-// one.
+// Copies the file `in` to the file `out`, which may be the same file, and passes each chunk through `transform`. A
+// chunk has `chunkSize` bytes; the last chunk is shorter and may be empty. If this function or `transform` throws,
+// `out` stays as it was before.
 void TransformFile(const std::string& in, const std::string& out, std::size_t chunkSize,
                    const std::function<void(std::vector<uint8_t>& chunk)>& transform);
 

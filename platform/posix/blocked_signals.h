@@ -4,7 +4,7 @@
 
 namespace Orvane::Platform {
 
-// While it lives, the calling thread takes no signals, and threads that it starts never take any.
+// While this object exists, the calling thread receives no signals. Threads that it starts never receive any.
 class BlockedSignals {
  public:
     BlockedSignals() {

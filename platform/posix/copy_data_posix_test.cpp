@@ -11,7 +11,7 @@
 namespace Orvane::Platform {
 namespace {
 
-// Memory before and after which every access is a crash.
+// Memory with inaccessible pages before and after it.
 class GuardedMemory {
  public:
     explicit GuardedMemory(size_t usable)

@@ -12,8 +12,8 @@ struct DescriptorPolicy {
 
 using Descriptor = UniqueHandle<DescriptorPolicy>;
 
-// Takes over what a system call returned, an open descriptor or -1. One of the standard three, which an application may
-// have closed, is exchanged for a higher one: whoever writes to the standard output must not write into it.
+// Takes ownership of the result of a system call: an open descriptor or -1. An application may have closed one of the
+// standard three. If the descriptor has such a number, it gets a higher one, so that no output is written into it.
 Descriptor OwnDescriptor(int opened);
 
 }  // namespace Orvane::Platform

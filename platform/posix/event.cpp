@@ -25,17 +25,17 @@ namespace {
 
 constexpr int64_t kNever = WaitPolicy::kNever;
 
-// What lies in the shared memory.
+// The content of the shared memory.
 struct Word {
     std::atomic<uint32_t> signalled;
     std::atomic<uint32_t> waiters;  // may stay too high when a waiter is killed; that costs a needless wake-up
-    std::atomic<uint32_t> setter;   // the processor that the last set came from, plus 1
-    std::atomic<uint32_t> isBusy;   // to the setter others want the processors
+    std::atomic<uint32_t> setter;   // the processor of the last set, plus 1
+    std::atomic<uint32_t> isBusy;   // the setter found that other threads want the processors
     std::atomic<int64_t> setAt;     // the time of the last set, in nanoseconds
 };
 static_assert(std::atomic<uint32_t>::is_always_lock_free && std::atomic<int64_t>::is_always_lock_free);
 
-// Of all waits of this process.
+// All waits of this process share it.
 MachineWaits machine;
 
 int64_t Now() {
@@ -47,12 +47,12 @@ bool Take(Word& word) {
     return word.signalled.load(std::memory_order_relaxed) == 1 && word.signalled.compare_exchange_strong(set, 0);
 }
 
-// The peer, as it last set the word, was on the processor that this thread is on.
+// True if the peer last set the word on this thread's processor.
 bool SharesProcessor(const Word& word) {
     return word.setter.load(std::memory_order_relaxed) == static_cast<uint32_t>(sched_getcpu()) + 1;
 }
 
-// Moves this thread to another processor that it may run on; false when there is none. Its affinity is as before.
+// Moves this thread to another processor that it may run on; false if there is no other. Restores the affinity.
 bool StepAside() {
     cpu_set_t allowed;
     if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) {
@@ -63,27 +63,27 @@ bool StepAside() {
     return sched_setaffinity(0, sizeof others, &others) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
 }
 
-// How long ago the word was set, if that was since `start`. The other process may have written anything.
+// How long ago the word was set, at most since `start`. The other process may have written any value.
 int64_t SinceSet(const Word& word, int64_t start, int64_t now) {
     return now - std::clamp(word.setAt.load(std::memory_order_relaxed), start, now);
 }
 
-// False if it was not set before `end`.
+// False if the word was not set before `end`.
 bool Watch(Word& word, int64_t end, Awaited awaited) {
-    // Systems like to keep two processes that wake each other on one processor, where an exchange takes ten times as
-    // long. The side that waits for the result moves away, and not both, which would meet again. Watching where the
-    // peer is to run would only hold it up: then every look is followed by a yield.
+    // Systems tend to keep two processes that wake each other on one processor, where an exchange takes ten times as
+    // long. Only the side that waits for the result moves away, because two sides that move could meet again. If both
+    // stay together, watching delays the peer, so each look is followed by a yield.
     const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
     const int64_t start = Now();
     int64_t now = start;
-    // Copies of common sizes are over before a yield would be.
+    // A copy of a common size takes less time than a yield.
     const int64_t aloneUntil = together ? now : now + machine.WakeUp() / 8;
     for (; !Take(word); now = Now()) {
         if (now >= end) {
             return false;
         }
         if (now >= aloneUntil) {
-            sched_yield();  // to a thread of the inference that is waited for, for example
+            sched_yield();  // for example to a thread of the awaited inference
         } else {
             _mm_pause();
         }
@@ -92,7 +92,8 @@ bool Watch(Word& word, int64_t end, Awaited awaited) {
     return true;
 }
 
-// Sleeps until `end` at most, unless that is `kNever`, and returns for any reason, also none. Whether it was set.
+// Sleeps until `end`, or without limit if `end` is `kNever`. May return early without a reason. True if the word was
+// set.
 bool Sleep(Word& word, int64_t end) {
     constexpr int64_t kSecond = 1'000'000'000;
     const int64_t start = Now();
@@ -114,7 +115,8 @@ bool Sleep(Word& word, int64_t end) {
 }  // namespace
 
 struct Event::State {
-    // `ownName` is empty on the side that opened. Empty, and nothing of a new object stays, for what is no event.
+    // `ownName` is empty on the side that opens. If the object is not an event, returns an empty event and removes
+    // `ownName`.
     static Event Own(Descriptor object, const std::string& ownName) {
         Event event;
         if (Word* word = Map(object); word != nullptr) {
@@ -125,7 +127,7 @@ struct Event::State {
         return event;
     }
 
-    // Null, with EINVAL, for an object of another size.
+    // Null on failure, with EINVAL if the object has another size.
     static Word* Map(const Descriptor& object) {
         struct stat attributes {};
         if (!object || fstat(object.Get(), &attributes) != 0) {
@@ -148,7 +150,7 @@ struct Event::State {
     }
 
     Word& word;
-    Descriptor object;  // with its maker's lock on it; none on the side that opened
+    Descriptor object;  // holds the maker's lock; empty on the side that opens
     std::string name;
     ProcessMark maker;
     WaitPolicy policy{machine};
@@ -173,11 +175,11 @@ bool Event::Set() {
     word.setter.store(static_cast<uint32_t>(sched_getcpu()) + 1, std::memory_order_relaxed);
     word.isBusy.store(machine.IsBusy() ? 1 : 0, std::memory_order_relaxed);
     word.setAt.store(Now(), std::memory_order_relaxed);
-    // Both sides first write and then read the other's word, so that at least one of them sees the other.
+    // Each side first writes its word and then reads the other side's. So at least one side sees the other.
     word.signalled.store(1);
     if (word.waiters.load() != 0) {
-        // All waiters, though only one of them takes the signal. A program of the same user that has the word open for
-        // reading can wait for it too, and would otherwise be the one that is woken.
+        // Wakes all waiters, although only one takes the signal. Another program of the same user can open the word for
+        // reading and wait for it. It could otherwise be the only one that is woken.
         syscall(SYS_futex, &word.signalled, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
     }
     return true;

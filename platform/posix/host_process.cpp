@@ -28,8 +28,7 @@
 #include <thread>
 #include <utility>
 
-// `clone` by the library's other name for it: the thread sanitizer replaces the first by a function that cannot share
-// memory.
+// The C library's other name for `clone`. The thread sanitizer replaces `clone` by a function that cannot share memory.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...) noexcept;
 
@@ -42,11 +41,10 @@ bool HasEnded(const Descriptor& process, int milliseconds) {
     int found = 0;
     while ((found = poll(&end, 1, milliseconds)) < 0 && errno == EINTR) {
     }
-    return found != 0;  // also when the system cannot tell
+    return found != 0;  // also if the system cannot report it
 }
 
-// Takes the dead process off the client's list of children. The client may have done so itself, by a wait for any
-// child or by ignoring their ends.
+// Reaps the dead process. Unknown if the client reaped it, by a wait for any child or by ignoring `SIGCHLD`.
 ProcessEnd Reap(const Descriptor& process) {
     siginfo_t information{};
     int result = 0;
@@ -59,12 +57,12 @@ ProcessEnd Reap(const Descriptor& process) {
     return {kind, static_cast<uint32_t>(information.si_status)};
 }
 
-// The command line has a buffer of 1,048 characters, the last of them zero.
+// On Windows the command line's buffer has 1,048 characters, with the terminating zero. The limit is the same here.
 constexpr size_t kCommandLineLength = 1'047;
 constexpr size_t kQuotesAndBlank = 3;
 
-// What the new process needs until the program starts. It still shares its creator's memory then, and leaves here
-// why the program could not be started.
+// What the new process needs until its program starts. Until then it shares its creator's memory. If the program cannot
+// start, it stores `error` here.
 struct Start {
     const char* program;
     const char* arguments;
@@ -72,7 +70,7 @@ struct Start {
     int error;
 };
 
-// An older system does it one by one.
+// Older kernels have no `close_range`. There it closes them one by one.
 void CloseAllButTheStandardThree() {
     if (close_range(STDERR_FILENO + 1, UINT_MAX, 0) == 0) {
         return;
@@ -85,14 +83,14 @@ void CloseAllButTheStandardThree() {
     }
 }
 
-// Runs in the new process. Bare system calls where a library's function would touch the client's memory.
+// Runs in the new process. Uses bare system calls where a library function would change the client's memory.
 int RunProgram(void* argument) {
     auto* start = static_cast<Start*>(argument);
-    // The signal comes when the thread that created this process ends, and so whenever the client does. A client
-    // that was gone before the request would never send it.
+    // The system sends the signal when the thread that created this process ends, and so also when the client ends. If
+    // the client ended before this request, the signal never comes.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() == start->client) {
-        setsid();  // a Ctrl-C in the terminal is the client's business, and no terminal can stop what it is not of
+        setsid();  // Ctrl-C reaches only the client, and no terminal can stop this process
         CloseAllButTheStandardThree();
         constexpr size_t kSignalSetSize = 8;
         constexpr int kLastSignal = 64;
@@ -115,15 +113,15 @@ int RunProgram(void* argument) {
 struct Kept {
     Descriptor process;
     pid_t number = -1;
-    std::promise<int> started;  // with the error; 0 for none
+    std::promise<int> started;  // the error, or 0
     std::promise<ProcessEnd> ended;
 };
 
 // Bytes of the new process's stack, until its program starts.
 constexpr size_t kStack = size_t{64} * 1024;
 
-// Returns the error. The calling thread takes no signals: no handler of the client's may run in a process that shares
-// its memory.
+// Returns the error, or 0. The caller blocks its signals: no signal handler of the client may run in a process that
+// shares its memory.
 int CreateProcess(Kept& kept, Start& start, char* stack) {
     int descriptor = -1;
     const int created =
@@ -132,9 +130,9 @@ int CreateProcess(Kept& kept, Start& start, char* stack) {
         return errno;
     }
     kept.number = created;
-    errno = ENOSYS;  // where the system made no descriptor
+    errno = ENOSYS;  // if the system created no descriptor
     kept.process = OwnDescriptor(descriptor);
-    if (!kept.process) {  // nothing would notice the end of a process that is known by its number only
+    if (!kept.process) {  // without a descriptor, nothing notices the end of the process
         const int error = errno;
         kill(created, SIGKILL);
         waitpid(created, nullptr, 0);
@@ -148,14 +146,14 @@ int CreateProcess(Kept& kept, Start& start, char* stack) {
 
 }  // namespace
 
-// A thread of its own creates the process and waits for its end: the request to die with the creator hangs on the
-// creating thread, and this one lives exactly as long as the process, whatever becomes of the client's threads.
-// The process is known by a descriptor and not by its number, which another one could have by then.
+// A separate thread, the keeper, creates the process and waits for its end. The system kills the process when the
+// thread that created it ends. The keeper lives exactly as long as the process, whatever the client's threads do.
+// A descriptor identifies the process, because another process could have its number by then.
 struct HostProcess::State {
     bool Launch(const std::string& program, const std::string& arguments) {
         std::future<int> error = kept->started.get_future();
         Start start{program.c_str(), arguments.c_str(), getpid(), 0};
-        const std::unique_ptr<char[]> stack(new char[kStack]);  // here, where it may fail
+        const std::unique_ptr<char[]> stack(new char[kStack]);  // here, because it can fail
         try {
             const BlockedSignals inKeeper;
             keeper = std::thread([kept = kept, &start, stack = stack.get()] {
@@ -178,8 +176,8 @@ struct HostProcess::State {
         if (!maker.IsThisProcess() || !kept->process || HasEnded(kept->process, 0)) {
             return true;
         }
-        // The second way is for a system, or a filter of system calls, without the first. The number is still the
-        // process's: it was alive just now, and if it ended meanwhile, it has hardly been given away.
+        // `kill` is for a system, or a filter of system calls, without `pidfd_send_signal`. The number is still valid:
+        // the process was alive a moment ago, and the system does not reuse numbers that fast.
         return syscall(SYS_pidfd_send_signal, kept->process.Get(), SIGKILL, nullptr, 0) == 0 ||
                kill(kept->number, SIGKILL) == 0 || HasEnded(kept->process, 0);
     }
@@ -187,10 +185,10 @@ struct HostProcess::State {
     static void Close(State* process) noexcept {
         if (!process->maker.IsThisProcess()) {
             process->kept->process.Close();
-            return;  // the rest stays: its thread is not in this process
+            return;  // the rest stays allocated: its thread does not exist here
         }
         if (process->keeper.joinable()) {
-            // A process that cannot be ended keeps its keeper until it ends by itself.
+            // If the process cannot be killed, the keeper waits for its end.
             process->Terminate() ? process->keeper.join() : process->keeper.detach();
         }
         delete process;
@@ -224,7 +222,7 @@ bool HostProcess::IsAlive() const {
 }
 
 ProcessEnd HostProcess::End() const {
-    // The keeper has noticed it too, or is about to.
+    // The keeper notices the end at about the same time.
     const bool known = state.Get()->maker.IsThisProcess() &&
                        state.Get()->end.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
     return known ? state.Get()->end.get() : ProcessEnd();

@@ -29,7 +29,7 @@ struct InterruptFlag::State {
 
 InterruptFlag::InterruptFlag() : state(new State) {}
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the watch lasts as long as the object
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the flag is valid only while the object exists
 bool InterruptFlag::IsSet() const {
     return interrupted;
 }

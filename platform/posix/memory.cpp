@@ -9,7 +9,7 @@ namespace Orvane::Platform {
 
 namespace {
 
-// Advice about the whole pages in these bytes; the system may refuse it.
+// Advises the system about the whole pages in these bytes. The system may refuse.
 void Advise(void* memory, uint64_t size, int advice) {
     const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
     const uintptr_t beforeFirstPage = (page - reinterpret_cast<uintptr_t>(memory) % page) % page;

@@ -17,8 +17,8 @@ namespace Orvane::Platform {
 
 namespace {
 
-// The file that this function was loaded from; empty when the system does not tell. Asked of the kernel: the loader
-// keeps the path as somebody wrote it, which may no longer lead there once the working folder has changed.
+// The file that contains this function; empty if the system does not report it. Asks the kernel, because the loader
+// keeps the path as it was written. A relative path is wrong after a change of the working folder.
 std::filesystem::path FileOfThisCode() {
     const auto address = reinterpret_cast<uintptr_t>(&FileOfThisCode);
     std::ifstream mappings("/proc/self/maps");
@@ -53,11 +53,12 @@ void BeginHost() {
     const rlimit noCore{1, 1};
     setrlimit(RLIMIT_CORE, &noCore);
     std::set_terminate(FailFast);
-    // A client that is gone already would never send it; it holds no lock on its objects either, and so none opens.
+    // If the client is already dead, the signal never comes. But then no lock is held on its objects, and opening them
+    // fails.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
         if (fcntl(standard, F_GETFD) < 0) {
-            static_cast<void>(open("/dev/null", O_RDWR));  // the lowest number that is free, which is this one
+            static_cast<void>(open("/dev/null", O_RDWR));  // takes the lowest free number, which is this one
         }
     }
 }

@@ -19,7 +19,7 @@ namespace {
 constexpr auto kWholeLine = std::numeric_limits<std::streamsize>::max();
 constexpr uint64_t kBytesInUnit = 1024;
 
-// Empty also for a process that has ended and was not reaped: it has no memory any more.
+// Also empty for a process that has ended but was not reaped, because it has no memory.
 std::optional<MemoryUse> MemoryUseOf(const std::string& process) {
     std::ifstream status("/proc/" + process + "/status");
     MemoryUse use{};
@@ -34,7 +34,7 @@ std::optional<MemoryUse> MemoryUseOf(const std::string& process) {
                              : std::nullopt;
 }
 
-// Each thread has a list of the children that it made, the last one at its end.
+// Each thread lists the children that it created, the newest last.
 std::optional<std::string> LastChild() {
     std::optional<std::string> last;
     std::error_code ignored;
@@ -49,7 +49,7 @@ std::optional<std::string> LastChild() {
     return last;
 }
 
-// In the system's ticks: the twelfth and thirteenth word behind the name, which may itself hold blanks and brackets.
+// In ticks of the system: words 12 and 13 after the name. The name may contain blanks and brackets.
 double TicksOf(const std::string& process) {
     std::ifstream stat("/proc/" + process + "/stat");
     std::string text;
@@ -65,7 +65,8 @@ double TicksOf(const std::string& process) {
     return user + system;
 }
 
-// What a file says behind `key` in the first line that begins with it, without blanks and quotes around.
+// The text after `key` in the first line that begins with it, without blanks and quotes around it. Empty without such a
+// line.
 std::string ValueOf(const char* file, const std::string& key) {
     std::ifstream lines(file);
     for (std::string line; std::getline(lines, line);) {
@@ -98,7 +99,7 @@ Machine DescribeMachine() {
             ValueOf("/etc/os-release", "PRETTY_NAME") + ", kernel " + kernel.release};
 }
 
-// The first line of /proc/stat: user, nice, system, idle, waiting for a disk, two kinds of interrupts, stolen.
+// The first line of /proc/stat: user, nice, system, idle, iowait, irq, softirq, steal.
 std::optional<ProcessorTime> ProcessorTimeSoFar() {
     std::ifstream stat("/proc/stat");
     std::string key;

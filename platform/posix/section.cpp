@@ -41,12 +41,12 @@ struct Section::State {
 
 namespace {
 
-// Address space behind a view in which nothing is mapped: the offsets in a message have 32 bits, so that one which
-// passes the end of the view faults at once instead of reaching something else.
+// Empty address space after a view. Offsets in a message have 32 bits. An offset that exceeds the view therefore faults
+// at once and reaches no other memory.
 constexpr size_t kGuard = (size_t{1} << 32) + (size_t{1} << 16);
 
-// Where address space is limited, at most an eighth of what the view leaves: the application needs the rest. None where
-// the system does not tell how much is left.
+// If the address space is limited, at most an eighth of what the view leaves, because the application needs the rest. 0
+// if the system does not report how much is left.
 size_t GuardBehind(size_t length) {
     rlimit limit{};
     if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {

@@ -21,7 +21,7 @@ namespace Orvane::Platform {
 
 namespace {
 
-// The process in its upper half, its number in the lower one.
+// The process id in the upper half, its module word in the lower half.
 std::atomic<uint64_t> moduleWord{0};
 
 uint32_t RandomWord() {
@@ -29,7 +29,7 @@ uint32_t RandomWord() {
     return static_cast<uint32_t>(random());
 }
 
-// Takes a number off the front of the text; false when there is none.
+// Removes a number from the front of the text. False if the text does not begin with a number.
 template <typename Number>
 bool TakeNumber(std::string_view& text) {
     Number number{};
@@ -38,7 +38,7 @@ bool TakeNumber(std::string_view& text) {
     return error == std::errc();
 }
 
-// PREFIX_%ud_%d and nothing behind it.
+// True for exactly PREFIX_%ud_%d.
 bool IsNameOfAChannel(std::string_view name, const std::string& prefix) {
     const auto take = [&name](std::string_view part) {
         const bool isThere = name.starts_with(part);
@@ -49,7 +49,7 @@ bool IsNameOfAChannel(std::string_view name, const std::string& prefix) {
            name.empty();
 }
 
-// An object as this SDK makes them for this user, and without its maker's lock.
+// True for an object that this SDK made for this user, if its maker does not hold the lock.
 bool IsAbandoned(const Descriptor& object) {
     struct stat attributes {};
     return fstat(object.Get(), &attributes) == 0 && attributes.st_mode == (S_IFREG | S_IRUSR | S_IWUSR) &&

@@ -19,7 +19,7 @@ namespace {
 
 constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
 
-// A limit on the size of files counts here too, and to pass it would be a signal that ends the application.
+// The limit on the size of files applies here too. A size above it would raise a signal that ends the application.
 bool ExceedsFileSizeLimit(uint64_t size) {
     rlimit limit{};
     if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || size <= limit.rlim_cur) {
@@ -29,14 +29,14 @@ bool ExceedsFileSizeLimit(uint64_t size) {
     return true;
 }
 
-// Does not wait for the lock: another process could hold it for ever.
+// Does not wait for the lock, because another process could hold it forever.
 bool LockAndSize(const Descriptor& object, uint64_t size) {
     return fchmod(object.Get(), kOwnerOnly) == 0 && flock(object.Get(), LOCK_EX | LOCK_NB) == 0 &&
            ftruncate(object.Get(), static_cast<off_t>(size)) == 0 && AllocateSharedObject(object, 1);
 }
 
-// Locks the object before it has a name, so that no process finds it without its lock. No value where the file system
-// has no files without a name, or this process has no /proc to give them one.
+// Locks the object before it has a name, so that no process finds it unlocked. No value if the file system has no files
+// without a name, or if this process has no /proc to name them.
 std::optional<Descriptor> CreateAndName(const std::string& name, uint64_t size) {
     Descriptor object = OwnDescriptor(open("/dev/shm", O_TMPFILE | O_RDWR | O_CLOEXEC, kOwnerOnly));
     if (!object) {
@@ -53,8 +53,8 @@ std::optional<Descriptor> CreateAndName(const std::string& name, uint64_t size) 
     return object;
 }
 
-// Locks the object after it has its name. Until then any process of this user may lock it, such as one that removes
-// what the dead have left. Such a name counts as taken.
+// Locks the object after it has its name. Until then any process of this user may lock it, for instance to remove
+// abandoned objects. Such a name counts as taken.
 Descriptor CreateUnderName(const std::string& name, uint64_t size) {
     Descriptor object = OwnDescriptor(shm_open(("/" + name).c_str(), O_RDWR | O_CREAT | O_EXCL, kOwnerOnly));
     if (!object) {
@@ -86,7 +86,7 @@ bool AllocateSharedObject(const Descriptor& object, uint64_t size) {
     if (ExceedsFileSizeLimit(size)) {
         return false;
     }
-    // A signal would undo the allocation of many pages, and one that comes often each new attempt.
+    // A signal would undo the allocation of many pages. Frequent signals would undo every attempt.
     const BlockedSignals blocked;
     errno = posix_fallocate(object.Get(), 0, static_cast<off_t>(size));
     return errno == 0;

@@ -25,7 +25,7 @@ bool SetKillOnClose(const Handle& job) {
     return SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) != 0;
 }
 
-// False on failure. A failed start opens no dialogue.
+// False on failure. A failed start shows no dialogue.
 bool StartSuspended(HANDLE token, const std::string& program, const std::string& arguments,
                     PROCESS_INFORMATION& created) {
     const std::wstring text = L"\"" + WideFromUtf8(program) + L"\" " + WideFromUtf8(arguments);
@@ -87,7 +87,7 @@ ProcessEnd HostProcess::End() const {
 
 bool HostProcess::Terminate() {
     if (state) {
-        state.Get()->job.Close();  // this is what ends the host
+        state.Get()->job.Close();  // this ends the host process
     }
     return true;
 }

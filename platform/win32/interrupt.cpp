@@ -10,7 +10,7 @@ namespace {
 
 std::atomic<bool> interrupted{false};
 
-// The system calls it on a thread of its own, and the next handler when it answers FALSE.
+// The system calls this on a separate thread. If this returns FALSE, it calls the next handler.
 BOOL WINAPI TakeFirst(DWORD event) {
     return event == CTRL_C_EVENT && !interrupted.exchange(true) ? TRUE : FALSE;
 }
@@ -29,7 +29,7 @@ struct InterruptFlag::State {
 
 InterruptFlag::InterruptFlag() : state(new State) {}
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the watch lasts as long as the object
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the flag is valid only while the object exists
 bool InterruptFlag::IsSet() const {
     return interrupted;
 }

@@ -2,8 +2,8 @@
 
 namespace Orvane::Platform {
 
-void PreferLargePages(void* /*memory*/, uint64_t /*size*/) noexcept {}  // needs the right to lock memory
+void PreferLargePages(void* /*memory*/, uint64_t /*size*/) noexcept {}  // would need the right to lock memory
 
-void LeaveOutOfCoreFiles(void* /*memory*/, uint64_t /*size*/) noexcept {}  // a dump is what its reader asks for
+void LeaveOutOfCoreFiles(void* /*memory*/, uint64_t /*size*/) noexcept {}  // the creator of a dump chooses its content
 
 }  // namespace Orvane::Platform

@@ -17,11 +17,11 @@ namespace Orvane::Platform {
 
 namespace {
 
-// The folder of a module's file, with a "\\" at its end; null is the running program.
+// The folder of a module's file, with "\\" at its end. Null means the running program.
 std::wstring FolderOf(HMODULE module) {
     std::wstring file(MAX_PATH, L'\0');
     DWORD length = GetModuleFileNameW(module, file.data(), static_cast<DWORD>(file.size()));
-    while (length == file.size()) {  // cut off
+    while (length == file.size()) {  // the buffer was too small
         file.resize(2 * file.size());
         length = GetModuleFileNameW(module, file.data(), static_cast<DWORD>(file.size()));
     }
@@ -47,10 +47,10 @@ bool ProcessMark::IsThisProcess() const noexcept {
 }
 
 // The fast-fail instruction and `RaiseFailFastException` would start the system's error reporting, which may show a
-// dialogue. The exit code is theirs.
+// dialogue. The exit value is the same.
 void FailFast() noexcept {
     constexpr UINT kFastFailExitCode = 0xC0000409;
-    for (;;) {  // the call does not return, which the compiler cannot know
+    for (;;) {  // the call does not return, but the compiler does not know that
         TerminateProcess(GetCurrentProcess(), kFastFailExitCode);
     }
 }
@@ -62,7 +62,7 @@ void BeginHost() {
     std::signal(SIGABRT, [](int) { FailFast(); });
     _set_invalid_parameter_handler(
         [](const wchar_t*, const wchar_t*, const wchar_t*, unsigned int, uintptr_t) { FailFast(); });
-    _set_error_mode(_OUT_TO_STDERR);  // not to a message box, in which a program without a console has its messages
+    _set_error_mode(_OUT_TO_STDERR);  // a program without a console would show a message box
 #ifdef _MSC_VER
     // The dialogues of the debug runtime.
     _set_abort_behavior(0, _WRITE_ABORT_MSG);

@@ -30,7 +30,7 @@ double Seconds(const FILETIME& time) {
     return static_cast<double>(Units(time)) / 1e7;
 }
 
-// In units of the system; 0 when it does not tell.
+// In units of 100 ns; 0 if the system does not report it.
 uint64_t StartTime(HANDLE process) {
     FILETIME started{};
     FILETIME unused{};
@@ -46,7 +46,7 @@ double SecondsOf(HANDLE process) {
     return Seconds(kernel) + Seconds(user);
 }
 
-// Empty when there is none.
+// Empty if this process has no child.
 Handle LastChild() {
     HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     Handle last;
@@ -54,7 +54,7 @@ Handle LastChild() {
         return last;
     }
     const Handle owned(snapshot);
-    // A process that is older than this one was started by another one that had this number.
+    // If a child is older than this process, another process with the same number started it.
     uint64_t lastStart = StartTime(GetCurrentProcess());
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
@@ -72,7 +72,7 @@ Handle LastChild() {
     return last;
 }
 
-// A text of the registry; empty where there is none.
+// A text from the registry; empty if there is no such text.
 std::string RegistryText(const wchar_t* key, const wchar_t* name) {
     std::array<wchar_t, 256> text{};
     auto size = static_cast<DWORD>(sizeof text);
@@ -102,7 +102,7 @@ Machine DescribeMachine() {
 
 std::optional<ProcessorTime> ProcessorTimeSoFar() {
     FILETIME idle{};
-    FILETIME kernel{};  // with the idle time
+    FILETIME kernel{};  // includes the idle time
     FILETIME user{};
     if (GetSystemTimes(&idle, &kernel, &user) == 0) {
         return std::nullopt;

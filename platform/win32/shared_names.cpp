@@ -20,14 +20,14 @@ NamesHeld::NamesHeld() {
         return;
     }
     const DWORD wait = WaitForSingleObject(mutex.Get(), kLongestWait);
-    if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {  // whoever died with it made all of its objects or none
+    if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {  // an owner that died left no half-made channel
         state = Owned(new State{std::move(mutex)});
     } else if (wait == WAIT_TIMEOUT) {
         SetLastError(WAIT_TIMEOUT);
     }
 }
 
-// An object of another kind, or one that may not be opened, has the name too.
+// An object of another kind, or one that this process may not open, also uses the name.
 bool IsNameTaken(const std::string& name) {
     const Handle object(OpenEventW(SYNCHRONIZE, FALSE, WideFromUtf8(name).c_str()));
     return object || GetLastError() != ERROR_FILE_NOT_FOUND;
