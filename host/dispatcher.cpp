@@ -33,24 +33,25 @@ void ReplyStatus(MessageBuffer& message, const Status& status) {
     message.WriteStatus(status);
 }
 
-// `size` bytes of an output, copied by the backend straight into the section, and the status of the copy.
+// Replies with `size` bytes of an output, which the backend copies straight into the section, and the status of the
+// copy.
 void ReplyOutput(MessageBuffer& message, TensorImpl& tensor, uint32_t size) {
     message.Rewind();
     message.WriteUInt32(size);
     message.WriteStatus(tensor.CopyTo(message.ReserveBytes(size), size));
 }
 
-// --- The calls. Each reads its request, and writes its reply over it. ---
+// --- The calls. Each reads its request, and writes its reply over the request. ---
 
 void Init(HostSession& session) {
     const MessageBuffer::Bytes flatForm = session.channel.message.ReadBytes();
     InterpreterParams params;
     const OptionHandle option = CreateOption();
-    option->Deserialize(flatForm.data, flatForm.size);  // deliberately whatever it answers: what was read counts
+    option->Deserialize(flatForm.data, flatForm.size);  // deliberately ignores the result and uses what was read
     Status status = option->ToParams(params);
     params.host.clear();  // the model runs here, whatever the client's own options say
 
-    session.interpreter = std::make_unique<Interpreter>();  // an earlier model goes before the next one is loaded
+    session.interpreter = std::make_unique<Interpreter>();  // frees an earlier model before the next load
     if (status.Ok()) {
         EnterSandbox(params);
         status = session.interpreter->Init(params);
@@ -113,7 +114,7 @@ void SetTensorShape(HostSession& session) {
     ReplyStatus(message, TensorOf(session, type, index)->Resize(shape));
 }
 
-// By their numbers. `CallExit` and what is no call have no answer: the client finds its own request.
+// By their numbers. `CallExit` and unknown numbers get no reply: the client reads its own request.
 constexpr void (*kCalls[])(HostSession&) = {Init,         GetTensorCount, GetTensorInfo, SetInputData,  Invoke,
                                             CopyOutputTo, GetTensorData,  GetExtraInfo,  SetTensorShape};
 static_assert(std::size(kCalls) == CallExit);

@@ -9,19 +9,19 @@
 
 namespace Orvane {
 
-// All that a host holds from call to call.
+// What a host keeps between calls.
 struct HostSession {
     SharedChannel channel;
-    std::unique_ptr<Interpreter> interpreter;  // null before the first `CallInit`, new with every further one
+    std::unique_ptr<Interpreter> interpreter;  // null before the first `CallInit`; each `CallInit` makes a new one
 };
 
-// Performs the call whose request stands in the channel's section and writes its reply over that. Returns the call's
-// number. Inference failures travel back in the reply; exceptions pass.
-// A client must initialise before it asks for anything else, and stop after a failed initialisation: a call that
-// has no interpreter or no tensor to go to ends the process.
+// Performs the call that the channel's section requests, and writes the reply over the request. Returns the call's
+// number. A reply carries the status of a failed inference; exceptions pass to the caller.
+// A client must initialise before any other call, and stop after a failed initialisation. A call that finds no
+// interpreter or no tensor ends the process.
 uint32_t Answer(HostSession& session);
 
-// Answers calls one by one until `CallExit`. A call that causes an exception gets no reply.
+// Answers calls one by one until `CallExit`. A call that throws gets no reply; the exception passes to the caller.
 void Serve(HostSession& session);
 
 }  // namespace Orvane

@@ -1,13 +1,13 @@
-// The filter is a list of what is allowed. It is generous: it holds every call whose effect stays within the process,
-// also those that the runtime does not make today. The runtime is a third party's, and its next release, another
-// processor or more memory nodes may need them. A call that is not listed is refused: one that no person thought of
-// can then do no harm. Calls younger than the list do not exist for the host, as on an older kernel.
+// The filter is a list of allowed calls. It is generous: it contains every call whose effect stays within the process,
+// even if the runtime does not make that call today. The runtime is a third party's. Its next release, another
+// processor or more memory nodes may need the call. The filter refuses every other call, so a call that was overlooked
+// does no harm. Calls newer than the list do not exist for the host, as on an older kernel.
 //
-// Some allowed calls can still touch what is outside the process. For each of them the list says why it is allowed, and
-// what limits it. "Landlock" means: posix_sandbox.cpp decides which files the call may change.
+// Some allowed calls can still reach outside the process. For each of them the list says why it is allowed, and what
+// limits it. "Landlock" means that posix_sandbox.cpp decides which files the call may change.
 //
-// The instructions are written down here instead of by libseccomp: they are few, that library is not on every user's
-// machine, and linking it statically would hand its LGPL on to everybody who ships the host.
+// This file writes the instructions itself and does not use libseccomp. They are few, not every user's machine has that
+// library, and a static link would pass its LGPL on to everybody who ships the host.
 #include "host/posix_call_filter.h"
 
 #include <fcntl.h>
@@ -34,46 +34,46 @@ namespace Orvane {
 
 namespace {
 
-// Younger than the headers of some systems.
+// Newer than the headers of some systems.
 constexpr uint32_t kMapShadowStack = 453;
 
 // clang-format off
 constexpr uint32_t kAllowed[] = {
-    // The memory of this process. Of memory that is shared with the client, `mbind`, `set_mempolicy_home_node` and
-    // `move_pages` can also choose the node. The runtime places its tensors with them, and the data stays as it is.
+    // The memory of this process. For memory shared with the client, `mbind`, `set_mempolicy_home_node` and
+    // `move_pages` can also choose the node. The runtime places its tensors with them. The data do not change.
     SYS_mprotect, SYS_pkey_mprotect, SYS_pkey_alloc, SYS_pkey_free, SYS_munmap, SYS_mremap, SYS_brk, SYS_msync,
     SYS_mincore, SYS_mlock, SYS_mlock2, SYS_munlock, SYS_mlockall, SYS_munlockall, SYS_membarrier, SYS_memfd_create,
     kMapShadowStack, SYS_mbind, SYS_set_mempolicy, SYS_get_mempolicy, SYS_set_mempolicy_home_node,
 
-    // Its threads. `rseq`, `set_robust_list` and `set_tid_address` name words that the kernel writes; it writes them
+    // Its threads. The kernel writes to the words that `rseq`, `set_robust_list` and `set_tid_address` name, but only
     // with the rights of the thread.
     SYS_exit, SYS_exit_group, SYS_gettid, SYS_set_tid_address, SYS_set_robust_list, SYS_rseq, SYS_arch_prctl,
     SYS_getcpu,
 
-    // Its signals and timers. A timer's signal goes to this process only.
+    // Its signals and timers. Only this process receives a timer's signal.
     SYS_rt_sigaction, SYS_rt_sigprocmask, SYS_rt_sigreturn, SYS_rt_sigpending, SYS_rt_sigtimedwait, SYS_rt_sigsuspend,
     SYS_sigaltstack, SYS_restart_syscall, SYS_pause, SYS_alarm, SYS_getitimer, SYS_setitimer, SYS_timer_create,
     SYS_timer_settime, SYS_timer_gettime, SYS_timer_getoverrun, SYS_timer_delete, SYS_nanosleep, SYS_clock_nanosleep,
     SYS_clock_gettime, SYS_clock_getres, SYS_gettimeofday, SYS_time, SYS_times,
 
-    // What there is to know of this process and of the machine. Some also answer about other processes; /proc says the
-    // same.
+    // Information about this process and the machine. Some calls also return it for other processes, as /proc does.
     SYS_getpid, SYS_getppid, SYS_getpgid, SYS_getpgrp, SYS_getsid, SYS_getuid, SYS_geteuid, SYS_getgid, SYS_getegid,
     SYS_getresuid, SYS_getresgid, SYS_getgroups, SYS_capget, SYS_getpriority, SYS_ioprio_get, SYS_sched_getaffinity,
     SYS_sched_getparam, SYS_sched_getscheduler, SYS_sched_getattr, SYS_sched_get_priority_max,
     SYS_sched_get_priority_min, SYS_sched_rr_get_interval, SYS_getrlimit, SYS_setrlimit, SYS_getrusage, SYS_uname,
     SYS_sysinfo, SYS_getrandom,
 
-    // Looking for files. The host may read whatever its user may: models and libraries may be anywhere.
+    // Looking for files. The host may read whatever its user may, because models and libraries may be anywhere.
     SYS_stat, SYS_lstat, SYS_fstat, SYS_newfstatat, SYS_statx, SYS_statfs, SYS_fstatfs, SYS_access, SYS_faccessat,
     SYS_faccessat2, SYS_readlink, SYS_readlinkat, SYS_getxattr, SYS_lgetxattr, SYS_fgetxattr, SYS_listxattr,
     SYS_llistxattr, SYS_flistxattr, SYS_getcwd, SYS_chdir, SYS_fchdir, SYS_umask,
 
-    // Opening files, to write them too: Landlock. What is read may be a terminal, a device or a fifo, and is then
-    // missing elsewhere; neither Landlock nor a filter can tell those from other files.
+    // Opening files, also to write them: Landlock. If the host reads a terminal, a device or a fifo, another reader
+    // misses that input. Neither Landlock nor a filter can distinguish those from other files.
     SYS_open, SYS_openat, SYS_openat2, SYS_creat, SYS_close, SYS_close_range,
 
-    // Writing, also to the standard output and error, which the client has too: there libraries say why they give up.
+    // Writing, also to the standard output and error, which the host shares with the client. Libraries report there why
+    // they give up.
     SYS_write, SYS_writev,
 
     // Waiting, and descriptors that only this process has.
@@ -82,9 +82,9 @@ constexpr uint32_t kAllowed[] = {
     SYS_timerfd_gettime, SYS_signalfd, SYS_signalfd4, SYS_pipe, SYS_pipe2,
 };
 
-// Allowed for descriptors that the host has opened itself. The standard three are the client's too: a host that reads
-// them takes the client's input away, and where the client writes next and how long its file is would be the host's to
-// choose. No allowed call gives them another number.
+// Allowed for descriptors that the host has opened itself. It shares the standard three with the client. If the host
+// read them, it would take the client's input. It could also choose where the client writes next, and how long its file
+// is. No allowed call gives them another number.
 constexpr uint32_t kAllowedForOwnDescriptors[] = {
     SYS_read, SYS_readv, SYS_pread64, SYS_preadv, SYS_preadv2, SYS_pwrite64, SYS_pwritev, SYS_pwritev2, SYS_lseek,
     SYS_getdents, SYS_getdents64, SYS_readahead, SYS_fadvise64, SYS_fsync, SYS_fdatasync, SYS_ftruncate,
@@ -99,8 +99,8 @@ constexpr uint32_t kAllowedIfInstrumented[] = {
 };
 // clang-format on
 
-constexpr uint32_t kX32Bit = 0x4000'0000;  // of the numbers of a second set of calls
-constexpr uint32_t kFirstYounger = 457;    // Linux 6.7 ends before it
+constexpr uint32_t kX32Bit = 0x4000'0000;  // this bit marks the numbers of a second set of calls
+constexpr uint32_t kFirstYounger = 457;    // the first number after Linux 6.7
 constexpr uint32_t kNamespaces =
     CLONE_NEWNS | CLONE_NEWCGROUP | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNET;
 
@@ -118,13 +118,13 @@ void Answer(Instructions& filter, uint32_t answer) {
     filter.push_back(BPF_STMT(BPF_RET | BPF_K, answer));
 }
 
-// Answers when the word loaded last compares so (BPF_JEQ, BPF_JGE; BPF_JSET for a bit in common).
+// Returns `answer` if the word loaded last matches (BPF_JEQ, BPF_JGE; BPF_JSET for a common bit).
 void AnswerIf(Instructions& filter, uint16_t comparison, uint32_t word, uint32_t answer) {
     filter.push_back(BPF_JUMP(BPF_JMP | comparison | BPF_K, word, 0, 1));
     Answer(filter, answer);
 }
 
-// An answer by the low half of an argument, which is all that the kernel reads of those asked about here.
+// An answer by the low half of an argument. The kernel reads only that half of the arguments checked here.
 struct Case {
     uint32_t argument;
     uint16_t comparison;
@@ -132,7 +132,7 @@ struct Case {
     uint32_t answer;
 };
 
-// Answers for `call` as the first case says that applies; refuses it when none does.
+// Decides `call` by the first case that applies, and refuses it if no case does.
 void AnswerByArguments(Instructions& filter, uint32_t call, const std::vector<Case>& cases) {
     Instructions answers;
     for (const auto& [argument, comparison, word, answer] : cases) {
@@ -144,7 +144,7 @@ void AnswerByArguments(Instructions& filter, uint32_t call, const std::vector<Ca
     filter.insert(filter.end(), answers.begin(), answers.end());
 }
 
-// Allows the call when the argument is one of these.
+// Allows the call if the argument is one of `words`.
 void AllowOnly(Instructions& filter, uint32_t call, uint32_t argument, std::initializer_list<uint32_t> words) {
     std::vector<Case> cases;
     for (const uint32_t word : words) {
@@ -153,8 +153,8 @@ void AllowOnly(Instructions& filter, uint32_t call, uint32_t argument, std::init
     AnswerByArguments(filter, call, cases);
 }
 
-// A private futex is one between threads of this process. At a word in shared memory other processes may wait. There
-// the host may wait and wake, but not move their waiters to another word, where no wake would reach them.
+// A private futex is between threads of this process. At a word in shared memory other processes may wait. There the
+// host may wait and wake. It may not move their waiters to another word, where no wake would reach them.
 void AllowFutexes(Instructions& filter) {
     AnswerByArguments(filter, SYS_futex,
                       {{1, BPF_JSET, FUTEX_PRIVATE_FLAG, kAllow},
@@ -165,29 +165,29 @@ void AllowFutexes(Instructions& filter) {
                        {1, BPF_JEQ, FUTEX_WAKE_BITSET, kAllow}});
 }
 
-// Calls that reach other processes, or do not, by an argument.
+// Calls whose argument decides whether they reach other processes.
 void AllowForThisProcess(Instructions& filter) {
     const auto self = static_cast<uint32_t>(getpid());
     AllowOnly(filter, SYS_kill, 0, {self});
     AllowOnly(filter, SYS_tgkill, 0, {self});
     AllowOnly(filter, SYS_prlimit64, 0, {0});
     AllowOnly(filter, SYS_move_pages, 0, {0});
-    // The runtime binds its threads, each by itself. No call changes a thread's priority, not its own either: a host of
-    // the superuser could leave other processes no time.
+    // The runtime binds each of its threads to processors, from that thread. No allowed call changes a thread's
+    // priority, not even its own: a host of the superuser could leave other processes no time.
     AllowOnly(filter, SYS_sched_setaffinity, 0, {0});
-    // Advice about this process's own mappings. Others take pages of a shared file away (MADV_REMOVE: the client would
-    // be ended by SIGBUS) or out of memory (MADV_PAGEOUT), share them with strangers (MADV_MERGEABLE), or call the
-    // machine's memory broken (MADV_HWPOISON).
+    // Advice about this process's own mappings. Other advice removes pages of a shared file (MADV_REMOVE: the client
+    // would end by SIGBUS), moves them out of memory (MADV_PAGEOUT), shares them with other processes (MADV_MERGEABLE),
+    // or marks the machine's memory as broken (MADV_HWPOISON).
     AllowOnly(filter, SYS_madvise, 2,
               {MADV_NORMAL, MADV_RANDOM, MADV_SEQUENTIAL, MADV_WILLNEED, MADV_DONTNEED, MADV_FREE, MADV_DONTFORK,
                MADV_DOFORK, MADV_HUGEPAGE, MADV_NOHUGEPAGE, MADV_DONTDUMP, MADV_DODUMP, MADV_WIPEONFORK,
                MADV_KEEPONFORK, MADV_POPULATE_READ, MADV_POPULATE_WRITE});
-    // What a terminal is and how much there is to read. Everything else changes the terminal of the client, types into
-    // it, sends signals to its processes, or changes attributes of files.
+    // The properties of a terminal, and how much there is to read. Other requests change the client's terminal, type
+    // into it, send signals to its processes, or change attributes of files.
     AllowOnly(filter, SYS_ioctl, 1, {TCGETS, TIOCGWINSZ, FIONREAD, FIOCLEX, FIONCLEX});
 }
 
-// The same for calls that reports need in other ways.
+// The same for calls that the reports of instrumented builds need in other ways.
 void AllowUnlessForReports(Instructions& filter) {
     constexpr uint32_t kFirstOwnDescriptor = STDERR_FILENO + 1;
     for (const uint32_t call : kAllowedForOwnDescriptors) {
@@ -195,13 +195,13 @@ void AllowUnlessForReports(Instructions& filter) {
     }
     AnswerByArguments(filter, SYS_mmap,
                       {{3, BPF_JSET, MAP_ANONYMOUS, kAllow}, {4, BPF_JGE, kFirstOwnDescriptor, kAllow}});
-    // Everything else sends signals to others (F_SETOWN; F_SETFL with O_ASYNC even without it on a terminal), holds up
-    // who opens a file (F_SETLEASE) or locks it (F_SETLK), changes how the client reads and writes (F_SETFL,
-    // F_SETPIPE_SZ), or gives a descriptor another number (F_DUPFD).
+    // Other commands send signals to other processes (F_SETOWN; on a terminal even F_SETFL with O_ASYNC alone), block a
+    // process that opens a file (F_SETLEASE) or locks it (F_SETLK), change how the client reads and writes (F_SETFL,
+    // F_SETPIPE_SZ), or give a descriptor another number (F_DUPFD).
     AllowOnly(filter, SYS_fcntl, 1, {F_GETFD, F_SETFD, F_GETFL, F_ADD_SEALS, F_GET_SEALS});
-    // Threads only. A filter cannot read the flags of `clone3`; the C library takes `clone` where there is none.
+    // Only threads. A filter cannot read the flags of `clone3`; without it the C library uses `clone`.
     AnswerByArguments(filter, SYS_clone, {{0, BPF_JSET, kNamespaces, kRefuse}, {0, BPF_JSET, CLONE_THREAD, kAllow}});
-    // Of this process. Not among them: living on without the client (PR_SET_PDEATHSIG), being looked into by others
+    // For this process. Not allowed: outliving the client (PR_SET_PDEATHSIG), letting other processes inspect this one
     // (PR_SET_DUMPABLE, PR_SET_PTRACER), and sharing a processor with another process (PR_SCHED_CORE).
     AllowOnly(
         filter, SYS_prctl, 0,
@@ -209,8 +209,7 @@ void AllowUnlessForReports(Instructions& filter) {
          PR_CAPBSET_READ, PR_SET_TIMERSLACK, PR_GET_TIMERSLACK, PR_SET_THP_DISABLE, PR_GET_THP_DISABLE});
 }
 
-// In the order of their numbers, and those next to each other at once: the kernel goes through the filter with every
-// number when it starts to apply.
+// In ascending order, with consecutive numbers together: when the filter starts, the kernel runs it for every number.
 void AllowRunsOfCalls(Instructions& filter) {
     std::vector<uint32_t> calls(std::begin(kAllowed), std::end(kAllowed));
     std::sort(calls.begin(), calls.end());
@@ -230,9 +229,9 @@ Instructions MakeFilter() {
     Instructions filter;
     Load(filter, offsetof(seccomp_data, arch));
     filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AUDIT_ARCH_X86_64, 1, 0));
-    Answer(filter, kRefuse);  // the numbers of 32-bit calls mean something else
+    Answer(filter, kRefuse);  // the numbers of 32-bit calls have other meanings
     Load(filter, offsetof(seccomp_data, nr));
-    // The calls of every inference are decided first.
+    // The calls that every inference makes come first.
     AllowFutexes(filter);
     AnswerIf(filter, BPF_JEQ, SYS_sched_yield, kAllow);
     AnswerIf(filter, BPF_JGE, kX32Bit, kRefuse);
@@ -259,8 +258,9 @@ Instructions MakeFilter() {
 void FilterSystemCalls() {
     Instructions instructions = MakeFilter();
     const sock_fprog filter{static_cast<uint16_t>(instructions.size()), instructions.data()};
-    // Before Linux 5.16 a filter also turns off a speculation of the processor, for programs that run code of
-    // strangers, and every inference would pay. A host runs none: models are data. Before 4.17 there is no such word.
+    // Before Linux 5.16 a filter also turns off a speculation of the processor, as a protection against foreign code,
+    // and every inference would be slower. A host runs no foreign code: models are data. Before 4.17 this flag does not
+    // exist.
     constexpr uint64_t kAllThreads = SECCOMP_FILTER_FLAG_TSYNC;
     for (const uint64_t flags : {kAllThreads | SECCOMP_FILTER_FLAG_SPEC_ALLOW, kAllThreads}) {
         if (syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter) == 0) {

@@ -1,7 +1,7 @@
 #include "host/run_host.h"
 #include "platform/process.h"
 
-// The client hands the argument string over as one word.
+// The client passes the argument string as one word.
 int main(int argc, char** argv) {
     Orvane::Platform::BeginHost();
     return Orvane::RunHost(argc > 1 ? argv[1] : "");

@@ -22,10 +22,10 @@ namespace {
 
 using Platform::Descriptor;
 
-constexpr uint64_t kTruncate = 1U << 14;  // these two are younger than the headers of some systems
+constexpr uint64_t kTruncate = 1U << 14;  // the headers of some systems are older than these two
 constexpr uint64_t kDeviceControl = 1U << 15;
 
-// What changes files, by the version of Landlock that first knew it. Reading and executing are not asked about.
+// The rights to change files, by the version of Landlock that introduced them. Reading and executing stay allowed.
 constexpr uint64_t kChanges[] = {
     LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_REMOVE_DIR | LANDLOCK_ACCESS_FS_REMOVE_FILE |
         LANDLOCK_ACCESS_FS_MAKE_CHAR | LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG |
@@ -39,7 +39,7 @@ constexpr uint64_t kChanges[] = {
 constexpr uint64_t kWriteFile = LANDLOCK_ACCESS_FS_WRITE_FILE;
 constexpr uint64_t kMakeCache = kWriteFile | LANDLOCK_ACCESS_FS_MAKE_REG | kTruncate;
 
-// The changes that this kernel can forbid; none where it has no Landlock.
+// The changes that this kernel can forbid; 0 without Landlock.
 uint64_t KnownChanges() {
     const auto version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
     uint64_t known = 0;
@@ -49,21 +49,21 @@ uint64_t KnownChanges() {
     return known;
 }
 
-// A path that cannot be opened is not written either.
+// Does nothing for a path that cannot be opened.
 void Allow(const Descriptor& ruleset, const std::filesystem::path& path, uint64_t changes) {
     const Descriptor top(open(path.c_str(), O_PATH | O_CLOEXEC));
     const landlock_path_beneath_attr rule{changes, top.Get()};
     syscall(SYS_landlock_add_rule, ruleset.Get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0);
 }
 
-// The folder in which the cache file is, or will be made; empty when no cache is to be made. The path of the cache may
-// be a link to a file in another folder.
+// The folder of the cache file, which may not exist yet; empty if the host makes no cache. The path of the cache may be
+// a link to a file in another folder.
 std::filesystem::path CacheFolder(const InterpreterParams& params) {
     if (!params.openvinoMakeCache || params.openvinoCachePath.empty()) {
         return {};
     }
     std::filesystem::path file = Platform::PathFromUtf8(params.openvinoCachePath);
-    constexpr int kMostLinks = 40;  // the system follows no more
+    constexpr int kMostLinks = 40;  // the system follows no more links
     std::error_code error;
     for (int link = 0; link < kMostLinks && std::filesystem::is_symlink(file, error); ++link) {
         file = file.parent_path() / std::filesystem::read_symlink(file, error);
@@ -72,7 +72,7 @@ std::filesystem::path CacheFolder(const InterpreterParams& params) {
     return folder.empty() ? "." : folder;
 }
 
-// Binds this thread and those that it starts; threads that there are already go on as before. What is open stays open.
+// Applies to this thread and to threads that it starts later. Existing threads and open files keep their rights.
 void ForbidChangingFiles(const std::filesystem::path& cacheFolder) {
     const uint64_t known = KnownChanges();
     landlock_ruleset_attr attributes{};
@@ -86,7 +86,7 @@ void ForbidChangingFiles(const std::filesystem::path& cacheFolder) {
         Allow(ruleset, cacheFolder, kMakeCache & known);
     }
     if (kInstrumented) {
-        Allow(ruleset, "/", known);  // the coverage of a host is written at its end
+        Allow(ruleset, "/", known);  // a host writes its coverage when it ends
     }
     syscall(SYS_landlock_restrict_self, ruleset.Get(), 0);
 }
@@ -98,7 +98,7 @@ void EnterSandbox(const InterpreterParams& params) {
     if (entered) {
         return;
     }
-    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);  // the two below need it, too
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);  // Landlock and the filter need it too
     prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     if (RunsOnCpu(params)) {
         ForbidChangingFiles(CacheFolder(params));

@@ -7,7 +7,7 @@ namespace Orvane {
 
 int RunHost(const std::string& arguments) {
     try {
-        HostSession session;  // its interpreter goes before its channel
+        HostSession session;  // destroys its interpreter before its channel
         session.channel.Open(arguments);
         Serve(session);
         return 0;

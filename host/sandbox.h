@@ -4,13 +4,13 @@
 
 namespace Orvane {
 
-// Gives up, for the rest of this process's life and on all its threads, what running the model of `params` does not
-// need; docs/security.md says what that is. Call it before the model is loaded, on the thread that loads it.
-// Model files, libraries and everything else can be read as before. Files can be written only in the folder of the
-// cache, and only when `params` say that a cache is to be made.
-// For a device other than the CPU little is given up: its driver is the system's and does what it likes. A later call
-// for the CPU then gives up the rest; after that no call changes anything, also not what may be written.
-// Never fails and says nothing: what the system does not have, or a container forbids, is left out. Keeps no error.
+// Gives up, for the rest of this process's life, what running the model of `params` does not need; docs/security.md
+// lists it. Call it before the model is loaded, on the thread that loads it.
+// The process can still read all files. It can write only in the folder of the cache, and only if `params` ask for a
+// new cache.
+// For a device other than the CPU it gives up little, because the device's driver needs more. A later call for the CPU
+// gives up the rest. After that, calls change nothing, not even what the process may write.
+// Never fails and prints nothing: it leaves out what the system lacks or a container forbids. Does not preserve errno.
 void EnterSandbox(const InterpreterParams& params);
 
 // An empty name means the CPU too.

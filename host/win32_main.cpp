@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-// The command line comes without the program's own name, and may hold blanks.
+// The command line does not contain the program's name. It may contain blanks.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name,readability-non-const-parameter): the system's
 int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR commandLine, int /*show*/) {
     Orvane::Platform::BeginHost();

@@ -6,7 +6,7 @@ namespace Orvane {
 
 namespace {
 
-// Without effect on a Windows that does not know the policy.
+// Has no effect if this Windows does not know the policy.
 template <typename Policy>
 void Enforce(PROCESS_MITIGATION_POLICY kind, Policy policy) {
     SetProcessMitigationPolicy(kind, &policy, sizeof policy);
@@ -14,8 +14,8 @@ void Enforce(PROCESS_MITIGATION_POLICY kind, Policy policy) {
 
 }  // namespace
 
-// What stays open: code made at run time, which the runtime is about; libraries from a network share, where
-// applications may be installed.
+// Does not forbid code made at run time, because the runtime makes such code, or libraries from a network share,
+// because applications may be installed there.
 void EnterSandbox(const InterpreterParams& params) {
     if (!RunsOnCpu(params)) {
         return;
