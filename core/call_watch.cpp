@@ -57,7 +57,7 @@ uint32_t CallWatch::Within(uint32_t atMost) {
     return static_cast<uint32_t>(std::clamp<int64_t>(left, 0, atMost));
 }
 
-// The function may make a watch of its own, which is gone again when it returns.
+// `progress` may create another watch, but that watch is destroyed before `progress` returns.
 void CallWatch::AskProgress() {
     if (progress == nullptr) {
         return;

@@ -6,40 +6,41 @@
 
 namespace Orvane {
 
-// Steps of a load; the numbers are those of the C interface.
+// The steps of a load, with the numbers of the C interface.
 enum class LoadStep : int32_t { None, Reading, Compiling, Importing, Writing, StartingHost, InHost };
 
-// Thrown by an operation whose watched call was given up or ran out of time. The host process, if there is one, is in
-// the middle of a request then: release it.
+// An operation throws one of these when `progress` cancels the call or the call times out. If there is a host process,
+// it is then in the middle of a request: release it.
 struct CallStopped : std::exception {
     const char* what() const noexcept override { return "the call was stopped"; }
 };
 struct CallGivenUp : CallStopped {};
 struct CallTimedOut : CallStopped {};
 
-// Limits what one thread does while the watch exists: all its operations together may wait for hosts until one
-// deadline, and a function may give them up. Of several watches of a thread, the newest applies.
+// While a watch exists, all operations of its thread share one deadline for their waits for host processes, and
+// `progress` can cancel them. If a thread has several watches, the newest applies.
 class CallWatch {
  public:
-    // Anything but 0 gives up. Called on the watched thread, at each step of a load and about five times a second while
-    // an operation waits for a host.
+    // A result other than 0 cancels the call. Runs on the watched thread, at each step of a load and about five times a
+    // second while an operation waits for a host process.
     using Progress = int32_t (*)(void* user, int32_t step);
 
-    // `limit` in milliseconds, 0 for none; `progress` may be null.
+    // `limit` is in milliseconds, 0 for no limit. `progress` may be null.
     CallWatch(uint32_t limit, Progress progress, void* user);
     ~CallWatch();
     CallWatch(const CallWatch&) = delete;
     CallWatch& operator=(const CallWatch&) = delete;
 
-    // For the operations. Without a watch on this thread they do nothing.
+    // Operations call these functions, which do nothing if this thread has no watch.
 
-    // A load begins this step.
+    // Call this when a load begins `step`. Throws `CallGivenUp` if `progress` cancels.
     static void Enter(LoadStep step);
 
-    // Throws when the deadline is over; calls `progress` if its time has come.
+    // Throws `CallTimedOut` after the deadline. Calls `progress` if it is due, and throws `CallGivenUp` if that
+    // cancels.
     static void Look();
 
-    // Milliseconds until the next look: at most `atMost`.
+    // Milliseconds until the next `Look` is due, but at most `atMost`.
     static uint32_t Within(uint32_t atMost);
 
  private:

@@ -6,9 +6,9 @@
 
 namespace Orvane {
 
-// Queues the log lines of its thread. The destructor of the outermost one delivers them in their order.
-// Create one before you take a lock under which the SDK may log: the log callback is the application's code, which may
-// call a function that takes the same lock.
+// Queues the log lines of its thread. The destructor of the thread's outermost `DeferredLog` delivers them in order.
+// Create a `DeferredLog` before you take a lock under which the SDK may log. The log callback is the application's
+// code, and may call a function that takes the same lock.
 class DeferredLog {
  public:
     DeferredLog() noexcept;
@@ -16,8 +16,8 @@ class DeferredLog {
     DeferredLog(const DeferredLog&) = delete;
     DeferredLog& operator=(const DeferredLog&) = delete;
 
-    // Queues the line if this thread has a `DeferredLog`, and returns false if it has none. Drops the line if there is
-    // no memory for it.
+    // Queues the line if this thread has a `DeferredLog`, otherwise returns false. Drops the line if there is no memory
+    // for it.
     static bool Queue(uint32_t level, std::unique_ptr<char[]>& text) noexcept;
 
  private:

@@ -12,13 +12,13 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "values are copied as they lie in memory");
 
-// A flat form that does not fit or cannot be read. Does not leave this file.
+// A flat form does not fit or cannot be read. Never leaves this file.
 class FlatFormError : public std::runtime_error {
  public:
     using std::runtime_error::runtime_error;
 };
 
-// Writes pieces one behind the other; over no memory it only measures.
+// Writes values one after the other. If the buffer is null, only measures.
 class Writer {
  public:
     Writer(void* buffer, uint64_t byteCapacity) : bytes(static_cast<uint8_t*>(buffer)), capacity(byteCapacity) {}
@@ -59,7 +59,6 @@ class Writer {
     uint64_t position = 0;
 };
 
-// Reads pieces one behind the other.
 class Reader {
  public:
     Reader(const void* data, uint64_t byteSize) : bytes(static_cast<const uint8_t*>(data)), size(byteSize) {}
@@ -76,7 +75,7 @@ class Reader {
         return value;
     }
 
-    // Points to the next `length` bytes, inside the form.
+    // Returns a pointer into the form, to the next `length` bytes.
     const char* ReadBytes(uint64_t length) {
         if (length > Remaining()) {
             throw FlatFormError("Buffer overflow");
@@ -86,18 +85,18 @@ class Reader {
         return reinterpret_cast<const char*>(run);
     }
 
-    // With its length in front, and with zero bytes in it.
+    // Reads a length and then the text, which may contain zero bytes.
     std::string ReadText() {
         const auto length = Read<uint64_t>();
         return {ReadBytes(length), length};
     }
 
-    // Deliberately without a test of the bounds: a producer always writes the tag behind the key.
-    // May so read the one byte behind the form.
+    // Deliberately does not check bounds: a producer always writes the tag after the key. May read the byte after the
+    // form.
     uint8_t ReadTag() { return bytes[position++]; }
 
  private:
-    // The position stands one behind the end after a tag that was not there.
+    // If `ReadTag` read the byte after the form, `position` is greater than `size`.
     uint64_t Remaining() const { return size - std::min(size, position); }
 
     const uint8_t* bytes;
@@ -147,7 +146,7 @@ void ReadEntry(Reader& reader, OptionValues& values) {
         case 6:
             values[key] = ReadBuffer(reader);
             break;
-        default:  // not ours: nothing is stored, its value is not skipped
+        default:  // unknown: stores nothing and does not skip the value
             break;
     }
 }

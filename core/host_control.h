@@ -6,21 +6,21 @@
 
 namespace Orvane {
 
-// The host process of a backend, for threads that must not wait for the backend's operations. Thread-safe, also while
-// an operation runs or the backend is being destroyed.
+// Controls the host process of a backend, for threads that must not wait for the backend's operations. Thread-safe,
+// also while an operation runs or the backend is being destroyed.
 class HostControl {
  public:
     virtual ~HostControl() = default;
 
-    // Ends the host process. An operation that waits for it fails within 200 ms. An `Init` that is about to start one
-    // fails too.
+    // Ends the host process. An operation that waits for it fails within 200 ms. An `Init` that is about to start a
+    // host process fails too.
     virtual void Interrupt() = 0;
 
-    // Milliseconds that an operation waits for the host process before it ends it; 0 is no limit. Applies from the next
-    // operation.
+    // If an operation waits longer than this for the host process, it ends the host process and fails. 0: no limit.
+    // Applies from the next operation.
     virtual void SetTimeLimit(uint32_t milliseconds) = 0;
 
-    // How the last host process ended. A release does not count.
+    // How the last host process ended. A release does not count as an end.
     virtual HostEnd GetEnd() const = 0;
 };
 

@@ -15,8 +15,8 @@ namespace Orvane {
 
 namespace {
 
-// Why a framework that has no backend here cannot be had. Spelling and line ends are deliberate: applications compare
-// these texts.
+// The error text for a framework without a backend. Spelling and line ends are deliberate: applications compare these
+// texts.
 const char* Refusal(uint32_t framework) {
     switch (framework) {
         case FrameworkTypeTFLite:
@@ -47,15 +47,15 @@ const char* Refusal(uint32_t framework) {
 struct Interpreter::Shared {
     struct Host {
         std::mutex mutex;
-        std::shared_ptr<HostControl> control;  // of the last backend, which may be gone; null for one without
+        std::shared_ptr<HostControl> control;  // of the last backend, which may no longer exist; can be null
     };
 
     Platform::PerProcess<Host> host;
-    std::atomic<bool> hasHost{false};  // true without a control only in a forked child
+    std::atomic<bool> hasHost{false};  // if true while `control` is null, this is a forked child
     std::atomic<uint32_t> timeLimit{0};
 };
 
-// `shared` is null in an interpreter that was moved from.
+// `shared` is null after a move from this interpreter.
 Interpreter::Interpreter() : shared(std::make_unique<Shared>()) {}
 Interpreter::~Interpreter() = default;
 Interpreter::Interpreter(Interpreter&& other) noexcept = default;
@@ -75,7 +75,7 @@ Status Interpreter::Init(const InterpreterParams& params) {
         return MakeErrorStatus(Refusal(framework));
     }
     ShareHost(backend->GetHostControl());
-    interpreter.reset();  // an earlier model goes before the next one is loaded
+    interpreter.reset();  // free the old model before the new model loads
     auto initialised = std::make_unique<InterpreterProxyImpl>(std::move(backend));
     Status status = initialised->Init(params);
     if (status.Ok()) {

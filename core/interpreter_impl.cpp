@@ -47,7 +47,7 @@ TensorHandle InterpreterProxyImpl::GetTensorByName(TensorType type, const std::s
 }
 
 TensorHandle InterpreterProxyImpl::GetTensor(TensorType type, uint32_t index) {
-    // The index is deliberately not compared with the count: one exchange less where a host process answers.
+    // Deliberately does not compare the index with the count: the backend decides whether the tensor exists.
     const bool empty = type == TensorTypeInput    ? GetInputCount() == 0
                        : type == TensorTypeOutput ? GetOutputCount() == 0
                                                   : true;

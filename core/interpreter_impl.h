@@ -13,7 +13,7 @@
 
 namespace Orvane {
 
-// An initialised interpreter as `Interpreter` holds it. The order of the operations is fixed.
+// The implementation of an `Interpreter` after its `Init`. Do not change the order of the functions.
 class InterpreterImpl {
  public:
     virtual ~InterpreterImpl() = default;
@@ -29,7 +29,7 @@ class InterpreterImpl {
     virtual std::unordered_map<std::string, std::string> GetExtraInfo() = 0;
 };
 
-// The interpreter over a backend that it owns.
+// Passes each operation to a backend, which it owns.
 class InterpreterProxyImpl final : public InterpreterImpl {
  public:
     explicit InterpreterProxyImpl(std::unique_ptr<IOrvane> ownedBackend);

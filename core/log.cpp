@@ -46,7 +46,7 @@ int32_t Log(uint32_t level, const char* format, ...) {
     const size_t size = static_cast<size_t>(length) + 1;
     std::unique_ptr<char[]> text(new (std::nothrow) char[size]);
     if (text == nullptr) {
-        return 0;  // an error that is being reported must not become an exception
+        return 0;  // reporting an error must not throw
     }
     va_start(arguments, format);
     std::vsnprintf(text.get(), size, format, arguments);

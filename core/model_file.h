@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-// Questions to the inference runtime that need no loaded model. Each library defines these functions; a library without
-// a runtime refuses them. They throw `std::bad_alloc`.
+// Operations of the inference runtime that need no loaded model. Each library defines these functions; they fail in a
+// library without a runtime. They can throw `std::bad_alloc`.
 namespace Orvane {
 
 struct Device {
@@ -25,16 +25,17 @@ struct FileTensors {
     std::vector<TensorInfo> outputs;
 };
 
-// The tensors of a model file. Reads the file but does not compile the model. A dynamic dimension is -1.
+// Reads the tensors of a model file without compiling the model. A dynamic dimension is -1.
 Status DescribeModelFile(const std::string& path, FileTensors& tensors);
 
-// The shape of each input, by its index.
+// Shapes by the index of the input.
 using InputShapes = std::map<uint32_t, std::vector<int64_t>>;
 
-// Reads a model file, gives inputs the shapes, and writes the model to `out`, an .xml, and its .bin beside it, in
-// place. Weights keep their precision. An empty `out` only tries. Refuses when an input has dynamic dimensions
-// afterwards. If the files cannot be written, the reason is `FailureReasonSystem`, without the system's error number,
-// and parts of them may be left.
+// Reads a model file and sets the shapes of its inputs. Writes the model to `out`, an .xml file, and its weights to the
+// .bin file beside it. Overwrites these files in place. Weights keep their precision. If `out` is empty, writes
+// nothing.
+// Fails if an input still has dynamic dimensions. If it cannot write the files, the reason is `FailureReasonSystem`
+// without the system's error number, and parts of the files may remain.
 Status ReshapeModelFile(const std::string& path, const InputShapes& shapes, const std::string& out);
 
 }  // namespace Orvane

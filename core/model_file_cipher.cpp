@@ -13,16 +13,16 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "groups are copied as they lie in memory");
 
-// Block sizes in bytes. A block is transformed in three rounds.
+// Block sizes in bytes. Three rounds transform each block.
 constexpr uint32_t kBlock = 256;
 constexpr uint32_t kSmallBlock = 16;
 
-// Bits by which a round of encryption rotates each 16-bit word, to the left.
+// An encryption round rotates each 16-bit word to the left by this number of bits.
 constexpr int kRotation = 3;
 
 constexpr uint8_t kLittleEndian = 1;
 
-// A group is 4 bytes of a block or of the key, the first of them in the lowest bits.
+// A group is 4 bytes of a block or of the key. The first byte is in the lowest bits.
 uint32_t Load(const uint8_t* bytes) {
     uint32_t group = 0;
     std::memcpy(&group, bytes, sizeof group);
@@ -33,8 +33,8 @@ void Store(uint8_t* bytes, uint32_t group) {
     std::memcpy(bytes, &group, sizeof group);
 }
 
-// Rotates both 16-bit words of a group to the left. The mode makes no difference here: to swap a word's bytes is to
-// rotate it by 8.
+// Rotates both 16-bit words of a group to the left. The mode makes no difference here: it would swap a word's bytes,
+// which is a rotation by 8.
 template <int kBits>
 uint32_t RotateWords(uint32_t group) {
     constexpr int kLeft = (kBits + 16) % 16;
@@ -42,7 +42,8 @@ uint32_t RotateWords(uint32_t group) {
     return (group << kLeft & kUpperBits) | (group >> (16 - kLeft) & ~kUpperBits);
 }
 
-// Over signed bytes, with 32-bit wrap-around: ((b0 * 31 + b1) * 31 + b2) * 31 + b3, in an order that need not wait.
+// ((b0 * 31 + b1) * 31 + b2) * 31 + b3 over signed bytes, with 32-bit wrap-around. In this order the processor can
+// compute both halves in parallel.
 uint32_t Hash(uint32_t group) {
     constexpr uint32_t k = 31;
     const auto byte = [group](int index) { return static_cast<uint32_t>(static_cast<int8_t>(group >> 8 * index)); };
@@ -53,21 +54,22 @@ uint32_t InModesOrder(uint32_t hash, uint8_t mode) {
     return mode == kLittleEndian ? hash : hash << 24 | (hash & 0xFF00) << 8 | (hash >> 8 & 0xFF00) | hash >> 24;
 }
 
-// Place of the second key group of a block: a multiple of 4, never 0.
+// Offset of a round's second group in the block: a multiple of 4, never 0.
 template <uint32_t kSize>
 uint32_t SecondPlace(uint32_t hash) {
     const uint32_t place = hash % (kSize - 4) & ~3U;
     return place == 0 ? 4 : place;
 }
 
-// What a round does to a group as a rule: it rotates its words, then XORs them with the round's mask. Several rounds
-// are one such step again, with the sum of their rotations and one mask, so the rule runs over the block once, at the
-// end. The exceptions are the first group of a block and, in each round, one second group. A round computes these two
-// alone and puts into the second one's place what the rule will turn into its value.
+// The rule of a round: rotate the words of a group, then XOR the group with the round's mask. Several rounds together
+// follow the same rule: their rotations add up, and their masks combine into one mask. So the rule runs over the block
+// only once, at the end.
+// The first group of the block, and the second group of each round, do not follow the rule. A round computes these two
+// groups directly. For the second group it stores the value that the rule later turns into the correct one.
 
 struct Rounds {
     uint32_t first = 0;  // the block's first group after the rounds so far
-    uint32_t mask = 0;   // that of the rounds so far together
+    uint32_t mask = 0;   // the combined mask of the rounds so far
 };
 
 template <uint32_t kSize, int kRound>
@@ -91,7 +93,7 @@ void EncryptRound(uint8_t* block, Rounds& rounds, uint32_t key, uint8_t mode) {
     rounds.first = RotateWords<kRotation>(rounds.first ^ key);
 }
 
-// What is left to do to a block after its rounds, which together rotate words by `kTurn` bits to the left.
+// Applies the rule to a block after its rounds, which together rotate words by `kTurn` bits to the left.
 template <uint32_t kSize, int kTurn>
 void ApplyRule(uint8_t* block, const Rounds& rounds) {
     constexpr int kLeft = (kTurn + 16) % 16;
@@ -123,8 +125,8 @@ void EncryptBlock(uint8_t* block, uint32_t key, uint8_t mode) {
     ApplyRule<kSize, 3 * kRotation>(block, rounds);
 }
 
-// Applies a transform to the full 256-byte blocks of a chunk, then to the full 16-byte blocks of the rest.
-// Returns the number of bytes that are left behind them.
+// Applies a transform to the full 256-byte blocks of a chunk, then to the full 16-byte blocks of the rest. Returns the
+// number of bytes after these blocks: the tail.
 using BlockTransform = void (*)(uint8_t* block, uint32_t key, uint8_t mode);
 template <BlockTransform kLarge, BlockTransform kSmall>
 uint32_t TransformBlocks(uint8_t* chunk, uint32_t size, const ModelFileCipher& cipher) {
@@ -139,15 +141,15 @@ uint32_t TransformBlocks(uint8_t* chunk, uint32_t size, const ModelFileCipher& c
     return size - offset;
 }
 
-// The shift deliberately fills with copies of the sign bit, so that neither direction of the tail is a rotation.
+// The shift deliberately copies the sign bit, so the tail's transform is not a rotation in either direction.
 uint8_t ShiftSigned(uint8_t byte, int bits) {
     return static_cast<uint8_t>(static_cast<int8_t>(byte) >> bits);
 }
 
 }  // namespace
 
-// Both tails compare a place in the chunk with a number of bytes, deliberately: only a chunk that is shorter than
-// one block has a tail that is transformed, and the two directions do not cover the same bytes.
+// Both loops over the tail deliberately compare a position in the chunk with a number of bytes. So they only transform
+// the tail of a chunk that is shorter than one block, and `Encrypt` changes fewer bytes than `Decrypt`.
 
 void ModelFileCipher::Decrypt(uint8_t* chunk, uint32_t size) const {
     const uint32_t tail = TransformBlocks<DecryptBlock<kBlock>, DecryptBlock<kSmallBlock>>(chunk, size, *this);

@@ -162,7 +162,7 @@ Status OptionV2Impl::ToParams(InterpreterParams& params) const {
             key.fill(0);
             return MakeErrorStatus("OptionOpenvinoMakeEncryptedKey is longer than 4 bytes");
         }
-        std::memcpy(key.data(), keyText.data(), keyText.size());  // the rest of the key stays as it was
+        std::memcpy(key.data(), keyText.data(), keyText.size());  // the rest of the key is unchanged
     }
     return MakeSuccessStatus();
 }

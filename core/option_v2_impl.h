@@ -39,8 +39,8 @@ class OptionV2Impl final : public OptionV2 {
     const T* Find(const char* key) const;
     OptionValues values;
 
-    // A buffer that replaces a buffer deliberately does not free the old bytes: whoever asked for their address
-    // may still use it. They go with the set.
+    // The old bytes of replaced buffers. The set deliberately keeps them as long as it lives, because a caller of
+    // `GetBuffer` may still use them.
     std::vector<std::unique_ptr<uint8_t[]>> replacedBuffers;
 };
 

@@ -12,7 +12,7 @@ namespace {
 using namespace std::string_literals;
 using Key = std::array<uint8_t, 4>;
 
-// Lets `Deserialize` read exactly the form and the one byte behind it that it may read; the sanitizers see any other.
+// `Deserialize` may read the form and the one byte after it. The sanitizers detect every other read.
 bool Load(OptionV2& option, const std::string& form, char behind = 0) {
     const auto block = std::make_unique<char[]>(form.size() + 1);
     std::memcpy(block.get(), form.data(), form.size());
@@ -87,7 +87,7 @@ TEST(OptionV2, OddEntriesOfAFormAreReadAsProducersRelyOn) {
     EXPECT_TRUE(Load(*option, cut, 7)) << "or an unknown one, which has no value";
 }
 
-// What every getter answers for `key`; a question mark stands behind the default, which is 9 or true.
+// The result of every getter for `key`. A question mark marks the default, which is 9 or true.
 std::string Answers(const OptionV2& option, const char* key) {
     std::ostringstream text;
     bool found = false;
@@ -135,7 +135,7 @@ constexpr std::string Params::*kTexts[] = {&Params::host,        &Params::modelP
                                            &Params::libraryPath, &Params::openvinoDevice, &Params::openvinoCachePath,
                                            &Params::qnnStubPath, &Params::qnnSystemPath,  &Params::qnnOutputPath};
 
-// What `params` holds; a flag is a plus or a minus.
+// The texts of `params`, then its flags as plus or minus signs.
 std::string Joined(const Params& params) {
     std::string joined;
     for (const auto text : kTexts) {
@@ -147,7 +147,7 @@ std::string Joined(const Params& params) {
     return joined;
 }
 
-// Of the flat form: the keys, because numbers are below those of the letters here, and the texts.
+// The keys and texts of the flat form. Bytes of numbers are smaller than letters here, so they are dropped.
 std::string Letters(const OptionV2& option) {
     std::string letters = Flat(option);
     std::erase_if(letters, [](char byte) { return byte < 'A'; });
@@ -175,7 +175,7 @@ TEST(OptionV2, ParamsTravelThroughTheSetByFramework) {
         ASSERT_TRUE(option->ToParams(back).Ok());
         EXPECT_EQ(back.framework, read);
         EXPECT_EQ(Joined(back), carried);
-        const Key key = {'a', 'b', 'y', 'z'};  // the text ends at its zero byte and leaves the rest as it was
+        const Key key = {'a', 'b', 'y', 'z'};  // the text ends at its zero byte; the rest is unchanged
         EXPECT_EQ(back.openvinoMakeEncryptedKey == key, written == 9 && read == 9);
     }
 }

@@ -4,7 +4,7 @@
 
 namespace Orvane {
 
-// The error is read before the base class allocates its copy of the message.
+// Reads the error before the base class copies the message: the allocation may change the error.
 SystemException::SystemException(const char* message) : SystemException(message, Platform::LastError()) {}
 
 SystemException::SystemException(const char* message, uint32_t lastError)

@@ -5,11 +5,11 @@
 
 namespace Orvane {
 
-// A failure of the operating system while it creates a process or channel. Never leaves the SDK.
+// The operating system failed to create a process or channel. Never leaves the SDK.
 class SystemException : public std::runtime_error {
  public:
     // Copies `message` and takes the calling thread's last system error as the code. Construct it right after the
-    // failed call, before anything else can change that error.
+    // failed call, before other code changes that error.
     explicit SystemException(const char* message);
     SystemException(const SystemException& other) = default;
 

@@ -17,7 +17,7 @@ TensorProxyImpl::TensorProxyImpl(IOrvane& backendOfTensor, uint32_t tensorIndex,
       info(backendOfTensor.GetTensorInfo(tensorType, tensorIndex)) {}
 
 uint64_t TensorProxyImpl::GetByteSize() const {
-    // Unsigned, because the product may wrap around; the bits are those of the signed product.
+    // Unsigned, because the product may wrap around. It has the same bits as the signed product.
     uint64_t size = DataTypeSize(info.dataType);
     for (const int64_t dimension : info.shape) {
         size *= static_cast<uint64_t>(dimension);
@@ -37,7 +37,7 @@ Status TensorProxyImpl::Bind(const TensorImpl& other) {
     return backend.BindTensor(index, type, proxy->index, proxy->type);
 }
 
-// The two tests below differ on purpose: a type that is neither input nor output fails both.
+// The two checks below deliberately differ: a type that is neither input nor output fails both.
 Status TensorProxyImpl::CopyFrom(const void* data, uint32_t size) {
     if (type != TensorTypeInput) {
         return MakeErrorStatus(kNoInput);

@@ -6,7 +6,7 @@
 
 namespace Orvane {
 
-// A tensor over a backend, which must outlive it.
+// A tensor of a backend. The backend must outlive it.
 class TensorProxyImpl final : public TensorImpl {
  public:
     // Asks the backend for the description.

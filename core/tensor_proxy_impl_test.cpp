@@ -9,7 +9,7 @@ namespace {
 
 class TensorTest : public testing::Test {
  protected:
-    // Of an only input of this type and shape.
+    // The byte size of an input with this type and shape.
     uint64_t ByteSize(uint32_t type, const std::vector<int64_t>& shape) {
         backend.inputs = {{"x", false, static_cast<DataType>(type), 1, shape}};
         return TensorProxyImpl(backend, 0, TensorTypeInput).GetByteSize();
@@ -31,7 +31,7 @@ TEST_F(TensorTest, DescribesItselfAsItWasWhenItWasMade) {
 }
 
 TEST_F(TensorTest, ByteSizeFollowsTypeAndShape) {
-    const uint64_t bytesOfThree[] = {0, 12, 6, 12, 3, 24, 3, 6, 3, 24, 3};  // by the type's number
+    const uint64_t bytesOfThree[] = {0, 12, 6, 12, 3, 24, 3, 6, 3, 24, 3};  // the index is the type's number
     for (uint32_t type = 0; type < std::size(bytesOfThree); ++type) {
         EXPECT_EQ(ByteSize(type, {3}), bytesOfThree[type]) << type;
     }
@@ -64,7 +64,7 @@ TEST_F(TensorTest, DataGoesOnlyTheWayOfItsSide) {
     EXPECT_EQ(input.GetData(), &backend.inputs[1]);
 }
 
-// A tensor of an application's own.
+// A tensor that an application implements.
 class ForeignTensor final : public TensorImpl {
     std::string GetName() const override { return {}; }
     TensorType GetTensorType() const override { return TensorTypeInput; }

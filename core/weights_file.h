@@ -4,9 +4,9 @@
 
 namespace Orvane {
 
-// The file with the weights of a model file, which stands beside it: its path (UTF-8) with the ending "bin". The ending
-// is what stands in the file's name from the last "." on, also when that is all of the name, which the standard library
-// takes for a name without an ending.
+// Returns the path (UTF-8) of a model file's weights: the same path with the extension "bin". The extension starts at
+// the last "." of the file name, even if the name is only an extension, such as ".xml". The standard library finds no
+// extension in such a name.
 std::string WeightsFileOf(const std::string& modelFile);
 
 }  // namespace Orvane
