@@ -54,7 +54,7 @@ std::vector<int64_t> ReadShape(MessageBuffer& message) {
     for (uint32_t i = 0; i < rank; ++i) {
         shape.push_back(message.ReadUInt32());
     }
-    // Only now: a rank that no dimensions follow has ended the process, and has not filled its memory first.
+    // Inserts the zeros last: if the rank is wrong, the reads above end the process before it fills its memory.
     shape.insert(shape.begin(), rank, 0);
     return shape;
 }

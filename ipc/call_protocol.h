@@ -40,7 +40,7 @@ enum Call : uint32_t {
     CallExit = 9,
 };
 
-// Where a `CallSetInputData` request has its data: after the call, the index and the length.
+// Offset in bytes of the data in a `CallSetInputData` request: after the call, the index and the length.
 inline constexpr uint32_t kInputDataOffset = 24;
 
 // Starts a request and writes its u32 fields.
@@ -51,18 +51,18 @@ void WriteRequest(MessageBuffer& message, Call call, Fields... fields) {
     (message.WriteUInt32(fields), ...);
 }
 
-// A description: string name, element type, format word, rank, then the low 32 bits of each dimension. The flag does
-// not travel and is clear. A dimension of -1 arrives as 4,294,967,295. This is deliberate: dimensions have 32 bits in
-// this direction.
+// A description: string name, element type, format word, rank, then the low 32 bits of each dimension. The flag is not
+// sent, and is clear after reading. A dimension of -1 arrives as 4,294,967,295. This is deliberate: dimensions have 32
+// bits in this direction.
 void WriteTensorInfo(MessageBuffer& message, const TensorImpl& tensor);
 TensorInfo ReadTensorInfo(MessageBuffer& message);
 
-// Pairs of key and value. If a key comes twice, the last value wins.
+// Pairs of key and value. If a key occurs twice, the last value wins.
 void WriteExtraInfo(MessageBuffer& message, const std::unordered_map<std::string, std::string>& info);
 std::unordered_map<std::string, std::string> ReadExtraInfo(MessageBuffer& message);
 
 // A shape: rank, then the dimensions. The two sides differ deliberately, and neither may change alone: the client
-// writes dimensions as u64 and the host process reads u32, so every shape but an empty one ends the host process. The
+// writes dimensions as u64 and the host process reads u32. So every shape but an empty one ends the host process. The
 // host process also puts as many zeros in front of the dimensions as it reads.
 void WriteShape(MessageBuffer& message, const std::vector<int64_t>& shape);
 std::vector<int64_t> ReadShape(MessageBuffer& message);

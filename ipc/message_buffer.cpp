@@ -81,8 +81,8 @@ void MessageBuffer::Write(const void* item, uint32_t size) {
     if (size == 0) {
         return;
     }
-    // In 32 bits, so that a cursor that has passed the end finds a large room: deliberate, lengths are the sender's
-    // care.
+    // Deliberately in 32 bits: if the cursor exceeds the capacity, the room wraps around to a large number. Senders are
+    // responsible for lengths.
     const uint32_t room = Room();
     if (base == nullptr || size > room) {
         if (base != nullptr) {

@@ -33,7 +33,7 @@ class MessageBuffer {
         uint32_t size;
     };
 
-    // From now on works on `size` bytes of `memory`, which the caller owns. Null detaches the buffer.
+    // Makes the buffer use `size` bytes of `memory`, which the caller owns. Null detaches the buffer.
     void Attach(uint8_t* memory, uint32_t size, Reads reading = Reads::Trusting);
     bool IsAttached() const { return base != nullptr; }
     uint32_t Capacity() const { return capacity; }
@@ -46,22 +46,22 @@ class MessageBuffer {
     void WriteString(std::string_view text);
     void WriteStatus(const Status& status);
 
-    // Copies nothing if `data` is where the bytes belong.
+    // Copies nothing if `data` already is the place of the bytes in the message.
     void WriteBytes(const void* data, uint32_t size);
 
-    // The next `size` bytes, for the caller to fill in place. Does not check the capacity.
+    // Returns the next `size` bytes, which the caller fills. Does not check the capacity.
     uint8_t* ReserveBytes(uint32_t size);
 
-    // How many bytes still fit.
+    // Bytes that still fit.
     uint32_t Room() const { return capacity - cursor; }
 
     uint32_t ReadUInt32();
     std::string ReadString();
 
-    // Logs and returns a failure if there is a message or a code other than 0.
+    // Logs and returns a failure if the message is not empty or the code is not 0.
     Status ReadStatus();
 
-    // Points into the buffer; copies nothing.
+    // Returns a pointer into the buffer.
     Bytes ReadBytes();
 
  private:

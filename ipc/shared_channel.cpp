@@ -92,7 +92,7 @@ void SharedChannel::Create(uint32_t size) {
 }
 
 void SharedChannel::CreateObjects(int32_t number, uint32_t size) {
-    // One look at the module word: another thread may renew it meanwhile.
+    // Reads the module word once: another thread may renew it meanwhile.
     const Names names(Platform::ModuleWord(), number);
     resultEvent = CreateEvent(names.result, "CreateEvent result error ");
     callEvent = CreateEvent(names.call, "CreateEvent call error");
@@ -108,7 +108,7 @@ void SharedChannel::CreateObjects(int32_t number, uint32_t size) {
 
 void SharedChannel::Open(const std::string& arguments) {
     std::istringstream text(arguments);
-    std::array<std::string, 4> tokens;  // a missing one is empty
+    std::array<std::string, 4> tokens;  // a missing token is empty
     for (std::string& token : tokens) {
         std::getline(text, token, '|');
     }
@@ -120,14 +120,14 @@ void SharedChannel::Open(const std::string& arguments) {
     if (!opened) {
         ThrowSystemError("OpenFileMapping error");
     }
-    // No digits give 0: the whole section is then mapped, and the first write finds no room.
+    // Without digits the size is 0: `MapView` then maps the whole section, and the first write finds no room.
     const long long size = std::strtoll(sizeText.c_str(), nullptr, 10);
     view = MapView(opened, static_cast<uint64_t>(size));
     message.Attach(view->Data(), static_cast<uint32_t>(size));
 }
 
 bool SharedChannel::EnsureMemory(uint32_t dataSize) {
-    // Ample for what a message consists of beside data: numbers, a name, a shape, the text of a status.
+    // Enough for everything in a message but the data: numbers, a name, a shape, the text of a status.
     constexpr uint64_t kBesideData = 65'536;
     return !section || section.Commit(std::min<uint64_t>(dataSize + kBesideData, message.Capacity()));
 }

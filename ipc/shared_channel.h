@@ -11,45 +11,45 @@
 
 namespace Orvane {
 
-// The text of a failure to get memory for a section: when it is created, or when a call needs more of it.
+// The error text if a section gets no memory, either at its creation or when a call needs more.
 constexpr const char* kSectionError = "CreateFileMapping error";
 
-// From now on the channels of this process pass over numbers whose names another process has. Two running copies of one
-// program form the same names on Windows, and would share a channel; clients that do not ask for this do, deliberately.
+// Makes the channels of this process skip numbers whose names another process uses. On Windows, two running copies of
+// one program form the same names, and would share a channel. Clients that do not call this deliberately share it.
 void PassOverTakenNames();
 
-// What joins one client to one host: a section that holds a request or its reply, and two events that hand it over.
-// The client owns the section until it sets the Call event; the host owns it from then until it sets the Result
-// event. One exchange is in flight at a time.
+// Connects one client to one host process: a section that holds a request or its reply, and two events that hand it
+// over. The client owns the section until it sets the Call event. The host process then owns it until it sets the
+// Result event. Only one exchange runs at a time.
 struct SharedChannel {
-    // Client: makes the objects under names of their own and the host's argument string. Objects of an earlier
-    // channel are replaced one by one. Throws `SystemException`; what was made before stays until it is replaced or
-    // the record goes.
+    // Client: creates the objects under the channel's names, and the argument string for the host process. Replaces the
+    // objects of an earlier channel one by one. If it throws `SystemException`, this object keeps the objects that it
+    // has created.
     void Create(uint32_t size);
 
-    // Host: opens what a client's argument string names: "RESULT|CALL|SECTION|SIZE". Throws `SystemException`.
+    // Host process: opens the objects that a client's argument string names: "RESULT|CALL|SECTION|SIZE". Throws
+    // `SystemException`.
     void Open(const std::string& arguments);
 
-    // Client: makes sure of the memory for requests and replies that carry `dataSize` bytes of data, or for the whole
-    // section when that is less. False, with the system's last error, when there is not enough. Does nothing without a
-    // section.
+    // Client: commits memory for requests and replies with `dataSize` bytes of data, but at most the whole section.
+    // Returns false, with the system's last error, if there is not enough. Does nothing without a section.
     bool EnsureMemory(uint32_t dataSize);
 
     // Unmaps and closes the section. The events stay open, deliberately: the next `Create` replaces them.
     void ReleaseSection();
 
-    // The order is that of destruction, from the last to the first.
+    // The members are destroyed from the last to the first, and need this order.
     Platform::Event resultEvent;
     Platform::Event callEvent;
     std::string hostArguments;  // client only
 
-    // Client only: held for a whole exchange. It outlives the section that it guards, because threads may still be
-    // waiting for it when that is released; they then find `message` without memory.
+    // Client only: a thread holds this lock for a whole exchange. The lock outlives the section that it guards, because
+    // threads may still wait for it when the section is released. They then find `message` without memory.
     std::unique_ptr<std::recursive_mutex> lock = std::make_unique<std::recursive_mutex>();
 
-    Platform::Section section;             // client only: the host closes it once it is mapped
-    std::shared_ptr<Platform::View> view;  // null without a section; shared with memory that an application was given
-    MessageBuffer message;                 // over the view
+    Platform::Section section;             // client only: the host process closes it after mapping
+    std::shared_ptr<Platform::View> view;  // null without a section; input memory of the application shares it
+    MessageBuffer message;                 // uses the view
 
  private:
     void CreateObjects(int32_t number, uint32_t size);
