@@ -21,12 +21,13 @@ namespace Orvane {
 
 namespace {
 
-// Milliseconds between two looks at whether the host still lives, and until a living one that does not answer is
-// given up, after some 55 hours: in practice only a dead host ends a wait.
+// In milliseconds: how often a wait checks whether the host process is alive, and how long it waits for a live host
+// process without a time limit. The latter is about 55 hours: in practice only the end of the host process ends the
+// wait.
 constexpr uint32_t kWaitSlice = 200;
 constexpr int64_t kWaitBudget = 200'000'000;
 
-// The two blanks are deliberate: applications compare the text.
+// The two blanks are deliberate: applications compare this text.
 constexpr const char* kHostCallError = "host call  error";
 
 const char* LaunchError(Platform::LaunchStep step) {
@@ -44,13 +45,13 @@ const char* LaunchError(Platform::LaunchStep step) {
     }
 }
 
-// Writes a call and its u32 fields.
+// Returns a function that writes a request with these u32 fields.
 template <typename... Fields>
 auto Request(Call call, Fields... fields) {
     return [=](MessageBuffer& message) { WriteRequest(message, call, fields...); };
 }
 
-// A time from now on, or none.
+// A time limit that starts now. 0 is no limit.
 class TimeLimit {
  public:
     explicit TimeLimit(uint32_t milliseconds)
@@ -58,7 +59,7 @@ class TimeLimit {
 
     bool IsOver() const { return end != Clock::time_point::max() && Clock::now() >= end; }
 
-    // Milliseconds: `atMost`, or what is left when that is less.
+    // Milliseconds that are left, but at most `atMost`.
     uint32_t Within(uint32_t atMost) const {
         if (end == Clock::time_point::max()) {
             return atMost;
@@ -73,10 +74,10 @@ class TimeLimit {
     Clock::time_point end;
 };
 
-// The memory that a tensor's data takes in a channel: at most all of it.
+// Bytes of a tensor's data in a channel, at most the size of the channel.
 uint32_t BytesInChannel(const TensorInfo& info) {
     uint64_t size = DataTypeSize(info.dataType);
-    for (const int64_t dimension : info.shape) {  // each has 32 bits, and the product is bounded after each
+    for (const int64_t dimension : info.shape) {  // each has 32 bits, so the limited product cannot overflow
         size = std::min<uint64_t>(size * static_cast<uint64_t>(dimension), RemoteWrapper::kChannelSize);
     }
     return static_cast<uint32_t>(size);
@@ -152,10 +153,10 @@ void RemoteWrapper::ReleaseFor(HostEndCause cause) {
     Release();
 }
 
-// The child has copies of everything and owns none of it: neither the host nor what is in the section is touched, and
-// whatever another thread had locked when the process was forked stays locked here.
+// The child has copies of everything but owns nothing: it must not touch the host process or the content of the
+// section. If another thread held the lock during the fork, the lock stays locked in the child.
 void RemoteWrapper::ForgetTheParents() {
-    // A thread that holds it, and forked in a callback, still unlocks it.
+    // Deliberately leaks: a thread that held the lock and forked in a callback still unlocks it.
     [[maybe_unused]] const std::recursive_mutex* const kept = channel.lock.release();
     channel.lock = std::make_unique<std::recursive_mutex>();
     channel.ReleaseSection();
@@ -182,12 +183,12 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
         WriteRequest(message, CallInit, size);
         const uint32_t room = message.Room();
         if (option->Serialize(message.ReserveBytes(size), room) != size) {
-            Platform::FailFast();  // like every write that does not fit
+            Platform::FailFast();  // as for every write that does not fit
         }
     });
 }
 
-// A living host, and a channel to it that has memory for a first call of this size.
+// Ensures that there are a live host process and a channel, with memory for a first call of this size.
 Status RemoteWrapper::EnsureHost(const std::string& program, uint32_t dataSize) {
     FailureReason reason = FailureReasonSystem;
     try {
@@ -219,10 +220,10 @@ void RemoteWrapper::Release() {
     }
     const std::lock_guard guard(*channel.lock);
     if (channel.message.IsAttached()) {
-        WriteRequest(channel.message, CallExit);  // never signalled: closing the host is what ends it
+        WriteRequest(channel.message, CallExit);  // sent only if the system refuses to end the host process
     }
     if (!host->Terminate()) {
-        channel.callEvent.Set();  // all that is left is to ask it, and it listens once it has nothing to do
+        channel.callEvent.Set();  // asks the host process, which exits after its current work
     }
     host->Close();
     channel.ReleaseSection();
@@ -247,8 +248,8 @@ TensorInfo RemoteWrapper::GetTensorInfo(TensorType type, uint32_t index) {
         [](Obstacle) { return TensorInfo(); });
 }
 
-// Data that lies in the section, such as that of an output, is moved to its place in the request before the request's
-// other fields overwrite it. Returns where the data is.
+// If the data is in the section, such as an output, moves it to its place in the request. Otherwise the request's other
+// fields could overwrite it first. Returns the address of the data.
 const void* RemoteWrapper::MoveWithinSection(const void* data, uint32_t size) {
     uint8_t* const section = channel.view->Data();
     const auto offset = reinterpret_cast<uintptr_t>(data) - reinterpret_cast<uintptr_t>(section);
@@ -322,7 +323,7 @@ std::unordered_map<std::string, std::string> RemoteWrapper::GetExtraInfo() {
                     [](Obstacle) { return std::unordered_map<std::string, std::string>(); });
 }
 
-// What the host was heard to have; a channel's worth where it was not asked.
+// Returns the size that the host process described, or the size of a channel if the output was not described.
 uint32_t RemoteWrapper::OutputBytes(uint32_t index) {
     if (!owner.IsThisProcess()) {
         return 0;

@@ -16,24 +16,25 @@
 
 namespace Orvane {
 
-// Runs a model in a host process. Every operation is one exchange on a shared channel, and holds the channel's lock
-// for all of it, so that any number of threads may call.
+// Runs a model in a host process. Thread-safe: every operation is one exchange on a shared channel, and holds the
+// channel's lock for the whole exchange.
 //
-// A host that is found dead releases the wrapper; the operation then fails, with "Orvane Host Exit" where it has a
-// status, and so does every operation on a released or new wrapper. `Init` starts a new host.
-// A system without memory for the data of a call fails it, with "CreateFileMapping error", and nothing else.
-// A reply with a value of another type than there must be throws `std::runtime_error`; one whose lengths pass the end
-// of the section counts as a dead host. In a forked child the wrapper has no host.
+// If an operation finds that the host process has ended, it releases the wrapper and fails. Its status, if it returns
+// one, is "Orvane Host Exit". Every operation on a released or new wrapper fails in the same way. `Init` starts a new
+// host process.
+// If the system has no memory for the data of a call, only this call fails, with "CreateFileMapping error".
+// If a value in a reply has a wrong type, the operation throws `std::runtime_error`. If a length in a reply exceeds the
+// section, the wrapper treats the host process as dead. In a forked child the wrapper has no host process.
 class RemoteWrapper final : public IOrvane {
  public:
-    // Bytes of a channel: the largest tensor, and room for what travels with it.
+    // Size of a channel in bytes: the largest tensor, and the other fields of its message.
     static constexpr uint32_t kChannelSize = kMaxHostTensorBytes + 1'024;
 
-    // Starts the host program that `params` names, unless one is running already, and loads the model there.
-    // A failure of the system has the system's error number as its code, and the wrapper is released.
+    // Starts the host program that `params` names, unless a host process already runs, and loads the model there. If
+    // the system fails, the code is the system's error number and the wrapper is released.
     Status Init(const InterpreterParams& params) override;
 
-    // Ends the host. Harmless where there is nothing to release.
+    // Ends the host process, if there is one, and releases the section.
     void Release() override;
 
     int32_t GetTensorCount(TensorType type) override;
@@ -43,32 +44,33 @@ class RemoteWrapper final : public IOrvane {
     Status SetInputData(uint32_t index, const void* data, uint32_t size) override;
     Status Invoke() override;
 
-    // Copies what the host sends, which is what it was asked for. An output that does not fit into the channel ends
-    // the host.
+    // Copies as many bytes as the host process sends, which is `size`. An output that does not fit into the channel
+    // ends the host process.
     Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override;
 
-    // Points into the channel: valid until the next operation.
+    // Returns a pointer into the channel, valid until the next operation.
     void* GetTensorData(TensorType type, uint32_t index) override;
     std::unordered_map<std::string, std::string> GetExtraInfo() override;
 
-    // Any shape but an empty one ends the host, deliberately.
+    // Any shape but an empty one deliberately ends the host process. Without a reply the status is "host call  error".
     Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override;
 
     std::shared_ptr<HostControl> GetHostControl() override { return host; }
 
-    // The place of the data in a request.
+    // Returns the place of the data in a request.
     Status GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory) override;
 
  private:
     // Why an exchange did not take place or got no reply.
     enum class Obstacle { NoMemory, NoHost };
 
-    // The frame of every operation: under the lock, `write` puts a request into the channel, which has memory for
-    // `dataSize` bytes of data; the host gets it; and `read` makes the result of the reply. Or `fail` makes it.
+    // Runs an operation under the lock. Commits memory for `dataSize` bytes of data. `write` then writes the request,
+    // and the host process answers it. `read` makes the result from the reply. If there is no reply, `fail` makes the
+    // result.
     template <typename Write, typename Read, typename Fail>
     std::invoke_result_t<Read, MessageBuffer&> Exchange(uint32_t dataSize, Write write, Read read, Fail fail);
 
-    // The same for a reply that is a status.
+    // Does the same for a reply that is a status.
     template <typename Write>
     Status ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost = kHostExit);
 
@@ -84,15 +86,16 @@ class RemoteWrapper final : public IOrvane {
         void operator()(RunningHost* running) const { running->Close(); }
     };
 
-    // The order is that of destruction, from the last to the first. The host ends with the wrapper, whoever else still
-    // has its control.
+    // The members are destroyed from the last to the first, and need this order. The host process ends with the
+    // wrapper, even if another owner still has its control.
     const std::shared_ptr<RunningHost> host = std::make_shared<RunningHost>();
     const std::unique_ptr<RunningHost, Closing> closing{host.get()};
     SharedChannel channel;
 
     Platform::ProcessMark owner;
 
-    // Of the outputs that were described since the last initialisation, by index: how much memory their data takes.
+    // Bytes of an output's data in the channel, by the index of the output. Contains the outputs that were described
+    // since the last `Init` or `SetTensorShape`.
     std::unordered_map<uint32_t, uint32_t> outputBytes;
 };
 

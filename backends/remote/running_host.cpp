@@ -41,7 +41,7 @@ std::optional<Platform::LaunchStep> RunningHost::Launch(const std::string& progr
     const std::lock_guard guard(own.mutex);
     const auto failed = own.process.Launch(program, arguments);
     own.isInitialising = false;
-    if (own.isInterrupted) {  // before there was anything to end
+    if (own.isInterrupted) {  // before the process started
         own.process.Terminate();
     }
     return failed;

@@ -12,8 +12,8 @@
 
 namespace Orvane {
 
-// The host process of a remote backend. The backend's operations, one at a time, start, ask and release it; any thread
-// may interrupt it meanwhile. A forked child finds one that was never started.
+// The host process of a remote backend. The backend's operations start, query and release it, one at a time. Any thread
+// may interrupt it meanwhile. A forked child finds a host process that never started.
 class RunningHost final : public HostControl {
  public:
     void Interrupt() override;
@@ -22,21 +22,22 @@ class RunningHost final : public HostControl {
 
     uint32_t TimeLimit() const { return timeLimit; }
 
-    // Before an initialisation: what was before is forgotten, and interrupts count from here on.
+    // Call this at the start of an initialisation. Forgets the last end and earlier interrupts.
     void BeginInitialisation();
 
-    // As `HostProcess::Launch`, which also says what `IsAlive` and `Terminate` do.
+    // `Platform::HostProcess` describes `Launch`, `IsAlive` and `Terminate`.
     std::optional<Platform::LaunchStep> Launch(const std::string& program, const std::string& arguments);
     bool Exists() const;
     bool IsAlive() const;
 
-    // Before the release of a host that was found dead, or that is to be ended for this cause: keeps how it ended.
+    // Records how the host process ended. Call this before you release a host process that has ended, or that you end
+    // for this cause.
     void NoteEnd(HostEndCause cause);
 
-    // If the system does not let it be ended, its end says so too.
+    // If the system refuses, also adds this to the recorded end.
     bool Terminate();
 
-    // Ends it and gives it up.
+    // Ends the host process and releases its handle.
     void Close();
 
  private:
