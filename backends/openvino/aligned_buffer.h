@@ -6,15 +6,14 @@
 
 namespace Orvane {
 
-// Owned bytes that start on a 64-byte boundary: the runtime then works on them in place instead of copying them once
-// more.
+// Owns bytes that are aligned to 64 bytes. The runtime uses such bytes in place instead of copying them.
 class AlignedBuffer {
  public:
-    // Both throw `std::bad_alloc` when there is no such memory.
+    // Both throw `std::bad_alloc` if there is not enough memory.
     static AlignedBuffer ZeroFilled(uint64_t byteSize);
-    static AlignedBuffer ForOverwrite(uint64_t byteSize);  // holds anything, and is to be filled as a whole
+    static AlignedBuffer ForOverwrite(uint64_t byteSize);  // undefined content: fill all of it
 
-    // Not null for 0 bytes either. The bytes stay where they are when the buffer object moves.
+    // Not null, even for 0 bytes. A move of the buffer object does not move the bytes.
     uint8_t* Data() { return bytes.get(); }
     uint64_t Size() const { return size; }
 

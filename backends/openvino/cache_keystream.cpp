@@ -25,11 +25,12 @@ constexpr std::array<uint8_t, 256> kCacheKeystream = {
 
 namespace {
 
-// Positions count up from 0 to 32767 once and then over and over from 1 or 0 to 32766. Deliberate: existing cache
-// files are written so.
+// The counter runs from 0 to 32767 once, then from 1 to 32766 once, and then always from 0 to 32766. This is
+// deliberate: existing cache files need it.
 constexpr uint64_t kPeriod = 32767;
 
-// The square of a position modulo 256 repeats every 128 positions. Two rounds let a whole one be taken from any start.
+// The square of a position modulo 256 repeats every 128 positions. From two rounds, a whole round can be copied from
+// any start.
 constexpr size_t kRound = 128;
 constexpr std::array<uint8_t, 2 * kRound> kRounds = [] {
     std::array<uint8_t, 2 * kRound> rounds{};
@@ -39,7 +40,7 @@ constexpr std::array<uint8_t, 2 * kRound> kRounds = [] {
     return rounds;
 }();
 
-// Whole rounds have a loop of their own, of a fixed length and over a copy that `data` cannot point into: compilers
+// Whole rounds have a separate loop, with a fixed length and a copy of the round that `data` cannot alias. Compilers
 // then keep the round in vector registers.
 void ApplyUnwrapped(uint64_t counter, uint8_t* data, size_t size) {
     std::array<uint8_t, kRound> round{};

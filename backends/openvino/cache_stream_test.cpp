@@ -31,7 +31,7 @@ std::string ReadAll(std::streambuf& source, size_t atMost) {
     return text;
 }
 
-// No stream uses all of its bytes.
+// The streams of the other tests do not use all of these bytes.
 TEST(CacheKeystream, HasTheTableOfEarlierBuilds) {
     EXPECT_EQ(kCacheKeystream, Testing::kKeystreamTable);
 }
@@ -66,7 +66,7 @@ TEST_F(CacheStream, AFileThatTakesNothingFailsEveryFlush) {
     EXPECT_EQ(buffer.pubseekpos(0, std::ios::out), std::streampos(-1));
 }
 
-// The fuzz target reads and writes at any place; here is what a read of nothing at the end gives.
+// The fuzz target reads and writes at any position. This test is about a read that gets no bytes at the end.
 TEST_F(CacheStream, AReadOfNothingDeliversTheFirstByteOfTheLastBlockOnce) {
     for (const size_t size : {4095U, 4096U, 4097U, 65'536U, 700'000U}) {
         const std::string expected = Pattern(size);

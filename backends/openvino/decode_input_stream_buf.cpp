@@ -16,7 +16,7 @@ DecodeInputStreamBuf::int_type DecodeInputStreamBuf::underflow() {
     }
     buffered = ReadPlain(buffer.data(), kBlock);
     sourceEnded = buffered < kBlock;
-    // Never an empty get area: the callers of underflow step over the byte that they were given.
+    // The get area is never empty: callers of `underflow` advance past the byte that it returned.
     setg(buffer.data(), buffer.data(), buffer.data() + std::max<std::streamsize>(buffered, 1));
     return traits_type::to_int_type(buffer.front());
 }
@@ -32,7 +32,7 @@ std::streamsize DecodeInputStreamBuf::xsgetn(char* destination, std::streamsize 
         sourceEnded = read % kBlock != 0;
         DropBuffered();
         if (read > 0) {
-            buffer.front() = destination[done + (read - 1) / kBlock * kBlock];  // as if it had gone through the buffer
+            buffer.front() = destination[done + (read - 1) / kBlock * kBlock];  // as after a read through the buffer
         }
         done += read;
     }
@@ -46,7 +46,7 @@ DecodeInputStreamBuf::pos_type DecodeInputStreamBuf::seekoff(off_type offset, st
         return file.pubseekoff(0, std::ios::cur, std::ios::in);
     }
     if (direction == std::ios::cur) {
-        offset -= std::max<off_type>(buffered - (gptr() - eback()), 0);  // the file is ahead by what is still unread
+        offset -= std::max<off_type>(buffered - (gptr() - eback()), 0);  // the file is ahead by the unread bytes
     }
     sourceEnded = false;
     DropBuffered();

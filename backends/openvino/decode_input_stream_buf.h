@@ -7,18 +7,17 @@
 
 namespace Orvane {
 
-// Reads a scrambled cache file as the plain bytes that were written to it. A file that cannot be opened reads like
-// an empty one.
+// Reads a scrambled cache file and returns the plain bytes. A file that cannot be opened reads like an empty file.
 class DecodeInputStreamBuf final : public std::streambuf {
  public:
     explicit DecodeInputStreamBuf(const std::filesystem::path& path);
 
  protected:
-    // A read of nothing, at the end of the file, still delivers the buffer's first byte once; only the next call
-    // reports the end. Deliberate, and harmless to the runtime, which knows how much it wants to read.
+    // At the end of the file, a read that gets no bytes still returns the buffer's first byte once; the next call
+    // returns the end. This is deliberate, and harmless: the runtime knows how many bytes it wants.
     int_type underflow() override;
 
-    // What is not in the buffer yet goes, but for its last block, straight to its destination.
+    // Reads bytes that are not in the buffer directly to `destination`, except for the last block.
     std::streamsize xsgetn(char* destination, std::streamsize count) override;
 
     pos_type seekoff(off_type offset, std::ios_base::seekdir direction, std::ios_base::openmode mode) override;
@@ -27,11 +26,11 @@ class DecodeInputStreamBuf final : public std::streambuf {
  private:
     static constexpr std::streamsize kBlock = 4096;
 
-    // Large reads are made in pieces of so many bytes, which the processor's cache still holds when the keystream is
-    // applied to them.
+    // Size in bytes of one piece of a large read. The processor's cache still holds a piece when the keystream is
+    // applied.
     static constexpr std::streamsize kPiece = 64 * kBlock;
 
-    // Reads up to `count` bytes at the file's position and brings them back; returns their number.
+    // Reads up to `count` bytes at the file's position and restores the plain bytes. Returns their number.
     std::streamsize ReadPlain(char* destination, std::streamsize count);
     void DropBuffered();
 

@@ -8,8 +8,7 @@
 
 namespace Orvane {
 
-// What the SDK tells of the inputs or outputs of a model. A dynamic dimension is -1; a port without a name has an empty
-// one.
+// Describes the inputs or outputs of a model. A dynamic dimension is -1. A port without a name has an empty name.
 std::vector<TensorInfo> DescribePorts(const std::vector<ov::Output<const ov::Node>>& ports);
 
 }  // namespace Orvane

@@ -34,7 +34,7 @@ class EncryptedModelFile {
             const auto count = static_cast<uint32_t>(source.gcount());
             cipher.Decrypt(chunk, count);
             offset += count;
-            if (count < wanted) {  // the file has become shorter meanwhile, or cannot be read
+            if (count < wanted) {  // the file is shorter now, or cannot be read
                 std::memset(memory + offset, 0, size - offset);
                 break;
             }

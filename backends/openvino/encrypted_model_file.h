@@ -8,8 +8,9 @@
 
 namespace Orvane {
 
-// The whole file at the UTF-8 `path`, deciphered: a model's description as text, its weights as bytes. Empty when it
-// cannot be opened or its size cannot be told; zeros from where a read failed. Held in memory once.
+// Return the whole decrypted file at `path` (UTF-8): a model's description as text, its weights as bytes. The result is
+// empty if the file cannot be opened or its size is unknown. If a read fails, the rest is zeros. These functions keep
+// only one copy of the file in memory.
 std::string ReadEncryptedDescription(const std::string& path, const ModelFileCipher& cipher);
 AlignedBuffer ReadEncryptedWeights(const std::string& path, const ModelFileCipher& cipher);
 

@@ -1,4 +1,4 @@
-// The cipher of model files, and the reading of files in it.
+// Tests the cipher of model files and the functions that read encrypted files.
 #include "backends/openvino/encrypted_model_file.h"
 #include "testing/support/temporary_folder.h"
 
@@ -16,7 +16,7 @@ const ModelFileCipher kLittle{1, {'K', 'e', 'y', '!'}};
 const ModelFileCipher kBig{0, {'K', 'e', 'y', '!'}};
 constexpr size_t kChunk = 4 << 20;
 
-// No two chunks are alike.
+// No two chunks are equal.
 Bytes Pattern(size_t size) {
     Bytes bytes(size);
     for (size_t i = 0; i < size; ++i) {
@@ -30,7 +30,7 @@ Bytes Transformed(Bytes bytes, const ModelFileCipher& cipher, decltype(&ModelFil
     return bytes;
 }
 
-// Hexadecimal digits; of a long result its FNV-1a digest.
+// The hexadecimal digits of a short result, or the FNV-1a digest of a long result.
 std::string Shown(const Bytes& bytes) {
     const std::string digits = "0123456789abcdef";
     std::string hex;
@@ -48,11 +48,11 @@ std::string Shown(const Bytes& bytes) {
     return hex;
 }
 
-// The results are those of testing/support/cipher_vectors.py. The fuzz target shows that any chunk of a block or more
-// comes back.
+// testing/support/cipher_vectors.py computes the expected results. The fuzz target shows that every chunk of at least
+// one block is restored.
 TEST(ModelFileCipher, TransformsChunksToTheBit) {
     const std::tuple<size_t, ModelFileCipher, std::string, std::string> cases[] = {
-        // A tail alone, in both its halves; a block; a block and an untouched tail; large blocks.
+        // Tails alone, blocks in both modes, a block and an unchanged tail, large blocks.
         {1, kLittle, "49", "01"},
         {10, kLittle, "288e2cc7ad09a9432185", "1bedb9d97a2d343b4249"},
         {16, kLittle, "7cacc16e0b0b7155d38c7b6e06c7d6fe", "66ce899b6317ca68d0d430936ab132a5"},
@@ -81,8 +81,8 @@ TEST(EncryptedModelFile, IsReadWholeWhateverItsSize) {
         EXPECT_TRUE(ReadEncryptedDescription(path, kLittle) == std::string(plain.begin(), plain.end())) << size;
     }
     EXPECT_EQ(ReadEncryptedWeights(folder.Path("missing"), kLittle).Size(), 0U);
-    // Only the last bytes show where a chunk begins: here 10 bytes of a large chunk, there a chunk of their own. These
-    // results are those of testing/support/cipher_vectors.py too.
+    // Only the last 10 bytes show where a chunk begins: they belong to a large chunk, or are a separate chunk.
+    // cipher_vectors.py computes these expected results too.
     for (const auto& [size, digest] : {std::pair(kChunk / 2 + 10, "2142273652"), {kChunk + 10, "2246045811"}}) {
         const Bytes stored = Pattern(size);
         const std::string path = folder.Write("权重", {stored.begin(), stored.end()});

@@ -35,11 +35,11 @@ std::string FullName(const ov::Core& core, const std::string& device) {
     try {
         return core.get_property(device, ov::device::full_name);
     } catch (const ov::Exception&) {
-        return "";  // it is a device all the same
+        return "";  // a device without a full name is still a device
     }
 }
 
-// Empty when all inputs have fixed dimensions.
+// Lists the inputs with dynamic dimensions. Empty if all dimensions are fixed.
 std::string DynamicInputs(const ov::Model& model) {
     const std::vector<TensorInfo> inputs = DescribePorts(model.inputs());
     std::string text;
@@ -55,7 +55,7 @@ std::string DynamicInputs(const ov::Model& model) {
 Status Write(const ov::Core& core, const std::shared_ptr<ov::Model>& model, const std::string& out) {
     try {
         ov::save_model(model, Platform::PathFromUtf8(out), false);
-        Read(core, out);  // a writer that does not notice a full disk leaves what cannot be read
+        Read(core, out);  // the writer may not notice a full disk, so this reads the result
         return MakeSuccessStatus();
     } catch (const ov::NotImplemented&) {
         throw;

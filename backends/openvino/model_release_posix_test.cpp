@@ -1,4 +1,4 @@
-// What only Linux and the runtime's own C++ interface let a test see: its functions can be replaced by this program's.
+// This test needs Linux and the runtime's C++ interface, because it replaces functions of the runtime.
 #include "backends/openvino/openvino_wrapper.h"
 #include "testing/support/temporary_folder.h"
 #include "testing/support/tiny_models.h"
@@ -22,7 +22,8 @@ Function* Replaced(const char* symbol) {
 
 }  // namespace
 
-// They do what they replace, and remember the model and whether it is gone when its compiled form is exported.
+// These functions call the originals. They also record whether the model still exists when its compiled form is
+// exported.
 namespace ov {
 
 CompiledModel Core::compile_model(const std::shared_ptr<const Model>& model, const std::string& device,

@@ -6,7 +6,7 @@
 
 namespace Orvane {
 
-// A backend that runs models on OpenVINO in this process. Apart from its class, whose header needs the runtime's.
+// A backend that runs models with OpenVINO in this process. This header does not need OpenVINO's headers.
 std::unique_ptr<IOrvane> CreateOpenvinoBackend();
 
 }  // namespace Orvane

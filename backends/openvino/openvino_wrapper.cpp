@@ -31,8 +31,8 @@ Status RuntimeFailure(const ov::Exception& error) {
     return MakeErrorStatus(error.what(), kErrorCode, FailureReasonRuntime);
 }
 
-// Throws `std::bad_alloc` for a size that no memory has, which a dynamic dimension, -1, gives: a product that wrapped
-// around could be small, and the runtime would write behind the buffer.
+// Throws `std::bad_alloc` if the size overflows, for instance because of a dynamic dimension (-1). A size that wraps
+// around could be small, and the runtime would write beyond the buffer.
 uint64_t ByteSize(uint64_t elementSize, const ov::Shape& shape) {
     uint64_t size = elementSize;
     for (const uint64_t dimension : shape) {
@@ -53,7 +53,7 @@ std::unique_ptr<IOrvane> CreateOpenvinoBackend() {
 Status OpenvinoWrapper::Init(const InterpreterParams& params) {
     const Platform::SignalStackKept signalStack;
     try {
-        // What an earlier call loaded goes first: its weights are about to be replaced under it.
+        // Frees the earlier model first: this load may replace the weights that it uses.
         inferRequest = {};
         compiledModel = {};
         if (!core.has_value()) {
@@ -66,7 +66,8 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
         }
         const std::filesystem::path cachePath = Platform::PathFromUtf8(params.openvinoCachePath);
         if (!cachePath.empty() && !Platform::IsMissing(cachePath)) {
-            // Whatever is there is the cache: when it cannot be imported, nothing falls back to the model files.
+            // If the cache file exists but cannot be imported, the load fails. It does not fall back to the model
+            // files.
             CallWatch::Enter(LoadStep::Importing);
             DecodeInputStreamBuf buffer(cachePath);
             std::istream stream(&buffer);
@@ -95,7 +96,7 @@ int32_t OpenvinoWrapper::GetTensorCount(TensorType type) {
 }
 
 TensorInfo OpenvinoWrapper::GetTensorInfo(TensorType type, uint32_t index) {
-    assert(index < Infos(type).size());  // deliberately no error of its own: callers ask for the count first
+    assert(index < Infos(type).size());  // deliberately no error: callers must pass an existing index
     return Infos(type)[index];
 }
 
@@ -181,7 +182,7 @@ Status OpenvinoWrapper::SetTensorShape(TensorType type, uint32_t index, const st
 
 bool OpenvinoWrapper::HasDevice(const std::string& device) {
     std::exception_ptr notLoaded;
-    // To list the devices loads every plugin there is: the one that nearly everybody wants is asked for by name.
+    // Listing the devices loads every plugin. So this asks for the CPU, the most common device, by name.
     if (device == "CPU") {
         try {
             if (!core->get_property(device, ov::available_devices).empty()) {
@@ -198,12 +199,12 @@ bool OpenvinoWrapper::HasDevice(const std::string& device) {
         return name.find(device) != std::string::npos;
     });
     if (!isListed && notLoaded) {
-        std::rethrow_exception(notLoaded);  // the list leaves a plugin out for which memory or threads are lacking
+        std::rethrow_exception(notLoaded);  // the list omits a plugin that lacks memory or threads
     }
     return isListed;
 }
 
-// The model goes when this returns: a cache is written without its memory.
+// Frees the model that it read, so that its memory is free while the cache is written.
 ov::CompiledModel OpenvinoWrapper::Compile(const InterpreterParams& params, const std::string& device) {
     CallWatch::Enter(LoadStep::Reading);
     const std::shared_ptr<ov::Model> model = ReadModel(params);
@@ -235,7 +236,7 @@ void OpenvinoWrapper::WriteCache(const std::filesystem::path& path) {
         compiledModel.export_model(stream);
         stream.flush();
     } catch (const ov::Exception&) {
-        // The model runs without its cache; the next start compiles again or says what is wrong with the file.
+        // The model runs without its cache. The next load compiles it again, or reports the fault of the file.
     }
 }
 

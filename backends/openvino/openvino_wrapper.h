@@ -15,15 +15,15 @@
 
 namespace Orvane {
 
-// Runs a model in this process. The runtime's exceptions become statuses with their text; a failed allocation
-// passes. No lock: used from one thread at a time.
+// Runs a model in this process. The runtime's exceptions become failed statuses with their text, but `std::bad_alloc`
+// passes through. Use it from one thread at a time.
 class OpenvinoWrapper final : public IOrvane {
  public:
-    // Reads the model, plain or encrypted, and compiles it; or imports it from the cache file when there is one,
-    // without looking at the model files. Writes the cache file when asked to.
+    // Reads the model, plain or encrypted, and compiles it. If the cache file exists, imports the model from it
+    // instead, and ignores the model files. Writes the cache file if `params` ask for it.
     Status Init(const InterpreterParams& params) override;
 
-    // Nothing: everything goes with the wrapper.
+    // Does nothing: the destructor frees everything.
     void Release() override {}
 
     int32_t GetTensorCount(TensorType type) override;
@@ -38,13 +38,13 @@ class OpenvinoWrapper final : public IOrvane {
     // `size` must be the output's exact byte size.
     Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override;
 
-    // The pointer stays valid while the request holds the output.
+    // The pointer is valid as long as the inference request holds the output.
     void* GetTensorData(TensorType type, uint32_t index) override;
 
     std::unordered_map<std::string, std::string> GetExtraInfo() override { return {}; }
     Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override;
 
-    // The input's own buffer. Creates the buffers as `SetInputData` does.
+    // Returns the input's buffer. Creates the buffers like `SetInputData`.
     Status GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory) override;
 
  private:
@@ -57,11 +57,11 @@ class OpenvinoWrapper final : public IOrvane {
     Status FindBuffer(uint32_t index, uint32_t size, std::shared_ptr<AlignedBuffer>& buffer);
     std::vector<TensorInfo>& Infos(TensorType type) { return type == TensorTypeInput ? inputInfos : outputInfos; }
 
-    // The runtime works on these bytes in place, so they are declared, and live, before its objects.
+    // The runtime uses these bytes in place. They are declared before its objects, so that they outlive them.
     std::vector<std::shared_ptr<AlignedBuffer>> inputBuffers;
     AlignedBuffer weightsBuffer = AlignedBuffer::ForOverwrite(0);
 
-    std::optional<ov::Core> core;  // made by `Init`, so that a broken runtime is a failed status as well
+    std::optional<ov::Core> core;  // created by `Init`, so that a broken runtime is a failed status
     ov::CompiledModel compiledModel;
     ov::InferRequest inferRequest;  // empty until the first `SetInputData`
 

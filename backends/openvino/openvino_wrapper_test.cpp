@@ -1,4 +1,4 @@
-// What the backend in the process does beyond what every backend does: see the conformance suite for the rest.
+// Tests what only the local backend does. The conformance suite tests what all backends do.
 
 #include "backends/openvino/openvino_wrapper.h"
 
@@ -26,7 +26,7 @@ class OpenvinoWrapperTest : public testing::Test {
  protected:
     void Load(const Testing::TinyModel& model) {
         InterpreterParams params;
-        // A new file for each: Windows lets nobody write into one that the runtime has mapped.
+        // A new file for each model: Windows refuses to write to a file that the runtime has mapped.
         params.modelPath = model.WriteTo(folder, "模型" + std::to_string(folder.Names().size()));
         ASSERT_EQ(wrapper.Init(params).message, "");
     }
@@ -78,7 +78,7 @@ TEST_F(OpenvinoWrapperTest, ShapesThatCannotBePrepared) {
     EXPECT_NE(Set(0, 1), "") << "the runtime refuses a shape that is not the model's";
 }
 
-// Over the C interface an export goes through the folder for temporary files.
+// With the C interface, an export uses the folder for temporary files.
 TEST_F(OpenvinoWrapperTest, AnExportThatFailsIsNoFailure) {
     InterpreterParams params;
     params.modelPath = AddModel({10}).WriteTo(folder, "加法");
@@ -97,7 +97,7 @@ TEST(AlignedBufferTest, StartsOnA64ByteBoundaryAndMovesWithItsBytes) {
     for (const uint64_t size : {0U, 1U, 63U, 64U, 1000U, 5'000'000U}) {
         buffers.push_back(AlignedBuffer::ForOverwrite(size));
         std::fill_n(buffers.back().Data(), size, uint8_t{1});
-        buffers.back() = AlignedBuffer::ZeroFilled(size);  // perhaps in memory that was not zero
+        buffers.back() = AlignedBuffer::ZeroFilled(size);  // may reuse memory that is not zero
     }
     for (AlignedBuffer& buffer : buffers) {
         EXPECT_EQ(reinterpret_cast<uintptr_t>(buffer.Data()) % 64, 0U) << buffer.Size();

@@ -19,8 +19,8 @@ inline namespace over_c_interface {
 
 namespace {
 
-// Names of properties. The interface has variables for them, and those cannot be taken from a library that is loaded
-// later.
+// Names of properties. The C interface also has variables for them, but a library that is loaded later cannot provide
+// variables.
 constexpr const char* kAvailableDevices = "AVAILABLE_DEVICES";
 constexpr const char* kDeviceFullName = "FULL_DEVICE_NAME";
 
@@ -29,14 +29,14 @@ struct FreeText {
 };
 using Text = std::unique_ptr<const char, FreeText>;
 
-// Throws what the runtime threw behind the C interface. It keeps one last text for the whole process: of two calls that
-// fail at the same moment on two threads, one may get the other's.
+// Throws the exception that the runtime threw inside the C interface. The C interface keeps only one error text per
+// process: if calls fail on two threads at the same time, one may get the other's text.
 void Check(ov_status_e status) {
     switch (status) {
         case ov_status_e::OK:
             return;
         case ov_status_e::UNKNOW_EXCEPTION:
-            throw std::bad_alloc();  // the runtime gives all else that it throws a text
+            throw std::bad_alloc();  // all other exceptions of the runtime have a text
         case ov_status_e::GENERAL_ERROR:
         case ov_status_e::NOT_IMPLEMENTED:
         case ov_status_e::REQUEST_BUSY:
@@ -46,7 +46,7 @@ void Check(ov_status_e status) {
             }
             [[fallthrough]];
         default:
-            throw Exception(ov_get_error_info(status));  // of the C interface itself, which leaves no text
+            throw Exception(ov_get_error_info(status));  // an error of the C interface itself has no text
     }
 }
 
@@ -57,7 +57,7 @@ void RequireInitialized(const Handle& handle, const std::string& name) {
     }
 }
 
-// A compiled model works on the bytes that it was imported from, and so do its requests.
+// A compiled model and its requests use the bytes that the model was imported from.
 struct FreeImportedModel {
     Orvane::AlignedBuffer bytes;
     void operator()(ov_compiled_model* model) const { ov_compiled_model_free(model); }
@@ -68,7 +68,7 @@ struct FreeRequest {
     void operator()(ov_infer_request* request) const { ov_infer_request_free(request); }
 };
 
-// The paths' own letters decide which of the two is called: wide on Windows, UTF-8 elsewhere.
+// The character type of a path selects one of these two: wide on Windows, UTF-8 elsewhere.
 [[maybe_unused]] ov_status_e ReadModel(const ov_core* core, const char* model, const char* weights, ov_model** read) {
     return ov_core_read_model(core, model, weights, read);
 }
@@ -90,7 +90,7 @@ Orvane::StreamContent Export(const ov_compiled_model* model) {
         return Orvane::ReadToEnd(exported);
     } catch (const Exception&) {
         throw;
-    } catch (const std::runtime_error& error) {  // of the folder
+    } catch (const std::runtime_error& error) {  // from `PrivateFile`
         throw Exception(error.what());
     }
 }
@@ -108,7 +108,7 @@ std::vector<Output<const Node>> PortsOf(const Owner* owner, CountPorts countPort
     return ports;
 }
 
-// The C interface's own form of a shape, which owns its dimensions.
+// The C interface's type for a shape. Owns its dimensions.
 class PlainShape {
  public:
     explicit PlainShape(const PartialShape& dimensions) {
@@ -302,9 +302,9 @@ void CompiledModel::export_model(std::ostream& stream) {
     stream.write(reinterpret_cast<const char*>(exported.bytes.Data()), static_cast<std::streamsize>(exported.size));
 }
 
-// Every use of the runtime begins with a core. In orvane_c.dll and the host the runtime is not loaded before, and a
-// call of it would end the process if it could not be loaded then. The other folder is that of Python's package
-// openvino, beside the package orvane.
+// Every use of the runtime begins with a core, so this loads the runtime. In orvane_c.dll and the host program it is
+// not loaded before. Any other call would end the process if the runtime cannot be loaded. The second folder is in
+// Python's package openvino, beside the package orvane.
 Core::Core(const std::string& configPath) {
     const uint32_t error = Orvane::Platform::LoadLibraryBesideThisCode("openvino_c.dll", "../../openvino/libs");
     if (error != 0) {
@@ -346,7 +346,8 @@ std::shared_ptr<Model> Core::read_model(const std::filesystem::path& model,
 }
 
 std::shared_ptr<Model> Core::read_model(const std::string& description, const Tensor& weights) const {
-    // The C interface itself refuses no text at all; the runtime says the same of a blank as it does of that.
+    // The C interface itself refuses an empty text. For a blank, the runtime returns the error that it has for an empty
+    // text.
     const std::string text = description.empty() ? " " : description;
     ov_model* read = nullptr;
     Check(ov_core_read_model_from_memory_buffer(handle.get(), text.data(), text.size(), weights.handle.get(), &read));

@@ -1,5 +1,5 @@
-// What the backend relies on in OpenVINO's C++ interface, over the interface of this build, the real one or the facade;
-// and the facade's own parts.
+// Tests the behaviour of OpenVINO's C++ interface that the backend needs, with the interface of this build: the real
+// interface or the facade. Also tests the facade's own parts.
 
 #include <openvino/openvino.hpp>
 
@@ -52,7 +52,7 @@ class OpenvinoInterface : public testing::Test {
         return core.compile_model(core.read_model(path, fs::path()), device, ov::AnyMap{});
     }
 
-    // Other processes may be at an export, but none for long.
+    // Other processes may export at the same time, but not for long.
     bool NothingNewStays() {
         return Testing::Within(std::chrono::seconds(20), [this] {
             const std::set<fs::path> now = PrivateFolders();
@@ -133,7 +133,7 @@ TEST(PrivateFile, IsForTheUserOnlyAndGoesWithItsFolder) {
     EXPECT_FALSE(fs::exists(folder));
 }
 
-// Reads forward only and cannot tell its size.
+// Reads only forward and does not know its size.
 struct OneWayStreamBuf : std::streambuf {
     explicit OneWayStreamBuf(std::string& text) { setg(text.data(), text.data(), text.data() + text.size()); }
 };

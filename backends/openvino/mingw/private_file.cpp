@@ -10,9 +10,9 @@ namespace {
     return temporaryFolder;
 }
 
-// A standard library may take narrow texts for UTF-8, whereas the C runtime's environment has them in the code page.
+// A standard library may treat narrow texts as UTF-8. The C runtime's environment has texts in the code page.
 [[maybe_unused]] std::string InCodePage(const std::wstring&) {
-    for (const char* variable : {"TMP", "TEMP", "USERPROFILE"}) {  // as the system itself looks for the folder
+    for (const char* variable : {"TMP", "TEMP", "USERPROFILE"}) {  // the system uses the same order
         // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
         if (const char* value = std::getenv(variable); value != nullptr) {
             return value;

@@ -9,7 +9,7 @@ namespace Orvane {
 
 namespace {
 
-// 0 when the stream cannot tell.
+// 0 if the stream does not know.
 uint64_t BytesLeft(std::istream& stream) {
     const std::istream::pos_type here = stream.tellg();
     if (here == std::istream::pos_type(-1)) {
@@ -26,7 +26,8 @@ uint64_t BytesLeft(std::istream& stream) {
 StreamContent ReadToEnd(std::istream& stream) {
     constexpr uint64_t kStart = 4096;
     const uint64_t expected = BytesLeft(stream);
-    // Not all that is expected at once: a folder that was opened as a file tells any size, and then delivers nothing.
+    // Does not allocate the expected size at once: a folder that was opened as a file can report any size, but has no
+    // content.
     StreamContent content{AlignedBuffer::ForOverwrite(expected == 0 ? kStart : std::min(expected, kStart)), 0};
     for (;;) {
         const uint64_t wanted = content.bytes.Size() - content.size;

@@ -9,11 +9,11 @@ namespace Orvane {
 
 struct StreamContent {
     AlignedBuffer bytes;
-    uint64_t size;  // may be less than the buffer's
+    uint64_t size;  // can be less than `bytes.Size()`
 };
 
-// The stream's bytes from where it stands to its end, or to where reading fails. A stream that can tell its size is
-// read into memory of that size. Throws `std::bad_alloc` when there is no such memory.
+// Reads the stream from its position to its end, or until a read fails. If the stream knows its size, the memory has
+// this size. Throws `std::bad_alloc` if there is not enough memory.
 StreamContent ReadToEnd(std::istream& stream);
 
 }  // namespace Orvane

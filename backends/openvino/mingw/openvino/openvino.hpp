@@ -1,8 +1,8 @@
-// What the backend uses of OpenVINO's C++ interface, over its C interface: for compilers such as MinGW that cannot link
-// the runtime's C++ library. Names and behaviour are the real ones, so that the backend's sources are the same for
-// both.
+// The part of OpenVINO's C++ interface that the backend uses, built on the C interface. It is for compilers such as
+// MinGW, which cannot link the runtime's C++ library. Names and behaviour are those of the real interface, so the
+// backend's sources work with both.
 //
-// Only the names of the C structures appear here: their headers define words that `windows.h` also has.
+// This header only declares the C structures: their headers define words that `windows.h` also defines.
 
 #pragma once
 
@@ -27,7 +27,7 @@ struct ov_tensor;
 // The names are OpenVINO's. NOLINTBEGIN(readability-identifier-naming)
 namespace ov {
 
-// On Linux a program's own `ov::Core` would stand in for the one that the runtime's libraries call among themselves.
+// Without this namespace, on Linux the program's `ov::Core` would replace the class that the runtime's libraries use.
 inline namespace over_c_interface {
 
 class Exception : public std::runtime_error {
@@ -44,13 +44,13 @@ namespace element {
 
 enum class Type_t { boolean = 1, f16 = 3, f32 = 4, f64 = 5, i8 = 7, i16 = 8, i32 = 9, i64 = 10, u8 = 16 };
 
-// Also holds the types that `Type_t` does not name.
+// Can also hold types that `Type_t` does not name.
 class Type {
  public:
     constexpr Type(Type_t enumerator) : number(enumerator) {}
     constexpr operator Type_t() const { return number; }
 
-    // In bytes; a part of a byte counts as a whole one.
+    // In bytes, rounded up.
     size_t size() const;
 
  private:
@@ -63,7 +63,7 @@ inline constexpr Type u8(Type_t::u8);
 
 class Dimension {
  public:
-    // -1 is a dynamic one.
+    // -1 is a dynamic dimension.
     explicit Dimension(int64_t size) : length(size) {}
 
     bool is_static() const { return length != -1; }
@@ -76,7 +76,7 @@ class Dimension {
 using PartialShape = std::vector<Dimension>;
 using Shape = std::vector<size_t>;
 
-// The backend passes no properties, and asks for two.
+// The backend passes no properties and reads two.
 struct AnyMap {};
 struct AvailableDevices {};
 inline constexpr AvailableDevices available_devices;
@@ -91,12 +91,12 @@ class Node;
 template <typename NodeType>
 class Output;
 
-// All objects are handles: copies stand for the same object of the runtime, which lives as long as the last of them.
+// All objects are handles. Copies refer to the same object of the runtime, which lives as long as the last copy.
 
 template <>
 class Output<const Node> {
  public:
-    explicit Output(ov_output_const_port* port);  // which is this object's now
+    explicit Output(ov_output_const_port* port);  // takes ownership
 
     std::string get_any_name() const;
     element::Type get_element_type() const;
@@ -106,7 +106,7 @@ class Output<const Node> {
     std::shared_ptr<ov_output_const_port> handle;
 };
 
-// One that was read, and is not compiled yet.
+// A model that was read but not compiled.
 class Model {
  public:
     explicit Model(ov_model* model);
@@ -114,7 +114,7 @@ class Model {
     std::vector<Output<const Node>> inputs() const;
     std::vector<Output<const Node>> outputs() const;
 
-    // Shapes by the index of an input.
+    // `shapes` are by the index of the input.
     void reshape(const std::map<size_t, PartialShape>& shapes);
 
  private:
@@ -123,12 +123,12 @@ class Model {
     std::shared_ptr<ov_model> handle;
 };
 
-// Always throws, with what to do: the C interface writes no model files.
+// Always throws, because the C interface writes no model files. The error says what to do.
 [[noreturn]] void save_model(const std::shared_ptr<Model>& model, const std::filesystem::path& path, bool compress);
 
 class Tensor {
  public:
-    // Works on the caller's memory, which must outlive every use of the tensor.
+    // Uses the caller's memory, which must outlive every use of the tensor.
     Tensor(const element::Type& type, const Shape& shape, void* memory);
 
     size_t get_byte_size() const;
@@ -167,9 +167,9 @@ class CompiledModel {
     std::vector<Output<const Node>> outputs() const;
     InferRequest create_infer_request();
 
-    // The C interface writes to a named file only: the model, in plain, stands for a moment in a file that only the
-    // user may read, in the user's folder for temporary files. It is gone before the stream gets its first byte, and
-    // also when the export fails; only a process that ends in this moment leaves it.
+    // The C interface only writes to a named file. So the plain model is for a short time in a file that only the user
+    // may read, in the user's folder for temporary files. The file is removed before the stream gets its first byte,
+    // and also if the export fails. It only remains if the process ends meanwhile.
     void export_model(std::ostream& stream);
 
  private:
@@ -181,22 +181,23 @@ class CompiledModel {
 
 class Core {
  public:
-    // An empty path stands for the runtime's own configuration.
+    // An empty path selects the runtime's default configuration.
     explicit Core(const std::string& configPath);
 
     std::vector<std::string> get_available_devices() const;
 
-    // Of one plugin, by its name. The C interface has them in one text, which is here the only element, if not empty.
+    // The devices of one plugin. The C interface returns them as one text. The result has this text as its only
+    // element, or is empty.
     std::vector<std::string> get_property(const std::string& plugin, const AvailableDevices&) const;
     std::string get_property(const std::string& device, const device::FullName&) const;
 
-    // An empty path of the weights lets the runtime find them.
+    // If the path of the weights is empty, the runtime finds them.
     std::shared_ptr<Model> read_model(const std::filesystem::path& model, const std::filesystem::path& weights) const;
     std::shared_ptr<Model> read_model(const std::string& description, const Tensor& weights) const;
 
     CompiledModel compile_model(const std::shared_ptr<Model>& model, const std::string& device, const AnyMap&);
 
-    // Reads the stream from where it stands to its end. The model holds on to these bytes.
+    // Reads the stream from its position to its end. The model owns these bytes.
     CompiledModel import_model(std::istream& stream, const std::string& device, const AnyMap&);
 
  private:
