@@ -1,4 +1,4 @@
-// The backend that runs models in the process of an application that links `orvane`.
+// The libraries `orvane` and `orvane_c` also run models in the process of the application.
 #include "backends/openvino/openvino_backend.h"
 #include "core/backend_factory.h"
 

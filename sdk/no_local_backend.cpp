@@ -1,4 +1,4 @@
-// An application that links `orvane_client` runs models in a host process only.
+// The libraries `orvane_client` and `orvane_client_c` run models only in a host process.
 #include "core/backend_factory.h"
 #include "core/error_status.h"
 #include "core/model_file.h"
