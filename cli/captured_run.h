@@ -23,7 +23,7 @@ struct CapturedRun {
 };
 
 inline CapturedRun RunCaptured(const std::vector<std::string>& arguments, const std::string& standardInput = "") {
-    std::istringstream in(standardInput);
+    const std::istringstream in(standardInput);
     std::streambuf* const earlier = std::cin.rdbuf(in.rdbuf());
     std::ostringstream out;
     std::ostringstream err;

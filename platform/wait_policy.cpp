@@ -126,14 +126,15 @@ WaitPlan WaitPolicy::Cheapest(const Kind& kind, bool isIdleWait) const {
             const bool timerWakes = plan.watchFrom != 0 && watched >= 0;
             cost += std::max<int64_t>(watched, 0) + (timerWakes ? wakeUp : 0);
             cost += watched < 0 || took[i] > plan.watchUntil ? wakeUp * kWatchesPerWakeUp : 0;
+            if (cost >= least) {
+                return;
+            }
         }
-        if (cost < least) {
-            least = cost;
-            cheapest = plan;
-        }
+        least = cost;
+        cheapest = plan;
     };
     for (size_t until = 0; until < count; ++until) {
-        if (took[until] > kNever - margin) {
+        if (took[until] == kNever) {
             break;
         }
         const int64_t watchUntil = took[until] + margin;

@@ -99,6 +99,13 @@ TEST_F(WaitPolicyTest, FollowsAChange) {
     EXPECT_EQ(Of(learner.After(Repeat(12, {10}))), Decision::Watches);
     EXPECT_EQ(Of(learner.After(Repeat(16, {500}))), Decision::WatchesLater);
     EXPECT_EQ(Of(learner.policy.Plan(Learner::kKind + 1, false)), Decision::Sleeps) << "kinds are apart";
+
+    MachineWaits machine;
+    WaitPolicy knowsNoWakeUp(machine);
+    for (const int64_t took : {kNever, int64_t{10}, kNever}) {
+        knowsNoWakeUp.Learn(Learner::kKind, took);
+    }
+    EXPECT_EQ(Of(knowsNoWakeUp.Plan(Learner::kKind, false)), Decision::Sleeps);
 }
 
 TEST_F(WaitPolicyTest, ABusyMachineIsNotWatched) {

@@ -106,6 +106,8 @@ void TestInputMemory(const char* host) {
 
 // With a host, two inputs share the same memory, which stays mapped when the host ends.
 void TestInputMemoryOfStub(const char* stub) {
+    static const char kFirst[4] = {'a', 'b', 'c', 'd'};
+    static const char kNext[4] = {'i', 'j', 'k', 'l'};
     orvane_model* model = Open(StubOptions("echo 4 2", stub));
     uint8_t received[8];
     const orvane_output outputs[2] = {{sizeof outputs[0], 0, received, 4}, {sizeof outputs[0], 1, received + 4, 4}};
@@ -113,7 +115,7 @@ void TestInputMemoryOfStub(const char* stub) {
     void* none = model;
     uint64_t bytes = 0;
     char* memory = (char*)Memory(model, 0, 4);
-    memcpy(memory, "abcd", 4);
+    memcpy(memory, kFirst, sizeof kFirst);
     SUCCEEDS(orvane_set_input(model, 0, memory, 4));
     memory = (char*)Memory(model, 1, 4);
     FAILS(orvane_set_input(model, 0, memory, 4), ORVANE_BAD_ARGUMENT, "input 0 \"x0\" is in input memory");
@@ -121,7 +123,7 @@ void TestInputMemoryOfStub(const char* stub) {
     memory = (char*)Memory(model, 0, 4);
     inputs[1].data = memory;
     for (int round = 0; round < 2; ++round) {  // the other data is sent through the memory, after it
-        memcpy(memory, "abcd", 4);
+        memcpy(memory, kFirst, sizeof kFirst);
         SUCCEEDS(orvane_infer(model, inputs, 2, outputs, 2));
         EXPECT(memcmp(received, "abcdefgh", 8) == 0);
     }
@@ -135,7 +137,7 @@ void TestInputMemoryOfStub(const char* stub) {
     memset(memory, 'x', 4);
     FAILS(orvane_set_input(model, 1, memory, 4), ORVANE_BAD_ARGUMENT, "in input memory");
     memory = (char*)Memory(model, 0, 4);
-    memcpy(memory, "ijkl", 4);
+    memcpy(memory, kNext, sizeof kNext);
     SUCCEEDS(orvane_infer(model, inputs, 1, outputs, 1));
     FAILS(orvane_set_input(model, 0, memory, 4), ORVANE_BAD_ARGUMENT, "in input memory");
     orvane_close(model);
