@@ -1,4 +1,4 @@
-// The C interface where only Linux can put it: in a forked child, and without address space.
+// The C interface in a forked child, with little address space, and on a thread with a signal stack.
 #include <orvane/orvane_c.h>
 
 #include "host/posix_call_filter.h"
@@ -20,7 +20,7 @@
 namespace Orvane::Testing {
 namespace {
 
-// What a function's error says, or "" for none.
+// The message of an error, or "" without an error.
 std::string Text(orvane_error* error) {
     const std::string text = error != nullptr ? orvane_error_message(error) : "";
     orvane_error_free(error);
@@ -36,7 +36,7 @@ TEST(CInterfacePosix, AModelWithoutAddressSpaceSaysSo) {
     InChild([&] {
         uint64_t pages = 0;
         std::ifstream("/proc/self/statm") >> pages;
-        const rlim_t most = pages * 4096 + (16 << 20);  // the library of the CPU is larger
+        const rlim_t most = pages * 4096 + (16 << 20);  // the runtime's CPU library is larger
         const rlimit limit{most, most};
         setrlimit(RLIMIT_AS, &limit);
         orvane_options options{};
@@ -67,21 +67,21 @@ TEST(CInterfacePosix, ALoadLeavesTheThreadsSignalStack) {
     orvane_close(opened);
 }
 
-// Where a call of another thread waits, in its progress function, so that this one can fork meanwhile.
+// A call of another thread waits here, in its progress function, so that this thread can fork.
 struct Waiting {
     int32_t step = -1;
     std::promise<void> begun;
     std::promise<void> mayEnd;
 };
 
-// The child's copy of the model is in that call for ever, and may be half changed.
+// In the child's copy of the model that call never ends, and the model may be half changed.
 TEST(CInterfacePosix, AChildThatIsForkedDuringACallHasAHostOfItsOwn) {
     for (const int32_t step : {ORVANE_LOAD_NONE, ORVANE_LOAD_STARTING_HOST}) {
         Waiting waiting;
         orvane_options options{};
         options.struct_size = sizeof options;
         options.model_path = "echo 4;sleep 500";
-        options.cache_path = kStubHost.c_str();  // a stub's model is no file, and with any cache file none is asked for
+        options.cache_path = kStubHost.c_str();  // with a cache file, the stub's model need not be a file
         options.host_program = kStubHost.c_str();
         options.progress_user = &waiting;
         options.progress = [](void* user, int32_t now) {

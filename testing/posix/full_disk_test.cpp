@@ -1,4 +1,4 @@
-// A cache that has no room for all of its bytes.
+// The disk has no room for all bytes of a cache.
 #include "backends/openvino/decode_output_stream_buf.h"
 #include "testing/posix/in_child.h"
 #include "testing/support/temporary_folder.h"

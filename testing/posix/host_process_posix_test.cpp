@@ -1,4 +1,4 @@
-// What only Linux has: the errors of a start, signals, descriptors, limits on memory, names that stay.
+// Only on Linux: the errors of a start, signals, descriptors, limits on memory, and names that stay.
 #include "core/backend_factory.h"
 #include "host/posix_call_filter.h"
 #include "ipc/call_protocol.h"
@@ -64,13 +64,13 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
         EXPECT_EQ(Init(Params("echo 4")), std::to_string(EAGAIN) + launch);
     });
     InChild([&] {
-        close(STDIN_FILENO);  // the number that the system then gives to the descriptor of the host
+        close(STDIN_FILENO);  // the descriptor of the host then gets this number
         rlimit limit{};
         getrlimit(RLIMIT_NOFILE, &limit);
         const rlim_t before = limit.rlim_cur;
         const int next = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
         close(next);
-        limit.rlim_cur = static_cast<rlim_t>(next) + 3;  // two events and a section
+        limit.rlim_cur = static_cast<rlim_t>(next) + 3;  // room for two events and a section
         setrlimit(RLIMIT_NOFILE, &limit);
         EXPECT_EQ(Init(Params("echo 4")), std::to_string(EMFILE) + launch);
         limit.rlim_cur = before;
@@ -171,7 +171,7 @@ TEST_F(HostProcessPosix, NamesOfADeadClientAreSweptAndNoOthers) {
     close(ends[1]);
 }
 
-// A host can watch the folder of the objects and try to lock them, for which their maker would wait.
+// Without the lock, another process could watch the folder and lock an object before its maker does.
 TEST_F(HostProcessPosix, NoObjectIsFoundWithoutItsMakersLock) {
     constexpr int kObjects = 3 * 200;
     const std::string word = std::to_string(Platform::ModuleWord());
@@ -205,7 +205,7 @@ TEST_F(HostProcessPosix, NoObjectIsFoundWithoutItsMakersLock) {
     close(watch);
 }
 
-// Two clients that are both process 1 of a namespace of their own, as in two containers, over one /dev/shm.
+// Two clients over one /dev/shm. Each is process 1 of its own process namespace, as in two containers.
 TEST_F(HostProcessPosix, ClientsOfTwoProcessNamespacesLeaveEachOtherAlone) {
     constexpr int kNoNamespace = 2;
     const auto startInNamespace = [] {
@@ -253,7 +253,7 @@ TEST_F(HostProcessPosix, AForkedChildOwnsNothing) {
     }
 }
 
-// While a thread of the parent is inside a call, and another one asks and sets without a pause.
+// One thread of the parent is inside a call. Another thread asks and sets without a pause.
 TEST_F(HostProcessPosix, AForkedChildNeverWaitsForAThreadOfItsParent) {
     HostFixture::StartHost("echo 4", "sleep 50000");
     const TensorHandle input = interpreter->GetInput();
@@ -343,7 +343,7 @@ TEST_F(HostProcessPosix, ReleasesAHostThatItMayNoLongerEnd) {
     });
 }
 
-// Asked before the host has a model: then its descriptors are still shown to its user.
+// Checks the host before it has a model, because then its user can still read its descriptors.
 TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignalsAndNeedsNoStandardOnes) {
     for (const bool closed : {false, true}) {
         InChild([closed] {
@@ -391,7 +391,7 @@ TEST_F(HostProcessPosix, LeavesSignalsToTheApplication) {
         interpreter->Release();
         std::signal(SIGCHLD, before);
     }
-    // A signal after the other, as a profiler's timer sends them.
+    // Many signals, one after another, as from a profiler's timer.
     const auto before = std::signal(SIGUSR1, [](int) {});
     std::atomic<bool> done{false};
     std::thread timer([&done, target = pthread_self()] {

@@ -8,7 +8,7 @@
 
 namespace Orvane::Testing {
 
-// Runs a part of a test in a child process: what fails there fails here.
+// Runs a part of a test in a child process. If it fails there, the test fails.
 inline void InChild(const std::function<void()>& work) {
     const pid_t child = Fork([&] {
         alarm(60);

@@ -1,4 +1,4 @@
-// The command line in a process of its own: Ctrl-C, and what a terminal shows while a model loads.
+// The command line in a separate process: Ctrl-C, and what a terminal shows while a model loads.
 #include "platform/posix/descriptor.h"
 #include "platform/process.h"
 #include "testing/posix/processes.h"
@@ -35,7 +35,7 @@ bool Catches(pid_t process, int signal) {
 
 class OrvaneProcess : public testing::Test {
  protected:
-    // Starts it as a shell does, in a process group of its own, with its output or its errors in a file.
+    // Starts it as a shell does, in a separate process group, with its output or its errors in a file.
     static pid_t Start(std::vector<std::string> arguments, int stream, const std::string& file) {
         return Fork([&] {
             setpgid(0, 0);
@@ -55,7 +55,8 @@ class OrvaneProcess : public testing::Test {
                      printed);
     }
 
-    // What `orvane info` says to a model that never loads, written to this file and read from that descriptor.
+    // The errors of `orvane info` for a model that never loads. It writes them to `file`, and this reads them from
+    // `reader`.
     static std::string ErrorsOfALoad(const std::string& file, const Platform::Descriptor& reader) {
         const std::string host = Platform::ProgramBeside("stub_host");
         EXPECT_EQ(
@@ -146,7 +147,7 @@ TEST_F(OrvaneProcess, AModelIsWrittenWithItsWeightsOrNotAtAll) {
         EXPECT_EQ(Entries(disk), 2U);
         std::filesystem::remove(errors);
     };
-    const pid_t user = Fork([&] {  // with a disk that no other process sees
+    const pid_t user = Fork([&] {  // with a disk that only this process sees
         if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
             mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=100k") != 0) {
             _exit(2);

@@ -7,19 +7,19 @@
 #include <functional>
 #include <string>
 
-// What a test asks about processes that only Linux can tell.
+// Questions of tests about processes that only Linux answers.
 namespace Orvane::Testing {
 
-// How many entries a folder has.
+// The number of entries in a folder.
 size_t Entries(const std::string& folder);
 
-// How many shared objects there are whose names carry a process's module word.
+// The number of shared objects whose names contain this module word.
 size_t Names(uint32_t moduleWord);
 
-// Runs `work` in a child process, which does not outlive this one. An exception ends it.
+// Runs `work` in a child process, which ends with this process. An exception ends the child.
 pid_t Fork(const std::function<void()>& work) noexcept;
 
-// What the system tells about a process under this key; empty where it does not tell.
+// The value of this key in the process's /proc status; empty if there is no such value.
 std::string InStatus(uint32_t process, const std::string& key);
 
 // Waits for a child: "exit VALUE" or "signal NUMBER".

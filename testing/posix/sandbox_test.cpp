@@ -1,4 +1,4 @@
-// What a host may do once it has entered its sandbox, tried in child processes that enter it and in real hosts.
+// What a host may do in its sandbox. The tests use child processes that enter it, and real hosts.
 #include "host/sandbox.h"
 
 #include <orvane/host.h>
@@ -37,7 +37,7 @@ namespace {
 
 using namespace Testing;
 
-// What a call comes to: "done", or the name of its error.
+// The outcome of a call: "done", or the name of its error.
 std::string Outcome(long result) {
     return result >= 0 ? "done" : strerrorname_np(errno);
 }
@@ -46,7 +46,7 @@ std::string Open(const std::string& path, int flags) {
     return Outcome(open(path.c_str(), flags | O_CLOEXEC, 0600));
 }
 
-// Whether a process of this user may have a filter for system calls at all.
+// True if a process of this user may have a filter for system calls.
 bool KernelHasFilters() {
     return End(Fork([] {
                sock_filter allow = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
@@ -76,8 +76,8 @@ class SandboxFilter : public Sandbox {
         }
     }
 
-    // What a system call comes to. Arguments that are not given are -1: a call that is not refused does no harm, and
-    // mostly fails with another error. A child process that it makes goes at once.
+    // The outcome of a system call. Arguments that are not given are -1: a call that is not refused does no harm, and
+    // mostly fails with another error. If the call makes a child process, the child ends at once.
     static std::string Try(long number, long a = -1, long b = -1, long c = -1, long d = -1, long e = -1) {
         const pid_t self = getpid();
         const long result = syscall(number, a, b, c, d, e, -1L);
@@ -119,7 +119,7 @@ TEST_F(SandboxFilter, RefusesCalls) {
         EXPECT_EQ(Try(kMemorySeal), "ENOSYS");
         EXPECT_EQ(Try(SYS_clone3), "ENOSYS");
         EXPECT_EQ(prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
-        // What the runtime cannot do without, the tests of models in a host show; this they would not miss.
+        // Tests of models in a host show what the runtime needs. They would not detect a refusal of these calls.
         cpu_set_t processors;
         EXPECT_EQ(Outcome(sched_getaffinity(0, sizeof processors, &processors)), "done");
         EXPECT_EQ(Outcome(sched_setaffinity(0, sizeof processors, &processors)), "done");
@@ -128,11 +128,12 @@ TEST_F(SandboxFilter, RefusesCalls) {
 }
 
 struct Call {
-    std::vector<long> words;  // the number, and arguments
+    std::vector<long> words;  // the number and the arguments
     const char* harm;
 };
 
-// The arguments are real ones: each of these calls did what is written beside it, or would as the superuser.
+// The arguments are real: without the filter, each of these calls has the effect written beside it, or has it for the
+// superuser.
 TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
     Inside([] {
         const long parent = getppid();
@@ -241,8 +242,8 @@ TEST_F(SandboxFilter, RefusesProcessesAndWhatTheClientsDescriptorsAreFor) {
     });
 }
 
-// The number of `getpid` in the 32-bit table is that of `writev` in the other. Kernels without that table end the
-// process.
+// The number of `getpid` in the 32-bit table is the number of `writev` in the 64-bit table. Kernels without a 32-bit
+// table end the process.
 TEST_F(SandboxFilter, RefusesCallsOfTheOtherArchitecture) {
     const auto getpid32 = [] {
         constexpr int kGetPid = 20;
@@ -307,7 +308,7 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
                 EXPECT_EQ(Open(cache, O_WRONLY | flags), "done") << flags;
             }
             EXPECT_EQ(Open(cacheFolder.Path("link"), O_WRONLY), "EACCES") << "a link that leads out of the folder";
-            EnterSandbox({});  // a second model without a cache takes nothing more away
+            EnterSandbox({});  // a second model without a cache removes no right
             EXPECT_EQ(Open(cache, O_WRONLY | O_TRUNC), "done");
         },
         params);
@@ -324,7 +325,7 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
     EXPECT_EQ(otherFolder.Names(), (std::vector<std::string>{"open", "other"}));
 }
 
-// One host, initialised again and again.
+// Initialises one host several times.
 TEST_F(Sandbox, OnlyAModelOnTheCpuIsFiltered) {
     const auto filtersOf = [](uint32_t process) { return InStatus(process, "Seccomp_filters"); };
     const std::string before = filtersOf(static_cast<uint32_t>(getpid()));

@@ -1,4 +1,4 @@
-// What is no ordinary file, given to the command line where it reads models and caches.
+// The command line reads models and caches from files that are not ordinary files.
 #include "cli/captured_run.h"
 #include "cli/model/load_hints.h"
 #include "platform/whole_file.h"
@@ -23,7 +23,7 @@ namespace {
 
 class SpecialFiles : public testing::Test {
  protected:
-    // A fifo that nobody writes to, a socket that nobody serves, and a device that never ends.
+    // A fifo without a writer, a socket without a server, and a device that never ends.
     void SetUp() override {
         ASSERT_EQ(mkfifo(special[0].c_str(), 0600), 0);
         sockaddr_un address{};
