@@ -24,7 +24,7 @@ struct Application {
         options.struct_size = sizeof options;
         options.model_path = workload.modelPath.c_str();
         options.host_program = host.empty() ? nullptr : host.c_str();
-        // The stub's model is no file, and with any cache file none is asked for.
+        // With a cache file, the stub's model need not be a file.
         options.cache_path = workload.IsStub() ? host.c_str() : nullptr;
         orvane_model* opened = nullptr;
         Check(orvane_open(&options, &opened));
@@ -57,8 +57,8 @@ struct Application {
 
 }  // namespace
 
-// Times the C interface, in turns with the classes beneath it: in this process, or through the host program that the
-// argument names.
+// Times the C interface, in turns with the C++ classes: in this process, or through the host program that the argument
+// names.
 int main(int argc, char** argv) {
     using namespace Orvane::Bench;
     return RunInTurns(argc, argv, [](const Workload& workload, const std::string& host) {

@@ -12,8 +12,8 @@
 
 namespace Orvane::Bench {
 
-// An application of the C++ classes: one call for each input, one to run, one for each output. With a host program in
-// that, else in this process.
+// An application of the C++ classes: one call for each input, one to run, one for each output. Uses the host program
+// `host`, or runs in this process if it is empty.
 struct ClassesApplication {
     ClassesApplication(const Workload& workload, const std::string& host) {
         const OptionHandle options = CreateOption();

@@ -10,8 +10,8 @@
 
 namespace Orvane::Bench {
 
-// A workload's model as an application without the SDK runs it: with the runtime's own classes, in its own process.
-// The stub model is a piece of memory.
+// A workload's model as an application without the SDK runs it: with the runtime's classes, in its process. The stub
+// model is a piece of memory.
 class DirectModel {
  public:
     explicit DirectModel(const Workload& workload);
@@ -24,7 +24,7 @@ class DirectModel {
     Testing::StubWork work;
     ov::Core core;
     ov::InferRequest request;        // empty for the stub
-    std::vector<ov::Tensor> inputs;  // of the request, or over the stub's memory
+    std::vector<ov::Tensor> inputs;  // of the request, or views of the stub's memory
     std::vector<ov::Tensor> outputs;
 };
 

@@ -12,8 +12,8 @@
 
 namespace {
 
-// Serves a workload's model in the way that comes naturally: one call carries all inputs and brings all outputs, where
-// the SDK makes a call for each step. That is in the peer's favour.
+// Serves a workload's model in the natural way: one call carries all inputs and returns all outputs. The SDK makes one
+// call for each step, so this favours the peer.
 class Service final : public orvane::bench::Inference::Service {
  public:
     explicit Service(const Orvane::Bench::Workload& workload) : model(workload), outputBytes(workload.OutputBytes()) {}

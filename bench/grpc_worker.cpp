@@ -29,7 +29,7 @@ struct Client {
     }
 
     std::unique_ptr<orvane::bench::Inference::Stub> stub;
-    orvane::bench::Inputs inputs;  // kept, so that their memory is used again
+    orvane::bench::Inputs inputs;  // kept, to reuse their memory
     orvane::bench::Outputs outputs;
 };
 

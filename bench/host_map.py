@@ -1,15 +1,15 @@
-"""A map of what a host adds to an inference: over the time of the run, the size of the input, and the kind of run."""
+"""A map of the time that a host adds to an inference, by the time and kind of the run and the size of the input."""
 
 import os
 import statistics
 
 import measure
 
-KINDS = {"computes": "compute", "sleeps": "rest"}  # by what a stub calls its work
+KINDS = {"computes": "compute", "sleeps": "rest"}  # the stub's name for the work
 OUTPUT = 1024  # bytes
-WARM_UP, COUNT = 24, 16  # inferences: waits learn from 16 of a kind
-COPIES = 1.15  # of the limit's, as for the channel alone
-NOISE = 0.02  # of the run: less than that cannot be told from noise
+WARM_UP, COUNT = 24, 16  # inferences: waits learn from the last 16 of a kind
+COPIES = 1.15  # times the copies of the limit, as for the channel alone
+NOISE = 0.02  # of the run: a smaller difference can be noise
 
 RUNS = (0, 100, 300, 500, 1000, 3000, 10_000, 30_000)  # microseconds
 SIZES = (1 << 10, 64 << 10, 512 << 10, 4 << 20, 20 << 20)  # bytes
@@ -18,7 +18,7 @@ FEW_SIZES = (1 << 10, 512 << 10, 20 << 20)
 
 
 def maps(quick):
-    """Title, run times, sizes, processes for each figure, what else runs."""
+    """For each map: title, run times, sizes, processes for each figure, and what else runs."""
     if quick:
         return [("quiet", (*FEW_RUNS, 10_000), FEW_SIZES, 1, None)]
     return [("quiet", RUNS, SIZES, 3, None),
@@ -32,14 +32,14 @@ def median(programs, variant, workload, processes):
 
 
 def steps_per_microsecond(programs):
-    """Of the stub that computes: every variant gets the same number of steps."""
+    """The speed of the stub that computes: every variant gets the same number of steps."""
     steps = 1_000_000
     return steps * 1000 / median(programs, "direct", f"stub:1024:{OUTPUT}:compute:{steps}", 3)
 
 
 def measure_map(programs, runs, sizes, processes, progress):
-    """Nanoseconds: for each cell the run without a host, what a host and ZeroMQ add, and what a host may add: twice the
-    time to wake a sleeper and its copies and hand-overs, or what could be noise."""
+    """Returns nanoseconds for each cell: the run without a host, what a host and ZeroMQ add, and what a host may add. A
+    host may add twice the time to wake a sleeper and the time of its copies and hand-overs, or what can be noise."""
     speed = steps_per_microsecond(programs)
     wake_up = int(programs.run(programs.path("process_worker"), "wake", programs.stub_host))
     cells = []

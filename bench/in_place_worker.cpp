@@ -5,8 +5,8 @@
 
 namespace {
 
-// An application that makes its input where it is sent or read from, and reads its outputs where they are. Here both is
-// a copy, which counts as the application's own work.
+// An application that writes its input to the place from which it is sent or read, and reads its outputs in place. Here
+// it copies both, which counts as the application's work.
 struct InPlaceApplication : Orvane::Bench::ClassesApplication {
     using ClassesApplication::ClassesApplication;
 
@@ -32,7 +32,7 @@ struct InPlaceApplication : Orvane::Bench::ClassesApplication {
 
 }  // namespace
 
-// Times the classes without copies of their own: in this process, or through the host program that the argument names.
+// Times the classes without copies by the SDK: in this process, or through the host program that the argument names.
 int main(int argc, char** argv) {
     return Orvane::Bench::RunWorker(argc, argv,
                                     Orvane::Bench::InferWith<InPlaceApplication, Orvane::Bench::Workload, std::string>);

@@ -16,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Keeps what it made ready, so that only making it is timed.
+// Keeps what it loads, so that only the load is timed.
 class Start {
  public:
     explicit Start(const std::vector<std::string>& arguments)
@@ -60,13 +60,13 @@ class Start {
 
 }  // namespace
 
-// Times how long it takes from nothing to a model that is ready, in a process that has done nothing else:
+// Times the load of a model, in a process that does nothing else:
 //
-//   init_worker direct MODEL                with the runtime's own classes
-//   init_worker direct-export MODEL BLOB    likewise, and writes the compiled model to a file
-//   init_worker direct-import BLOB          reads it back
+//   init_worker direct MODEL                with the runtime's classes
+//   init_worker direct-export MODEL BLOB    the same, and writes the compiled model to a file
+//   init_worker direct-import BLOB          reads that file
 //   init_worker plain MODEL                 with the SDK
-//   init_worker cached MODEL CACHE          from the cache file; writes it when there is none
+//   init_worker cached MODEL CACHE          from the cache file; writes the file if it is missing
 //   init_worker encrypted MODEL KEY
 int main(int argc, char** argv) {
     try {

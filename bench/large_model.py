@@ -1,4 +1,4 @@
-"""A model with more than 30 MB of weights, for the times of starting."""
+"""A model with more than 30 MB of weights, for the times of loads."""
 
 import array
 import random
@@ -8,7 +8,7 @@ LAYERS = 2  # each of WIDTH x WIDTH floats, 16.8 MB
 
 
 def write_large_model(folder):
-    """Writes large.xml and large.bin, matrix multiplications one behind the other, and returns the former's path."""
+    """Writes large.xml and large.bin, a chain of matrix multiplications, and returns the path of large.xml."""
     source = random.Random(1)
     matrix_bytes = WIDTH * WIDTH * 4
     weights = folder / "large.bin"

@@ -15,9 +15,9 @@
 #include <stdexcept>
 #include <utility>
 
-// What an inference through a channel cannot avoid, and nothing else: between two processes, each on a processor of
-// its own, the input is copied into shared memory and from there into the model's, the output likewise; and three
-// exchanges, to set the input, to run and to fetch the output, hand over to the other side and back.
+// What an inference through a channel cannot avoid, and nothing else. Two processes, each on one processor, copy the
+// input into shared memory and from there into the model's memory, and the output back. Three exchanges set the input,
+// run, and fetch the output; each hands over to the other side and back.
 namespace {
 
 using Orvane::Bench::Infer;
@@ -27,7 +27,7 @@ using Orvane::Platform::Event;
 using Orvane::Platform::Section;
 using Orvane::Platform::View;
 
-// The two ways to hand over. The same functions for both sides: `Call` to the model's process, `Result` back.
+// The two ways to hand over, with the same functions: `Call` to the model's process, `Result` back.
 
 struct WithEvents {
     explicit WithEvents(const std::string& name)
@@ -39,7 +39,7 @@ struct WithEvents {
     void SetCall() { call.Set(); }
     void WaitForCall(uint32_t last) { call.Wait(Event::kForever, Orvane::Platform::Awaited::Work, last); }
     void SetResult() { result.Set(); }
-    void WaitForResult(uint32_t step) {  // in slices, as the client of a channel does: that is another way to wait
+    void WaitForResult(uint32_t step) {  // in slices, as the client of a channel waits
         while (!result.Wait(200, Orvane::Platform::Awaited::Result, step)) {
         }
     }
@@ -48,7 +48,7 @@ struct WithEvents {
     Event result;
 };
 
-// Both processors are busy all the time: not a way to wait, but the fastest one.
+// Keeps both processors busy all the time: the fastest way, but not a practical one.
 struct WithSpinning {
     struct Turns {
         alignas(64) std::atomic<uint32_t> call{0};
@@ -83,10 +83,10 @@ void PinTo(int processor) {
     cpu_set_t set;
     CPU_ZERO(&set);
     CPU_SET(static_cast<size_t>(processor), &set);
-    sched_setaffinity(0, sizeof set, &set);  // a machine with one processor just goes on
+    sched_setaffinity(0, sizeof set, &set);  // fails on a machine with one processor, without harm
 }
 
-// At the start of the shared memory; the data follow on a boundary from which they are copied fastest.
+// The step is at the start of the shared memory. The data follow at an address that is fast to copy from.
 enum Step : uint32_t { kSetInput, kInvoke, kCopyOutput };
 constexpr uint32_t kData = 64;
 
@@ -174,7 +174,7 @@ Infer PrepareCopies(const Workload& workload) {
 
 }  // namespace
 
-// Times what cannot be avoided: the argument says `events`, which wait like a channel's, `spinning` or `copies`.
+// Times what a channel cannot avoid. The argument is `events` (they wait as in a channel), `spinning` or `copies`.
 int main(int argc, char** argv) {
     return Orvane::Bench::RunWorker(argc, argv, [](const Workload& workload, const std::string& way) {
         return way == "events"     ? Prepare<WithEvents>(workload)

@@ -1,4 +1,4 @@
-"""Runs the programs of the benchmark and gathers what they print. Every sample comes from a fresh process."""
+"""Runs the programs of the benchmark and collects what they print. Every sample comes from a new process."""
 
 import contextlib
 import dataclasses
@@ -13,17 +13,17 @@ import tempfile
 
 import targets
 
-TIME_LIMIT = 120  # seconds that any one program may take
+TIME_LIMIT = 120  # seconds for each program
 PERCENTILES = (90, 99, 99.9)
 
 
 class Failure(Exception):
-    """A program that did not do its work; the text says which and why."""
+    """A program failed; the text says which one and why."""
 
 
 @dataclasses.dataclass(frozen=True)
 class Case:
-    """What is timed together: each variant in a process of its own, once in every repetition."""
+    """Variants that are timed together, each in a separate process, once in every repetition."""
 
     workload: str
     variants: tuple
@@ -31,7 +31,7 @@ class Case:
     count: int
     repetitions: int
     busy: bool = False  # beside two busy loops per processor
-    python: bool = False  # from Python, where the variants are other ones
+    python: bool = False  # from Python, with other variants
 
     @property
     def name(self):
@@ -39,12 +39,12 @@ class Case:
 
     @property
     def measured(self):
-        """The variants, and what takes turns with some of them in their processes."""
+        """The variants, and those that take turns with some of them in the same process."""
         return (*self.variants, *(C_INTERFACE[variant] for variant in self.variants if variant in C_INTERFACE))
 
 
 class Programs:
-    """The built programs, and a folder for what they write."""
+    """The built programs, and a folder for their files."""
 
     def __init__(self, folder, scratch):
         self.folder = pathlib.Path(folder).resolve()
@@ -56,7 +56,7 @@ class Programs:
         return self.folder / "bench" / name
 
     def run(self, *command):
-        """The standard output of a program; a failure when it says that it failed."""
+        """Returns the standard output of a program. Raises `Failure` if the program fails."""
         words = [str(word) for word in command]
         try:
             done = subprocess.run(words, capture_output=True, text=True, timeout=TIME_LIMIT, check=False)
@@ -68,7 +68,7 @@ class Programs:
 
     @contextlib.contextmanager
     def server(self, name, workload, address):
-        """A peer's server; gives the port that it chose, 0 where it has none."""
+        """Runs a peer's server. Yields the port that it chose, or 0 if it uses no port."""
         words = [str(self.path(name)), workload, address]
         try:
             process = subprocess.Popen(words, stdout=subprocess.PIPE, text=True)
@@ -84,7 +84,7 @@ class Programs:
                 server.terminate()
 
     def infer(self, variant, workload, warm_up, count):
-        """One fresh process: its samples in nanoseconds and the checksum of what the model gave."""
+        """Runs one new process. Returns its samples in nanoseconds and the checksum of the outputs."""
         arguments = [workload, warm_up, count]
         host = self.stub_host if workload.startswith("stub") else self.host
         if variant in ("direct", "in process"):
@@ -102,7 +102,7 @@ class Programs:
         return json.loads(text)
 
     def infer_from_python(self, variant, workload, warm_up, count):
-        """The same from Python. Another runtime gives other bits: its checksum is left out."""
+        """The same from Python. Leaves out the checksum of onnxruntime, because its outputs differ in some bits."""
         worker = pathlib.Path(__file__).with_name("python_worker.py")
         result = json.loads(self.run(sys.executable, worker, PYTHON[variant], workload, MODELS[workload], warm_up, count))
         return result | ({"checksum": None} if variant == "onnxruntime" else {})
@@ -117,13 +117,13 @@ class Programs:
             return self.run(self.path(worker), *arguments, address.replace(":0", f":{port}"))
 
 
-# Variants whose application makes its input where it is sent or read from, as a loop over `ov::` ("direct") does too.
+# Variants whose application writes its input to the place from which it is sent or read, as "direct" does too.
 IN_PLACE = ("in process, in place", "remote, in place")
-# Variants that bound what a channel can reach, by what the limit's worker calls them.
+# Lower bounds for a channel, with the names that limit_worker uses.
 LIMITS = {"limit": "events", "limit, spinning": "spinning", "copies alone": "copies"}
-# With what its programs time beside it.
+# With what the same process times in turns.
 C_INTERFACE = {f"C interface, {where}": f"classes, {where}" for where in ("in process", "remote")}
-# Ways from Python, by what its worker calls them, and the models that it is given.
+# Ways from Python, with the names that python_worker.py uses, and the models for it.
 PYTHON = {
     "in process": "orvane_in_process",
     "remote": "orvane_host",
@@ -138,7 +138,7 @@ PEERS = ("gRPC, TCP", "gRPC, Unix socket", "ZeroMQ, ipc")
 
 @contextlib.contextmanager
 def other_work(count):
-    """Busy loops, which end with this program however it ends."""
+    """Runs busy loops. They end with this program, however it ends."""
     loop = "import os\nparent = os.getppid()\nwhile os.getppid() == parent:\n    for _ in range(10_000):\n        pass"
     processes = [subprocess.Popen([sys.executable, "-c", loop]) for _ in range(count)]
     try:
@@ -150,7 +150,7 @@ def other_work(count):
 
 
 def run_case(programs, case, progress):
-    """Samples by variant, a list for each repetition. All variants must give the same bytes."""
+    """Returns the figures by variant. All variants must return the same bytes."""
     with other_work(2 * os.cpu_count() if case.busy else 0):
         return time_variants(programs, case, progress)
 
@@ -160,7 +160,7 @@ def time_variants(programs, case, progress):
     checksums = {}
     for repetition in range(case.repetitions):
         progress(f"{case.name}: {repetition + 1} of {case.repetitions}")
-        # Each repetition starts with another variant, so that none always follows the same one.
+        # Each repetition starts with another variant, so that no variant always follows the same one.
         first = repetition % len(case.variants)
         for variant in case.variants[first:] + case.variants[:first]:
             infer = programs.infer_from_python if case.python else programs.infer
@@ -179,7 +179,7 @@ def percentile(ordered, percent):
 
 
 def summarise(repetitions):
-    """Figures in nanoseconds: the medians of the repetitions, theirs, and percentiles over all samples."""
+    """Figures in nanoseconds: the median of each repetition, the median of these, and percentiles over all samples."""
     medians = [statistics.median(samples) for samples in repetitions]
     everything = sorted(sample for samples in repetitions for sample in samples)
     return {
@@ -187,7 +187,7 @@ def summarise(repetitions):
         "medians": medians,
         "samples": len(everything),
         "percentiles": {str(percent): percentile(everything, percent) for percent in PERCENTILES},
-        # Enough of the distribution to draw it.
+        # Enough to draw the distribution.
         "quantiles": [percentile(everything, percent / 4) for percent in range(1, 400)],
     }
 
@@ -197,7 +197,7 @@ def repeat(repetitions, measure):
 
 
 def measure_starts(programs, model, repetitions, progress):
-    """Initialisation of one model in fresh processes: nanoseconds by the way to start."""
+    """Loads of one model in new processes: nanoseconds by the way to load."""
     scratch = programs.scratch
     worker = programs.path("init_worker")
     encrypted = scratch / "encrypted"
@@ -222,7 +222,7 @@ def measure_starts(programs, model, repetitions, progress):
 
 
 def measure_processes(programs, repetitions, progress):
-    """What a host costs besides the time of calls; nanoseconds, and kilobytes of memory."""
+    """What a host costs in addition to the time of calls: nanoseconds, and kilobytes of memory."""
     worker = programs.path("process_worker")
     plan = {
         "launch": (programs.host, 5 * repetitions),
@@ -250,7 +250,7 @@ def measure_parts(programs, repetitions, progress):
         return json.loads(text)["benchmarks"]
 
     parts = {}
-    for entry in run("-CopyTensor", 0.1, repetitions) + run("CopyTensor", 0.002, 9):  # there are very many of these
+    for entry in run("-CopyTensor", 0.1, repetitions) + run("CopyTensor", 0.002, 9):  # CopyTensor has very many
         if entry.get("aggregate_name") == "median":
             scale = {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]]
             parts[entry["run_name"].removesuffix("/real_time")] = {
@@ -270,7 +270,7 @@ def scratch_folder():
 
 
 def write_whole(path, text):
-    """Written beside and renamed: the file is never half there."""
+    """Writes another file in the same folder and renames it, so that the file is never half written."""
     path = pathlib.Path(path)
     beside = path.with_name(path.name + ".part")
     beside.write_text(text, encoding="utf-8")

@@ -18,14 +18,14 @@ namespace {
 
 using Orvane::Platform::Event;
 
-constexpr size_t kPiece = 4096;  // what the streams of the cache file work on at a time
+constexpr size_t kPiece = 4096;  // the streams of a cache file process pieces of this size
 constexpr size_t kFile = size_t{64} << 20;
 
 void SetBytes(benchmark::State& state, size_t bytes) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(bytes));
 }
 
-// All pieces of a cache file, one after the other into the same buffer, as its streams see them.
+// All pieces of a cache file, one after another in the same buffer, as the streams of the cache file see them.
 void KeystreamInPieces(benchmark::State& state) {
     std::vector<uint8_t> piece(kPiece);
     while (state.KeepRunning()) {
@@ -51,7 +51,7 @@ void MemcpyInPieces(benchmark::State& state) {
 }
 BENCHMARK(MemcpyInPieces)->Unit(benchmark::kMillisecond);
 
-// The same over 64 MiB that no cache holds.
+// The same over 64 MiB, which no processor cache holds.
 void KeystreamOverMemory(benchmark::State& state) {
     std::vector<uint8_t> file(kFile);
     while (state.KeepRunning()) {
@@ -77,7 +77,7 @@ void MemcpyOverMemory(benchmark::State& state) {
 }
 BENCHMARK(MemcpyOverMemory)->Unit(benchmark::kMillisecond);
 
-// Tensor data, `size` bytes between any two addresses; the arguments are the size and the offsets in a 64-byte line.
+// Copies tensor data. The arguments are the size, and the offsets of both addresses in a 64-byte line.
 template <void (*copy)(void*, const void*, size_t)>
 void CopyTensor(benchmark::State& state) {
     constexpr size_t kPage = 4096;
@@ -101,7 +101,7 @@ void Memcpy(void* to, const void* from, size_t size) {
     std::memcpy(to, from, size);
 }
 
-// What message data looks like first: its addresses are odd multiples of 4.
+// Offset 20 is that of message data, whose addresses are odd multiples of 4.
 void CopySizes(benchmark::internal::Benchmark* benchmark) {
     for (const int64_t size : {1 << 10, 4 << 10, 16 << 10, 64 << 10, 256 << 10, 588 << 10, 4 << 20, 20 << 20}) {
         for (const auto& [to, from] : {std::pair(0, 0), {20, 0}, {0, 20}, {1, 0}, {33, 17}, {63, 63}}) {
@@ -126,7 +126,7 @@ void Decipher(benchmark::State& state) {
 }
 BENCHMARK(Decipher)->Unit(benchmark::kMillisecond);
 
-// The messages of an exchange that carries no data: both sides' part of it.
+// The messages of an exchange without data, of both sides.
 void EncodeInvoke(benchmark::State& state) {
     std::vector<uint8_t> memory(1024);
     Orvane::MessageBuffer message;
@@ -152,7 +152,7 @@ void SetAndTakeEvent(benchmark::State& state) {
 }
 BENCHMARK(SetAndTakeEvent);
 
-// To another thread and back.
+// One exchange: to another thread and back.
 void HandOver(benchmark::State& state) {
     const std::string name = std::to_string(getpid());
     Event call = Event::Create("BenchCall" + name);

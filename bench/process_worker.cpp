@@ -21,8 +21,8 @@
 #include <thread>
 #include <vector>
 
-// What a host process costs besides the time of calls. Linked to the SDK without its backend in the process, like an
-// application that only ever uses a host.
+// What a host process costs in addition to the time of calls. This program links the SDK without the backend in the
+// process, as an application does that only uses host processes.
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -54,7 +54,7 @@ void Infer(Orvane::Interpreter& model) {
     Check(model.GetOutput()->CopyTo(bytes.data(), kStubBytes));
 }
 
-// Processor time that a process has used.
+// The processor time that a process has used.
 nanoseconds ProcessorTime(pid_t process) {
     clockid_t clock{};
     timespec used{};
@@ -64,7 +64,7 @@ nanoseconds ProcessorTime(pid_t process) {
     return std::chrono::seconds(used.tv_sec) + nanoseconds(used.tv_nsec);
 }
 
-// Of a host that waits for its next call, in a second.
+// The processor time, in a second, of a host that waits for its next call.
 nanoseconds IdleHost(const std::string& host) {
     Orvane::Interpreter model;
     Check(model.Init(*Options(host, "")));
@@ -76,7 +76,7 @@ nanoseconds IdleHost(const std::string& host) {
     return ProcessorTime(process) - before;
 }
 
-// Of a client that waits for a run of a second.
+// The processor time of a client that waits one second for a run.
 nanoseconds WaitingClient(const std::string& host) {
     Orvane::Interpreter model;
     Check(model.Init(*Options(host, "sleep " + std::to_string(std::chrono::milliseconds(kObserved).count()))));
@@ -85,8 +85,8 @@ nanoseconds WaitingClient(const std::string& host) {
     return ProcessorTime(getpid()) - before;
 }
 
-// How long a thread that sleeps takes to run after it was woken: the median of many. It sleeps for `kPause` each time,
-// and who wakes it keeps another processor busy meanwhile, like a host that computes.
+// The median time from a wake until a sleeping thread runs. The thread sleeps for `kPause` each time. The waking thread
+// keeps another processor busy meanwhile, as a host does that computes.
 nanoseconds WakeUp() {
     constexpr auto kPause = std::chrono::microseconds(500);
     constexpr int kTimes = 401;
@@ -117,8 +117,8 @@ nanoseconds WakeUp() {
     return times[kTimes / 2];
 }
 
-// From nothing to the reply of a first call that the host refuses. The backend itself, because an interpreter would
-// also end the host before it returns.
+// From the start of a launch to the reply of a first call, which the host refuses. Uses the backend itself, because an
+// interpreter would also end the host before it returns.
 nanoseconds Launch(const std::string& host) {
     Orvane::InterpreterParams params;
     params.framework = Orvane::FrameworkTypeInvalid;
@@ -133,7 +133,7 @@ nanoseconds Launch(const std::string& host) {
     return time;
 }
 
-// From nothing until a program says a byte.
+// From the start of a program until it writes a byte.
 nanoseconds StartOfProgram(const std::string& program) {
     int said[2];
     if (pipe(said) != 0) {
@@ -158,7 +158,7 @@ nanoseconds StartOfProgram(const std::string& program) {
     return time;
 }
 
-// Kilobytes of this process in memory, those of its channel's section left out.
+// Kilobytes of this process in memory, without those of its channel's section.
 long ResidentKilobytes() {
     std::ifstream map("/proc/self/smaps");
     bool isChannel = false;
@@ -198,9 +198,9 @@ long long Measure(const std::string& what, const std::string& program) {
 }  // namespace
 
 //   process_worker idle|waiting|memory STUB_HOST
-//   process_worker wake ANY           how long a sleeper takes to run after it was woken
+//   process_worker wake ANY           the time from a wake until a sleeper runs
 //   process_worker launch HOST
-//   process_worker start PROGRAM      how long another program takes to its first statement
+//   process_worker start PROGRAM      the time until another program's first statement
 //
 // Prints one figure: kilobytes for `memory`, nanoseconds for all others.
 int main(int argc, char** argv) {

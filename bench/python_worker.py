@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Times inferences from Python, one way in one fresh process: python_worker.py WAY MODEL WARM_UP COUNT
+"""Times inferences from Python, one way in one new process: python_worker.py WAY WORKLOAD PATH WARM_UP COUNT
 
-Prints as the other workers do: nanoseconds, and the checksum of what the model gave last. The ways are the functions of
-`WAYS`; each takes the model's path and gives what to time: inputs, a list of float32 arrays, to a list of output arrays.
+Prints JSON like the other workers: nanoseconds, and the checksum of the last outputs. The ways are the functions in
+`WAYS`. Each takes the model's path and returns the function to time. That function takes a list of float32 arrays, the
+inputs, and returns a list of arrays, the outputs.
 """
 
 import atexit
@@ -52,7 +53,7 @@ def onnxruntime_session(path):
 
 
 def arrays_in(memory, shapes):
-    """Float32 arrays of these shapes, one behind the other."""
+    """Float32 arrays of these shapes, one after another in `memory`."""
     arrays, offset = [], 0
     for shape in shapes:
         arrays.append(np.ndarray(shape, np.float32, memory.buf, offset))
@@ -70,7 +71,7 @@ def serve(path, memory, input_shapes, output_shapes, connection):
 
 
 def hand_made_worker(path):
-    """What people write by hand: another process, shared memory for the data and a pipe to take turns."""
+    """What people write by hand: another process, shared memory for the data, and a pipe to take turns."""
     import openvino
 
     model = openvino.Core().read_model(path)

@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Times the SDK, its limits and its peers, all in one run, and writes a table, bench.json and bench.html.
 
-Timed figures are never asserted: a target that was not met is said, and the exit value is 0. What did not work at all
-is an error and ends with 1.
+It reports a target that was not met, but the exit value is still 0. If a program fails, the exit value is 1.
 """
 
 import argparse
@@ -26,19 +25,19 @@ from measure import Case
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
 MODEL_VARIANTS = ("direct", "in process", "remote", *measure.PEERS)
 BUSY_VARIANTS = ("in process", "remote", *measure.PEERS)
-FACE_PYTHON = tuple(variant for variant in measure.PYTHON if variant != "onnxruntime")  # which does not read its file
+FACE_PYTHON = tuple(variant for variant in measure.PYTHON if variant != "onnxruntime")  # it does not read .tflite
 STUB_VARIANTS = ("remote", "limit", "limit, spinning", *measure.PEERS)
 SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
-MUCH_OTHER_WORK = 0.05  # of the processors; as `orvane bench` has it
-TEMPLATE = "cli/report/bench_page.html"  # that of `orvane bench --html`
+MUCH_OTHER_WORK = 0.05  # of the processors, as for `orvane bench`
+TEMPLATE = "cli/report/bench_page.html"  # the page of `orvane bench --html`
 
 
 def plan(quick):
-    """The cases; a quick run has fewer repetitions and samples, so that its figures are rougher, and leaves out Python on
-    a busy machine, for which no target is set."""
+    """The cases. A quick run has fewer repetitions and samples, so its figures are rougher. It also leaves out Python on
+    a busy machine, which has no target."""
     repetitions, share = (3, 3) if quick else (15, 1)
     cases = [
-        # Warmed up longer: how busy a machine is has to be learnt.
+        # A longer warm-up, because waits must learn how busy the machine is.
         Case("face", BUSY_VARIANTS, 200, 200 // share, 3 if quick else 9, busy=True),
         Case("voice", BUSY_VARIANTS, 400, 800 // share, 3 if quick else 9, busy=True),
         Case("face", FACE_PYTHON, 100, 600 // share, repetitions, python=True),
@@ -59,7 +58,7 @@ def plan(quick):
 
 
 class OtherWork:
-    """How much the processors did during a run that was not this program's, and so disturbed it."""
+    """The processor time that other programs used during a run, which disturbs the figures."""
 
     def __init__(self):
         self.start = self.read()
@@ -68,13 +67,13 @@ class OtherWork:
     def read():
         fields = [int(field) for field in pathlib.Path("/proc/stat").read_text().splitlines()[0].split()[1:]]
         ticks = os.sysconf("SC_CLK_TCK")
-        busy = (sum(fields[:8]) - fields[3] - fields[4] - fields[7]) / ticks  # all but idle, waiting for a disk, stolen
+        busy = (sum(fields[:8]) - fields[3] - fields[4] - fields[7]) / ticks  # all but idle, iowait and steal
         own = sum(usage.ru_utime + usage.ru_stime for usage in
                   (resource.getrusage(resource.RUSAGE_SELF), resource.getrusage(resource.RUSAGE_CHILDREN)))
         return {"busy": busy, "own": own, "stolen": fields[7] / ticks, "time": time.monotonic()}
 
     def shares(self):
-        """Of all processor time: that of other programs, and that which other virtual machines took."""
+        """The shares of all processor time that other programs and other virtual machines used."""
         change = {name: value - self.start[name] for name, value in self.read().items()}
         whole = change["time"] * os.cpu_count()
         shares = {"others": max(0.0, (change["busy"] - change["own"]) / whole), "stolen": change["stolen"] / whole}
@@ -108,7 +107,7 @@ def run(arguments):
     starts = 7 if arguments.quick else 21
 
     def progress(text):
-        # On a terminal a line replaces the one before.
+        # On a terminal each line replaces the previous line.
         begin, end = ("\r\x1b[K", "") if sys.stderr.isatty() else ("", "\n")
         print(f"{begin}{time.monotonic() - started:4.0f} s  {text}", end=end, file=sys.stderr, flush=True)
 
@@ -166,7 +165,7 @@ def print_table(results):
 
 
 def page(results):
-    """One HTML file that needs nothing else. A "<" could end the script that the results stand in, or begin a comment."""
+    """One HTML file that needs no other file. A "<" could end the script that contains the results, or begin a comment."""
     return (SOURCE / TEMPLATE).read_text(encoding="utf-8").replace("@RESULTS@", json.dumps(results).replace("<", "\\u003c"))
 
 

@@ -1,4 +1,4 @@
-"""What the project wants to reach, and whether a run did."""
+"""The targets of the project, and whether a run met them."""
 
 import statistics
 
@@ -6,14 +6,14 @@ MIB = 1 << 20
 
 
 def ratio(case, variant, base):
-    """The median of the ratios of the repetitions' medians, and their spread. Both sides of each ratio were timed
-    within a second or so, which takes most of a machine's slow changes of speed out of it."""
+    """The median of the ratios of the repetitions' medians, and their spread. Both sides of each ratio are timed within
+    about a second, which removes most of a machine's slow changes of speed."""
     ratios = [ours / theirs for ours, theirs in zip(case[variant]["medians"], case[base]["medians"])]
     return statistics.median(ratios), min(ratios), max(ratios)
 
 
 def target(number, text, figures, limit, at_least=False):
-    """`figures` are the value, and its lowest and highest over the repetitions where there are several."""
+    """`figures` is the value, or a tuple of the value and its lowest and highest over the repetitions."""
     value, low, high = figures if isinstance(figures, tuple) else (figures, None, None)
     met = value >= limit if at_least else value <= limit
     return {"number": number, "text": text, "value": value, "low": low, "high": high, "limit": limit,

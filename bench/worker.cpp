@@ -20,11 +20,11 @@ uint64_t Checksum(const std::vector<uint8_t>& bytes) {
                            [](uint64_t sum, uint8_t byte) { return (sum ^ byte) * 0x100000001B3; });
 }
 
-// The times of `count` inferences of each way, behind `warmUp` others. Throws when the ways give different outputs.
+// The times of `count` inferences of each way, after `warmUp` others. Throws if the ways return different outputs.
 std::vector<std::vector<int64_t>> TimeInferences(const std::vector<Way>& ways, const std::vector<uint8_t>& input,
                                                  std::vector<uint8_t>& output, size_t warmUp, size_t count) {
     std::vector<std::vector<uint8_t>> outputs(ways.size(), output);
-    constexpr size_t kTurn = 50;  // enough for what a host is like when it is called again and again
+    constexpr size_t kTurn = 50;  // enough for a host to behave as in a long run
     std::vector<std::vector<int64_t>> nanoseconds(ways.size());
     for (auto& times : nanoseconds) {
         times.reserve(count);

@@ -45,7 +45,7 @@ Workload ParseWorkload(const std::string& text) {
                 {1 * 128 * 128 * 3 * kFloat},
                 {1 * 896 * 16 * kFloat, 1 * 896 * 1 * kFloat}};
     }
-    if (text == "voice") {  // the state goes in and comes out, as for every piece of a recording
+    if (text == "voice") {  // the state is an input and an output, as for every piece of a recording
         return {Material("silero_vad_openvino_16k.onnx"),
                 {1 * 576 * kFloat, 2 * 1 * 128 * kFloat},
                 {1 * 1 * kFloat, 2 * 1 * 128 * kFloat}};

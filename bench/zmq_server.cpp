@@ -15,8 +15,8 @@ void Check(bool done) {
     }
 }
 
-// Serves a workload's model in the way that comes naturally: one request with all inputs, one reply with all outputs,
-// where the SDK makes a call for each step. That is in the peer's favour.
+// Serves a workload's model in the natural way: one request carries all inputs, one reply all outputs. The SDK makes
+// one call for each step, so this favours the peer.
 [[noreturn]] void Serve(const Orvane::Bench::Workload& workload, const std::string& address) {
     Orvane::Bench::DirectModel model(workload);
     void* const socket = zmq_socket(zmq_ctx_new(), ZMQ_REP);
