@@ -1,4 +1,4 @@
-"""A model with more than 30 MB of weights, for the times of loads."""
+"""A model with more than 30 MB of weights, to time loads."""
 
 import array
 import random

@@ -48,7 +48,7 @@ struct WithEvents {
     Event result;
 };
 
-// Keeps both processors busy all the time: the fastest way, but not a practical one.
+// The fastest way, but it keeps both processors busy all the time.
 struct WithSpinning {
     struct Turns {
         alignas(64) std::atomic<uint32_t> call{0};

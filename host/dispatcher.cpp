@@ -49,7 +49,7 @@ void Init(HostSession& session) {
     const OptionHandle option = CreateOption();
     option->Deserialize(flatForm.data, flatForm.size);  // deliberately ignores the result and uses what was read
     Status status = option->ToParams(params);
-    params.host.clear();  // the model runs here, whatever the client's own options say
+    params.host.clear();  // the model runs here, whatever the client's options say
 
     session.interpreter = std::make_unique<Interpreter>();  // frees an earlier model before the next load
     if (status.Ok()) {

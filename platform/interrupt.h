@@ -4,8 +4,8 @@
 
 namespace Orvane::Platform {
 
-// While it lives, the first Ctrl-C in the terminal (SIGINT) only sets the flag; the next one ends the process. Only one
-// may exist at a time.
+// While this object exists, the first Ctrl-C in the terminal (SIGINT) only sets the flag; the next Ctrl-C ends the
+// process. Only one such object may exist at a time.
 class InterruptFlag {
  public:
     InterruptFlag();

@@ -20,9 +20,9 @@ class ProcessMark {
 [[noreturn]] void FailFast() noexcept;
 
 // A host process calls this first. From now on the process ends at once and silently where it would otherwise show a
-// dialogue, write a core file or report an uncaught exception. On Linux it also makes sure that the process ends with
-// its client, which the system forgets when a program starts with additional rights, and that the standard three
-// descriptors exist, so that no other descriptor takes their numbers.
+// dialogue, write a core file or report an uncaught exception. On Linux the process then also ends with its client; the
+// system forgets this setting when a program starts with additional rights. On Linux this also opens each of the
+// standard three descriptors that is closed, so that no other descriptor takes its number.
 void BeginHost();
 
 // The path (UTF-8) of the program `name` in the folder of the running program. `name` has no ".exe". Returns only the
@@ -33,10 +33,10 @@ std::string ProgramBeside(const std::string& name);
 // `bin` beside that folder, as in packages.
 std::string ProgramBesideThisCode(const std::string& name);
 
-// Windows: loads the library `name`, such as "x.dll", for the rest of the process's life. Takes it, and the libraries
-// that it needs, from the folder of the library or program that contains this function; if it is not there, from
-// `otherFolder`, a path relative to that folder; or else from where the system searches. Does nothing if a library of
-// this name is loaded already. Returns 0, or the system's error.
+// Windows: loads the library `name`, such as "x.dll", and the libraries that it needs, for the rest of the process's
+// life. Searches the folder of the library or program that contains this function, then `otherFolder` (relative to that
+// folder), then where the system searches. Does nothing if a library of this name is loaded already. Returns 0, or the
+// system's error.
 // Linux: does nothing and returns 0, because a library names the folders in which the system searches.
 uint32_t LoadLibraryBesideThisCode(const std::string& name, const std::string& otherFolder);
 

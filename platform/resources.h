@@ -16,7 +16,7 @@ struct MemoryUse {
 // Empty if the system does not provide it.
 std::optional<MemoryUse> OwnMemoryUse();
 
-// Of the child process that was started last and still runs. Empty without such a child.
+// The memory of the child process that started last and still runs. Empty without such a child.
 std::optional<MemoryUse> ChildMemoryUse();
 
 // The machine. A value that the system does not provide is empty or 0.

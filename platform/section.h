@@ -39,8 +39,8 @@ class Section {
 
     // Makes sure that the first `size` bytes have memory, because a process that touches a byte without memory can end.
     // False on failure, for instance if the system has no room. Bytes that are already committed cost nothing.
-    // On Linux memory for many megabytes takes longer than the start of a program. On Windows a section has all its
-    // memory from the beginning.
+    // On Linux the allocation of many megabytes takes longer than the start of a program. On Windows a section has all
+    // its memory from the beginning.
     bool Commit(uint64_t size);
 
     // Maps the first `size` bytes, or all if `size` is 0. Empty on failure, also if the section is smaller. The view

@@ -59,7 +59,7 @@ class MachineWaits {
     std::atomic<int64_t> wakeUp{0};
     std::atomic<uint32_t> sleeps{0};  // how many of the next waits sleep at once
     std::atomic<uint32_t> sleepsAtNextSign{kFewestSleeps};
-    std::atomic<uint32_t> timely{0};  // watches since the last late one
+    std::atomic<uint32_t> timely{0};  // timely watches since the last late one
     std::atomic_flag isLearning{};
     RecentTimes wakeUps;
 };

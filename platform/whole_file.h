@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// Files that appear whole or not at all. All functions throw `FileError`.
+// Files that appear whole or not at all. Failures throw `FileError`.
 namespace Orvane::Platform {
 
 // The path to write a file to, with links followed. Throws if its folder does not exist, or if the path exists and is
@@ -34,8 +34,8 @@ class PartialFile {
 // it. Without `Commit` nothing of it remains, and an earlier file is unchanged.
 class WholeFile {
  public:
-    // Throws if the file cannot be written. If the file is made from a secret file, pass that file as `source`. Then
-    // only users who can read `source`, and any file that is replaced, can read the new file.
+    // Throws if the file cannot be written. If its content comes from a secret file, pass that file as `source`. The
+    // new file then has no more readers than `source`, and no more than the file that it replaces.
     explicit WholeFile(const std::string& path, const std::optional<std::string>& source = std::nullopt);
     // Each throws if the system fails, for instance if the disk is full.
     void Write(const void* data, std::size_t size);

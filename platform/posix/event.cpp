@@ -72,7 +72,7 @@ int64_t SinceSet(const Word& word, int64_t start, int64_t now) {
 bool Watch(Word& word, int64_t end, Awaited awaited) {
     // Systems tend to keep two processes that wake each other on one processor, where an exchange takes ten times as
     // long. Only the side that waits for the result moves away, because two sides that move could meet again. If both
-    // stay together, watching delays the peer, so each look is followed by a yield.
+    // stay on one processor, watching delays the peer, so each look is followed by a yield.
     const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
     const int64_t start = Now();
     int64_t now = start;

@@ -41,7 +41,7 @@ bool HasEnded(const Descriptor& process, int milliseconds) {
     int found = 0;
     while ((found = poll(&end, 1, milliseconds)) < 0 && errno == EINTR) {
     }
-    return found != 0;  // also if the system cannot report it
+    return found != 0;  // true if the system cannot report it
 }
 
 // Reaps the dead process. Unknown if the client reaped it, by a wait for any child or by ignoring `SIGCHLD`.

@@ -49,7 +49,7 @@ void FailFast() noexcept {
 }
 
 void BeginHost() {
-    // A limit of 1 byte stops core files and, unlike 0, programs that take cores through a pipe as well.
+    // A limit of 1 byte stops core files. Unlike 0, it also stops programs that take cores through a pipe.
     const rlimit noCore{1, 1};
     setrlimit(RLIMIT_CORE, &noCore);
     std::set_terminate(FailFast);

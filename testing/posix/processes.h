@@ -7,7 +7,7 @@
 #include <functional>
 #include <string>
 
-// Questions of tests about processes that only Linux answers.
+// Information about processes that only Linux provides, for tests.
 namespace Orvane::Testing {
 
 // The number of entries in a folder.
