@@ -64,7 +64,7 @@ nanoseconds ProcessorTime(pid_t process) {
     return std::chrono::seconds(used.tv_sec) + nanoseconds(used.tv_nsec);
 }
 
-// The processor time, in a second, of a host that waits for its next call.
+// The processor time, in a second, of a host process that waits for its next call.
 nanoseconds IdleHost(const std::string& host) {
     Orvane::Interpreter model;
     Check(model.Init(*Options(host, "")));
@@ -86,7 +86,7 @@ nanoseconds WaitingClient(const std::string& host) {
 }
 
 // The median time from a wake until a sleeping thread runs. The thread sleeps for `kPause` each time. The waking thread
-// keeps another processor busy meanwhile, as a host does that computes.
+// keeps another processor busy meanwhile, as a host process does that computes.
 nanoseconds WakeUp() {
     constexpr auto kPause = std::chrono::microseconds(500);
     constexpr int kTimes = 401;
@@ -117,8 +117,8 @@ nanoseconds WakeUp() {
     return times[kTimes / 2];
 }
 
-// From the start of a launch to the reply of a first call, which the host refuses. Uses the backend itself, because an
-// interpreter would also end the host before it returns.
+// From the start of a launch to the reply of a first call, which the host process refuses. Uses the backend itself,
+// because an interpreter would also end the host process before it returns.
 nanoseconds Launch(const std::string& host) {
     Orvane::InterpreterParams params;
     params.framework = Orvane::FrameworkTypeInvalid;

@@ -24,7 +24,7 @@ uint64_t Checksum(const std::vector<uint8_t>& bytes) {
 std::vector<std::vector<int64_t>> TimeInferences(const std::vector<Way>& ways, const std::vector<uint8_t>& input,
                                                  std::vector<uint8_t>& output, size_t warmUp, size_t count) {
     std::vector<std::vector<uint8_t>> outputs(ways.size(), output);
-    constexpr size_t kTurn = 50;  // enough for a host to behave as in a long run
+    constexpr size_t kTurn = 50;  // enough for a host process to behave as in a long run
     std::vector<std::vector<int64_t>> nanoseconds(ways.size());
     for (auto& times : nanoseconds) {
         times.reserve(count);

@@ -9,7 +9,7 @@
 
 namespace Orvane {
 
-// What a host keeps between calls.
+// What a host process keeps between calls.
 struct HostSession {
     SharedChannel channel;
     std::unique_ptr<Interpreter> interpreter;  // null before the first `CallInit`; each `CallInit` makes a new one

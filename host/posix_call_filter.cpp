@@ -1,13 +1,13 @@
 // The filter is a list of allowed calls. It is generous: it contains every call whose effect stays within the process,
 // even if the runtime does not make that call today. The runtime is a third party's. Its next release, another
 // processor or more memory nodes may need the call. The filter refuses every other call, so a call that was overlooked
-// does no harm. Calls newer than the list do not exist for the host, as on an older kernel.
+// does no harm. Calls newer than the list do not exist for the host process, as on an older kernel.
 //
 // Some allowed calls can still reach outside the process. For each of them the list says why it is allowed, and what
 // limits it. "Landlock" means that posix_sandbox.cpp decides which files the call may change.
 //
 // This file writes the instructions itself and does not use libseccomp. They are few, not every user's machine has that
-// library, and a static link would pass its LGPL on to everybody who ships the host.
+// library, and a static link would pass its LGPL on to everybody who ships the host program.
 #include "host/posix_call_filter.h"
 
 #include <fcntl.h>
@@ -63,17 +63,17 @@ constexpr uint32_t kAllowed[] = {
     SYS_sched_get_priority_min, SYS_sched_rr_get_interval, SYS_getrlimit, SYS_setrlimit, SYS_getrusage, SYS_uname,
     SYS_sysinfo, SYS_getrandom,
 
-    // Looking for files. The host may read whatever its user may, because models and libraries may be anywhere.
+    // Looking for files. The host process may read whatever its user may, because models and libraries may be anywhere.
     SYS_stat, SYS_lstat, SYS_fstat, SYS_newfstatat, SYS_statx, SYS_statfs, SYS_fstatfs, SYS_access, SYS_faccessat,
     SYS_faccessat2, SYS_readlink, SYS_readlinkat, SYS_getxattr, SYS_lgetxattr, SYS_fgetxattr, SYS_listxattr,
     SYS_llistxattr, SYS_flistxattr, SYS_getcwd, SYS_chdir, SYS_fchdir, SYS_umask,
 
-    // Opening files, also to write them: Landlock. If the host reads a terminal, a device or a fifo, another reader
-    // misses that input. Neither Landlock nor a filter can distinguish those from other files.
+    // Opening files, also to write them: Landlock. If the host process reads a terminal, a device or a fifo, another
+    // reader misses that input. Neither Landlock nor a filter can distinguish those from other files.
     SYS_open, SYS_openat, SYS_openat2, SYS_creat, SYS_close, SYS_close_range,
 
-    // Writing, also to the standard output and error, which the host shares with the client. Libraries report there why
-    // they give up.
+    // Writing, also to the standard output and error, which the host process shares with the client. Libraries report
+    // there why they give up.
     SYS_write, SYS_writev,
 
     // Waiting, and descriptors that only this process has.
@@ -82,9 +82,9 @@ constexpr uint32_t kAllowed[] = {
     SYS_timerfd_gettime, SYS_signalfd, SYS_signalfd4, SYS_pipe, SYS_pipe2,
 };
 
-// Allowed for descriptors that the host has opened itself. It shares the standard three with the client. If the host
-// read them, it would take the client's input. It could also choose where the client writes next, and how long its file
-// is. No allowed call gives them another number.
+// Allowed for descriptors that the host process has opened itself. It shares the standard three with the client. If the
+// host process read them, it would take the client's input. It could also choose where the client writes next, and how
+// long its file is. No allowed call gives them another number.
 constexpr uint32_t kAllowedForOwnDescriptors[] = {
     SYS_read, SYS_readv, SYS_pread64, SYS_preadv, SYS_preadv2, SYS_pwrite64, SYS_pwritev, SYS_pwritev2, SYS_lseek,
     SYS_getdents, SYS_getdents64, SYS_readahead, SYS_fadvise64, SYS_fsync, SYS_fdatasync, SYS_ftruncate,
@@ -154,7 +154,7 @@ void AllowOnly(Instructions& filter, uint32_t call, uint32_t argument, std::init
 }
 
 // A private futex is between threads of this process. At a word in shared memory other processes may wait. There the
-// host may wait and wake. It may not move their waiters to another word, where no wake would reach them.
+// host process may wait and wake. It may not move their waiters to another word, where no wake would reach them.
 void AllowFutexes(Instructions& filter) {
     AnswerByArguments(filter, SYS_futex,
                       {{1, BPF_JSET, FUTEX_PRIVATE_FLAG, kAllow},
@@ -173,7 +173,7 @@ void AllowForThisProcess(Instructions& filter) {
     AllowOnly(filter, SYS_prlimit64, 0, {0});
     AllowOnly(filter, SYS_move_pages, 0, {0});
     // The runtime binds each of its threads to processors, from that thread. No allowed call changes a thread's
-    // priority, not even its own: a host of the superuser could leave other processes no time.
+    // priority, not even its own: a host process of the superuser could leave other processes no time.
     AllowOnly(filter, SYS_sched_setaffinity, 0, {0});
     // Advice about this process's own mappings. Other advice removes pages of a shared file (MADV_REMOVE: the client
     // would end by SIGBUS), moves them out of memory (MADV_PAGEOUT), shares them with other processes (MADV_MERGEABLE),
@@ -259,8 +259,8 @@ void FilterSystemCalls() {
     Instructions instructions = MakeFilter();
     const sock_fprog filter{static_cast<uint16_t>(instructions.size()), instructions.data()};
     // Before Linux 5.16 a filter also turns off a speculation of the processor, as a protection against foreign code,
-    // and every inference would be slower. A host runs no foreign code: models are data. Before 4.17 this flag does not
-    // exist.
+    // and every inference would be slower. A host process runs no foreign code: models are data. Before 4.17 this flag
+    // does not exist.
     constexpr uint64_t kAllThreads = SECCOMP_FILTER_FLAG_TSYNC;
     for (const uint64_t flags : {kAllThreads | SECCOMP_FILTER_FLAG_SPEC_ALLOW, kAllThreads}) {
         if (syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter) == 0) {

@@ -10,9 +10,9 @@ constexpr bool kInstrumented = true;
 constexpr bool kInstrumented = false;
 #endif
 
-// From now on the kernel refuses, on all threads of this process, the system calls that a host does not need; most with
-// EPERM. The process must have given up new privileges before. No effect if the kernel has no such filters, or does not
-// let this process have one.
+// From now on the kernel refuses, on all threads of this process, the system calls that a host process does not need;
+// most with EPERM. The process must have given up new privileges before. No effect if the kernel has no such filters,
+// or does not let this process have one.
 void FilterSystemCalls();
 
 }  // namespace Orvane

@@ -56,8 +56,8 @@ void Allow(const Descriptor& ruleset, const std::filesystem::path& path, uint64_
     syscall(SYS_landlock_add_rule, ruleset.Get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0);
 }
 
-// The folder of the cache file, which may not exist yet; empty if the host makes no cache. The path of the cache may be
-// a link to a file in another folder.
+// The folder of the cache file, which may not exist yet; empty if the host process makes no cache. The path of the
+// cache may be a link to a file in another folder.
 std::filesystem::path CacheFolder(const InterpreterParams& params) {
     if (!params.openvinoMakeCache || params.openvinoCachePath.empty()) {
         return {};
@@ -86,7 +86,7 @@ void ForbidChangingFiles(const std::filesystem::path& cacheFolder) {
         Allow(ruleset, cacheFolder, kMakeCache & known);
     }
     if (kInstrumented) {
-        Allow(ruleset, "/", known);  // a host writes its coverage when it ends
+        Allow(ruleset, "/", known);  // the process writes its coverage when it ends
     }
     syscall(SYS_landlock_restrict_self, ruleset.Get(), 0);
 }

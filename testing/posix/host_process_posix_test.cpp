@@ -64,7 +64,7 @@ TEST_F(HostProcessPosix, FailedStartsHaveTheSystemsError) {
         EXPECT_EQ(Init(Params("echo 4")), std::to_string(EAGAIN) + launch);
     });
     InChild([&] {
-        close(STDIN_FILENO);  // the descriptor of the host then gets this number
+        close(STDIN_FILENO);  // the descriptor of the host process then gets this number
         rlimit limit{};
         getrlimit(RLIMIT_NOFILE, &limit);
         const rlim_t before = limit.rlim_cur;
@@ -343,7 +343,7 @@ TEST_F(HostProcessPosix, ReleasesAHostThatItMayNoLongerEnd) {
     });
 }
 
-// Checks the host before it has a model, because then its user can still read its descriptors.
+// Checks the host process before it has a model, because then its user can still read its descriptors.
 TEST_F(HostProcessPosix, InheritsNeitherDescriptorsNorSignalsAndNeedsNoStandardOnes) {
     for (const bool closed : {false, true}) {
         InChild([closed] {

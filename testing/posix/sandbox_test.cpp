@@ -1,4 +1,4 @@
-// What a host may do in its sandbox. The tests use child processes that enter it, and real hosts.
+// What a host process may do in its sandbox. The tests use child processes that enter it, and real host processes.
 #include "host/sandbox.h"
 
 #include <orvane/host.h>
@@ -119,7 +119,7 @@ TEST_F(SandboxFilter, RefusesCalls) {
         EXPECT_EQ(Try(kMemorySeal), "ENOSYS");
         EXPECT_EQ(Try(SYS_clone3), "ENOSYS");
         EXPECT_EQ(prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0), 1);
-        // Tests of models in a host show what the runtime needs. They would not detect a refusal of these calls.
+        // Tests of models in a host process show what the runtime needs, but would not detect a refusal of these calls.
         cpu_set_t processors;
         EXPECT_EQ(Outcome(sched_getaffinity(0, sizeof processors, &processors)), "done");
         EXPECT_EQ(Outcome(sched_setaffinity(0, sizeof processors, &processors)), "done");
@@ -325,7 +325,7 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
     EXPECT_EQ(otherFolder.Names(), (std::vector<std::string>{"open", "other"}));
 }
 
-// Initialises one host several times.
+// Initialises one host process several times.
 TEST_F(Sandbox, OnlyAModelOnTheCpuIsFiltered) {
     const auto filtersOf = [](uint32_t process) { return InStatus(process, "Seccomp_filters"); };
     const std::string before = filtersOf(static_cast<uint32_t>(getpid()));
