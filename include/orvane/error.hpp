@@ -19,41 +19,43 @@
 
 namespace orvane {
 
-/// Why a call failed. The enumerators of the same names in orvane_c.h say more.
+/// Why a call failed.
 enum class Reason : int32_t {
-    Refused = ORVANE_REFUSED,
-    BadArgument = ORVANE_BAD_ARGUMENT,
-    NoMemory = ORVANE_NO_MEMORY,
-    HostEnded = ORVANE_HOST_ENDED,
-    System = ORVANE_SYSTEM,
-    Runtime = ORVANE_RUNTIME,
-    Cancelled = ORVANE_CANCELLED,
+    Refused = ORVANE_REFUSED,           ///< not possible with this model, these files or these options
+    BadArgument = ORVANE_BAD_ARGUMENT,  ///< an argument is wrong for every model
+    NoMemory = ORVANE_NO_MEMORY,        ///< there is not enough memory
+    HostEnded = ORVANE_HOST_ENDED,      ///< the host process has ended; the exception is a `HostEnded`
+    System = ORVANE_SYSTEM,             ///< the system failed; `Error::GetSystemError` returns its error number
+    Runtime = ORVANE_RUNTIME,           ///< the inference runtime failed; the text is from the runtime
+    Cancelled = ORVANE_CANCELLED,       ///< a progress function cancelled the call
 };
 
-/// The reason's name, such as "refused", in static storage.
+/// Returns the reason's name, such as "refused", in static storage.
 inline const char* NameOf(Reason reason) {
     return orvane_reason_name(static_cast<int32_t>(reason));
 }
 
-/// How a host process ended. The enumerators of the same names in orvane_c.h say more.
+/// How a host process ended.
 enum class HostEnd : int32_t {
-    Exit = ORVANE_HOST_END_EXIT,
-    Signal = ORVANE_HOST_END_SIGNAL,
-    Interrupted = ORVANE_HOST_END_INTERRUPTED,
-    TimeLimit = ORVANE_HOST_END_TIME_LIMIT,
-    BadReply = ORVANE_HOST_END_BAD_REPLY,
-    Unknown = ORVANE_HOST_END_UNKNOWN,
+    Exit = ORVANE_HOST_END_EXIT,                ///< it exited; on Windows also: it crashed
+    Signal = ORVANE_HOST_END_SIGNAL,            ///< a signal ended it
+    Interrupted = ORVANE_HOST_END_INTERRUPTED,  ///< `Model::Interrupt` or a progress function ended it
+    TimeLimit = ORVANE_HOST_END_TIME_LIMIT,     ///< a call reached its time limit
+    BadReply = ORVANE_HOST_END_BAD_REPLY,       ///< it sent an invalid reply, and the library ended it
+    Unknown = ORVANE_HOST_END_UNKNOWN,          ///< the system does not say how it ended
 };
 
 /// A failed call. `what()` is UTF-8 and says what was wrong and what to do.
 class Error : public std::runtime_error {
  public:
+    /// Creates an error with this text. `systemError` is the system's error number, or 0.
     Error(Reason why, const std::string& text, int32_t systemError = 0)
         : std::runtime_error(text), reason(why), system(systemError) {}
 
+    /// Returns why the call failed.
     Reason GetReason() const { return reason; }
 
-    /// The system's error number, or 0.
+    /// Returns the system's error number, or 0.
     int32_t GetSystemError() const { return system; }
 
  private:
@@ -64,9 +66,11 @@ class Error : public std::runtime_error {
 /// The host process has ended; `Model::Restart` starts a new one.
 class HostEnded : public Error {
  public:
+    /// Creates an error with this text and cause.
     explicit HostEnded(const std::string& text, HostEnd how = HostEnd::Unknown)
         : Error(Reason::HostEnded, text), cause(how) {}
 
+    /// Returns how the host process ended.
     HostEnd GetCause() const { return cause; }
 
  private:

@@ -12,8 +12,8 @@ inline constexpr const char* kHostExit = "Orvane Host Exit";
 /// and a larger output ends the host process. Compare `GetByteSize` with this limit first.
 inline constexpr uint32_t kMaxHostTensorBytes = 22'020'096;
 
-/// Path of the host program in the folder of the running program, in UTF-8: a value for `OptionCommonHost`. Does not
-/// check that the file exists.
+/// Returns the path of the host program in the folder of the running program, in UTF-8: a value for `OptionCommonHost`.
+/// Does not check that the file exists.
 std::string HostPathBesideProgram();
 
 }  // namespace Orvane

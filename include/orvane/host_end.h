@@ -18,9 +18,9 @@ enum HostEndCause : uint32_t {
 
 /// How a host process ended.
 struct HostEnd {
-    HostEndCause cause = HostEndCauseNone;
-    uint32_t value = 0;  ///< depends on the cause
-    std::string text;    ///< for a person: "signal 11 (SIGSEGV)"; empty without a cause
+    HostEndCause cause = HostEndCauseNone;  ///< why it ended
+    uint32_t value = 0;                     ///< depends on the cause
+    std::string text;                       ///< for a person: "signal 11 (SIGSEGV)"; empty without a cause
 };
 
 }  // namespace Orvane

@@ -32,15 +32,24 @@ class InterpreterImpl;
 /// one for the child.
 class Interpreter {
  public:
+    /// Creates an empty interpreter.
     Interpreter();
+
+    /// Ends the host process, or frees the model in this process.
     ~Interpreter();
+
+    /// Takes the model of `other`, which is empty afterwards. Its tensors stay valid.
     Interpreter(Interpreter&& other) noexcept;
+
+    /// Frees its own model, and takes the model of `other`, which is empty afterwards. Its tensors stay valid.
     Interpreter& operator=(Interpreter&& other) noexcept;
 
     /// Loads and compiles the model that the options name. If `Init` refuses the options or the framework, an earlier
     /// model stays loaded. Any other failure leaves the interpreter empty.
     /// Tensors of an earlier model are invalid afterwards, unless that model stays loaded.
     Status Init(const OptionV2& options);
+
+    /// As above, with the options as plain values.
     Status Init(const InterpreterParams& params);
 
     /// Ends the host process. Does nothing for a model in this process. Call `Init` next.
@@ -51,36 +60,43 @@ class Interpreter {
     /// Fails and does nothing if there is no host process: a model in this process cannot be ended.
     Status Interrupt();
 
-    /// How many milliseconds an operation, `Init` included, may wait for the host process. An operation that waits
+    /// Sets how many milliseconds an operation, `Init` included, may wait for the host process. An operation that waits
     /// longer ends the host process and fails with `FailureReasonHostEnded`. 0, the default, is a limit of some 55
     /// hours. Applies to operations that begin afterwards, also after later `Init`s. Any thread.
     void SetTimeLimit(uint32_t milliseconds);
 
-    /// How the last host process ended by itself or was ended by the client, also after a failed `Init`. `Release` does
-    /// not count. In a forked child `HostEndCauseUnknown` until its own `Init`. Any thread.
+    /// Returns how the last host process ended by itself or was ended by the client, also after a failed `Init`.
+    /// `Release` does not count. In a forked child the cause is `HostEndCauseUnknown` until the child calls `Init`. Any
+    /// thread.
     HostEnd GetHostEnd() const;
 
     /// Runs the model once on the data that was copied in last. Fails before a successful `Init`, and before the first
     /// `CopyFrom`.
     Status Invoke();
 
+    /// Returns the number of inputs; 0 if the interpreter is empty or the host process has ended.
     int32_t GetInputCount() const;
+
+    /// Returns the number of outputs; 0 if the interpreter is empty or the host process has ended.
     int32_t GetOutputCount() const;
 
-    /// The first input and the first output; empty if the model has no such tensor.
+    /// Returns the first input; empty if the model has no input.
     TensorHandle GetInput();
+
+    /// Returns the first output; empty if the model has no output.
     TensorHandle GetOutput();
 
-    /// The first tensor with exactly this name; empty if there is no such tensor.
+    /// Returns the first tensor with exactly this name; empty if there is no such tensor.
     TensorHandle GetTensorByName(TensorType type, const std::string& name);
 
-    /// Empty if the model has no tensor on that side. `index` must be below the count; the SDK does not check it.
+    /// Returns the tensor with this index; empty if the model has no tensor on that side. `index` must be below the
+    /// count; the SDK does not check it.
     TensorHandle GetTensor(TensorType type, uint32_t index);
 
-    /// Extra texts about the model from the backend. OpenVINO has none.
+    /// Returns texts about the model from the backend. OpenVINO has no such texts.
     std::unordered_map<std::string, std::string> GetExtraInfo();
 
-    /// Number of the framework that the last `Init` asked for, also if that `Init` failed.
+    /// Returns the number of the framework that the last `Init` asked for, also if that `Init` failed.
     uint32_t GetFramework() const { return framework; }
 
     /// True from a successful `Init` until a failed `Init`. Stays true after `Release` and after the end of a host

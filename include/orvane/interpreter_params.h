@@ -9,15 +9,15 @@ namespace Orvane {
 
 /// Inference frameworks by number. Only the two OpenVINO numbers are enabled; `Init` refuses the others.
 enum FrameworkType : uint32_t {
-    FrameworkTypeTFLite = 0,
-    FrameworkTypeOnnxRuntime = 1,
-    FrameworkTypeMnn = 2,
-    FrameworkTypeCoreML = 4,
+    FrameworkTypeTFLite = 0,         ///< TensorFlow Lite; not enabled
+    FrameworkTypeOnnxRuntime = 1,    ///< ONNX Runtime; not enabled
+    FrameworkTypeMnn = 2,            ///< MNN; not enabled
+    FrameworkTypeCoreML = 4,         ///< Core ML; not enabled
     FrameworkTypeOpenvinoPlain = 5,  ///< OpenVINO too, but an option set carries no OpenVINO options for it
-    FrameworkTypeTorchLite = 6,
-    FrameworkTypeInvalid = 7,
-    FrameworkTypeQnn = 8,
-    FrameworkTypeOpenvino = 9,
+    FrameworkTypeTorchLite = 6,      ///< PyTorch Lite; not enabled
+    FrameworkTypeInvalid = 7,        ///< no framework
+    FrameworkTypeQnn = 8,            ///< QNN; not enabled
+    FrameworkTypeOpenvino = 9,       ///< OpenVINO
 };
 
 /// Everything that `Init` reads, as plain values. `OptionV2::ToParams` fills it from an option set.
@@ -28,30 +28,30 @@ struct InterpreterParams {
     std::string modelName;    ///< appended to `modelPath` as it is
     std::string libraryPath;  ///< OpenVINO does not read it
 
-    /// The SDK does not read these. Their order and initial values are fixed.
-    std::string reservedText;
-    std::vector<std::string> reservedList;
-    int32_t reserved0 = 4;
-    int64_t reserved1 = 0;
-    int32_t reserved2 = 0;
-    int64_t reserved3 = 0;
-    bool reserved4 = true;
-    bool reserved5 = false;
-    int32_t reserved6 = 0;
-    int32_t reserved7 = 2;
+    // The order and the initial values of these are fixed.
+    std::string reservedText;               ///< not read
+    std::vector<std::string> reservedList;  ///< not read
+    int32_t reserved0 = 4;                  ///< not read
+    int64_t reserved1 = 0;                  ///< not read
+    int32_t reserved2 = 0;                  ///< not read
+    int64_t reserved3 = 0;                  ///< not read
+    bool reserved4 = true;                  ///< not read
+    bool reserved5 = false;                 ///< not read
+    int32_t reserved6 = 0;                  ///< not read
+    int32_t reserved7 = 2;                  ///< not read
 
     std::string host;  ///< path of a host program; if not empty, the model runs in a host process
 
-    std::string openvinoDevice;          ///< device name; empty means "CPU"
-    std::string openvinoCachePath;       ///< compiled-model cache file; empty disables the cache
-    bool openvinoMakeCache = false;      ///< write the cache file after compiling
-    bool openvinoMakeEncrypted = false;  ///< the model files on disk are encrypted
-    std::array<uint8_t, 4> openvinoMakeEncryptedKey{};
+    std::string openvinoDevice;                         ///< device name; empty means "CPU"
+    std::string openvinoCachePath;                      ///< compiled-model cache file; empty disables the cache
+    bool openvinoMakeCache = false;                     ///< write the cache file after compiling
+    bool openvinoMakeEncrypted = false;                 ///< the model files on disk are encrypted
+    std::array<uint8_t, 4> openvinoMakeEncryptedKey{};  ///< their key; a shorter key ends in zeros
 
-    std::string qnnStubPath;
-    std::string qnnSystemPath;
-    bool qnnFromCache = false;
-    std::string qnnOutputPath;
+    std::string qnnStubPath;    ///< for QNN, which is not enabled
+    std::string qnnSystemPath;  ///< for QNN
+    bool qnnFromCache = false;  ///< for QNN
+    std::string qnnOutputPath;  ///< for QNN
 };
 
 }  // namespace Orvane

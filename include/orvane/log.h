@@ -13,24 +13,24 @@
 
 namespace Orvane {
 
-/// Level of every line of the SDK. Higher is more severe.
+/// The level of every line of the SDK. A higher level is more severe.
 inline constexpr uint32_t kLogLevelError = 6;
 
-/// Receives one finished line, zero-terminated UTF-8 without a line end of its own.
-/// Called on the thread that logs; `text` is valid only during the call. The SDK holds no lock: the callback may call
-/// `Interrupt`, `SetTimeLimit` and `GetHostEnd` of any interpreter, everything of interpreters that no operation uses
-/// at that time, and the functions below. It must not throw.
+/// Receives one line, as zero-terminated UTF-8. The SDK adds no line end.
+/// Called on the thread that logs; `text` is valid only during the call. The SDK holds no lock. The callback may call
+/// `Interrupt`, `SetTimeLimit` and `GetHostEnd` of any interpreter, all functions of interpreters that no operation
+/// uses at that time, and the functions below. It must not throw.
 using LogCallback = void (*)(uint32_t level, const char* text);
 
-/// Installs the process-wide sink of log lines; null drops them, which is how a process starts.
-/// A line that another thread is logging meanwhile may still reach the old sink.
+/// Sets the callback for the log lines of the process. Null, the default, drops them.
+/// A line that another thread logs meanwhile may still reach the earlier callback.
 void SetLogCallback(LogCallback callback);
 
-/// Lines below `minimum` no longer reach the callback. Starts at 0: every line passes.
+/// Drops lines below the level `minimum`. The default is 0: no line is dropped.
 void SetLogLevel(uint32_t minimum);
 
-/// Formats like `printf` and hands the line to the callback. Any thread.
-/// Returns 0 if the text could be formatted, also without a callback, and -1 if not.
+/// Formats like `printf` and passes the line to the callback. Any thread.
+/// Returns -1 if the text cannot be formatted. Otherwise returns 0, also without a callback.
 int32_t Log(uint32_t level, const char* format, ...) ORVANE_LOG_FORMAT;
 
 }  // namespace Orvane

@@ -2,7 +2,7 @@
 
 /// \file
 /// Lists devices, and describes and reshapes model files, without running a model. For C++17 and later. The rules of
-/// `orvane.hpp` apply. Needs the library `orvane_c`: `orvane_client_c` has no runtime and refuses all of it.
+/// `orvane.hpp` apply. Needs the library `orvane_c`: `orvane_client_c` has no runtime and refuses every call.
 
 #include <orvane/orvane.hpp>
 
@@ -17,7 +17,7 @@ namespace orvane {
 
 namespace detail {
 
-// Collects what a function of the C interface passes to a callback, and the exception of that callback: no exception
+// Collects what a function of the C interface passes to a callback, and the exception of that callback. No exception
 // may pass through C.
 template <typename Result>
 struct Collector {
@@ -45,12 +45,13 @@ struct Collector {
 
 }  // namespace detail
 
-/// A device that models can run on here.
+/// A device of this machine that can run models.
 struct Device {
-    std::string name;      ///< for `Options::device`
-    std::string fullName;  ///< of the processor or card; may be empty
+    std::string name;      ///< the value for `Options::device`
+    std::string fullName;  ///< the name of the processor or card; may be empty
 };
 
+/// Lists the devices of this machine that can run models. Throws `Error`.
 inline std::vector<Device> Devices() {
     using Collector = detail::Collector<std::vector<Device>>;
     Collector collector;
@@ -63,8 +64,8 @@ inline std::vector<Device> Devices() {
 
 /// The tensors of a model file.
 struct FileTensors {
-    std::vector<Tensor> inputs;
-    std::vector<Tensor> outputs;
+    std::vector<Tensor> inputs;   ///< in the model's order
+    std::vector<Tensor> outputs;  ///< in the model's order
 };
 
 /// Reads a model file without compiling it, and returns its tensors. Throws `Error`.

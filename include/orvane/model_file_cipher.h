@@ -12,17 +12,19 @@ namespace Orvane {
 /// `Decrypt` cannot restore a chunk of 1 to 15 bytes: the rule for these bytes loses bits. This is deliberate. Chunks
 /// of 16 bytes and more are always restored.
 struct ModelFileCipher {
-    /// 4 MiB, in bytes.
+    /// The size of a chunk in bytes: 4 MiB.
     static constexpr uint32_t kChunkSize = 4'194'304;
 
     /// Byte order of the cipher's words: 1 is little-endian (all model files), 0 is big-endian.
     uint8_t mode = 1;
 
-    /// A shorter key is padded with zero bytes.
+    /// The key. A shorter key ends in zero bytes.
     std::array<uint8_t, 4> key{};
 
-    /// Transform `size` bytes in place, at most `kChunkSize`.
+    /// Encrypts `size` bytes in place, at most `kChunkSize`.
     void Encrypt(uint8_t* chunk, uint32_t size) const;
+
+    /// Decrypts `size` bytes in place, at most `kChunkSize`.
     void Decrypt(uint8_t* chunk, uint32_t size) const;
 
     /// As `Encrypt`. Returns false and leaves the chunk unchanged if `Decrypt` could not restore it.

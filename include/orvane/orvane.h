@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// The whole SDK: create an option set, initialise an interpreter with it, copy data into its input tensors,
-/// invoke it, copy the results out of its output tensors.
+/// The whole SDK. Create an option set, call `Init` of an interpreter with it, copy data into the input tensors, call
+/// `Invoke`, and copy the results from the output tensors.
 
 #include <orvane/host.h>
 #include <orvane/host_end.h>

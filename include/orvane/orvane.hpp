@@ -2,7 +2,7 @@
 
 /// \file
 /// The SDK for C++17 and later, as a header over the C interface. The rules of orvane_c.h apply. It works with every
-/// compiler, and with both libraries, `orvane_c` and `orvane_client_c`.
+/// compiler, and with both libraries, `orvane_c` and `orvane_client_c`. Every failure throws an `orvane::Error`.
 ///
 ///     orvane::Options options;
 ///     options.modelPath = "model.onnx";
@@ -10,8 +10,6 @@
 ///     model.Set(0, std::vector<float>{1, 2, 3});
 ///     model.Run();
 ///     const std::vector<float> result = model.Get<float>("y");
-///
-/// Every failure throws an `orvane::Error`.
 
 #include <orvane/orvane_c.h>
 #include <orvane/error.hpp>
@@ -38,15 +36,15 @@
 
 namespace orvane {
 
-/// Steps of a load.
+/// A step of a load.
 enum class LoadStep : int32_t {
-    None = ORVANE_LOAD_NONE,  ///< the call does not load a model
-    Reading = ORVANE_LOAD_READING,
-    Compiling = ORVANE_LOAD_COMPILING,
-    Importing = ORVANE_LOAD_IMPORTING,  ///< reads the cache file
-    Writing = ORVANE_LOAD_WRITING,
-    StartingHost = ORVANE_LOAD_STARTING_HOST,
-    InHost = ORVANE_LOAD_IN_HOST,
+    None = ORVANE_LOAD_NONE,                   ///< the call does not load a model
+    Reading = ORVANE_LOAD_READING,             ///< reads the model file
+    Compiling = ORVANE_LOAD_COMPILING,         ///< compiles the model for its device
+    Importing = ORVANE_LOAD_IMPORTING,         ///< reads the cache file
+    Writing = ORVANE_LOAD_WRITING,             ///< writes the cache file
+    StartingHost = ORVANE_LOAD_STARTING_HOST,  ///< starts the host process
+    InHost = ORVANE_LOAD_IN_HOST,              ///< the host process loads the model
 };
 
 /// Which model to run, and how. Empty fields take the default. Texts are UTF-8.
@@ -76,39 +74,42 @@ struct Options {
     std::function<bool(LoadStep step)> progress;
 };
 
+/// The side of a model: its inputs, or its outputs.
 enum class Side : int32_t { Input = ORVANE_INPUT, Output = ORVANE_OUTPUT };
 
+/// The type of a tensor's elements.
 enum class ElementType : uint32_t {
-    Unknown = ORVANE_UNKNOWN,
-    Float32 = ORVANE_FLOAT32,
-    Float16 = ORVANE_FLOAT16,  ///< 16 bits in a `uint16_t`
-    Int32 = ORVANE_INT32,
-    UInt8 = ORVANE_UINT8,
-    Int64 = ORVANE_INT64,
-    Bool = ORVANE_BOOL,  ///< `bool`, or a `uint8_t` of 0 or 1
-    Int16 = ORVANE_INT16,
-    Int8 = ORVANE_INT8,
-    Float64 = ORVANE_FLOAT64,
+    Unknown = ORVANE_UNKNOWN,  ///< any other type; such a tensor cannot be copied
+    Float32 = ORVANE_FLOAT32,  ///< `float`
+    Float16 = ORVANE_FLOAT16,  ///< 16-bit floating point, in a `uint16_t`
+    Int32 = ORVANE_INT32,      ///< `int32_t`
+    UInt8 = ORVANE_UINT8,      ///< `uint8_t`
+    Int64 = ORVANE_INT64,      ///< `int64_t`
+    Bool = ORVANE_BOOL,        ///< `bool`, or a `uint8_t` of 0 or 1
+    Int16 = ORVANE_INT16,      ///< `int16_t`
+    Int8 = ORVANE_INT8,        ///< `int8_t`
+    Float64 = ORVANE_FLOAT64,  ///< `double`
 };
 
-/// The type's name, such as "float32", in static storage.
+/// Returns the type's name, such as "float32", in static storage.
 inline const char* NameOf(ElementType type) {
     return orvane_element_type_name(static_cast<int32_t>(type));
 }
 
 /// An input or output of a model.
 struct Tensor {
-    Side side = Side::Input;
-    uint32_t index = 0;
-    std::string name;
-    ElementType type = ElementType::Unknown;
-    std::vector<int64_t> shape;  ///< outermost dimension first; a dynamic one is -1
-    uint64_t byteSize = 0;       ///< 0 if the data cannot be copied
-    std::string problem;         ///< why the data cannot be copied and what to do; empty if it can
+    Side side = Side::Input;                  ///< input or output
+    uint32_t index = 0;                       ///< its index on that side, from 0
+    std::string name;                         ///< the model's name for it, UTF-8
+    ElementType type = ElementType::Unknown;  ///< the type of its elements
+    std::vector<int64_t> shape;               ///< outermost dimension first; a dynamic dimension is -1
+    uint64_t byteSize = 0;                    ///< bytes of all elements; 0 if the data cannot be copied
+    std::string problem;                      ///< why the data cannot be copied and what to do; empty if it can
 
+    /// Whether the shape has a dynamic dimension.
     bool IsDynamic() const { return std::find(shape.begin(), shape.end(), -1) != shape.end(); }
 
-    /// The tensor's name in messages: `input 0 "x"`.
+    /// Returns the tensor's name in messages: `input 0 "x"`.
     std::string Label() const {
         return (side == Side::Input ? "input " : "output ") + std::to_string(index) + " \"" + name + "\"";
     }
@@ -151,18 +152,21 @@ constexpr bool Matches(ElementType type) {
     }
 }
 
-/// Selects an input or output by index or name. Both convert to it implicitly.
+/// Selects an input or output by index or name. Integers and texts convert to it implicitly.
 class Which {
  public:
+    /// Selects by index.
     // NOLINTBEGIN(modernize-use-constraints): C++17 has no constraints
     template <typename Index, typename = std::enable_if_t<std::is_integral_v<Index>>>
     Which(Index wanted)
         // NOLINTEND(modernize-use-constraints)
         : index(wanted >= 0 && static_cast<uint64_t>(wanted) < kNone ? static_cast<uint32_t>(wanted) : kNone) {}
-    Which(const char* wanted) : name(wanted) {}
-    Which(std::string wanted) : name(std::move(wanted)) {}
+    Which(const char* wanted) : name(wanted) {}             ///< Selects by name.
+    Which(std::string wanted) : name(std::move(wanted)) {}  ///< Selects by name.
 
+    /// Whether this selects the tensor.
     bool Is(const Tensor& tensor) const { return name ? tensor.name == *name : tensor.index == index; }
+    /// Returns the index, or the name in quotes.
     std::string Text() const { return name ? "\"" + *name + "\"" : std::to_string(index); }
 
  private:
@@ -176,6 +180,7 @@ class Which {
 /// assigned to or destroyed. All functions throw `Error`, and `HostEnded` after the host process has ended.
 class Model {
  public:
+    /// Loads the model.
     explicit Model(const Options& options) {
         orvane_options plain{};
         plain.struct_size = sizeof plain;
@@ -201,18 +206,16 @@ class Model {
         Describe();
     }
 
-    /// Loads the model again: in a new host process after `HostEnded`, or to give its inputs other shapes. Set inputs
-    /// and shapes again.
+    /// Loads the model again, after `HostEnded` or for other shapes. Set inputs and shapes again.
     void Restart() {
         Check(orvane_restart(handle.get()));
         Describe();
     }
 
-    /// The tensors, in the model's order. `Restart` and `Resize` invalidate references to them.
-    const std::vector<Tensor>& Inputs() const { return inputs; }
-    const std::vector<Tensor>& Outputs() const { return outputs; }
-    const Tensor& Input(const Which& which) const { return Find(inputs, "input", which); }
-    const Tensor& Output(const Which& which) const { return Find(outputs, "output", which); }
+    const std::vector<Tensor>& Inputs() const { return inputs; }    ///< All inputs; valid until `Restart` or `Resize`.
+    const std::vector<Tensor>& Outputs() const { return outputs; }  ///< All outputs; valid until `Restart` or `Resize`.
+    const Tensor& Input(const Which& which) const { return Find(inputs, "input", which); }     ///< One input.
+    const Tensor& Output(const Which& which) const { return Find(outputs, "output", which); }  ///< One output.
 
     /// Sets the shape of an input with dynamic dimensions. Refused after the first data, and with a host process.
     void Resize(const Which& which, const std::vector<int64_t>& shape) {
@@ -229,10 +232,10 @@ class Model {
         Check(orvane_set_input(handle.get(), input.index, std::data(elements), BytesOf(elements)));
     }
 
+    /// Runs the model once on the latest data of each input. Refused until at least one input was set.
     void Run() { Check(orvane_run(handle.get())); }
 
-    /// Returns the elements of an output of the last run. Refused for an output with dynamic dimensions: use the other
-    /// `Get`.
+    /// Returns the elements of an output of the last run. For dynamic dimensions use the other `Get`.
     template <typename T>
     std::vector<T> Get(const Which& which) const {
         const Tensor& output = Output(which);
@@ -246,7 +249,7 @@ class Model {
     }
 
     /// Copies the elements of an output of the last run into a vector, an array or a span, whose size must be the
-    /// output's. For an output with dynamic dimensions that is the size that the run made.
+    /// output's. If the output has dynamic dimensions, the run determines the size, and you must know it.
     template <typename Elements>
     void Get(const Which& which, Elements&& elements) const {
         const Tensor& output = Output(which);
@@ -285,7 +288,7 @@ class Model {
         orvane_interrupt(handle.get());
     }
 
-    /// For functions of the C interface. This object still owns it.
+    /// Returns the model for functions of the C interface. This object still owns it.
     orvane_model* Handle() const {
         return handle.get();
     }

@@ -39,7 +39,7 @@
 #define ORVANE_C_API
 #endif
 
-/// Number of the interface that this header describes; it grows with every addition.
+/// The number of the interface that this header describes. It grows with every addition.
 #define ORVANE_ABI 3
 
 #ifdef __cplusplus
@@ -60,7 +60,7 @@ enum orvane_reason {
     ORVANE_HOST_ENDED,    ///< the host process has ended; `orvane_restart` starts a new one
     ORVANE_SYSTEM,        ///< the system failed, with the number in `orvane_error_system`: 2 is a missing file
     ORVANE_RUNTIME,       ///< the inference runtime failed, and the text is from the runtime
-    ORVANE_CANCELLED      ///< a progress function gave the call up
+    ORVANE_CANCELLED      ///< a progress function cancelled the call
 };
 
 /// How a host process ended.
@@ -74,25 +74,28 @@ enum orvane_host_end {
 };
 
 /// Sides of a model.
-enum orvane_side { ORVANE_INPUT = 0, ORVANE_OUTPUT = 1 };
+enum orvane_side {
+    ORVANE_INPUT = 0,  ///< the inputs
+    ORVANE_OUTPUT = 1  ///< the outputs
+};
 
 /// Types of a tensor's elements.
 enum orvane_element_type {
     ORVANE_UNKNOWN = 0,  ///< any other type; such a tensor cannot be copied
-    ORVANE_FLOAT32 = 1,
-    ORVANE_FLOAT16 = 2,
-    ORVANE_INT32 = 3,
-    ORVANE_UINT8 = 4,
-    ORVANE_INT64 = 5,
-    ORVANE_BOOL = 6,  ///< one byte each, 0 or 1
-    ORVANE_INT16 = 7,
-    ORVANE_INT8 = 8,
-    ORVANE_FLOAT64 = 9
+    ORVANE_FLOAT32 = 1,  ///< 32-bit floating point
+    ORVANE_FLOAT16 = 2,  ///< 16-bit floating point
+    ORVANE_INT32 = 3,    ///< signed, 32 bits
+    ORVANE_UINT8 = 4,    ///< unsigned, 8 bits
+    ORVANE_INT64 = 5,    ///< signed, 64 bits
+    ORVANE_BOOL = 6,     ///< one byte each, 0 or 1
+    ORVANE_INT16 = 7,    ///< signed, 16 bits
+    ORVANE_INT8 = 8,     ///< signed, 8 bits
+    ORVANE_FLOAT64 = 9   ///< 64-bit floating point
 };
 
 /// Which model to run, and how. Null and 0 are the defaults.
 typedef struct orvane_options {
-    uint64_t struct_size;
+    uint64_t struct_size;    ///< the size of this structure in bytes
     const char* model_path;  ///< the model file; may be null if the cache file exists
     const char* device;      ///< the name of a device of OpenVINO; null: the CPU
     const char* cache_path;  ///< the file of the compiled model; if it exists, the model files are not read
@@ -108,8 +111,8 @@ typedef struct orvane_options {
     /// load succeeds without it, and the log says why.
     uint32_t make_cache;
 
-    /// How many milliseconds one call may wait for its host processes. When the time is over, the library ends the
-    /// host, and the call fails with `ORVANE_HOST_ENDED`. 0: no limit. A limit needs a host program.
+    /// How many milliseconds one call may wait for its host processes. When the time is over, the library ends the host
+    /// process, and the call fails with `ORVANE_HOST_ENDED`. 0: no limit. A limit needs a host program.
     uint32_t time_limit_ms;
 
     /// The same for `orvane_open` and `orvane_restart`, which take much longer. 0: as `time_limit_ms`.
@@ -128,14 +131,14 @@ typedef struct orvane_options {
 
 /// Describes a tensor.
 typedef struct orvane_tensor {
-    uint64_t struct_size;
+    uint64_t struct_size;  ///< the size of this structure in bytes; the caller sets it
 
-    /// The tensor's name and its dimensions, outermost first. A dynamic dimension is -1. Both are valid until the next
-    /// `orvane_resize` or `orvane_restart` of the model, or until it is closed.
+    /// The tensor's name. It is valid until the next `orvane_resize` or `orvane_restart` of the model, or until the
+    /// model is closed.
     const char* name;
-    const int64_t* dimensions;
-    uint32_t rank;          ///< the number of dimensions; a tensor without dimensions has one element
-    uint32_t element_type;  ///< an `orvane_element_type`
+    const int64_t* dimensions;  ///< outermost first; a dynamic dimension is -1; valid as long as `name`
+    uint32_t rank;              ///< the number of dimensions; a tensor without dimensions has one element
+    uint32_t element_type;      ///< an `orvane_element_type`
 
     /// Bytes of all elements. 0 if the data cannot be copied: because of a dynamic dimension, an unknown element type,
     /// more than 22,020,096 bytes with a host process or 4,294,967,295 in this process, or an input without dimensions.
@@ -148,23 +151,23 @@ typedef struct orvane_tensor {
 
 /// Data for an input.
 typedef struct orvane_input {
-    uint64_t struct_size;
-    uint32_t index;
-    const void* data;
-    uint64_t bytes;
+    uint64_t struct_size;  ///< the size of this structure in bytes
+    uint32_t index;        ///< the index of the input, from 0
+    const void* data;      ///< its elements, in row-major order
+    uint64_t bytes;        ///< the size of `data`: the input's `byte_size`
 } orvane_input;
 
 /// Memory for an output.
 typedef struct orvane_output {
-    uint64_t struct_size;
-    uint32_t index;
-    void* data;
-    uint64_t bytes;
+    uint64_t struct_size;  ///< the size of this structure in bytes
+    uint32_t index;        ///< the index of the output, from 0
+    void* data;            ///< receives its elements, in row-major order
+    uint64_t bytes;        ///< the size of `data`, as for `orvane_get_output`
 } orvane_output;
 
 /// A shape for an input of a model file.
 typedef struct orvane_shape {
-    uint64_t struct_size;
+    uint64_t struct_size;       ///< the size of this structure in bytes
     const int64_t* dimensions;  ///< outermost first, each at least 1
     uint32_t rank;              ///< the number of dimensions, 1 to 64
     uint32_t input;             ///< the index of the input
@@ -181,19 +184,23 @@ enum orvane_load_step {
     ORVANE_LOAD_IN_HOST         ///< the host process loads the model
 };
 
-/// The library's own `ORVANE_ABI`, and its version as "major.minor.patch" in static storage.
+/// Returns the `ORVANE_ABI` of the library.
 ORVANE_C_API uint32_t orvane_abi(void);
+
+/// Returns the version of the library as "major.minor.patch", in static storage.
 ORVANE_C_API const char* orvane_version(void);
 
-/// Names for messages, in static storage: "refused", "bad argument", "no memory", "host ended", "system", "runtime",
-/// "cancelled"; and "float32", "float16", "int32", "uint8", "int64", "bool", "int16", "int8", "float64". For any other
-/// value "unknown".
+/// Returns the name of an `orvane_reason`, in static storage: "refused", "bad argument", "no memory", "host ended",
+/// "system", "runtime" or "cancelled". Returns "unknown" for any other value.
 ORVANE_C_API const char* orvane_reason_name(int32_t reason);
+
+/// Returns the name of an `orvane_element_type`, in static storage: "float32", "float16", "int32", "uint8", "int64",
+/// "bool", "int16", "int8" or "float64". Returns "unknown" for any other value.
 ORVANE_C_API const char* orvane_element_type_name(int32_t element_type);
 
-/// Loads a model, and sets `*model`, or to null after a failure. A missing model file is `ORVANE_SYSTEM` with the
-/// number 2. `load_time_limit_ms` is for the whole call: with `make_cache` a second host process reads the new cache
-/// file.
+/// Loads a model, and sets `*model` to it. After a failure `*model` is null. A missing model file is `ORVANE_SYSTEM`
+/// with the number 2. `load_time_limit_ms` is for the whole call: with `make_cache` a second host process reads the new
+/// cache file.
 ORVANE_C_API orvane_error* orvane_open(const orvane_options* options, orvane_model** model);
 
 /// Frees a model and ends its host process. Null is allowed.
@@ -204,7 +211,7 @@ ORVANE_C_API void orvane_close(orvane_model* model);
 /// process is as before.
 ORVANE_C_API orvane_error* orvane_restart(orvane_model* model);
 
-/// The number of inputs or outputs, also after the host process has ended. 0 if there is no such side.
+/// Returns the number of inputs or outputs, also after the host process has ended. Returns 0 if there is no such side.
 ORVANE_C_API uint32_t orvane_tensor_count(const orvane_model* model, int32_t side);
 
 /// Describes a tensor in `*tensor`, whose `struct_size` the caller has set. Does not ask the host process.
@@ -224,12 +231,12 @@ ORVANE_C_API orvane_error* orvane_set_input(orvane_model* model, uint32_t index,
 ///
 /// The memory is valid until the next call for the model, except `orvane_describe`, `orvane_tensor_count`, and
 /// `orvane_set_input` or `orvane_infer` with this address. So only one input has memory at a time. The content is
-/// undefined when you get the memory, and after `orvane_set_input` and `orvane_infer`. Memory that is not valid is
-/// refused as data.
+/// undefined when you get the memory, and after `orvane_set_input` and `orvane_infer`. These refuse memory that is no
+/// longer valid.
 ///
-/// It is not freed before you ask for the memory of this input again or close the model, also if the host process ends.
-/// A forked child must not write to memory for a host process.
-/// Refused if `orvane_set_input` would be. In this process it makes the buffers of all inputs, like the first data.
+/// The library keeps the memory until you ask for the memory of this input again or close the model, also if the host
+/// process ends. A forked child must not write to memory for a host process. This call is refused whenever
+/// `orvane_set_input` is refused. In this process it creates the buffers of all inputs, like the first data.
 ORVANE_C_API orvane_error* orvane_input_memory(orvane_model* model, uint32_t index, void** data, uint64_t* bytes);
 
 /// Runs the model once on the latest data of each input. Refused until at least one input was set.
@@ -273,8 +280,8 @@ ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, 
                                                void* user);
 
 /// Calls `device` for each device of this machine that can run models. `name` is for `orvane_options.device`.
-/// `full_name` is that of the processor or card, and may be empty. The texts are valid during the call of `device`.
-/// This function and the two below are refused by `orvane_client_c`.
+/// `full_name` is the name of the processor or card, and may be empty. The texts are valid during the call of `device`.
+/// `orvane_client_c` refuses this function and the two below.
 ORVANE_C_API orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name),
                                                void* user);
 
@@ -292,13 +299,16 @@ ORVANE_C_API orvane_error* orvane_describe_file(const char* model_path,
 ORVANE_C_API orvane_error* orvane_reshape_file(const char* model_path, const orvane_shape* shapes, uint32_t shape_count,
                                                const char* out);
 
-/// The reason of an error, the system's error number or 0, and the text, which is valid as long as the error. For null:
-/// 0, 0 and "".
+/// Returns why the call failed, an `orvane_reason`; 0 for null.
 ORVANE_C_API int32_t orvane_error_reason(const orvane_error* error);
+
+/// Returns the system's error number; 0 if there is no such number, and for null.
 ORVANE_C_API int32_t orvane_error_system(const orvane_error* error);
+
+/// Returns the text of an error, which is valid as long as the error; "" for null.
 ORVANE_C_API const char* orvane_error_message(const orvane_error* error);
 
-/// How the host process ended, an `orvane_host_end`, if the reason is `ORVANE_HOST_ENDED`. Otherwise 0.
+/// Returns how the host process ended, an `orvane_host_end`, if the reason is `ORVANE_HOST_ENDED`; otherwise 0.
 ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 
 /// Frees an error. Null is allowed.

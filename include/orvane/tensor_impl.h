@@ -16,18 +16,18 @@ class TensorImpl {
  public:
     virtual ~TensorImpl() = default;
 
-    virtual std::string GetName() const = 0;
-    virtual TensorType GetTensorType() const = 0;
-    virtual DataType GetDataType() const = 0;
-    virtual uint32_t GetFormat() const = 0;
-    virtual bool GetFlag() const = 0;
+    virtual std::string GetName() const = 0;       ///< Returns the model's name for the tensor, UTF-8; may be empty.
+    virtual TensorType GetTensorType() const = 0;  ///< Returns whether it is an input or an output.
+    virtual DataType GetDataType() const = 0;      ///< Returns the type of its elements.
+    virtual uint32_t GetFormat() const = 0;        ///< Returns the format word; 1 from OpenVINO.
+    virtual bool GetFlag() const = 0;              ///< Returns the flag, which no backend sets.
 
-    /// Outermost dimension first. A dynamic dimension is -1. From a host process it arrives as 4294967295, because
-    /// dimensions travel with 32 bits.
+    /// Returns the dimensions, outermost first. A dynamic dimension is -1. From a host process it arrives as
+    /// 4294967295, because dimensions travel with 32 bits.
     virtual std::vector<int64_t> GetShape() const = 0;
 
-    /// Element size times all dimensions, with wrap-around. With a dynamic dimension the result is a meaningless large
-    /// number, with `DataTypeUnknown` it is 0. A shape without dimensions is one element.
+    /// Returns the element size times all dimensions, with wrap-around. With a dynamic dimension the result is a
+    /// meaningless large number, with `DataTypeUnknown` it is 0. A shape without dimensions is one element.
     virtual uint64_t GetByteSize() const = 0;
 
     /// Passes `shape` to the backend, which only records it. The model keeps its own shape. The first `CopyFrom`
@@ -36,7 +36,7 @@ class TensorImpl {
     /// the tensor again to see the new ones.
     virtual Status Resize(const std::vector<int64_t>& shape) = 0;
 
-    /// Every backend refuses this.
+    /// Refused by every backend.
     virtual Status Bind(const TensorImpl& other) = 0;
 
     /// Copies `size` bytes from `data` into this input. The bytes are copied before the call returns. If `size` is
@@ -48,9 +48,9 @@ class TensorImpl {
     /// With a host process more than `kMaxHostTensorBytes` ends the host process.
     virtual Status CopyTo(void* destination, uint32_t size) = 0;
 
-    /// The output's bytes in the backend's memory, which the backend owns. Null for an input and on failure.
-    /// In this process valid while the interpreter lives; `Invoke` overwrites the bytes. From a host process valid
-    /// until the next call on the interpreter or its tensors.
+    /// Returns the output's bytes, which the backend owns. Returns null for an input and on failure.
+    /// In this process the bytes are valid while the interpreter lives, and `Invoke` overwrites them. From a host
+    /// process they are valid until the next call on the interpreter or its tensors.
     virtual void* GetData() = 0;
 
     /// Sets `memory` to `size` bytes into which you write the data of this input: `CopyFrom` with their address then

@@ -6,27 +6,27 @@
 
 namespace Orvane {
 
-/// Side of the model that a tensor is on.
+/// The side of the model that a tensor is on.
 enum TensorType : uint32_t {
-    TensorTypeInput = 0,
-    TensorTypeOutput = 1,
+    TensorTypeInput = 0,   ///< an input
+    TensorTypeOutput = 1,  ///< an output
 };
 
 /// Element type. The numbers travel between client and host process and never change.
 enum DataType : uint32_t {
-    DataTypeUnknown = 0,
-    DataTypeFloat32 = 1,
-    DataTypeFloat16 = 2,
-    DataTypeInt32 = 3,
-    DataTypeUInt8 = 4,
-    DataTypeInt64 = 5,
-    DataTypeBool = 6,
-    DataTypeInt16 = 7,
-    DataTypeInt8 = 8,
-    DataTypeFloat64 = 9,
+    DataTypeUnknown = 0,  ///< any other type
+    DataTypeFloat32 = 1,  ///< 32-bit floating point
+    DataTypeFloat16 = 2,  ///< 16-bit floating point
+    DataTypeInt32 = 3,    ///< signed, 32 bits
+    DataTypeUInt8 = 4,    ///< unsigned, 8 bits
+    DataTypeInt64 = 5,    ///< signed, 64 bits
+    DataTypeBool = 6,     ///< one byte each, 0 or 1
+    DataTypeInt16 = 7,    ///< signed, 16 bits
+    DataTypeInt8 = 8,     ///< signed, 8 bits
+    DataTypeFloat64 = 9,  ///< 64-bit floating point
 };
 
-/// Bytes of one element: 0 for `DataTypeUnknown`, 1 for other numbers.
+/// Returns the bytes of one element: 0 for `DataTypeUnknown`, 1 for a number that is not in `DataType`.
 uint64_t DataTypeSize(DataType type);
 
 /// A tensor as its backend describes it.

@@ -1,20 +1,24 @@
 #pragma once
 
 /// \file
-/// Version of the headers. CMake reads the project's version from these three lines.
+/// The version of the headers. CMake reads the project's version from this file.
+
+/// The first number of the version.
 #define ORVANE_VERSION_MAJOR 0
+/// The second number of the version.
 #define ORVANE_VERSION_MINOR 1
+/// The third number of the version.
 #define ORVANE_VERSION_PATCH 0
 
-/// One comparable number: major * 10000 + minor * 100 + patch.
+/// The version as one number, to compare: major * 10000 + minor * 100 + patch.
 #define ORVANE_VERSION (ORVANE_VERSION_MAJOR * 10000 + ORVANE_VERSION_MINOR * 100 + ORVANE_VERSION_PATCH)
 
 namespace Orvane {
 
-/// Version of the linked library as one number, to compare with `ORVANE_VERSION`.
+/// Returns the version of the linked library as one number, to compare with `ORVANE_VERSION`.
 int VersionNumber();
 
-/// Version of the linked library as "major.minor.patch"; static storage.
+/// Returns the version of the linked library as "major.minor.patch", in static storage.
 const char* Version();
 
 }  // namespace Orvane

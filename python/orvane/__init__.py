@@ -6,7 +6,7 @@
     boxes, scores = model.run(picture)
 
 With ``host=True`` the model runs in a host process: if it crashes there, your call raises ``orvane.HostEnded`` and
-your program goes on.
+your program keeps running.
 """
 
 from ._errors import Error, HostEnd, HostEnded, NoSuchFile, Reason

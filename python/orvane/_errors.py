@@ -30,7 +30,7 @@ class HostEnd(enum.IntEnum):
     """How a host process ended."""
 
     EXIT = 1
-    """It exited; on Windows, also: it crashed."""
+    """It exited, or on Windows crashed."""
     SIGNAL = 2
     """A signal ended it, for example because it crashed."""
     INTERRUPTED = 3
@@ -38,9 +38,9 @@ class HostEnd(enum.IntEnum):
     TIME_LIMIT = 4
     """A call reached its time limit."""
     BAD_REPLY = 5
-    """It sent something that is not a reply."""
+    """It sent an invalid reply, and was ended."""
     UNKNOWN = 6
-    """The system does not say."""
+    """The system does not say how it ended."""
 
 
 class Error(Exception):
@@ -64,7 +64,7 @@ class HostEnded(Error):
     """The host process has ended. Every further call raises this again until ``restart``."""
 
     cause: HostEnd
-    """How it ended."""
+    """How the host process ended."""
 
     def __init__(self, message: str, reason: Reason = Reason.HOST_ENDED, system: int = 0,
                  cause: HostEnd = HostEnd.UNKNOWN) -> None:

@@ -1,4 +1,4 @@
-"""What can be done with devices and model files without running a model."""
+"""Functions for devices and model files that do not run a model."""
 
 from __future__ import annotations
 
@@ -19,13 +19,13 @@ def encrypt(source: PathLike, target: PathLike, key: bytes, *, pad: bool = False
         source: The model file.
         target: The encrypted file. It may be ``source``. It appears whole or not at all.
         key: 1 to 4 bytes.
-        pad: If true, pads a file of such a length with bytes that model readers skip.
+        pad: Pads a file of such a length with bytes that model readers skip.
     """
     check(library.orvane_encrypt_file(encode(source), encode(target), check_key(key), len(key), pad, None, None))
 
 
 def decrypt(source: PathLike, target: PathLike, key: bytes) -> None:
-    """Decrypts a file that ``encrypt`` has written."""
+    """Decrypts a file that ``encrypt`` wrote. It cannot check the key: with a wrong key it writes a useless file."""
     check(library.orvane_decrypt_file(encode(source), encode(target), check_key(key), len(key), None, None))
 
 
@@ -49,7 +49,12 @@ def devices() -> list[Device]:
 
 
 class Tensors(NamedTuple):
-    """The tensors of a model file."""
+    """The tensors of a model file.
+
+    Attributes:
+        inputs: The inputs, in the model's order.
+        outputs: The outputs, in the model's order.
+    """
 
     inputs: tuple[Tensor, ...]
     outputs: tuple[Tensor, ...]
@@ -58,7 +63,7 @@ class Tensors(NamedTuple):
 def describe(path: PathLike) -> Tensors:
     """Reads a model file, without compiling it, and returns its inputs and outputs.
 
-    OpenVINO reads the file in this process: no host protects your program from a damaged file.
+    OpenVINO reads the file in this process: no host process protects your program from a damaged file.
     """
     sides: tuple[list[Tensor], list[Tensor]] = ([], [])
 

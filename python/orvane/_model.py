@@ -20,7 +20,7 @@ from ._watch import ASK, Progress, Watch, answers, nothing
 
 Array = np.ndarray[Any, Any]
 
-# Ends for which the host itself is the reason, so that a new host may do better.
+# Ends whose reason is the host process itself: a new host process may succeed.
 CRASHES = (HostEnd.EXIT, HostEnd.SIGNAL, HostEnd.UNKNOWN)
 
 _forks = 0
@@ -124,15 +124,15 @@ class Model:
         cache: A file for the compiled model. If it exists, the model is loaded from it.
         make_cache: Writes that file if it does not exist.
         key: The 1 to 4 bytes with which ``encrypt`` has encrypted the model file.
-        time_limit: Seconds that a call may wait for the host. After that the host is ended.
+        time_limit: Seconds that a call may wait for the host process. After that the host process is ended.
         load_time_limit: The same for loading; by default, ``time_limit``.
         shapes: Fixed shapes for dynamic inputs, by name or index. OpenVINO reads the model in this process and writes a
             temporary copy with these shapes. ``close`` or the end of the program removes it.
-        retries: How often ``run`` loads the model in a new host and runs it again after its host has crashed. ``run``
-            does not try again after ``interrupt``, nor when its attempts have taken ``time_limit`` together.
+        retries: How often ``run`` loads the model in a new host process and runs it again after a crash. ``run`` does
+            not try again after ``interrupt``, or when its attempts together have taken ``time_limit``.
         progress: Called with a ``LoadStep`` at each step of loading, and about five times a second while a call
-            waits for the host. An exception that it raises cancels the call: the host is ended, and the call raises
-            that exception. It may call ``interrupt``, but no other method of this model.
+            waits for the host process. An exception that it raises cancels the call: the host process is ended, and the
+            call raises that exception. It may call ``interrupt``, but no other method of this model.
 
     Raises:
         Error: The model cannot be loaded.
@@ -197,8 +197,8 @@ class Model:
         return self._handle
 
     def _call(self, function: Any, *arguments: Any, check_on: Callable[[], object] = nothing) -> None:
-        """Calls a function of the library. Raises its error, or what a signal handler, ``progress`` or ``check_on`` has
-        raised meanwhile."""
+        """Calls a function of the library. Raises its error, or the exception that a signal handler, ``progress`` or
+        ``check_on`` has raised meanwhile."""
         self._watch.check_on = check_on
         self._is_called = True
         try:
@@ -236,7 +236,7 @@ class Model:
 
         Args:
             arrays: The inputs, in the model's order: arrays of the input's shape, or lists of numbers. The element type
-                must be the input's, or convert to it without loss. Any memory order will do.
+                must be the input's, or convert to it without loss. Every memory order is accepted.
             out: Arrays for the outputs, of their types and shapes, in C order; or one array for the only output.
             by_name: The other inputs, by name.
 
@@ -269,7 +269,7 @@ class Model:
                         **by_name: Any) -> list[Array]:
         """``run`` on another thread, for ``await``.
 
-        If you cancel the task, the run goes on. ``interrupt`` ends it, with its host.
+        If you cancel the task, the run continues. ``interrupt`` ends it, together with its host process.
         """
         return await asyncio.to_thread(self.run, *arrays, out=out, **by_name)
 
@@ -342,8 +342,8 @@ class Model:
         self._host_ended = False
 
     def restart(self) -> None:
-        """Loads the model again: after ``HostEnded``, or because the file has changed. A model with a host gets a new
-        host process.
+        """Loads the model again: after ``HostEnded``, or because the file has changed. Starts a new host process
+        unless the model runs in this process.
 
         Raises:
             Error: The model cannot be loaded. A model in this process is then as before.

@@ -1,4 +1,4 @@
-"""Several hosts with one model."""
+"""Several host processes with one model."""
 
 from __future__ import annotations
 
@@ -18,11 +18,11 @@ from ._watch import LoadStep
 class Pool:
     """Copies of one model, each in its own host process and with its own thread.
 
-    Use a pool in a ``with`` block: if Ctrl-C ends the block, all hosts are ended at once.
+    Use a pool in a ``with`` block: if Ctrl-C ends the block, all host processes are ended at once.
 
     Args:
         path: The model file.
-        size: The number of hosts; by default, the number of processors.
+        size: The number of host processes; by default, the number of processors.
         host: ``True``, or the path of another host program.
         device: As for ``Model``.
         cache: As for ``Model``.
@@ -30,8 +30,8 @@ class Pool:
         key: As for ``Model``.
         time_limit: As for ``Model``.
         load_time_limit: As for ``Model``.
-        shapes: As for ``Model``. All hosts share one temporary copy.
-        retries: How often an item is tried again on a new host if its host crashes.
+        shapes: As for ``Model``. All host processes share one temporary copy.
+        retries: How often an item is tried again in a new host process if its host process crashes.
     """
 
     __reduce__ = refuse_copy
@@ -75,11 +75,11 @@ class Pool:
 
     @property
     def size(self) -> int:
-        """The number of hosts."""
+        """The number of host processes."""
         return len(self._models)
 
     def submit(self, *arrays: Any, **by_name: Any) -> concurrent.futures.Future[list[Array]]:
-        """Runs the model on the host that is free first, and returns a future of what ``Model.run`` returns. Do not
+        """Runs the model in the first free host process, and returns a future with the result of ``Model.run``. Do not
         change the arrays before it is done."""
         self._forked.check()
         return self._threads.submit(self._run, arrays, by_name)
@@ -98,8 +98,8 @@ class Pool:
 
         Args:
             items: Each is an array, or a tuple or a dict with all inputs.
-            return_exceptions: If true, the result of an item that fails is its exception, and the other items go on. If
-                false, the first item that fails raises its exception and ends the iteration: the results of all
+            return_exceptions: If true, the result of an item that fails is its exception, and the other items continue.
+                If false, the first item that fails raises its exception and ends the iteration: the results of all
                 later items are lost, and the items that still wait do not run.
         """
         waiting: collections.deque[concurrent.futures.Future[list[Array]]] = collections.deque()
@@ -135,7 +135,7 @@ class Pool:
             self._idle.put(model)
 
     def close(self) -> None:
-        """Ends all hosts after the current runs. Items that still wait are cancelled. You may call it again."""
+        """Ends all host processes after the current runs. Cancels items that still wait. You may call it again."""
         if self._forked.is_copy():
             return
         self._is_open = False

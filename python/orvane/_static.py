@@ -1,4 +1,4 @@
-"""Models with fixed shapes, made from dynamic models with OpenVINO's own package."""
+"""Models with fixed shapes, made from dynamic models with the package openvino."""
 
 from __future__ import annotations
 
@@ -28,7 +28,7 @@ class TemporaryFolder:
         return self._removal.alive
 
     def remove(self) -> None:
-        """May be called again."""
+        """Removes the folder. You may call it again."""
         self._removal()
 
 
@@ -51,18 +51,18 @@ class StaticModel(TemporaryFolder):
 
 
 def reshape(path: PathLike, shapes: Shapes, out: PathLike) -> None:
-    """Writes a model file with fixed shapes for its inputs, in OpenVINO's own form.
+    """Writes a model file with fixed shapes for its inputs, in OpenVINO's format.
 
-    OpenVINO reads the file in this process: no host protects your program from a damaged file.
+    OpenVINO reads the file in this process: no host process protects your program from a damaged file.
 
     Args:
         path: The model file.
-        shapes: A shape for each dynamic input, and for others if you like, by name or index.
-        out: The new model: a name that ends in ``.xml``. The weights are written beside it, to a ``.bin``. Both files
-            appear or none does. They replace older ones.
+        shapes: A shape for each dynamic input, by name or index. Other inputs may have one too.
+        out: The path of the new model, which ends in ``.xml``. A ``.bin`` beside it has the weights. Either both files
+            appear or neither. They replace existing files.
 
     Raises:
-        ValueError: A shape does not fit, or a dynamic input has none.
+        ValueError: A shape does not fit, or a dynamic input has no shape.
         NoSuchFile: There is no such model file.
         Error: OpenVINO cannot read or change the model.
         OSError: The files cannot be written.
@@ -94,7 +94,7 @@ def _replace_both(made: pathlib.Path, target: pathlib.Path) -> None:
 
 
 def static_model(path: PathLike, shapes: Optional[Shapes], key: Optional[bytes]) -> Optional[StaticModel]:
-    """For the arguments of ``Model``: nothing without shapes."""
+    """The copy for these arguments of ``Model``; ``None`` without shapes."""
     if not shapes:
         return None
     if key is not None:

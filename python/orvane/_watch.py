@@ -1,4 +1,4 @@
-"""What happens on the calling thread while the library loads a model or waits for a host."""
+"""Work on the calling thread while the library loads a model or waits for a host process."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ class LoadStep(enum.IntEnum):
     """What a call is doing, for a progress callback."""
 
     NONE = 0
-    """The call is not a load: it waits for the host."""
+    """The call is not a load: it waits for the host process."""
     READING = 1
     """It reads the model file."""
     COMPILING = 2
