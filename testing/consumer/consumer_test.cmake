@@ -1,6 +1,6 @@
-# Installs the SDK from BUILD into an empty folder and builds and runs the consumer project outside the tree against
-# it, with COMPILER, C_COMPILER and FLAGS as the SDK was built. The consumer initialises without a model. The installed
-# program must run a model in a host process by itself. Programs run by EMULATOR when there is one.
+# Installs the SDK from BUILD into an empty folder. Builds the consumer project outside the tree against it and runs it.
+# COMPILER, C_COMPILER and FLAGS are those that built the SDK. The consumer initialises without a model. The installed
+# program must run a model in a host process by itself. EMULATOR runs the programs if it is set.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)

@@ -1,4 +1,4 @@
-// What an inference allocates on its way to a host, and in this process.
+// Counts the client's allocations during an inference, with a host process and in this process.
 #include <orvane/orvane_c.h>
 
 #include "testing/support/host_fixture.h"
@@ -15,8 +15,8 @@ thread_local size_t allocations = 0;
 
 }  // namespace
 
-// For the whole program, on Linux also for the shared libraries in it. The forms for arrays, and those that do not
-// throw, call these. Not inlined: the compiler would see `aligned_alloc` on one side and `delete` on the other.
+// These operators serve the whole program, on Linux also its shared libraries. The array and nothrow forms call them.
+// If they were inlined, the compiler would see `aligned_alloc` paired with `delete`.
 
 [[gnu::noinline]] void* operator new(size_t size, std::align_val_t alignment) {
     ++allocations;
@@ -52,8 +52,8 @@ namespace {
 
 using namespace Testing;
 
-// How often `step` allocates on this thread once it has run a few times; the least of several times, because a library
-// that it calls may now and then do more.
+// Returns how often `step` allocates on this thread after a few runs. Takes the least of several runs, because a
+// library that it calls may sometimes allocate more.
 template <typename Step>
 size_t CountAllocations(Step step) {
     size_t least = ~size_t{0};
@@ -66,14 +66,14 @@ size_t CountAllocations(Step step) {
     return least;
 }
 
-// Of a whole inference over the C interface, which stands on the classes, on a model with an input and an output of
-// `size` bytes.
+// Counts the allocations of a whole inference through the C interface, which uses the C++ classes. The model has an
+// input and an output of `size` bytes.
 size_t CountInference(const std::string& model, const char* host, uint32_t size) {
     orvane_options options{};
     options.struct_size = sizeof options;
     options.model_path = model.c_str();
     options.host_program = host;
-    options.cache_path = host;  // a stub's model is no file, and with any cache file none is asked for
+    options.cache_path = host;  // a stub has no model file; the SDK requires none if a cache file exists
     orvane_model* opened = nullptr;
     EXPECT_EQ(orvane_open(&options, &opened), nullptr);
     std::vector<uint8_t> data(size);

@@ -1,5 +1,5 @@
-// One suite over the backend in this process and the one in a host process. Where they differ on purpose, the last
-// tests show it.
+// The same tests for the backend in this process and the backend in a host process. The last tests show where the two
+// differ on purpose.
 
 #include <orvane/host.h>
 #include <orvane/model_file_cipher.h>
@@ -29,7 +29,7 @@ using Testing::EchoModel;
 constexpr ModelFileCipher kCipher{1, {'k', 'e', 'y', 0}};
 
 Testing::TinyModel Encrypted(Testing::TinyModel model) {
-    // Blanks behind the text and zeros behind the weights fill up a tail that the cipher would not give back.
+    // The cipher cannot restore the tail of some lengths. Pad the text with blanks and the weights with zeros.
     for (const auto& [bytes, filler] : {std::pair(&model.description, ' '), {&model.weights, '\0'}}) {
         bytes->resize((bytes->size() + 15) / 16 * 16, filler);
         kCipher.Encrypt(reinterpret_cast<uint8_t*>(bytes->data()), static_cast<uint32_t>(bytes->size()));
@@ -60,7 +60,7 @@ class Backend : public testing::TestWithParam<const char*> {
 
     TensorInfo Input(uint32_t index) { return backend->GetTensorInfo(TensorTypeInput, index); }
 
-    // Runs the add model on {1, 2, 3}; its outputs, or a failure's message.
+    // Runs the add model on {1, 2, 3}. Returns its outputs, or the message of a failure.
     std::string Run() {
         const Floats x = {1, 2, 3};
         Floats y(3);
@@ -178,9 +178,9 @@ TEST_P(Backend, LoadsOneModelAfterAnother) {
     params.openvinoDevice = "TPU";
     for (const std::string& path : {std::string(), addModel}) {
         params.modelPath = path;
-        EXPECT_EQ(Init(params), "不支持的设备类型");  // the device is looked at before the model
+        EXPECT_EQ(Init(params), "不支持的设备类型");  // the device is checked before the model
     }
-    params.openvinoDevice = "PU";  // a part of "CPU", so the runtime is asked, and refuses
+    params.openvinoDevice = "PU";  // a part of "CPU": only the runtime refuses it
     const std::string refusal = Init(params);
     EXPECT_NE(refusal.find("PU"), std::string::npos);
     EXPECT_NE(refusal, "不支持的设备类型");
@@ -228,7 +228,7 @@ TEST_P(Backend, TheCacheReplacesTheModelFiles) {
     ASSERT_EQ(Init(params), "");
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"加法.bin", "加法.xml"})) << "written only when asked for";
     params.openvinoMakeCache = true;
-    backend->Release();  // a host writes only where its first model may
+    backend->Release();  // a host's first model decides what the host may write
     EXPECT_EQ(InitAndRun(params), "11 22 33 ");
     const std::string cache = Testing::ReadBytes(params.openvinoCachePath);
     EXPECT_EQ(cache.find("<net"), std::string::npos) << "the cache is scrambled";
@@ -238,7 +238,7 @@ TEST_P(Backend, TheCacheReplacesTheModelFiles) {
     EXPECT_EQ(Input(0).name, "x");
     EXPECT_EQ(Testing::ReadBytes(params.openvinoCachePath), cache);
 
-    // A damaged cache fails even where the model files would do.
+    // A damaged cache is a failure even if the model files exist.
     params.modelPath = addModel;
     for (size_t size = 0; size < cache.size(); size += 1 + cache.size() / 40) {
         folder.Write("缓存.blob", cache.substr(0, size));

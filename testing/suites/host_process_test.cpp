@@ -1,4 +1,4 @@
-// Real host processes and real deaths: what the client makes of them, and what they leave behind.
+// Real host processes that really end: what the client reports then, and what the hosts leave.
 
 #include <orvane/log.h>
 
@@ -120,7 +120,7 @@ TEST_F(HostProcess, NoneIsLeftByAFailedInitialisationOrABackendThatIsGone) {
     control->Interrupt();
 }
 
-// What a log callback asks another thread to do, and whether it was done when the callback returned.
+// The work that a log callback gives to another thread, and whether it was done when the callback returned.
 struct Asked {
     std::function<void()> work;
     std::future<void> done;
@@ -178,7 +178,7 @@ TEST_F(HostProcess, IsStartedUnderAnyName) {
     EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
     const Process host(Children().at(0));
     interpreter->Release();
-    host.End();  // or the folder could not be removed
+    host.End();  // otherwise the folder cannot be removed
 }
 
 TEST_F(HostProcess, TheChannelBoundsATensor) {
@@ -193,7 +193,7 @@ TEST_F(HostProcess, TheChannelBoundsATensor) {
     EXPECT_EQ(Process(kThisProgram, kTooLargeSwitch).End(), "failed fast");
 }
 
-// --- Several at once ---
+// --- Several threads ---
 
 using Outcomes = std::vector<std::future<std::string>>;
 
@@ -243,7 +243,7 @@ int SendTooLargeAnInput() {
 }  // namespace
 }  // namespace Orvane
 
-// The tests run this program as a client too.
+// The tests also run this program as a client.
 int main(int argc, char** argv) {
     if (argc == 2 && argv[1] == Orvane::kTooLargeSwitch) {
         return Orvane::SendTooLargeAnInput();

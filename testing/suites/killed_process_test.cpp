@@ -1,4 +1,4 @@
-// A host, or its client, killed in each part of a client's life: what fails, what works afterwards, what is left.
+// Kills a host or its client in each part of a client's life. Checks what fails, what works later, and what is left.
 #include "core/backend_factory.h"
 #include "core/host_control.h"
 #include "platform/event.h"
@@ -30,9 +30,9 @@ void PrintTo(Part part, std::ostream* out) {
 }
 
 constexpr int kKills = 25;
-constexpr size_t kLarge = 8 << 20;  // bytes that take some milliseconds to copy
+constexpr size_t kLarge = 8 << 20;  // bytes; a copy takes some milliseconds
 
-// Wine now and then fails with an error of its own to start a program while it ends another.
+// Wine sometimes fails to start a program, with error 1359, while it ends another. Then this tries again.
 std::string Init(IOrvane& backend, const InterpreterParams& params) {
     std::string outcome;
     Within(1s, [&] {
@@ -42,7 +42,7 @@ std::string Init(IOrvane& backend, const InterpreterParams& params) {
     return outcome;
 }
 
-// What comes before a part: a host and a model, or nothing.
+// Prepares a part: starts a host and loads a model, except for `Start`.
 std::string Prepare(IOrvane& backend, Part part) {
     if (part == Part::Start) {
         return kOk;
@@ -50,7 +50,7 @@ std::string Prepare(IOrvane& backend, Part part) {
     return Init(backend, Params("echo " + std::to_string(kLarge), part == Part::Run ? "sleep 2" : ""));
 }
 
-// A part, over and over where it is short, until it fails.
+// Does a part. Repeats a short part until it fails.
 std::string Do(IOrvane& backend, Part part) {
     const auto untilItFails = [](const std::function<Status()>& step) {
         std::string outcome = kOk;
@@ -77,8 +77,8 @@ std::string Do(IOrvane& backend, Part part) {
     }
 }
 
-// Later with each kill. A release is short and a start takes some milliseconds; and an initialisation that finds its
-// host dead would start another one.
+// Each kill comes later than the last. A release is short; a start takes some milliseconds. `Init` gets 50 ms more: if
+// it found its host dead at once, it would start another host.
 std::chrono::microseconds Delay(Part part, int kill) {
     return (part == Part::Init ? 50ms : 0ms) + kill * (part == Part::Release ? 50us : 700us);
 }
@@ -94,9 +94,9 @@ class KilledIn : public testing::TestWithParam<Part> {
 
     void TearDown() override { EXPECT_EQ(LeftBehind(), ""); }
 
-    // Compares what this process holds with what it held after a few kills: one thing more for each would be seen.
+    // Compares this process's resources with those after a few kills. A leak of one per kill exceeds the tolerance.
     void LookForLeaks(int kill) {
-        constexpr size_t kOfOthers = 8;  // the system's threads, a sanitizer's heap
+        constexpr size_t kOfOthers = 8;  // for the system's threads and a sanitizer's heap
         if (kill == 4) {
             early = Footprint();
         } else if (kill == kKills - 1) {
@@ -116,11 +116,11 @@ class KilledIn : public testing::TestWithParam<Part> {
 
 TEST_P(KilledIn, AHostFailsTheCallAndLeavesNothing) {
     const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
-    backend->GetHostControl()->SetTimeLimit(5000);  // were another host started, it would be initialising for ever
+    backend->GetHostControl()->SetTimeLimit(5000);  // if a call started another host, its load would never end
     const bool mayMiss = part == Part::Start || part == Part::Release;
     for (int kill = 0; kill < kKills; ++kill) {
         ASSERT_EQ(Prepare(*backend, part), kOk) << "after kill " << kill;
-        std::vector<Process> hosts;  // one, or none that there is yet
+        std::vector<Process> hosts;  // one, or none if it has not started yet
         for (const uint32_t number : Children()) {
             hosts.emplace_back(number);
         }
@@ -143,7 +143,7 @@ TEST_P(KilledIn, AHostFailsTheCallAndLeavesNothing) {
     backend->Release();
 }
 
-// What a client in a process of its own shares with the test: its module word, and that it is about to begin the part.
+// What a client in another process reports to the test: its module word, and that it is about to begin the part.
 struct ClientReport {
     explicit ClientReport(const std::string& client)
         : began(Platform::Event::Create("OrvaneTestBegan" + client)),
@@ -179,7 +179,7 @@ TEST_P(KilledIn, AClientTakesItsHostAlongAndLeavesNothing) {
         client.Kill();
         EXPECT_EQ(client.End(), "killed") << kill;
         EXPECT_EQ(LeftBehindBy(client.Number(), report.ModuleWord()), "") << kill;
-        // Two clients of one program file are not to have channels at the same time on Windows.
+        // After the client's end: on Windows two clients of one program file must not have channels at the same time.
         EXPECT_EQ(Orvane::Init(*CreateRemoteBackend(), Params("echo 4")), kOk) << kill;
         LookForLeaks(kill);
     }
@@ -190,9 +190,10 @@ INSTANTIATE_TEST_SUITE_P(Part, KilledIn,
                                          Part::Release),
                          testing::PrintToStringParamName());
 
-// --- A client in a process of its own ---
+// --- A client in another process ---
 
-// Its name begins with the part in which it is killed, and with whether a thread that is gone has started its host.
+// The name's first digit is the part in which the client is killed. If the second is 1, a thread that ends starts the
+// host.
 int RunClient(const std::string& name) {
     const auto part = static_cast<Part>(name.at(0) - '0');
     const std::unique_ptr<IOrvane> backend = CreateRemoteBackend();
@@ -210,7 +211,7 @@ int RunClient(const std::string& name) {
 }  // namespace
 }  // namespace Orvane
 
-// The tests run this program as a client too.
+// The tests also run this program as a client.
 int main(int argc, char** argv) {
     const std::string argument = argc == 2 ? argv[1] : "";
     if (argument.starts_with(Orvane::kClientSwitch)) {

@@ -11,7 +11,7 @@ if(CLIENT_LIBRARIES MATCHES "openvino" OR NOT CLIENT_LIBRARIES MATCHES "libc\\."
     message(FATAL_ERROR "${CLIENT} should load nothing of the inference runtime, but loads:\n${CLIENT_LIBRARIES}")
 endif()
 
-# An empty element of a library path means the current folder, from which any library could be loaded.
+# An empty element of a library path means the current folder. The loader could load any library from there.
 find_program(READELF readelf REQUIRED)
 execute_process(COMMAND ${READELF} -d ${HOST} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
 if(dynamic MATCHES "R(UN)?PATH[^\n]*(\\[:|::|:\\])" OR NOT dynamic MATCHES "BIND_NOW")

@@ -1,4 +1,4 @@
-// Each side of the call protocol against bytes that were put together without the code that writes them.
+// Tests each side of the call protocol with bytes that the test builds without the product's code.
 #include <orvane/option_v2.h>
 
 #include "platform/process.h"
@@ -23,11 +23,11 @@ using namespace Testing::Wire;
 // --- The client, against a host that this program plays ---
 
 struct ClientCase {
-    std::function<std::string(IOrvane&)> act;  // none: initialisation alone
+    std::function<std::string(IOrvane&)> act;  // empty: load only
     std::string request;
     std::string reply;
     std::string result;
-    std::string hostDied = {};  // the result when the host dies instead; each call has one row that says so
+    std::string hostDied = {};  // the result if the host ends instead; in one row for each call
 };
 
 std::string ShownInfo(IOrvane& backend) {
@@ -95,7 +95,7 @@ std::vector<ClientCase> ClientCases() {
         {ShownExtraInfo, Word(7), Word(1) + Text("k") + Word(1), kThrows},
         {shape({5, -1}), Word(8) + Word(1) + Word(2) + Word(2) + dimensions, kSuccess, kOk, kHostCallError},
         {shape({}), Word(8) + Word(1) + Word(2) + Word(0), Word(5) + Text("no"), "5 no"},
-        // An unexpected exchange for either of the first two would end the host.
+        // The first two calls must send no request: it would be unexpected and end the host.
         {[](IOrvane& b) {
              const bool none = b.GetTensorData(TensorTypeInput, 0) == nullptr;
              return std::string(none ? "1" : "0") + Shown(b.BindTensor(0, TensorTypeInput, 0, TensorTypeInput)) +
@@ -105,9 +105,9 @@ std::vector<ClientCase> ClientCases() {
     };
 }
 
-// Serves a client: the model name that it sends is the number of a row and what to do at its request: "answer",
-// "damage" the first size tag of the answer, "exit" or "crash". Other requests for a model succeed. Returns when the
-// client sends anything else than the row says.
+// Serves a client. The client's model name is the number of a row and a behaviour: "answer", "damage" (of the first
+// size tag of the reply), "exit" or "crash". The load of a row with an `act` succeeds. Returns when the client sends
+// another request than the row's.
 int PlayHost(const std::string& arguments) {
     if (!std::regex_match(arguments, std::regex(R"(Result(_\d+d_\d+)\|Call\1\|Channel\1\|22021120)"))) {
         return 1;
@@ -116,7 +116,7 @@ int PlayHost(const std::string& arguments) {
     SharedChannel channel;
     channel.Open(arguments);
     auto* const region = reinterpret_cast<char*>(channel.view->Data());
-    constexpr size_t kWindow = 256;  // bytes of the region that are looked at
+    constexpr size_t kWindow = 256;  // bytes of the region that this compares
     std::string expected;
     ClientCase next;
     std::string behaviour;
@@ -159,7 +159,7 @@ int PlayHost(const std::string& arguments) {
 
 class Client : public HostFixture {
  protected:
-    // On a thread for each: a lock that an exception left locked would stop the next one.
+    // Each call has its own thread: if an exception leaves a lock locked, the next call hangs.
     std::string Play(size_t number, const std::string& behaviour) {
         const auto play = [&]() -> std::string {
             try {
@@ -206,7 +206,7 @@ const std::string kRefused = Word(0xFFFFFFFF) + Text("refused");
 
 TEST(Host, AnswersWithTheseBytes) {
     std::string cutOptions = InitRequest("echo 4");
-    cutOptions[16] = 9;  // more entries than there are
+    cutOptions[16] = 9;  // more entries than follow
     const struct {
         std::string request;
         std::string reply;
@@ -220,7 +220,7 @@ TEST(Host, AnswersWithTheseBytes) {
         {Word(3) + Word(1) + Word(5) + "abcde", kRefused},
         {Word(4), kSuccess},
         {Word(5) + Word(0) + Word(4), Word(4) + "abcd" + kSuccess},
-        {Word(5) + Word(0) + Word(3), Word(3) + LittleEndian(4, 3) + kRefused},  // the three bytes that stood there
+        {Word(5) + Word(0) + Word(3), Word(3) + LittleEndian(4, 3) + kRefused},  // the old three bytes
         {Word(6) + Word(0), Word(4) + "abcd" + kSuccess},
         {Word(7), Word(1) + Text("kind") + Text("stub")},
         {Word(8) + Word(1) + Word(0) + Word(2) + Word(5) + Word(7), kSuccess},
@@ -230,15 +230,15 @@ TEST(Host, AnswersWithTheseBytes) {
         {Word(8) + Word(1) + Word(1) + Word(0), kRefused},
         {Word(10) + "as it was", ""},
         {Word(0xFFFFFFFF) + "as it was", ""},
-        {cutOptions, kSuccess},                                       // what was read until there counts
-        {InitRequest("echo 4", "OptionCommonHost", "no"), kSuccess},  // here, whatever host the options name
+        {cutOptions, kSuccess},                                       // the entries before the cut count
+        {InitRequest("echo 4", "OptionCommonHost", "no"), kSuccess},  // a host ignores this option
         {InitRequest("fail for a reason"), Word(0xFFFFFFFF) + Text(" for a reason")},
         {Word(1) + Word(0), Word(0)},
         {Word(1) + Word(1), Word(0)},
         {Word(4), Word(0xFFFFFFFF) + Text("Not Init success!")},
         {Word(7), Word(0)},
         {InitRequest("echo 8168"), kSuccess},
-        {Word(6) + Word(0), Word(8168) + std::string(8168, '\0') + kSuccess},  // the section's last byte
+        {Word(6) + Word(0), Word(8168) + std::string(8168, '\0') + kSuccess},  // up to the section's last byte
         {InitRequest("echo 4", "OptionCommonModelName", "look"), kSuccess},
         {Word(3) + Word(0) + Word(4) + "abcd", kSuccess},
         {Word(9) + "as it was", ""},
@@ -309,7 +309,7 @@ TEST(Host, ClearsTheRoomThatAWriteLacks) {
 }  // namespace
 }  // namespace Orvane
 
-// A host program as well: its one argument is then the channel's. NOLINTNEXTLINE(bugprone-exception-escape)
+// This is also a host program; then its only argument describes the channel. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
     if (argc == 2 && std::strchr(argv[1], '|') != nullptr) {
         return Orvane::PlayHost(argv[1]);

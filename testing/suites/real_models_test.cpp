@@ -1,4 +1,4 @@
-// The command line against the runtime itself: the same real model, the same inputs, the same bits.
+// Compares the command line with the runtime: a real model with the same inputs must return the same bits.
 
 #include "backends/openvino/cache_keystream.h"
 #include "cli/captured_run.h"
@@ -29,7 +29,7 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
         }
     }
 
-    // Writes a value for each element of each input, and expects the outputs that the runtime alone gives.
+    // Fills each input, writes it to a file, and keeps the outputs of the runtime as the expected ones.
     void RunDirectly(ov::CompiledModel direct) {
         files.clear();
         expected.clear();
@@ -52,7 +52,7 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
         files.insert(files.end(), {option, std::to_string(index).append("=").append(file)});
     }
 
-    // Of `orvane run` with these arguments.
+    // Compares the outputs of `orvane run` with these arguments.
     void ExpectSameOutputs(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "run");
         arguments.insert(arguments.end(), files.begin(), files.end());
@@ -74,7 +74,7 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
     std::vector<std::string> expected;
 };
 
-// With the empty property map that the SDK uses as well.
+// Uses an empty property map, as the SDK does.
 TEST_P(RealModels, GiveTheRuntimesOwnBitsAlsoFromTheirCacheAlone) {
     ov::Core core;
     RunDirectly(core.compile_model(model, "CPU", ov::AnyMap{}));
@@ -82,7 +82,7 @@ TEST_P(RealModels, GiveTheRuntimesOwnBitsAlsoFromTheirCacheAlone) {
     ExpectSameOutputs({model, "--cache", cache, "--make-cache"});
     ExpectSameOutputs({"--cache", cache, "--repeat", "3"});
 
-    // The file is an export of the runtime's own under the keystream.
+    // The cache file is the runtime's export, combined with the keystream.
     std::string bytes = Testing::ReadBytes(cache);
     ApplyCacheKeystream(0, reinterpret_cast<uint8_t*>(bytes.data()), bytes.size());
     std::istringstream exported(bytes);

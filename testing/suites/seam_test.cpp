@@ -1,4 +1,4 @@
-// The seam's objects that two processes share, and the channel that is made of them, on both systems.
+// The seam's objects that two processes share, and the channel that consists of them, on both systems.
 #include "core/system_exception.h"
 #include "ipc/shared_channel.h"
 #include "platform/last_error.h"
@@ -112,7 +112,7 @@ TEST_F(Seam, AViewOutlivesItsSection) {
 
 // --- The channel ---
 
-// Makes the first channel of this process, before any test makes one.
+// Makes the first channel of this process before any test does.
 class FirstChannel : public testing::Environment {
  public:
     void SetUp() override {
@@ -132,7 +132,7 @@ TEST_F(Seam, ChannelsAreNumberedFromOne) {
     EXPECT_EQ(FirstChannel::arguments, "Result" + name + "Call" + name + "Channel" + name + "4096");
 }
 
-// What the exception says that this throws, or "made". There is always a system's error.
+// Returns the text of the exception that `action` throws, or "made". The exception must have an error of the system.
 std::string Failure(const std::function<void()>& action) {
     try {
         action();
@@ -143,7 +143,7 @@ std::string Failure(const std::function<void()>& action) {
     }
 }
 
-// The name that the next channel of this process gives to one of its objects.
+// The name of an object in the next channel of this process.
 std::string NextName(const std::string& prefix) {
     SharedChannel channel;
     channel.Create(4096);
@@ -152,8 +152,8 @@ std::string NextName(const std::string& prefix) {
     return prefix + parts.str(1) + std::to_string(std::stoi(parts.str(2)) + 1);
 }
 
-// Windows shares what has the name, if it is of the kind; Linux uses nothing that another one made, and takes other
-// names.
+// If a name is taken, Windows shares the object with that name, if it is of the same kind. Linux never uses an existing
+// object and takes other names.
 TEST_F(Seam, AChannelFindsItsNamesTaken) {
     const bool shares = !Platform::RenewModuleWord(kExists);
     const std::tuple<const char*, bool, const char*> cases[] = {
@@ -213,7 +213,7 @@ TEST_F(Seam, ProcessorTimeCountsTheWorkOfThisProcess) {
     while (end->own < start->own + 0.3) {
         end = Platform::ProcessorTimeSoFar();
     }
-    constexpr double kStep = 0.1;  // the system's counts do not quite fit each other
+    constexpr double kStep = 0.1;  // the system's counts do not match exactly
     EXPECT_GT(end->busy - start->busy, 0.3 - kStep);
     EXPECT_GT(end->whole - start->whole, end->busy - start->busy - kStep);
     EXPECT_GE(end->stolen, start->stolen);

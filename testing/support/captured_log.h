@@ -9,7 +9,7 @@
 
 namespace Orvane::Testing {
 
-// Collects the SDK's log lines while it lives; one at a time, used from one thread.
+// Collects the SDK's log lines during its lifetime. Only one may exist at a time. Not thread-safe.
 class CapturedLog {
  public:
     CapturedLog() {
@@ -20,8 +20,8 @@ class CapturedLog {
     CapturedLog(const CapturedLog&) = delete;
     CapturedLog& operator=(const CapturedLog&) = delete;
 
-    // The (level, text) pairs since the last call.
-    // NOLINTNEXTLINE(readability-convert-member-functions-to-static): lines are collected as long as the object lives
+    // Returns the (level, text) pairs since the last call.
+    // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the object collects the lines during its lifetime
     std::vector<std::pair<uint32_t, std::string>> Take() { return std::exchange(lines, {}); }
 
  private:

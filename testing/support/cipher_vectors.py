@@ -1,5 +1,5 @@
-"""Prints what encrypted_model_file_test.cpp compares with. It follows the definition of the format, byte by byte, and
-shares no code with the product. Takes half a minute."""
+"""Prints the values that encrypted_model_file_test.cpp compares with. Follows the definition of the format, byte by
+byte, and shares no code with the product. Takes half a minute."""
 
 PIECE = 4 * 1024 * 1024
 KEY = b"Key!"

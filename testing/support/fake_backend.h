@@ -7,14 +7,14 @@
 
 namespace Orvane::Testing {
 
-// What backends were asked, in order, and what they answer where they can fail.
+// The calls that backends received, in order, and the status that they return.
 struct FakeRecord {
     std::vector<std::string> calls;
     Status answer;
     bool outOfMemory = false;  // `Init` throws
 };
 
-// A backend without a model; its tensors can be replaced.
+// A backend without a model. A test may replace its tensors.
 class FakeBackend final : public IOrvane {
  public:
     std::vector<TensorInfo> inputs = {{"a"}, {"twice"}, {"twice"}};

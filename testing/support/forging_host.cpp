@@ -1,16 +1,16 @@
-// A host program that answers with what no honest host sends. The model path says with what:
-//   count NUMBER   it has so many outputs
+// A host program that sends replies that no correct host sends. The model path selects the fault:
+//   count NUMBER   the number of inputs and of outputs is NUMBER
 //   tag            the description of a tensor has a value of another type
-//   length         the name of a tensor passes the end of the section
-//   text           the name of a tensor is no UTF-8
-//   rank NUMBER    a tensor has so many dimensions
-//   size           the output's length is 20,000,000, of an output that has 4 bytes
-//   failing        the output cannot be viewed, and a copy of it has that length
+//   length         the length of a tensor's name exceeds the section
+//   text           the name of a tensor is not UTF-8
+//   rank NUMBER    a tensor has NUMBER dimensions
+//   size           the length of the output is 20,000,000 instead of 4
+//   failing        viewing the output fails, and a copy of it has the length 20,000,000
 //   status         the status of a run has a value of another type
-// or with what is honest, in its own time:
-//   slow NUMBER    each answer takes so many milliseconds
-//   cache          makes the cache file that it is asked for, and never ends loading when it is not asked for one
-// In all else it has one input and one output of 4 bytes, and the output is "abcd".
+// or correct replies with another timing:
+//   slow NUMBER    each reply takes NUMBER milliseconds
+//   cache          a load writes the requested cache file; without such a request, it never ends
+// Otherwise the host has one input and one output of 4 bytes, and the output is "abcd".
 #include <orvane/option_v2.h>
 
 #include "host/run_host.h"

@@ -12,12 +12,12 @@
 #include <string>
 #include <vector>
 
-// What tests on processes send through a host of stub models, and how they write down what comes of it.
+// Shared by tests of processes: they send data through a host of stub models and compare outcomes as text.
 namespace Orvane::Testing {
 
 inline const std::string kStubHost = Platform::ProgramBeside("stub_host");
 
-// The largest input that fits into a channel with its request.
+// The largest input that fits into a channel together with its request.
 constexpr size_t kLargestInput = 22'021'120 - 24;
 
 inline InterpreterParams Params(const std::string& path, const std::string& name = "",
@@ -38,7 +38,8 @@ inline const std::string kOk = "0 ";
 inline const std::string kHostExit = "-1 Orvane Host Exit";
 inline const std::string kHostCallError = "-1 host call  error";
 
-// Sends bytes through input and output `index`: the status of the first step that fails, or "torn" for other bytes.
+// Sends bytes through input and output `index`. Returns the status of the first step that fails, or "torn" if the
+// output has other bytes.
 inline std::string RoundTrip(Interpreter& interpreter, uint32_t index, size_t size, size_t seed) {
     const TensorHandle input = interpreter.GetTensor(TensorTypeInput, index);
     const TensorHandle output = interpreter.GetTensor(TensorTypeOutput, index);
@@ -57,7 +58,7 @@ inline std::string RoundTrip(Interpreter& interpreter, uint32_t index, size_t si
     return !status.Ok() ? Shown(status) : sent == received ? kOk : "torn";
 }
 
-// What `rounds` round trips come to, or those until the first failure.
+// Makes `rounds` round trips, but stops at the first failure and returns it.
 inline std::string RoundTrips(Interpreter& interpreter, uint32_t index, size_t rounds) {
     std::string outcome = kOk;
     for (size_t round = 0; round < rounds && outcome == kOk; ++round) {
@@ -66,7 +67,7 @@ inline std::string RoundTrips(Interpreter& interpreter, uint32_t index, size_t r
     return outcome;
 }
 
-// Of tests that start hosts of stub models: such a test ends, and leaves nothing.
+// Base of tests that start hosts of stub models. A test has a time limit and must leave no process and no name.
 class HostFixture : public testing::Test {
  protected:
     void TearDown() override {
@@ -77,7 +78,7 @@ class HostFixture : public testing::Test {
 
     std::string Init(const InterpreterParams& params) { return Shown(interpreter->Init(params)); }
 
-    // Starts a host. An earlier one, which may take its time to go, is gone by then.
+    // Ends the earlier host, waits until it is gone, and starts a new host.
     Process StartHost(const std::string& path = "echo 4", const std::string& name = "") {
         interpreter->Release();
         EXPECT_TRUE(Within(std::chrono::seconds(10), [] { return Children().empty(); }));

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// The keystream of cache files, stated once more: tests that took it from the product would not see it change.
+// A second copy of the keystream of cache files. Tests that used the product's copy would not notice a change.
 namespace Orvane::Testing {
 
 inline constexpr std::array<uint8_t, 256> kKeystreamTable = {
@@ -24,7 +24,7 @@ inline constexpr std::array<uint8_t, 256> kKeystreamTable = {
     0x30, 0x69, 0x7C, 0x79, 0xD9, 0x26, 0xF6, 0x18, 0xC3,
 };
 
-// The byte for a place in the file, as the format defines it.
+// The byte of the keystream at an offset in the file, as the format defines it.
 inline uint8_t KeystreamByte(size_t place) {
     const size_t i = place <= 32767 ? place : place % 32767;
     return kKeystreamTable[(i * i + 27) % 256];

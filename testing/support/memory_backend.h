@@ -10,8 +10,8 @@
 
 namespace Orvane::Testing {
 
-// The part of a backend that is the same for models whose tensors are just memory. `Init` adds the ports; what does not
-// fit one of them is refused.
+// Base of backends whose tensors are plain memory. `Init` of the derived class adds the ports. Data that does not fit a
+// port is refused.
 class MemoryBackend : public IOrvane {
  public:
     void Release() override {}
@@ -45,7 +45,7 @@ class MemoryBackend : public IOrvane {
  protected:
     struct Port {
         TensorInfo info;
-        size_t size;  // of the data, in bytes; the memory may have more
+        size_t size;  // of the data, in bytes; the memory may be larger
         std::shared_ptr<std::string> memory;
     };
 

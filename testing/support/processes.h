@@ -8,10 +8,10 @@
 #include <thread>
 #include <vector>
 
-// What tests ask about processes, on both systems.
+// Helpers for tests of processes, on both systems.
 namespace Orvane::Testing {
 
-// True as soon as `done()` is; false when it is not within the limit.
+// Calls `done()` until it returns true. Returns false if it does not within the limit.
 template <typename Condition>
 bool Within(std::chrono::steady_clock::duration limit, Condition done) {
     for (const auto end = std::chrono::steady_clock::now() + limit; !done();) {
@@ -23,22 +23,22 @@ bool Within(std::chrono::steady_clock::duration limit, Condition done) {
     return true;
 }
 
-// The right to watch a process and to end it.
+// A handle with which a test watches a process and ends it.
 class Process {
  public:
-    // A process that somebody else started; an exception when there is none of that number.
+    // A process that other code started. Throws if no process has this number.
     explicit Process(uint32_t number);
 
-    // Starts a program with one argument, both UTF-8. It goes with this object, or with this process.
+    // Starts a program with one argument, both UTF-8. The program ends with this object, or with this process.
     Process(const std::string& program, const std::string& argument);
 
-    // True when it has not ended after this time.
+    // Returns whether the process still runs after this time.
     bool Lives(std::chrono::milliseconds time = {}) const;
 
     void Kill() const;
 
-    // Waits up to 10 seconds; a process that does not end is killed, and throws. Of one that was started here, how it
-    // ended: its exit value, "killed", or "failed fast".
+    // Waits up to 10 seconds. If the process does not end, kills it and throws. If this object started it, returns how
+    // it ended: its exit value, "killed", or "failed fast".
     std::string End() const;
 
     uint32_t Number() const;
@@ -48,27 +48,27 @@ class Process {
     std::shared_ptr<State> state;
 };
 
-// The living processes that a process started, this one unless said.
+// The running processes that `parent` started. 0 is this process.
 std::vector<uint32_t> Children(uint32_t parent = 0);
 
-// Waits up to 10 seconds until this process has left nothing: no child, which is then killed, and no name. Returns what
-// there is.
+// Waits up to 10 seconds for the children of this process to end, then kills them. Returns what is left: children or
+// names.
 std::string LeftBehind();
 
-// Waits up to 2 seconds until a client that was killed has left nothing: no host, and no name that the next channel of
-// this user would not remove. It is told by its number and by the module word of its names. Returns what there is.
+// Waits up to 2 seconds until a killed client has left nothing: no host, and no name that the next channel of this user
+// would not remove. The client's number and the module word of its names identify it. Returns what is left.
 std::string LeftBehindBy(uint32_t client, uint32_t moduleWord);
 
-// Why tests do not kill a process while it is being started, or its client; empty where they can.
+// Why tests do not kill a starting process or its client on this system. Empty if they can.
 std::string WhyNotKilledAtStart();
 
-// How much this process holds of what a leak would make more: handles or descriptors, mappings, threads, names.
+// Counts what a leak would increase in this process: handles or descriptors, mappings, threads, names.
 std::vector<size_t> Footprint();
 
-// Where this process puts temporary files from now on.
+// Sets the folder for temporary files of this process.
 void SetTemporaryFolder(const std::string& folder);
 
-// Ends this process when it lives for more than two minutes.
+// Ends this process if this object exists for more than two minutes.
 class Watchdog {
  public:
     Watchdog();
@@ -77,7 +77,7 @@ class Watchdog {
     Watchdog& operator=(const Watchdog&) = delete;
 
  private:
-    [[maybe_unused]] void* timer = nullptr;  // on Windows
+    [[maybe_unused]] void* timer = nullptr;  // only on Windows
 };
 
 }  // namespace Orvane::Testing

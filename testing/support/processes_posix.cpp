@@ -79,7 +79,7 @@ struct Process::State {
     void Kill() const { syscall(SYS_pidfd_send_signal, descriptor.Get(), SIGKILL, nullptr, 0); }
 
     pid_t number;
-    bool started;  // and its end not looked at
+    bool started;  // here, and not waited for yet
     Platform::Descriptor descriptor{static_cast<int>(syscall(SYS_pidfd_open, number, 0))};
 };
 
@@ -139,7 +139,7 @@ std::string LeftBehind() {
     return Names(Platform::ModuleWord()) == 0 ? "" : "names";
 }
 
-// A client's hosts have another parent when it is dead, and its names in their arguments.
+// After a client's death its hosts have another parent, but their arguments still contain its names.
 std::string LeftBehindBy(uint32_t /*client*/, uint32_t moduleWord) {
     const std::string word = std::string("_").append(std::to_string(moduleWord)).append("d_");
     const auto hasHosts = [&word] {
@@ -147,7 +147,7 @@ std::string LeftBehindBy(uint32_t /*client*/, uint32_t moduleWord) {
         for (const auto& process : std::filesystem::directory_iterator("/proc", error)) {
             std::ifstream file(process.path() / "cmdline");
             std::string arguments;
-            std::getline(file, arguments);  // nothing of a process that has just gone
+            std::getline(file, arguments);  // empty if the process has just ended
             if (arguments.find(word) != std::string::npos) {
                 return true;
             }
@@ -173,7 +173,7 @@ std::vector<size_t> Footprint() {
 }
 
 void SetTemporaryFolder(const std::string& folder) {
-    setenv("TMPDIR", folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): nothing else reads it meanwhile
+    setenv("TMPDIR", folder.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): no other thread reads it now
 }
 
 Watchdog::Watchdog() {

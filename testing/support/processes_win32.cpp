@@ -21,7 +21,7 @@ constexpr DWORD kFastFail = 0xC0000409;
 
 using Platform::Handle;
 
-// In units of 100 ns. 0 for no process.
+// In units of 100 ns. 0 if there is no process.
 uint64_t StartTime(const Handle& process) {
     FILETIME start{};
     FILETIME other{};
@@ -40,7 +40,7 @@ bool HasEndedAfter(const Handle& process, DWORD milliseconds) {
 }  // namespace
 
 struct Process::State {
-    Handle job;  // of one that was started here; closing it ends the process
+    Handle job;  // only if this object started the process; closing it ends the process
     Handle process;
 };
 
@@ -97,14 +97,14 @@ uint32_t Process::Number() const {
 std::vector<uint32_t> Children(uint32_t parent) {
     parent = parent != 0 ? parent : GetCurrentProcessId();
     std::vector<uint32_t> children;
-    // Numbers are used again: who has this parent's, but is older, is the child of an earlier process.
+    // Windows reuses numbers. A process that is older than this parent is the child of an earlier one with its number.
     const uint64_t parentStart = StartTime(Open(parent));
     const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
     for (BOOL found = Process32FirstW(snapshot.Get(), &entry); found != 0;
          found = Process32NextW(snapshot.Get(), &entry)) {
-        const bool console = std::wcscmp(entry.szExeFile, L"conhost.exe") == 0;  // the system's, for whom had none
+        const bool console = std::wcscmp(entry.szExeFile, L"conhost.exe") == 0;  // started by the system
         if (entry.th32ParentProcessID == parent && !console) {
             const Handle child = Open(entry.th32ProcessID);
             if (!HasEndedAfter(child, 0) && StartTime(child) >= parentStart) {
@@ -134,9 +134,9 @@ std::string WhyNotKilledAtStart() {
            "killed that is not complete yet";
 }
 
-// Handles, counted one by one, because Wine does not answer the question as a whole.
+// Counts handles one by one, because Wine does not support asking for the total.
 std::vector<size_t> Footprint() {
-    constexpr uintptr_t kLast = 32'768;  // handles are multiples of 4; a leak fills the low ones first
+    constexpr uintptr_t kLast = 32'768;  // handles are multiples of 4; a leak fills the low values first
     size_t count = 0;
     for (uintptr_t value = 4; value <= kLast; value += 4) {
         DWORD flags = 0;

@@ -36,21 +36,22 @@ const std::map<std::string, void (*)()>& Deaths() {
         {"throw", Throw},
         {"throw-in-a-thread", [] { std::thread(Throw).join(); }},
         {"abort", [] { std::abort(); }},
-        {"write-nowhere", [] { *nowhere = 1; }},  // NOLINT(clang-analyzer-core.NullDereference): this is meant
+        {"write-nowhere", [] { *nowhere = 1; }},  // NOLINT(clang-analyzer-core.NullDereference): on purpose
         {"close-no-file", [] { std::fclose(noFile); }},
     };
     return deaths;
 }
 
-// Gives a host program a model that costs nothing. The model path says what loading it does:
-//   echo SIZE [OUTPUTS [INPUTS]]   u8 outputs "y0", "y1", ... of SIZE bytes, as many inputs "x0", ... unless said
-//   share INPUT OUTPUT             one input and one output of so many bytes in the same memory: running copies nothing
-//   fail TEXT                      a failure with that text
+// A model for host programs that does no work. The model path selects what a load does:
+//   echo SIZE [OUTPUTS [INPUTS]]   makes u8 outputs "y0", "y1", ... and inputs "x0", ... of SIZE bytes; as many inputs
+//                                  as outputs by default
+//   share INPUT OUTPUT             makes an input and an output of these sizes in the same memory: a run copies nothing
+//   fail TEXT                      fails with this text
 //   hang                           never ends
-// and the model name, or what stands behind a semicolon in the path, what running it does before it copies each input
-// to its output:
-//   sleep MILLISECONDS, exit VALUE, the work of a `StubWork`, or one of the deaths below; anything else nothing
-// or "look" for a look at the data that came in last, when the model goes.
+// The model name, or the text after a semicolon in the path, selects what a run does before it copies each input to its
+// output:
+//   sleep MILLISECONDS, exit VALUE, the work of a `StubWork`, or one of the deaths above; otherwise nothing
+// With "look", the destructor reads the data that came in last.
 class StubBackend final : public Testing::MemoryBackend {
  public:
     StubBackend() { ++living; }

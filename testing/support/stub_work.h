@@ -9,11 +9,10 @@
 
 namespace Orvane::Testing {
 
-// What a run of a stub model does instead of a model's work.
+// What a run of a stub model does instead of a model's work:
 //   "rest MICROSECONDS"   sleeps
-//   "compute STEPS"       so many steps of arithmetic on every processor, which take longer if others use the
-//   processors
-// Anything else does nothing.
+//   "compute STEPS"       computes on every processor; takes longer if other threads use the processors
+// Otherwise it does nothing.
 class StubWork {
  public:
     StubWork(const std::string& kind, int64_t theAmount) : amount(theAmount), rests(kind == "rest") {
@@ -70,7 +69,7 @@ class StubWork {
         for (int64_t i = 0; i < amount; ++i) {
             value = value * 0x5851F42D4C957F2D + 1;
         }
-        result = value;  // so that it is computed
+        result = value;  // so that the compiler keeps the loop
     }
 
     int64_t amount;

@@ -6,8 +6,8 @@
 
 namespace Orvane::Testing {
 
-// A new, empty folder, removed with all that is in it. Its name has Chinese letters, so that every test that uses
-// files also shows that such paths work. All paths and texts are UTF-8.
+// A new, empty folder. The destructor removes it with its contents. Its name has Chinese characters, so that every test
+// with files also tests such paths. All paths and texts are UTF-8.
 class TemporaryFolder {
  public:
     TemporaryFolder();
@@ -23,7 +23,7 @@ class TemporaryFolder {
     std::filesystem::path folder;
 };
 
-// The bytes of a file; an exception when it cannot be read.
+// Returns the bytes of a file. Throws if it cannot be read.
 std::string ReadBytes(const std::string& path);
 
 }  // namespace Orvane::Testing

@@ -4,7 +4,7 @@ namespace Orvane::Testing {
 
 namespace {
 
-// The form wants a precision at every output, but takes the element type from elsewhere.
+// The format requires a precision at every output, but does not take the element type from it.
 std::string Port(int id, const std::vector<std::string>& dimensions, const std::string& names = "") {
     std::string text = "<port id=\"" + std::to_string(id) + "\" precision=\"FP32\"";
     text += names.empty() ? ">" : " names=\"" + names + "\">";

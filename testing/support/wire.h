@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-// The bytes of the call protocol, put together without the code that writes them, and a client that sends such bytes.
+// Builds the bytes of the call protocol without the product's code, and sends them as a client does.
 namespace Orvane::Testing::Wire {
 
 inline std::string LittleEndian(uint64_t value, size_t size) {
@@ -36,7 +36,7 @@ inline std::string Text(const std::string& text) {
 
 inline const std::string kSuccess = Word(0) + Text("");
 
-// A request to load what `modelPath` says, with the options that there must be and perhaps one more text.
+// A request to load `modelPath`, with the required options and one more text if `key` is not empty.
 inline std::string InitRequest(const std::string& modelPath, const std::string& key = "",
                                const std::string& text = "") {
     const auto entry = [](const std::string& name, char tag) { return LittleEndian(name.size(), 8) + name + tag; };
@@ -55,11 +55,11 @@ class HostUnderTest {
  public:
     static constexpr uint32_t kSize = 8192;
 
-    // With `from` in the arguments replaced by `to`.
+    // Replaces `from` by `to` in the host's arguments.
     explicit HostUnderTest(const std::string& program, const std::string& from = "", const std::string& to = "")
         : process(program, Arguments(channel, from, to)) {}
 
-    // Sends the request, with zeros behind it. False when the host ended instead of answering; it has 10 seconds.
+    // Sends the request, followed by zeros. Returns false if the host ends instead of replying. Waits up to 10 seconds.
     bool Answers(const std::string& request) {
         std::memset(channel.view->Data(), 0, kSize);
         std::memcpy(channel.view->Data(), request.data(), request.size());
@@ -71,10 +71,10 @@ class HostUnderTest {
                                return answered || !process.Lives();
                            }))
             << "neither answer nor end: " << testing::PrintToString(request);
-        return answered || AnswersAgain();  // the exit call's answer is a host's last
+        return answered || AnswersAgain();  // a host may end right after its last reply
     }
 
-    // The same for a host that has to answer with these bytes, and to leave the rest of the section as it was.
+    // The same, but the host must reply with these bytes and leave the rest of the section unchanged.
     bool Answers(const std::string& request, const std::string& reply) {
         const bool answers = Answers(request);
         EXPECT_TRUE(answers) << testing::PrintToString(request);

@@ -1,4 +1,4 @@
-// How a client on Windows fails to start its host, what it leaves then, and how hosts end without a word.
+// How a client on Windows fails to start its host, what it leaves open then, and how hosts end without a dialogue.
 #include "host/dispatcher.h"
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
@@ -20,7 +20,7 @@ using namespace Testing;
 
 using Kinds = std::vector<std::string>;
 
-// Whatever can fail when a channel is made and a host started, and whatever closes what was opened.
+// The functions that can fail while a client makes a channel and starts a host, and those that close handles.
 struct LaunchSpies {
     Spy<"CreateEventW", decltype(CreateEventW)> createEvent;
     Spy<"CreateFileMappingW", decltype(CreateFileMappingW)> createSection;
@@ -54,7 +54,7 @@ TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
     const struct {
         const char* call;
         const char* text;
-        Kinds left;  // open for good
+        Kinds left;  // never closed
     } cases[] = {
         {"CreateEventW", "CreateEvent result error ", {}},
         {"CreateFileMappingW", "CreateFileMapping error", {}},
@@ -126,7 +126,7 @@ TEST_F(Launch, AHostDiesWithoutADialogue) {
         ASSERT_EQ(Shown(remote->Init(Params("echo 4", way))), kOk);
         const Process host(Children().at(0));
 #ifdef __MINGW32__
-        const bool returns = way == "close-no-file";  // over msvcrt.dll MinGW keeps the handler for itself
+        const bool returns = way == "close-no-file";  // with msvcrt.dll, MinGW never calls the handler
 #else
         const bool returns = false;
 #endif
@@ -147,7 +147,7 @@ TEST_F(Launch, ALivingHostIsGivenUpAfter55Hours) {
 TEST_F(Launch, AHostLooksAtTheRequestWhateverItsWaitReturns) {
     SharedChannel client;
     client.Create(4096);
-    WriteRequest(client.message, CallExit);  // and not signalled
+    WriteRequest(client.message, CallExit);  // without a signal
     HostSession session;
     session.channel.Open(client.hostArguments);
     {

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Real models give under Windows what they give on Linux.
+"""Compares the outputs of real models on Windows and on Linux.
 
-same_outputs_test.py MATERIAL FOLDER NATIVE WINDOWS...: runs the models in MATERIAL with `orvane` of this system, NATIVE,
-and with that of Windows, which the command WINDOWS... (wine.sh and the program) starts, in the process and in a host
-process. The two on Windows give the same bits; the two systems differ by no more than the rounding of the precision that
-the runtime picks: the bfloat16 of a processor that has it, or float32. FOLDER is emptied and filled.
+same_outputs_test.py MATERIAL FOLDER NATIVE WINDOWS...: runs the models in MATERIAL with NATIVE, the `orvane` of this
+system. Then runs them with the command WINDOWS..., which is wine.sh and the `orvane` of Windows, in process and in a
+host process. Both runs on Windows must return the same bits. The two systems may differ by the rounding of the
+precision that the runtime chooses: bfloat16 if the processor has it, otherwise float32. Replaces FOLDER.
 """
 import array
 import json
@@ -49,7 +49,7 @@ def main(material, folder, native, *windows):
         return
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
-    native_command = [windows[0], "--native", native]  # on the instruction set that there is under Wine
+    native_command = [windows[0], "--native", native]  # with the same instruction set as under Wine
     cpu = pathlib.Path("/proc/cpuinfo").read_text()
     bfloat16 = "avx512_bf16" in cpu or "amx_bf16" in cpu
     for model in models:

@@ -10,7 +10,7 @@
 #include <string>
 #include <type_traits>
 
-// Sees what this program asks of Windows, and lets a single function fail that no test can make fail for real.
+// Observes this program's calls to Windows. Makes one function fail if a test cannot cause the failure otherwise.
 namespace Orvane::Testing {
 
 template <typename T>
@@ -18,7 +18,7 @@ T* At(uint8_t* address) {
     return reinterpret_cast<T*>(address);
 }
 
-// The place where this program keeps the address of a function that it imports.
+// Where this program stores the address of an imported function.
 inline void** ImportOf(const char* function) {
     auto* const base = reinterpret_cast<uint8_t*>(GetModuleHandleW(nullptr));
     const auto* headers = At<IMAGE_NT_HEADERS>(base + At<IMAGE_DOS_HEADER>(base)->e_lfanew);
@@ -43,25 +43,25 @@ inline void SetImport(void** import, void* address) {
     VirtualProtect(import, sizeof *import, protection, &protection);
 }
 
-// The calls that spies saw, and the last 32-bit number in the arguments of one.
+// The number of calls that spies saw, and the last 32-bit number among their arguments.
 inline size_t seenCount;
 inline DWORD lastNumber;
 
-// The kind of each object that a call opened and none has closed.
+// The kind of each object that is still open.
 inline std::map<const void*, std::string> openHandles;
 
-// The function that fails from now on with `kForcedError`; empty for none.
+// The function that fails with `kForcedError`. Empty: all functions work.
 inline std::string failingCall;
 constexpr DWORD kForcedError = 1234;
 
-// A function's name as a template's argument.
+// A function's name as a template argument.
 template <size_t size>
 struct Name {
     consteval Name(const char (&characters)[size]) { std::copy_n(characters, size, text); }
     char text[size]{};
 };
 
-// Watches a function of the system while it lives: Spy<"ResumeThread", decltype(ResumeThread)>.
+// Watches a Windows function during its lifetime: Spy<"ResumeThread", decltype(ResumeThread)>.
 template <Name name, typename Function>
 class Spy;
 
@@ -79,7 +79,7 @@ class Spy<name, Result WINAPI(Arguments...)> {
  private:
     using Real = Result(WINAPI*)(Arguments...);
 
-    // Of a call that fails.
+    // The result of a call that fails.
     static Result Failure() {
         if constexpr (std::is_same_v<Result, DWORD>) {
             return WAIT_FAILED;
@@ -112,7 +112,7 @@ class Spy<name, Result WINAPI(Arguments...)> {
         }
     }
 
-    // Handles that the call put where an argument points, or that it closed.
+    // Records the handles that the call returned through an argument or closed, and its numbers.
     template <typename Value>
     static void Look([[maybe_unused]] Value argument) {
         if constexpr (std::is_same_v<Value, PHANDLE>) {

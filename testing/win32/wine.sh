@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# wine.sh PROGRAM ARGUMENT...: runs a Windows program in this project's own Wine prefix, build/wine unless WINEPREFIX
-# says otherwise; the first call makes it. Wine's remarks are left out unless WINEDEBUG asks for them.
-# wine.sh --native PROGRAM ARGUMENT...: runs a program of this system, to compare with, on the same instruction set.
+# wine.sh PROGRAM ARGUMENT...: runs a Windows program in the Wine prefix WINEPREFIX (default: build/wine). The first
+# call creates the prefix. Hides Wine's messages unless WINEDEBUG is set.
+# wine.sh --native PROGRAM ARGUMENT...: runs a program of this system with the same instruction set, for a comparison.
 set -euo pipefail
 
-# A program under Wine is not granted the state of the processor's tiles (AMX), and the runtime's code for them then is an
-# illegal instruction: on a processor that has them the runtime is told to do without. A choice of the caller's stays.
+# Under Wine a program cannot use the processor's tiles (AMX): there, the runtime's code for them is an illegal
+# instruction. On a processor with tiles this disables them in the runtime, unless the caller has set the variable.
 if grep -qw amx_tile /proc/cpuinfo; then
     export ONEDNN_MAX_CPU_ISA=${ONEDNN_MAX_CPU_ISA:-AVX512_CORE}
 fi
@@ -18,14 +18,14 @@ export WINEPREFIX=${WINEPREFIX:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && p
 export WINEDEBUG=${WINEDEBUG:--all}
 keeper=$WINEPREFIX/keeper
 
-# Without the browser and the .NET runtime, about whose absence Wine would ask in a window.
+# Disables the browser and the .NET runtime. If they were only missing, Wine would ask about them in a window.
 makePrefix() {
     WINEDLLOVERRIDES="mscoree,mshtml=" "$wine" wineboot --init
     touch "$WINEPREFIX/made"
 }
 
-# Wine's services start with the first Windows program and end with the last. They would inherit that program's output
-# and keep it open, for whoever reads it, until then: so a program without output is the first, and stays for two minutes.
+# Wine's services start with the first Windows program and end with the last. They inherit the first program's output:
+# its reader would wait for the services to end. So the first program has no output. It runs for two minutes.
 startKeeper() {
     # shellcheck disable=SC2016 # the inner shell expands it
     setsid bash -c 'sleep 120 | "$0" cmd' "$wine" &
@@ -34,7 +34,7 @@ startKeeper() {
 }
 
 mkdir -p "$WINEPREFIX"
-# Whatever Wine leaves running must not hold the lock: it starts without it.
+# Processes that Wine leaves running must not hold the lock, so they start without its descriptor.
 (
     flock 9
     [ -e "$WINEPREFIX/made" ] || makePrefix 9>&-
