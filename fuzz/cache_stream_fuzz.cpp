@@ -1,4 +1,4 @@
-// The cache streams, against plain streams to which the same is done.
+// Compares the cache streams with plain streams after the same operations.
 #include "backends/openvino/decode_input_stream_buf.h"
 #include "backends/openvino/decode_output_stream_buf.h"
 #include "fuzz/fuzz_target.h"
@@ -18,20 +18,20 @@ using Fuzz::Input;
 using Fuzz::Require;
 
 constexpr std::streamoff kLargestFile = 400'000;
-constexpr std::streamoff kMostBytes = 600'000;  // that are written or read for one input, to be done soon
+constexpr std::streamoff kMostBytes = 600'000;  // written or read for one input, to limit its time
 
-// A number below `limit`, of the input's next bytes.
+// Takes a number below `limit` from the input.
 std::streamoff TakeBelow(Input& input, std::streamoff limit) {
     return static_cast<std::streamoff>(input.TakeNumber(3)) % limit;
 }
 
-// A small number as it is; or in the middle of the streams' own sizes.
+// Takes a small number, or one around the sizes of the streams' buffers.
 std::streamoff TakeCount(Input& input) {
     const uint32_t number = input.TakeNumber(2);
     return static_cast<std::streamoff>(number < 0xE000 ? number % 9000 : (number - 0xE000) * 34);
 }
 
-// What is written: no two blocks and pieces of it are alike.
+// The data to write: all its blocks and pieces differ.
 const char* Pattern(uint32_t seed) {
     static const std::string text = [] {
         std::string bytes(kLargestFile + 256, '\0');
@@ -53,7 +53,7 @@ void Scramble(std::string& text) {
     }();
     uint64_t word = 0;
     uint64_t key = 0;
-    for (size_t place = 0; place < text.size(); place += sizeof word) {  // in words, to be soon done
+    for (size_t place = 0; place < text.size(); place += sizeof word) {  // in words, to be fast
         const size_t size = std::min(sizeof word, text.size() - place);
         std::memcpy(&word, &text[place], size);
         std::memcpy(&key, &keystream[place], size);
@@ -62,8 +62,8 @@ void Scramble(std::string& text) {
     }
 }
 
-// Both are written to until the input says that it is enough. Places stay within what was written: what a file holds
-// where nobody wrote is not the streams' matter.
+// Writes to both until the input ends this. Positions stay within the written data: the streams do not define what a
+// gap in a file contains.
 void Write(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
     std::streamoff size = 0;
     std::streamoff left = kMostBytes;
@@ -109,7 +109,7 @@ void Write(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
     Require(scrambled.pubsync() >= 0, "what is buffered is written in the end");
 }
 
-// Reads from both. A read of nothing at the end of the file delivers one byte too many, once until the next seek.
+// Reads from both. At the end of the file, reads may return one byte too many, at most once between two seeks.
 class Readers {
  public:
     Readers(std::streambuf& ofScrambled, std::streambuf& ofPlain) : scrambled(ofScrambled), plain(ofPlain) {}
@@ -147,7 +147,7 @@ class Readers {
     }
 
  private:
-    // True at the end of the plain one.
+    // Returns whether the plain stream is at its end.
     bool CheckByte(int byte, int expected) {
         Require(byte == expected || (expected == EOF && maySurplus), "the same byte is read");
         maySurplus = maySurplus && (expected != EOF || byte != EOF);

@@ -1,4 +1,4 @@
-// The host's dispatcher: what a client reads of its replies is what an interpreter says to whom asks it directly.
+// The host's dispatcher: a host replies exactly as a local interpreter does.
 #include "core/backend_factory.h"
 #include "fuzz/fuzz_target.h"
 #include "host/dispatcher.h"
@@ -21,9 +21,10 @@ using Fuzz::Input;
 using Fuzz::Require;
 
 constexpr uint32_t kSection = 4096;
-constexpr size_t kLargestRequest = 512;  // so that each reply but an output's fits
+constexpr size_t kLargestRequest = 512;  // so that every reply fits, except an output's
 
-// A model of the lengths of its path and its name. Running it adds 1 to the bytes.
+// A model whose ports depend on the lengths of its path and its name. A run adds 1 to each byte of the first output,
+// then copies the last input to the last output.
 class Model final : public Testing::MemoryBackend {
  public:
     Status Init(const InterpreterParams& params) override {
@@ -55,7 +56,7 @@ class Model final : public Testing::MemoryBackend {
     std::unordered_map<std::string, std::string> info;
 };
 
-// Whether a reply says this.
+// Returns whether a reply is the expected one.
 using Check = std::function<bool(MessageBuffer& reply)>;
 
 Check Says(const Status& status) {
@@ -65,7 +66,7 @@ Check Says(const Status& status) {
     };
 }
 
-// A request for which there is no room for the reply, no interpreter or no tensor ends a host: none.
+// Returns nothing if the request ends the host: there is no room for the reply, no interpreter or no tensor.
 std::optional<Check> CheckOfOutput(TensorImpl& tensor, uint32_t size) {
     if (size > kSection / 2) {
         return std::nullopt;
@@ -125,7 +126,7 @@ Status Initialise(std::unique_ptr<Interpreter>& asked, const MessageBuffer::Byte
     return status.Ok() ? asked->Init(params) : status;
 }
 
-// Does what the request says to `asked`.
+// Does what the request says with `asked`. Returns a check of the reply.
 std::optional<Check> CheckOf(MessageBuffer& request, std::unique_ptr<Interpreter>& asked) {
     const uint32_t call = request.ReadUInt32();
     if (call == CallInit) {
@@ -151,13 +152,13 @@ std::optional<Check> CheckOf(MessageBuffer& request, std::unique_ptr<Interpreter
     }
 }
 
-// A host and the interpreter that is asked beside it. A length that passes the end of a section is a fault in a real
-// host; here it is an exception, like a value of another type. A host has its end with either.
+// A host, and the interpreter to compare it with. If a length exceeds the section, a real host crashes; here it throws,
+// as for a value of another type. Both end the host.
 class Session {
  public:
     Session() { host.channel.message.Attach(section.get(), kSection, MessageBuffer::Reads::Bounded); }
 
-    // False when the host has ended.
+    // Returns false if the host has ended.
     bool Send(const std::string& request) {
         std::copy(request.begin(), request.end(), section.get());
         std::vector<uint8_t> sent(section.get(), section.get() + kSection + 1);
@@ -190,7 +191,7 @@ class Session {
     }
 
  private:
-    // With the one byte behind it that reading a flat form may look at.
+    // Has one more byte, because the reader of a flat form may read the byte after it.
     std::unique_ptr<uint8_t[]> section = std::make_unique<uint8_t[]>(kSection + 1);
     HostSession host;
     std::unique_ptr<Interpreter> asked;
@@ -206,7 +207,7 @@ std::unique_ptr<IOrvane> CreateRemoteBackend() {
     return nullptr;
 }
 
-// No input may keep this process from writing what it finds.
+// Does nothing: an input must not prevent this process from writing its findings.
 void EnterSandbox(const InterpreterParams& /*params*/) {}
 
 }  // namespace Orvane

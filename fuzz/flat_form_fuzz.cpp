@@ -1,4 +1,4 @@
-// The option set's flat form: what is read from any bytes is written as a form that is read as the same.
+// The option set's flat form: the options read from any bytes are the same after writing and reading them again.
 #include "core/flat_form.h"
 #include "fuzz/fuzz_target.h"
 
@@ -12,7 +12,7 @@ namespace {
 using Fuzz::Require;
 using Form = std::vector<uint8_t>;
 
-// From memory that ends with the one byte behind a form that may be read.
+// Reads from memory that ends one byte after the form: the reader may read that byte.
 bool Read(const Form& form, OptionValues& values) {
     const auto memory = std::make_unique<uint8_t[]>(form.size() + 1);
     std::copy(form.begin(), form.end(), memory.get());
@@ -27,7 +27,7 @@ Form Written(const OptionValues& values) {
     return form;
 }
 
-// Reading cuts a key at its first zero byte, but not that of a buffer; and a buffer without bytes becomes a boolean.
+// Reading cuts a key at its first zero byte, except the key of a buffer. A buffer without bytes becomes a boolean.
 bool WouldCutAKey(const OptionValues& values) {
     return std::any_of(values.begin(), values.end(), [](const auto& entry) {
         return entry.first.find('\0') != std::string::npos && !std::holds_alternative<OptionBuffer>(entry.second);
@@ -36,7 +36,7 @@ bool WouldCutAKey(const OptionValues& values) {
 
 void Check(const Form& form) {
     OptionValues values;
-    Read(form, values);  // of a form that is cut, what was read counts
+    Read(form, values);  // the entries before the end of a cut form count
     const Form written = Written(values);
     OptionValues back;
     Require(Read(written, back), "a form that was written can be read");

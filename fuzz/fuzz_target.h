@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <string>
 
-// What a fuzz target has: this function, which libFuzzer calls with ever other inputs, and the replay of the seeds with
-// those. It states a property of the code under test for any input; where that does not hold the process ends.
+// Each fuzz target defines this function. libFuzzer calls it with changing inputs; the replay program calls it with the
+// seeds. It checks a property of the code under test, and ends the process if the property does not hold.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace Orvane::Fuzz {
@@ -22,14 +22,14 @@ inline void Require(bool holds, const char* property) {
     }
 }
 
-// Takes an input apart, from its front. What is missing at its end is 0 in a number, and missing in a run.
+// Takes values from the front of an input. At its end, missing bytes of a number are 0, and a run is shorter.
 class Input {
  public:
     Input(const uint8_t* data, size_t size) : rest(data), left(size) {}
 
     bool IsAtEnd() const { return left == 0; }
 
-    // A little-endian number of so many bytes, up to 4.
+    // Takes a little-endian number of up to 4 bytes.
     uint32_t TakeNumber(size_t bytes) {
         uint32_t number = 0;
         const std::string run = TakeRun(bytes);

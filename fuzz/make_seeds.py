@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""make_seeds.py FOLDER: writes what the fuzz targets begin with, and what once was a fault, to FOLDER/TARGET/NAME."""
+"""make_seeds.py FOLDER: writes the seeds of the fuzz targets, and inputs of past faults, to FOLDER/TARGET/NAME."""
 
 import pathlib
 import struct
@@ -19,7 +19,7 @@ def text(value):
 
 
 def flat_form(*entries):
-    """Entries of (key, tag, the value's bytes)."""
+    """Each entry is (key, tag, bytes of the value)."""
     form = struct.pack("<Q", len(entries))
     for key, tag, value in entries:
         form += struct.pack("<Q", len(key)) + key + bytes([tag]) + value
@@ -89,7 +89,7 @@ SUCCESS = word(0) + text(b"")
 
 
 def replies(*sequence):
-    """Calls by number, with the host's reply to each; none for a host that dies."""
+    """Each entry is the number of a call and the host's reply, or None if the host ends."""
     return b"".join(
         bytes([call]) + u16(len(reply)) + reply if reply is not None else bytes([0xF0 + (call + 3) % 9]) + u16(0)
         for call, reply in sequence)
@@ -112,12 +112,12 @@ REMOTE_REPLY = {
 
 
 def steps(*sequence):
-    """Numbers, each with the count of bytes that it takes."""
+    """Each entry is a number and its size in bytes."""
     return b"".join(number.to_bytes(size, "little") for number, size in sequence)
 
 
 def writes(*numbers):
-    """Of so many bytes each, and no more."""
+    """Writes of these sizes, then the end of writing."""
     return b"".join(steps((1, 1), (number, 2)) for number in numbers) + b"\x06"
 
 

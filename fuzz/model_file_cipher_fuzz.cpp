@@ -1,4 +1,4 @@
-// The cipher of model files: it gives what its rounds give one after the other, and takes it back.
+// The cipher of model files: it returns the same bytes as separate rounds, and decryption restores the file.
 #include <orvane/model_file_cipher.h>
 
 #include "fuzz/fuzz_target.h"
@@ -59,7 +59,7 @@ void EncryptBlock(uint8_t* block, size_t size, const ModelFileCipher& cipher) {
     std::memcpy(block, groups.data(), size);
 }
 
-// A chunk of a block or more. What is left behind its last block stays as it is.
+// Encrypts a chunk of at least one block. The bytes after its last block stay unchanged.
 Bytes Encrypted(Bytes chunk, const ModelFileCipher& cipher) {
     size_t offset = 0;
     for (; chunk.size() - offset >= kBlock; offset += kBlock) {
@@ -71,7 +71,7 @@ Bytes Encrypted(Bytes chunk, const ModelFileCipher& cipher) {
     return chunk;
 }
 
-// In memory that ends with the chunk and begins so many bytes before it.
+// Transforms the chunk in memory that begins `shift` bytes before it and ends with it.
 Bytes Transformed(const Bytes& chunk, size_t shift, const ModelFileCipher& cipher,
                   decltype(&ModelFileCipher::Encrypt) transform) {
     const auto memory = std::make_unique<uint8_t[]>(shift + chunk.size());

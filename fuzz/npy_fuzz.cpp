@@ -1,4 +1,4 @@
-// The reader of .npy files: it refuses, or says what is written again as a header that says the same.
+// The reader of .npy files: it refuses a file, or a header written from its result describes the same array.
 #include "cli/failure.h"
 #include "cli/files/npy.h"
 #include "fuzz/fuzz_target.h"
@@ -11,7 +11,7 @@ namespace {
 
 using Fuzz::Require;
 
-// Where the data begin, by the length that the header claims.
+// Where the data begin, according to the length in the header.
 uint64_t HeaderBytes(const std::string& file) {
     const bool isShort = file.at(6) == 1;
     Fuzz::Input length(reinterpret_cast<const uint8_t*>(file.data()) + 8, isShort ? 2 : 4);

@@ -13,7 +13,7 @@ namespace Orvane {
 
 namespace {
 
-// Of the one channel that there is at a time. It is large, and a new one would be zero almost everywhere each time.
+// The section of the only channel. It is reused, because it is large: clearing all of it each time would be slow.
 constexpr size_t kWritten = size_t{128} * 1024;  // requests and replies are shorter
 std::unique_ptr<uint8_t[]> memory;
 bool lives = false;
@@ -25,7 +25,7 @@ std::function<bool(uint8_t*)> Fuzz::playedHost;
 
 namespace Platform {
 
-// NOLINTBEGIN(readability-convert-member-functions-to-static): the classes are the platform's
+// NOLINTBEGIN(readability-convert-member-functions-to-static): the platform defines the classes
 
 struct Event::State {
     bool isCall;

@@ -5,9 +5,9 @@
 
 namespace Orvane::Fuzz {
 
-// Stands in for events, sections and host processes: all of it in this process and thread, and the host is a function
-// that is called when a client hands a request over. It finds the request at the start of the section and writes its
-// reply over that; when it returns false, the host has died without a reply.
+// Simulates events, sections and host processes in this process and thread. The host is this function, called when a
+// client sends a request. It reads the request at the start of the section and overwrites it with its reply. It returns
+// false if the host ends without a reply.
 extern std::function<bool(uint8_t* section)> playedHost;
 
 }  // namespace Orvane::Fuzz

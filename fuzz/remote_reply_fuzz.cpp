@@ -1,4 +1,4 @@
-// The client's readers of replies: what a host answers is either read as it stands there, or refused as what it is not.
+// The client's readers of replies: they read a reply exactly as it is, or refuse it.
 #include "backends/remote/remote_wrapper.h"
 #include "fuzz/fuzz_target.h"
 #include "fuzz/played_host.h"
@@ -20,14 +20,14 @@ using Fuzz::Require;
 
 constexpr uint32_t kSize = RemoteWrapper::kChannelSize;
 const std::string kThrows = "throws";
-const std::string kNothing = "nothing";  // also no pointer and no host
+const std::string kNothing = "nothing";  // a null pointer
 
-// Reads a reply without the code that clients read it with.
+// Reads a reply without the client's code.
 class Reply {
  public:
     struct PassesTheEnd {};
     struct HasAnotherTag {};
-    struct TakesLong {};  // to read: megabytes of zeros, like many others
+    struct TakesLong {};  // to read: megabytes of zeros, as in many other replies
 
     explicit Reply(const uint8_t* memory) : section(memory) {}
 
@@ -103,7 +103,7 @@ std::string ShownPairs(const Pairs& pairs) {
     return text;
 }
 
-// What a call comes to when there is no host.
+// The result of a call without a host.
 std::string WithoutHost(uint32_t call) {
     switch (call) {
         case CallGetTensorCount:
@@ -158,7 +158,7 @@ std::string ShownReply(uint32_t call, Reply& reply) {
     }
 }
 
-// A client whose host answers what it is told.
+// A client, and a host that sends given replies.
 class Client {
  public:
     Client() {
@@ -167,7 +167,7 @@ class Client {
         Require(expected == kSuccess, "a client initialises");
     }
 
-    // A call, and the reply that it gets; none for a host that dies instead. Returns the size of what was read.
+    // Makes a call. The host sends this reply, or ends if there is none. Returns the size of the result.
     size_t Send(uint32_t call, std::optional<std::string> hostsReply) {
         asked = call;
         reply = std::move(hostsReply);
@@ -241,7 +241,7 @@ class Client {
         }
     }
 
-    // How many bytes of output the last reply says that it has.
+    // The number of output bytes according to the last reply.
     uint32_t ReplysRun() const { return Reply(pointed).Word(); }
 
     uint32_t asked = 0;
@@ -259,7 +259,7 @@ class Client {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Orvane::Fuzz::Input input(data, size);
     Orvane::Client client;
-    constexpr size_t kMostRead = 100'000;  // one text can be as long as the channel: then it is enough
+    constexpr size_t kMostRead = 100'000;  // one text may be as long as the channel: stop then
     size_t read = 0;
     while (!input.IsAtEnd() && read < kMostRead) {
         const uint32_t call = input.TakeNumber(1);

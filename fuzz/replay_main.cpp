@@ -1,5 +1,5 @@
-// Calls a fuzz target with each seed in the folder that it is started in, with each beginning of it, and with each of
-// its bytes changed in one bit.
+// Calls a fuzz target with each seed in the working directory, with each prefix of it, and with one bit changed in each
+// of its first bytes.
 #include "fuzz/fuzz_target.h"
 
 #include <filesystem>
@@ -13,7 +13,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// From memory that ends with the input.
+// Copies the input to memory that ends with it, so that a sanitizer finds reads past its end.
 void Call(const Bytes& input) {
     const auto memory = std::make_unique<uint8_t[]>(input.size());
     std::copy(input.begin(), input.end(), memory.get());
