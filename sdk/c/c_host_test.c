@@ -1,7 +1,7 @@
-// Tests hosts that end, hosts that lie, and hosts of several copies of a program at once.
+// Tests hosts that end, hosts that send wrong replies, and hosts of several copies of a program at once.
 #include "c_test_support.h"
 
-// After its host has ended like this, a model fails in every call.
+// After its host has ended like this, every call of a model fails.
 static void ExpectEnded(orvane_model* model, int32_t cause, const char* how) {
     const void* view = NULL;
     uint64_t bytes = 0;
@@ -106,7 +106,7 @@ static void TestProgress(const char* stub) {
     options.progress = CountSteps;
     options.progress_user = &progress;
     progress.givenUpAtStep = ORVANE_LOAD_IN_HOST;
-    progress.givenUpAtCall = 3;  // at the step, and while it waits
+    progress.givenUpAtCall = 3;  // one call at the step, the others during the wait
     FAILS(TryOpen(options), ORVANE_CANCELLED, "the progress function gave up loading the model");
 }
 

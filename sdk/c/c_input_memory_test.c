@@ -32,7 +32,7 @@ static void TestArrival(const char* host) {
     }
     EXPECT(Memory(model, 0, 8) == memory);
     input.data = memory;
-    for (int32_t round = 4; round <= 6; ++round) {  // valid over calls with its address
+    for (int32_t round = 4; round <= 6; ++round) {  // stays valid in calls with its address
         memory[0] = memory[1] = round;
         SUCCEEDS(orvane_infer(model, &input, 1, &output, 1));
         EXPECT(received[0] == round && received[1] == round);
@@ -84,7 +84,7 @@ static void TestRefusals(const char* host) {
     orvane_close(model);
 }
 
-// Only in this process can a shape be set, and only there does each input have its own memory.
+// Only in this process a model accepts shapes, and each input has its own memory.
 void TestInputMemoryInThisProcess(void) {
     const int64_t shape[] = {2, 3};
     orvane_model* model = Open(Options(EchoModel("memory_shapes.xml", "i32", "?,3"), NULL));
@@ -122,7 +122,7 @@ void TestInputMemoryOfStub(const char* stub) {
 
     memory = (char*)Memory(model, 0, 4);
     inputs[1].data = memory;
-    for (int round = 0; round < 2; ++round) {  // the other data is sent through the memory, after it
+    for (int round = 0; round < 2; ++round) {  // the other data is sent later through the same memory
         memcpy(memory, kFirst, sizeof kFirst);
         SUCCEEDS(orvane_infer(model, inputs, 2, outputs, 2));
         EXPECT(memcmp(received, "abcdefgh", 8) == 0);

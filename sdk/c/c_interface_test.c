@@ -1,5 +1,5 @@
-// Tests each function and each refusal of the C interface as an application does: only the header is shared with the
-// library. It is compiled as C and as C++.
+// Tests each function and each refusal of the C interface as an application does: it shares only the header with the
+// library. It compiles as C and as C++.
 //
 //   c_interface_test HOST STUB_HOST FORGING_HOST [client]
 //   c_interface_test copy STUB_HOST NUMBER
@@ -10,7 +10,7 @@
 
 // --- The same in this process and with a host process ---
 
-// At the limits of each length of a character: too short, too long, too large, half a surrogate pair.
+// kUtf8: characters at the limits of each length. kNotUtf8: too short, too long, too large, half a surrogate pair.
 static const char* const kUtf8[] = {"\x7F",         "\xC2\x80",     "\xDF\xBF",         "\xE0\xA0\x80",
                                     "\xED\x9F\xBF", "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"};
 static const char* const kNotUtf8[] = {"\x80",
@@ -281,7 +281,7 @@ static void TestShapesInThisProcess(void) {
     orvane_close(model);
 }
 
-// After a load that was given up, the model is as before.
+// After a cancelled load, the model works as before.
 static void TestProgressInThisProcess(void) {
     Progress progress;
     int32_t received[2] = {0, 0};

@@ -13,7 +13,7 @@
 extern int failures;
 static const int32_t kData[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 
-// Count and print a failed check with its place.
+// They count each failed check and print it with its place.
 void Expect(int isTrue, const char* what, const char* file, int line);
 void ExpectError(orvane_error* error, int32_t reason, const char* text, const char* file, int line);
 void ExpectMissing(orvane_error* error, const char* text, const char* file, int line);

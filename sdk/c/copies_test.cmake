@@ -1,5 +1,5 @@
-# Starts four copies of PROGRAM at once, each with its own host process of STUB_HOST; ROUNDS times. EMULATOR, if there is
-# one, runs them.
+# Starts four copies of PROGRAM at once, ROUNDS times. Each has its own host process of STUB_HOST. EMULATOR runs them
+# if it is set.
 cmake_minimum_required(VERSION 3.25)
 
 foreach(round RANGE 1 ${ROUNDS})

@@ -1,6 +1,6 @@
-// load_by_path_test LIBRARY ALONE MODEL: an application loads orvane_c.dll when it needs it, by its path, from a folder
-// in which Windows does not search. LIBRARY has OpenVINO beside it and runs MODEL; ALONE is a copy without anything
-// beside it, whose error says what is missing. Both can be unloaded and loaded again.
+// load_by_path_test LIBRARY ALONE MODEL: an application loads orvane_c.dll by its path, from a folder that Windows does
+// not search. LIBRARY has OpenVINO beside it and runs MODEL. ALONE is a copy with no other file beside it; its error
+// names what is missing. The application can unload both and load them again.
 #include <orvane/orvane_c.h>
 
 #include <stdio.h>
@@ -75,7 +75,7 @@ static int FailToRun(const struct Functions* orvane, const char* modelPath) {
 
 int main(int count, char** arguments) {
     CHECK(count == 4);
-    // First ALONE: once OpenVINO is loaded, it stays.
+    // ALONE comes first: once OpenVINO is loaded, it stays loaded.
     for (int round = 0; round < 4; ++round) {
         const int isAlone = round < 2;
         HMODULE library = LoadLibraryA(arguments[isAlone ? 2 : 1]);

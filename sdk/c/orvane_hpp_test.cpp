@@ -1,4 +1,4 @@
-// Tests the C++ header over the library that runs models in a host process only, with stub models.
+// Tests the C++ header with stub models and the library that runs models in a host process only.
 #include <orvane/orvane.hpp>
 
 #include "testing/support/host_fixture.h"
@@ -25,7 +25,7 @@ using Bytes = std::vector<uint8_t>;
 Options StubOptions(const std::string& model) {
     Options options;
     options.modelPath = model;
-    options.cachePath = Orvane::Testing::kStubHost;  // with any cache file, no model file is required
+    options.cachePath = Orvane::Testing::kStubHost;  // if a cache file exists, the SDK requires no model file
     options.hostProgram = Orvane::Testing::kStubHost;
     return options;
 }

@@ -18,7 +18,7 @@ enum { kMostBytes = 1 << 16 };
 static unsigned char input[kMostBytes];
 static unsigned char outputs[2][kMostBytes];
 
-/* Compilers insert calls of it. */
+/* Compilers insert calls of this function. */
 void* memset(void* to, int value, size_t bytes) {
     for (volatile unsigned char* byte = to; bytes > 0; --bytes) {
         *byte++ = (unsigned char)value;

@@ -1,5 +1,6 @@
-# In FOLDER, compiles SOURCE to the object format of Visual Studio's compiler, links it with IMPORT_LIBRARY and an import
-# library of kernel32 by LLVM's linker, and runs it by EMULATOR with MODEL. INCLUDE has the header, LIBRARIES the DLLs.
+# In FOLDER, compiles SOURCE to the object format of Visual Studio's compiler. LLVM's linker links it with
+# IMPORT_LIBRARY and an import library of kernel32. EMULATOR runs it with MODEL. INCLUDE has the header, LIBRARIES has
+# the DLLs.
 cmake_minimum_required(VERSION 3.25)
 if(NOT EXISTS ${MODEL})
     message("SKIPPED: ${MODEL} is missing; ./dev setup fetches it")
