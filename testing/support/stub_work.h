@@ -11,7 +11,7 @@ namespace Orvane::Testing {
 
 // What a run of a stub model does instead of a model's work:
 //   "rest MICROSECONDS"   sleeps
-//   "compute STEPS"       computes on every processor; takes longer if other threads use the processors
+//   "compute STEPS"       does STEPS calculations on every processor; other threads there make it slower
 // Otherwise it does nothing.
 class StubWork {
  public:
