@@ -1,6 +1,6 @@
-# expect(EXIT TEXT command...): runs the command in FOLDER, with EMULATOR if there is one, and checks its exit value and
-# that its output, or its errors if it fails, match TEXT. Remarks of the runtime may come before an error. Sets `printed`
-# to what matched.
+# expect(EXIT TEXT command...): runs the command in FOLDER, with EMULATOR if it is set. Checks the exit value, and that
+# TEXT matches the output, or the errors if EXIT is not 0. Messages of the runtime may come before an error. Sets
+# `printed` to that output.
 function(expect exit text)
     execute_process(COMMAND ${EMULATOR} ${ARGN} WORKING_DIRECTORY ${FOLDER} TIMEOUT 150
         RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)

@@ -29,10 +29,10 @@ Array = np.ndarray[Any, np.dtype[np.float32]]
 
 MODEL = pathlib.Path(__file__).resolve().parents[2] / ".deps" / "material" / "face_detection_short_range.tflite"
 PIECE, STEP = 256, 48  # pixels of a picture: the side of a piece, and the distance to the next piece
-SIDE = 128  # pixels of the picture that the model takes
+SIDE = 128  # pixels of the model's square input
 FACE = 0.5  # the least score of a piece with a face
 
-AHEAD = 2  # pieces that a worker has at a time: it runs one, and the next is on its way
+AHEAD = 2  # pieces that a worker has at a time: it runs one while the next arrives
 RETRIES = 3  # new attempts for a piece if its host or its worker ends
 RESTARTS = 3  # how often Ray starts a worker again
 TIME_LIMIT = 60.0  # seconds for one call of a host
@@ -65,7 +65,7 @@ class Worker:
 
 
 def cut(path: pathlib.Path) -> Iterator[tuple[str, Array]]:
-    """All pieces of a picture, with a name that says the place of each."""
+    """Yields all pieces of a picture, each with a name that contains its place."""
     with Image.open(path) as opened:
         picture = opened.convert("RGB")
     for top in range(0, max(1, picture.height - PIECE + 1), STEP):
@@ -88,7 +88,7 @@ def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterat
     a piece when a worker is free.
 
     Raises:
-        RuntimeError: A piece has ended more hosts or workers than are replaced.
+        RuntimeError: All attempts for a piece have failed.
         TimeoutError: No worker has answered for PATIENCE seconds.
     """
     left = iter(pieces)
@@ -116,7 +116,7 @@ def infer_all(pieces: Iterable[tuple[str, Array]], workers: list[Any]) -> Iterat
 
 
 def score(outputs: list[Array]) -> float:
-    """The probability of a face, from 0 to 1."""
+    """Returns the probability of a face, from 0 to 1."""
     return 1 / (1 + math.exp(-float(outputs[1].clip(-80, 80).max())))
 
 
@@ -125,7 +125,7 @@ def connect(address: str | None, workers: int) -> None:
     if address:
         host, _, port = address.rpartition(":")
         try:
-            socket.create_connection((host, int(port)), timeout=10).close()  # Ray itself goes on trying for minutes
+            socket.create_connection((host, int(port)), timeout=10).close()  # Ray itself tries for minutes
         except (OSError, ValueError) as error:
             raise ConnectionError(f"no cluster answers at {address}, pass HOST:PORT of its head: {error}") from error
         ray.init(address=address, log_to_driver=False)
@@ -134,7 +134,7 @@ def connect(address: str | None, workers: int) -> None:
 
 
 def run(arguments: argparse.Namespace) -> None:
-    orvane.Model(arguments.model, host=True).close()  # shows a mistake in one line, an actor in fifty
+    orvane.Model(arguments.model, host=True).close()  # reports a mistake in one line; an actor prints fifty
     connect(arguments.address, arguments.workers)
     workers = start_workers(arguments.workers, arguments.model)
     pieces = (piece for path in arguments.pictures for piece in cut(path))

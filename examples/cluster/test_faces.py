@@ -46,7 +46,7 @@ def cluster() -> Iterator[Cluster]:
         finally:
             processes = psutil.Process().children(recursive=True)
             ray.shutdown()
-            started.shutdown()  # type: ignore[no-untyped-call]  # it brings no types
+            started.shutdown()  # type: ignore[no-untyped-call]  # it has no types
             _, left = psutil.wait_procs(processes, timeout=60)
             assert not left
 
@@ -59,7 +59,7 @@ def test_each_piece_is_answered_once_if_a_host_and_a_worker_end(cluster: Cluster
     first_host, second_host = (psutil.Process(each.host) for each in before)
 
     answers = []
-    # A suspended process still has an unanswered piece when it is killed, some answers of the other worker later.
+    # The test suspends a host some answers before it kills the host or its worker. So a piece is unanswered then.
     at = {5: first_host.suspend, 10: first_host.kill,
           20: second_host.suspend, 30: psutil.Process(before[1].worker).kill}
     for answer in faces.infer_all(pieces.items(), workers):

@@ -1,8 +1,9 @@
-// FaceFinder MODEL [PICTURE]: finds faces in a picture. MODEL is face_detection_short_range.tflite of the package mediapipe.
+// FaceFinder MODEL [PICTURE]: finds faces in a picture. MODEL is face_detection_short_range.tflite from the package
+// mediapipe.
 //
-// The model runs in a host process. "End the host" ends that process, as a crash of the model would: the window stays, and
-// with "a new host when it ends" the program starts a new one. Loading and running are awaited, so the window always
-// answers; the status line shows its longest pause. Status lines are also written to the standard output.
+// The model runs in a host process. "End the host" ends that process, as a crash of the model would. The window stays.
+// With "a new host when it ends", the program starts a new host. It awaits each load and run, so the window always
+// answers. The status line shows the longest pause. The program also writes status lines to the standard output.
 using System;
 using System.Collections.Generic;
 using System.Diagnostics;
@@ -100,7 +101,7 @@ internal sealed class FaceFinder : Form
         try
         {
             using (Image file = Image.FromFile(path))
-                picture = new Bitmap(file);  // the file is not locked any longer
+                picture = new Bitmap(file);  // a copy, so that the file is not locked
         }
         catch (Exception exception)
         {
@@ -111,7 +112,7 @@ internal sealed class FaceFinder : Form
         await Search();
     }
 
-    /// <summary>Finds the faces in the picture, with a new host process if there is none and the user wants one.</summary>
+    /// <summary>Finds the faces. If the host process has ended, starts a new one if the user wants it.</summary>
     private async Task Search()
     {
         if (isSearching || picture == null)
@@ -135,7 +136,7 @@ internal sealed class FaceFinder : Form
         }
         catch (ObjectDisposedException)
         {
-            // The window was closed meanwhile.
+            // The user has closed the window.
         }
         catch (OrvaneException exception)
         {
@@ -164,7 +165,7 @@ internal sealed class FaceFinder : Form
             $"Longest pause of this window: {longestPause} ms.");
     }
 
-    /// <summary>The picture as the model wants it: red, green and blue from -1 to 1.</summary>
+    /// <summary>Returns the model's input: red, green and blue of each pixel, from -1 to 1.</summary>
     private static float[] Pixels(Bitmap picture)
     {
         using (var small = new Bitmap(Side, Side, PixelFormat.Format24bppRgb))
@@ -185,7 +186,7 @@ internal sealed class FaceFinder : Form
         }
     }
 
-    /// <summary>The boxes of the faces, as shares of the picture's sides, the surest first.</summary>
+    /// <summary>Returns the boxes of the faces, relative to the picture's size, the best first.</summary>
     private static List<RectangleF> Faces(float[] boxes, float[] scores)
     {
         var faces = new List<RectangleF>();
@@ -201,7 +202,7 @@ internal sealed class FaceFinder : Form
         return faces;
     }
 
-    /// <summary>Where the model looks: the cells of a grid of 16 x 16 twice each, then of 8 x 8 six times each.</summary>
+    /// <summary>Where the model looks: two per cell of a 16 x 16 grid, then six per cell of 8 x 8.</summary>
     private static List<PointF> Anchors()
     {
         var anchors = new List<PointF>();

@@ -1,7 +1,7 @@
-"""face_finder_test.py SHOT COMMAND...: presses the buttons of the face finder and looks at its window.
+"""face_finder_test.py SHOT COMMAND...: presses the buttons of the face finder and checks its window.
 
-COMMAND starts the program. It needs an X display that it has alone (xvfb-run), xdotool and ImageMagick. The file SHOT gets a
-picture of the window with a face in it.
+COMMAND starts the program. The test needs an X display without other programs (xvfb-run), xdotool and ImageMagick. It
+writes a picture of the window with a face to the file SHOT.
 """
 
 import os
@@ -13,8 +13,8 @@ import sys
 import threading
 import time
 
-LIMIT_S = 30  # of each wait
-PAUSE_LIMIT_MS = 1000  # a busy machine makes any window wait; a load or a hanging host takes longer
+LIMIT_S = 30  # for each wait
+PAUSE_LIMIT_MS = 1000  # a busy machine delays any window; waiting for a load or a hanging host takes longer
 # Places in the window.
 END_HOST, NEW_HOST = (165, 18), (300, 18)
 VIEW = "560x550+0+42"
@@ -40,7 +40,7 @@ class Window:
                 self.changed.notify_all()
 
     def wait_for(self, pattern):
-        """The next line that matches; lines before it are passed over."""
+        """Returns the next line that matches. Drops the lines before it."""
         def matching():
             return next((i for i, line in enumerate(self.lines) if re.search(pattern, line)), None)
 
@@ -60,7 +60,7 @@ class Window:
         return file
 
     def host(self):
-        """The process that the program has started, waiting for it."""
+        """Waits for the process that the program starts, and returns its id."""
         end = time.monotonic() + LIMIT_S
         while time.monotonic() < end:
             children = pathlib.Path(f"/proc/{self.process.pid}/task").glob("*/children")
@@ -71,7 +71,7 @@ class Window:
 
 
 def differs(first, second):
-    """How many pixels of the two pictures differ where the window shows its picture."""
+    """Returns how many pixels differ in the part of the window that shows the picture."""
     done = subprocess.run(["compare", "-metric", "AE", "-extract", VIEW, first, second, "null:"], capture_output=True,
                           text=True, timeout=LIMIT_S)
     return int(float(done.stderr.split()[0]))
@@ -82,7 +82,7 @@ def signature(file):
 
 
 def box_of(file):
-    """The rectangle around all lime pixels: x, y, width and height."""
+    """Returns the rectangle around all lime pixels: x, y, width and height."""
     found = run("convert", str(file), "-crop", VIEW, "+repage", "-fill", "black", "+opaque", "lime", "-format", "%@", "info:")
     width, height, x, y = map(int, re.fullmatch(r"(\d+)x(\d+)\+(\d+)\+(\d+)", found).groups())
     return x, y, width, height

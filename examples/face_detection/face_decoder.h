@@ -6,8 +6,8 @@
 #include <vector>
 
 struct Face {
-    float score = 0;  // how sure the model is, 0 to 1
-    Box box;          // in pixels, at first of the model's square input
+    float score = 0;  // confidence of the model, 0 to 1
+    Box box;          // in pixels of the model's square input, or of the picture after FromSquare
 };
 
 // The tensors of the face detector.

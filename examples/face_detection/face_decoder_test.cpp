@@ -4,7 +4,7 @@
 
 namespace {
 
-// The faces when the model says at these anchors that there is one; at each it places the same box.
+// Returns the faces if the model reports a face with the same box at each of these anchors.
 std::vector<Face> Decode(const std::vector<std::pair<size_t, float>>& logitsAtAnchors) {
     const float box[] = {3, -2, 40, 20};
     std::vector<float> regressors(kAnchorCount * kRegressorsPerAnchor);
@@ -45,7 +45,7 @@ TEST(FaceDecoder, KeepsTheBestOfWhatShowsAFace) {
     ASSERT_EQ(scored.size(), 2U);
     EXPECT_FLOAT_EQ(scored[0].score, 0.880797F);
     EXPECT_FLOAT_EQ(scored[1].score, 0.5F);
-    // Anchors at x 4, 20 and 44: boxes that are 16 apart share 24 / 56 of what both cover, 24 apart 16 / 64.
+    // The anchors are at x 4, 20 and 44. Boxes 16 apart share 24 / 56 of their union; boxes 24 apart share 16 / 64.
     const std::vector<Face> apart = Decode({{0, 1}, {4, 2}, {10, 3}});
     ASSERT_EQ(apart.size(), 2U);
     EXPECT_EQ(apart[0].box.left, 27);
@@ -53,7 +53,7 @@ TEST(FaceDecoder, KeepsTheBestOfWhatShowsAFace) {
 }
 
 TEST(Picture, FitsIntoTheSquareAndMapsBack) {
-    const std::vector<uint8_t> white(400'000, 255);  // enough for each of them
+    const std::vector<uint8_t> white(400'000, 255);  // enough for each picture
     const auto fitted = [&](int width, int height) { return Drawn(FitIntoSquare({width, height, white}, 4)); };
     EXPECT_EQ(fitted(512, 256), "....########....");
     EXPECT_EQ(fitted(30, 60), ".##..##..##..##.");

@@ -1,5 +1,5 @@
-# Runs PROGRAM on the pictures in MATERIAL, in process and with the host program HOST. Empties FOLDER and writes into it.
-# EMULATOR, if there is one, runs PROGRAM.
+# Runs PROGRAM on the pictures in MATERIAL, in process and with the host program HOST. Empties FOLDER and writes to it.
+# EMULATOR runs PROGRAM if it is set.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/../expect.cmake)
 
@@ -23,10 +23,10 @@ file(SHA256 ${FOLDER}/remote.png drawnRemotely)
 if(NOT printed STREQUAL inProcess OR NOT drawn STREQUAL drawnRemotely)
     message(FATAL_ERROR "in a host process it is something else:\n${printed}")
 endif()
-expect(0 "^人脸.png: 1 face\n" ${PROGRAM} ${model} 人脸.png)  # what was written is a picture
+expect(0 "^人脸.png: 1 face\n" ${PROGRAM} ${model} 人脸.png)  # the written file is a picture
 expect(0 "^coffee.png: no face\n$" ${PROGRAM} ${model} ${coffee})
 
-# fails(TEXT argument...): the program fails and says TEXT.
+# fails(TEXT argument...): checks that the program fails and prints TEXT.
 macro(fails text)
     expect(1 "face_detection: ${text}" ${PROGRAM} ${ARGN})
 endmacro()

@@ -1,4 +1,4 @@
-# Runs PROGRAM with models in MATERIAL, and crashes its host process. Programs run in FOLDER, with EMULATOR if there is one.
+# Runs PROGRAM in FOLDER with models in MATERIAL, and crashes its host process. EMULATOR runs PROGRAM if it is set.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/../expect.cmake)
 

@@ -18,7 +18,7 @@ namespace {
 
 using Outputs = std::vector<std::vector<uint8_t>>;
 
-// A call failed because the host process ended. This is the one failure that a new load repairs.
+// A call failed because the host process ended. A new load repairs only this failure.
 struct HostExit : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -109,7 +109,7 @@ void CheckSame(const Outputs& outputs, const Outputs& expected) {
     }
 }
 
-// Crashes the host process while another thread uses it. Every shape with dimensions ends it by an uncaught exception.
+// Crashes the host process while another thread uses it. There, any shape with dimensions throws an uncaught exception.
 void CrashHost(Orvane::TensorImpl& tensor) {
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     std::cout << "Crashing the host process\n";
@@ -129,7 +129,7 @@ void LoseHostAndRecover(const std::string& path, const std::string& host, bool c
 
     std::cout << "Running until the host process dies\n";
     {
-        std::future<void> crash;  // over at the end of this block
+        std::future<void> crash;  // the end of this block waits for it
         if (crashes) {
             crash = std::async(std::launch::async, [&remote] { CrashHost(*remote.inputs.at(0)); });
         }

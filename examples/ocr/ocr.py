@@ -38,7 +38,7 @@ def find_lines(page: Image.Image, models: pathlib.Path) -> list[Box]:
 
 
 def is_upside_down(page: Image.Image, boxes: list[Box], models: pathlib.Path) -> bool:
-    """All lines vote, weighted by the confidence of the model."""
+    """Sums the model's confidence over all lines."""
     upright = turned = 0.0
     with in_host(models / "orientation.onnx", (1, 3, STRIP_HEIGHT, ORIENTATION_WIDTH)) as model:
         for box in boxes:
@@ -48,18 +48,18 @@ def is_upside_down(page: Image.Image, boxes: list[Box], models: pathlib.Path) ->
 
 
 def read_alphabet(model: pathlib.Path) -> list[str]:
-    """The character of each class, from the model file. The first class means no character, the last a space."""
+    """Returns the character of each class, from the model file. The first class is no character, the last a space."""
     characters: Any = openvino.Core().read_model(model).get_rt_info(["framework", "character"])
     return ["", *characters.astype(str).split("\n"), " "]
 
 
 def running_hosts() -> set[int]:
-    """The process ids of this program's hosts."""
+    """Returns the process ids of this program's hosts."""
     return {child.pid for child in psutil.Process().children() if child.name().startswith("orvane_host")}
 
 
 def kill_a_host_halfway(strips: list[Array]) -> Iterator[Array]:
-    """Returns the strips, and kills a host after half of them."""
+    """Yields the strips, and kills a host after half of them."""
     for number, planes in enumerate(strips):
         if number == len(strips) // 2:
             victim = min(running_hosts())

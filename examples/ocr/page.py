@@ -12,7 +12,7 @@ from scipy import ndimage
 
 Array = np.ndarray[Any, np.dtype[np.float32]]
 
-SIDES = (640, 960, 1280)  # pixels of the square for the detection model; at 1280 it still fits through a host
+SIDES = (640, 960, 1280)  # pixels of the square for the detection model; 1280 still fits into a host's section
 STRIP_HEIGHT = 48
 READING_WIDTHS = (320, 640, 960, 1280)
 ORIENTATION_WIDTH = 192
@@ -40,19 +40,19 @@ class Box:
         return self.bottom - self.top
 
     def is_beside(self, other: Box) -> bool:
-        """Whether both share more than half of the height of the lower box."""
+        """Returns whether both share more than half of the height of the lower box."""
         shared = min(self.bottom, other.bottom) - max(self.top, other.top)
         return 2 * shared > min(self.height, other.height)
 
 
 def _planes(picture: Image.Image) -> Array:
-    """float32 [3, height, width] from 0 to 1, in the order of the models: blue, green, red."""
+    """Returns float32 [3, height, width] from 0 to 1, in the order of the models: blue, green, red."""
     return np.asarray(picture, np.float32)[:, :, ::-1].transpose(2, 0, 1) / np.float32(255)
 
 
 def square(page: Image.Image) -> Array:
-    """The input of the detection model: float32 [1, 3, side, side], with the page in the upper left corner, as large as
-    possible. The side is the smallest of SIDES that does not shrink the page, or else the largest."""
+    """Returns the input of the detection model: float32 [1, 3, side, side], with the page in the upper left corner, as
+    large as possible. The side is the smallest of SIDES that does not shrink the page, or else the largest."""
     side = next((side for side in SIDES if side >= max(page.size)), SIDES[-1])
     scale = side / max(page.size)
     fitted = page.resize((max(1, round(page.width * scale)), max(1, round(page.height * scale))),
@@ -64,7 +64,7 @@ def square(page: Image.Image) -> Array:
 
 
 def line_boxes(probabilities: Array, page: Image.Image) -> list[Box]:
-    """The lines of the page in reading order.
+    """Returns the lines of the page in reading order.
 
     ``probabilities`` is the output of the detection model for :func:`square`, float32 [1, 1, side, side].
     """
@@ -81,7 +81,7 @@ def line_boxes(probabilities: Array, page: Image.Image) -> list[Box]:
 
 
 def in_reading_order(boxes: list[Box]) -> list[Box]:
-    """Row by row from the top, each row from the left."""
+    """Returns the boxes row by row from the top, each row from the left."""
     rows: list[list[Box]] = []
     for box in sorted(boxes, key=lambda box: box.top + box.bottom):
         if rows and box.is_beside(rows[-1][-1]):
@@ -92,7 +92,7 @@ def in_reading_order(boxes: list[Box]) -> list[Box]:
 
 
 def _line_of(core: Box, scale: float, page_size: tuple[int, int]) -> Box:
-    """The whole line in the page, for the core of a line in the square."""
+    """Returns the whole line in the page, for the core of a line in the square."""
     margin = GROWTH * core.height * core.width / (2 * (core.height + core.width))
     left, top = (max(0, math.floor((edge - margin) * scale)) for edge in (core.left, core.top))
     right, bottom = (min(end, math.ceil((edge + margin) * scale))
@@ -101,8 +101,8 @@ def _line_of(core: Box, scale: float, page_size: tuple[int, int]) -> Box:
 
 
 def strip(page: Image.Image, box: Box, widths: tuple[int, ...]) -> Array:
-    """The input of the models for one line: float32 [1, 3, 48, width], with the line at the left. The width is the
-    smallest of ``widths`` that holds the line. A line that is longer than the largest is squeezed."""
+    """Returns the input of the models for one line: float32 [1, 3, 48, width], with the line at the left. The width is
+    the smallest of ``widths`` that holds the line. A line that is longer than the largest is squeezed."""
     line = page.crop((box.left, box.top, box.right, box.bottom))
     wanted = max(1, round(line.width * STRIP_HEIGHT / line.height))
     width = next((width for width in widths if width >= wanted), widths[-1])
@@ -113,7 +113,7 @@ def strip(page: Image.Image, box: Box, widths: tuple[int, ...]) -> Array:
 
 
 def read_off(scores: Array, alphabet: list[str]) -> tuple[str, float]:
-    """The text of one line, and the confidence of the model, from 0 to 1.
+    """Returns the text of one line, and the confidence of the model, from 0 to 1.
 
     ``scores`` is the output of the recognition model, float32 [1, steps, classes]. The text is the best class of each
     step. A class in successive steps counts once. Class 0 separates characters.

@@ -10,12 +10,12 @@ import numpy as np
 import orvane
 from PIL import Image
 
-SIDE = 128  # pixels of the picture that the model takes
+SIDE = 128  # pixels of the model's square input
 
 
 def anchors() -> np.ndarray:
-    """The centres of the model's boxes, [896, 2], from 0 to 1: two for each cell of a 16 x 16 grid, then six for each
-    cell of an 8 x 8 grid."""
+    """Returns the centres of the model's boxes, [896, 2], from 0 to 1: two for each cell of a 16 x 16 grid, then six
+    for each cell of an 8 x 8 grid."""
     centres = []
     for cells, each in ((16, 2), (8, 6)):
         y, x = np.mgrid[:cells, :cells]
