@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Runs the commands on pages and compares their output with the pages.
 
-page_commands.py PAGE...: needs the wheel and the archives of `./dev wheel` and `./dev package` in dist/. A shell for each
-page runs its commands in a folder with links to the project's files, and with the Python environment in which
-`./dev test --python` installed the wheel. Commands are the lines after `$ ` in blocks marked as `console`. A `./dev`
-command runs in the project itself, and not at all if .ci/run runs it. The lines below a command are its output: numbers
-may differ, and `...` matches any lines. A command must fail if the first of these lines begins with "orvane: ", and
-succeed otherwise. A comment right above a block may say `<!-- not run: REASON -->` or
+page_commands.py PAGE...: needs the wheel and the archives of `./dev wheel` and `./dev package` in dist/. A shell for
+each page runs its commands in a folder with links to the project's files, and with the Python environment in which
+`./dev test --python` installed the wheel. Commands are the lines that begin with `$ ` in blocks marked as `console`. A
+`./dev` command runs in the project itself, but not if .ci/run runs it. The lines below a command are its output:
+numbers may differ, and `...` matches any lines. If the first of these lines begins with "orvane: ", the command must
+fail; otherwise it must succeed. A comment right above a block may say `<!-- not run: REASON -->` or
 `<!-- output not compared: REASON -->`. Exit value 1 if anything differs.
 """
 import dataclasses
@@ -21,7 +21,7 @@ import threading
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 ENVIRONMENT = os.environ | {"PATH": f"{PROJECT / 'build/python/bin'}:{os.environ['PATH']}"}
-TIMEOUT_S = 600  # of one command
+TIMEOUT_S = 600  # for one command
 END = "--- the command has ended: "
 MARK = re.compile(r"<!-- (not run|output not compared): (.+) -->")
 
@@ -35,7 +35,7 @@ class Command:
 
 
 def commands_of(page):
-    """The commands of a page, in order."""
+    """Returns the commands of a page, in order."""
     commands, mark, language, before = [], None, None, ""
     for number, line in enumerate(page.read_text().splitlines(), 1):
         if line.startswith("```"):
@@ -50,7 +50,7 @@ def commands_of(page):
 
 
 def pattern(lines):
-    """A regular expression for the output: any numbers, any blanks and, for `...`, any lines."""
+    """Returns a regular expression for the output: any numbers, any blanks and, for `...`, any lines."""
     def one(line):
         words = re.sub(r"-?\d+(\.\d+)?", "0", " ".join(line.split()))
         return ".*" if words == "..." else re.escape(words).replace("0", r"-?\d+(?:\.\d+)?")
@@ -58,7 +58,7 @@ def pattern(lines):
 
 
 def first_difference(wanted, plain):
-    """How many lines of the page match, and the text from which the output differs."""
+    """Returns how many lines of the page match, and the output from the first difference."""
     for count in range(len(wanted) - 1, -1, -1):
         if found := pattern(wanted[:count]).match(plain):
             return count, plain[found.end():].strip()
@@ -100,7 +100,7 @@ def show_project(folder):
 
 
 def write_program(page, folder):
-    """Puts the page's first program and its CMakeLists.txt where the page says."""
+    """Writes the page's first program and its CMakeLists.txt to a folder."""
     folder.mkdir()
     for language, name in (("cpp", "main.cpp"), ("cmake", "CMakeLists.txt")):
         (folder / name).write_text(re.search(rf"```{language}\n(.*?)```", page.read_text(), re.DOTALL)[1])
@@ -122,7 +122,7 @@ def what_is_wrong(command, value, printed):
 
 
 def why_not(command, ci_chores):
-    """Why the command does not run here, or None. `--native` does a part of a chore."""
+    """Returns why the command does not run here, or None. With `--native`, a chore does a part of its work."""
     if command.text.removesuffix(" --native") in ci_chores:
         return "CI runs it"
     return command.mark[1] if command.mark[0] == "not run" else None
@@ -133,7 +133,7 @@ def in_project(text):
 
 
 def run_page(page, ci_chores):
-    """Runs the commands of a page, and counts the ones that ran, were left out, or went wrong."""
+    """Runs the commands of a page. Counts the commands that ran, that it left out, and that failed."""
     count = {"run": 0, "left out": 0, "wrong": 0}
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch) / "project"

@@ -1,5 +1,5 @@
-"""Adds to the pages in docs/: README.md as the first page, CHANGELOG.md, CONTRIBUTING.md, and each source file that a page
-links to."""
+"""Adds to the pages in docs/: README.md as the first page, CHANGELOG.md, CONTRIBUTING.md, and each source file that a
+page links to."""
 import pathlib
 import posixpath
 import re
@@ -8,21 +8,21 @@ from mkdocs.exceptions import PluginError
 from mkdocs.structure.files import File
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-# By path in the repository: the page of the site.
+# The page of the site for each path in the repository.
 PAGES = {"README.md": "index.md", "CHANGELOG.md": "changelog.md", "CONTRIBUTING.md": "contributing.md"}
 LANGUAGES = {".c": "c", ".cpp": "cpp", ".cs": "csharp", ".h": "cpp", ".hpp": "cpp", ".py": "python"}
 LINK = re.compile(r"(?<=]\()(?![a-z]+:|#)([^)#\s]+)(?=[)#])")
 
 
 def place(path):
-    """Where the site has a file of the repository."""
+    """Returns the page of the site for a file of the repository."""
     if path in PAGES:
         return PAGES[path]
     return path.removeprefix("docs/") if path.startswith("docs/") else f"source/{path}.md"
 
 
 def links(text, page):
-    """The files of the repository that its file `page` links to."""
+    """Returns the files of the repository that the file `page` links to."""
     return [posixpath.normpath(posixpath.join(posixpath.dirname(page), link)) for link in LINK.findall(text)]
 
 
@@ -37,7 +37,7 @@ def source_page(path):
     source = ROOT / path
     if source.suffix not in LANGUAGES or not source.is_file():
         raise PluginError(f"a page links to {path}: there is no such file, or docs/site/pages.py has no language for it")
-    # A search would find its words beside the page that explains them.
+    # Not in the search: it would find the source besides the page that explains it.
     return (f"---\nsearch: {{exclude: true}}\n---\n# {path}\n\n"
             f"``````{LANGUAGES[source.suffix]}\n{source.read_text(encoding='utf-8')}``````\n")
 

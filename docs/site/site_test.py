@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The site as a browser without a window shows it from its folder: no link leads nowhere, nothing is fetched from
-elsewhere, a search finds, code has colours, and a telephone's width is enough.
+"""Checks the site with a browser without a window: links lead to files, pages fetch nothing from other sites, the
+search works, code has colours, and the pages fit the width of a telephone.
 
 site_test.py SITE: SITE is the folder that `./dev docs` has built.
 """
@@ -59,7 +59,7 @@ def check_links(site):
 
 
 def check_navigation(site):
-    """Every page can be reached from the first one but the sources, which other pages link to."""
+    """The first page links to all pages except the sources and the C++ reference, which other pages link to."""
     links = {urllib.parse.unquote(link) for link in Page((site / "index.html").read_text(encoding="utf-8")).links}
     pages = {file.relative_to(site).as_posix() for file in site.rglob("*.html")}
     wanted = {page for page in pages if not page.startswith(("source/", "cpp/"))}
@@ -81,7 +81,7 @@ def check_code(site, folder):
 
 
 def check_width(site, folder):
-    """A window cannot be so narrow, a frame can."""
+    """Uses a frame, because a window cannot be that narrow."""
     for name in ("index.html", "command-line.html", "performance.html", "reference/python.html"):
         frame = folder / "frame.html"
         frame.write_text(f"""<body><iframe src="{(site / name).as_uri()}" style="width: 360px; height: 800px; border: 0">
