@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-#: bench [--quick]     time the SDK beside direct use of the runtime, gRPC, ZeroMQ and the limits, and
-#:                     from Python; 20 minutes, or 4; build/bench.json and build/bench.html
+#: bench [--quick]     compare the SDK's speed with the runtime alone, gRPC, ZeroMQ and the limits, also
+#:                     from Python; 20 minutes, or 4 with --quick; writes build/bench.{json,html}
 
 case "$*" in "" | --quick) ;; *) misuse "bench does not take \"$*\"" ;; esac
 run ./dev setup bench python

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks the English of pages: proselint's checks, and phrases that this project avoids.
 
-check_prose.py PAGE...: run it with the Python of .deps/prose. Code and the targets of links are not prose. Prints each
-finding as FILE:LINE: TEXT. Exit value 1 if there is one.
+check_prose.py PAGE...: run it with the Python of .deps/prose. Ignores code and the targets of links. Prints each
+finding as FILE:LINE: TEXT. The exit value is 1 if there is a finding.
 """
 import pathlib
 import re
@@ -47,7 +47,7 @@ def main(pages):
     CheckRegistry().register_many(__register__)
     findings = 0
     for page in pages:
-        # Lines keep their numbers.
+        # Replaces code by x, so that the lines keep their numbers.
         text = CODE.sub(lambda found: re.sub(r"\S", "x", found[0]), pathlib.Path(page).read_text(encoding="utf-8"))
         for line, finding in sorted({*avoided(text), *linted(page, text)}):
             print(f"{page}:{line}: {finding}")

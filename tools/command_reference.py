@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes docs/command-line-reference.md, what `orvane help` says as a page.
+"""Writes docs/command-line-reference.md: the text of `orvane help` as a page.
 
 command_reference.py ORVANE: writes it. With --check it only compares, and shows the first line that differs.
 """

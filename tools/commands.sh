@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-#: commands            run the commands on the pages and compare their output with the page;
-#:                     needs what package, wheel and test --python leave
+#: commands            run the commands on the pages and compare their output with the pages;
+#:                     run package, wheel and test --python first
 
 [ $# -eq 0 ] || misuse "commands does not take \"$*\""
 for made in build/python dist/orvane-*.tar.gz dist/*linux*.whl; do

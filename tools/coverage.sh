@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-#: coverage            line coverage of the libraries and the host by the tests; fails below 90 %
+#: coverage            measure the tests' line coverage of the libraries and the host; fails below 90 %
 
 [ $# -eq 0 ] || misuse "coverage does not take \"$*\""
 run ./dev setup test coverage

@@ -1,12 +1,12 @@
 # shellcheck shell=bash
-#: demo [--windows]    find the face in a real picture: in the process, then in a host process, which
-#:                     then crashes; with --windows the same with Windows programs under Wine
+#: demo [--windows]    find the face in a real picture, in process and in a host process, and crash the
+#:                     host process; with --windows, also with Windows programs under Wine
 
 material=.deps/material
 model=$material/face_detection_short_range.tflite
 
-# findFace FOLDER SUFFIX PICTURE COMMAND...: COMMAND runs the programs in FOLDER, whose names end with SUFFIX. PICTURE.png
-# and PICTURE-host.png get the box, and must be the same.
+# findFace FOLDER SUFFIX PICTURE COMMAND...: COMMAND runs the programs in FOLDER, whose names end with SUFFIX. Writes
+# PICTURE.png and PICTURE-host.png with the box; they must be the same.
 findFace() {
     local folder=$1 suffix=$2 picture=$3 command=("${@:4}")
     run "${command[@]}" "$folder/face_detection$suffix" "$model" "$material/astronaut.png" "$picture.png"

@@ -1,10 +1,10 @@
 # shellcheck shell=bash
-#: docs                build/site: the pages, with a reference of the headers and of the Python package;
-#:                     Chromium then tries its links, its search and its code
+#: docs                build the site in build/site, with a reference of the headers and of the Python
+#:                     package; then check its links, its search and its code with Chromium
 
 [ $# -eq 0 ] || misuse "docs does not take \"$*\""
 run ./dev setup docs
-# Not --quiet: warnings would not be counted then. The variable turns off a notice about the next major version.
+# Not with --quiet, which would not count warnings. The variable turns off a notice about the next major version.
 run env NO_MKDOCS_2_WARNING=1 .deps/docs/bin/mkdocs build --config-file docs/site/mkdocs.yml
 run python3 docs/site/site_test.py build/site
 echo "The site is build/site/index.html"

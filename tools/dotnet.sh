@@ -1,13 +1,13 @@
 # shellcheck shell=bash
-#: dotnet [--native]   dist/: the C# package for Windows and Linux (--native: Linux only); tests it on
-#:                     Mono, on .NET and on .NET for Windows under Wine, and examples/desktop in a window
+#: dotnet [--native]   build the C# package for Windows and Linux in dist/ (--native: Linux only); test it
+#:                     on Mono, on .NET, and on .NET for Windows under Wine, and test examples/desktop
 
 folder=build/dotnet
 reference=$folder/reference
 runtimes=.deps/dotnet
 compile=(mcs -langversion:latest -warnaserror -optimize)
 
-# compileLibrary FRAMEWORK VERSION [OPTION...]: lib/FRAMEWORK/Orvane.dll, which refers to nothing but `netstandard`.
+# compileLibrary FRAMEWORK VERSION [OPTION...]: makes lib/FRAMEWORK/Orvane.dll, which refers only to `netstandard`.
 compileLibrary() {
     local framework=$1 facade=$reference/$1/netstandard.dll sources
     mapfile -t sources < <(find dotnet/src -name '*.cs' | sort)
@@ -26,7 +26,7 @@ TEXT
         "$reference/$framework/Assembly.cs" "${sources[@]}"
 }
 
-# The package, and the package as NuGet installs it.
+# Makes the package, and installs it with NuGet.
 makePackage() {
     local system
     for system in "$@"; do
@@ -40,12 +40,12 @@ makePackage() {
     run rm -f dist/Orvane.*.nupkg
     run mkdir -p dist
     run python3 dotnet/pack.py "$(projectVersion)" $folder "dist/Orvane.$(projectVersion).nupkg"
-    # Debian's Mono has no `netstandard`, which other builds of Mono bring.
+    # Debian's Mono has no `netstandard`; other builds of Mono have it.
     run mcs -target:library -delaysign+ -keyfile:$reference/netstandard.snk -out:$folder/netstandard.dll $reference/forwards.cs
     run nuget install Orvane -Source "$PWD/dist" -OutputDirectory $folder/packages -NonInteractive
 }
 
-# As a program for .NET Framework, which xbuild and Orvane.targets put together: all files are in one folder.
+# Tests a program for .NET Framework. xbuild and Orvane.targets put all its files into one folder.
 testOnMono() {
     local app=$folder/mono
     run mkdir -p $app/files
@@ -55,13 +55,13 @@ testOnMono() {
     run cp "$package"/runtimes/linux-x64/native/* $app
     run chmod -x $app/orvane_host
     run timeout 120 mono $app/OrvaneTest.exe "$model" $app/files
-    # Without the native files an exception says what must be where.
+    # Without the native files, an exception must name what is missing.
     run mkdir -p $app/bare/files
     run cp $app/{OrvaneTest.exe,Orvane.dll,netstandard.dll} $app/bare
     [[ $(timeout 60 mono $app/bare/OrvaneTest.exe "$model" $app/bare/files ShapesAreSet) == *vc_redist.x64.exe* ]]
 }
 
-# testOnNet SYSTEM START...: as a program for .NET of any system. The tests refer to the runtime's own assemblies.
+# testOnNet SYSTEM START...: tests a program for .NET on SYSTEM. The tests refer to the runtime's own assemblies.
 testOnNet() {
     local app=$folder/$1 shared
     shared=$(echo $runtimes/linux/dotnetcore2/bin/shared/Microsoft.NETCore.App/*)
@@ -74,7 +74,7 @@ testOnNet() {
     run timeout 200 "${@:2}" exec "$app/OrvaneTest.dll" "$model" "$app/files"
 }
 
-# The example application in a window, with its buttons pressed.
+# Tests the example application in a window, by pressing its buttons.
 testDesktop() {
     local app=$folder/desktop material=.deps/material
     run mkdir $app

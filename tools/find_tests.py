@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Finds tests by name, before they are built.
 
-find_tests.py cmake BUILD NAME: prints the targets that have the tests whose names match the regular expression NAME.
-BUILD is a configured build folder. Prints `all` if a matching test needs more than the programs that it names.
-find_tests.py python NAME: prints what pytest calls each Python test whose "FILE::NAME" matches.
+find_tests.py cmake BUILD NAME: prints the targets with the tests whose names match the regular expression NAME. BUILD
+is a configured build folder. Prints `all` if the command of a matching test names no file of the build.
+find_tests.py python NAME: prints pytest's name of each Python test whose "FILE::NAME" matches.
 """
 import ast
 import json
@@ -17,7 +17,7 @@ INSTANCE = re.compile(r"^INSTANTIATE_TEST_SUITE_P\(\s*(\w+),\s*(\w+),", re.MULTI
 
 
 def googletest_names(source):
-    """As ctest will name them; of a parametrized test without the parameter."""
+    """Yields the names as ctest shows them, without the parameter of a parametrized test."""
     text = source.read_text(encoding="utf-8")
     instances = INSTANCE.findall(text)
     for suite, test in TEST.findall(text):
@@ -33,7 +33,7 @@ def googletest_targets(build, name):
 
 
 def other_targets(build, name):
-    """Of tests that run a program or a script: the files in their command that the build makes."""
+    """Yields the files of the build in the commands of tests that run a program or a script."""
     listed = subprocess.run(["ctest", "--show-only=json-v1"], cwd=build, capture_output=True, check=True).stdout
     for test in json.loads(listed)["tests"]:
         if not name.search(test["name"]):

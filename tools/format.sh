@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-#: format              let clang-format rewrite the sources
+#: format              format the sources with clang-format
 
 [ $# -eq 0 ] || misuse "format does not take \"$*\""
 run ./dev setup format

@@ -1,8 +1,8 @@
 # shellcheck shell=bash
-#: fuzz [SECONDS]      run the fuzz targets under both sanitizers, 30 seconds each by default, two at a
-#:                     time; keeps what it finds in build/fuzz, and prints the command that repeats it
+#: fuzz [SECONDS]      run each fuzz target with both sanitizers, for 30 seconds by default, two at once;
+#:                     keeps the findings in build/fuzz, and prints the command that repeats each
 
-# fuzzTarget SECONDS NAME: starts from its seeds and the inputs that earlier runs kept.
+# fuzzTarget SECONDS NAME: starts with the seeds and with the inputs that earlier runs kept.
 fuzzTarget() {
     local program=build/linux-fuzz/bin/fuzz_$2 folder=build/fuzz/$2
     rm -rf "$folder/temporary"

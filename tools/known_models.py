@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Runs real models by one command each and writes the table of them.
+"""Runs real models with one command each and writes a table of the results.
 
-known_models.py UNPACKED PINS ORVANE PAGE: each model below UNPACKED, the wheels that PINS names, is given random
-inputs, with the shapes that it needs, by `orvane run` of the program ORVANE in the process and in a host process, and by
-OpenVINO's Python package, given the same shapes. The bits of all outputs are compared. PAGE becomes the table. Exit
-value 1 when any model differs or fails.
+known_models.py UNPACKED PINS ORVANE PAGE: UNPACKED has the models, from the wheels that PINS names. Runs each model on
+random inputs, with the shapes that it needs: with `orvane run` of the program ORVANE, in process and in a host process,
+and with OpenVINO's Python package. Compares the bits of all outputs. Writes the table to PAGE. The exit value is 1 if a
+model differs or fails.
 """
 import pathlib
 import re
@@ -17,7 +17,7 @@ import openvino
 
 TIMEOUT_S = 300
 
-# By package: the model's path in it, and the shapes that it needs.
+# For each package: the paths of its models, and the shapes that they need.
 MODELS = {
     "basic-pitch": [
         ("basic_pitch/saved_models/icassp_2022/nmp", {0: (1, 43844, 1)}),  # a SavedModel
@@ -56,7 +56,7 @@ MODELS = {
     ],
 }
 
-# Where random numbers are no input: the sample rate of a voice-activity model.
+# Inputs that cannot be random: the sample rate of a voice-activity model.
 VALUES = {("silero_vad_op18_ifless.onnx", 1): 16000}
 
 
@@ -72,7 +72,7 @@ def random_input(port, name):
 
 
 def run_by_runtime(path, shapes):
-    """The inputs by index, and the outputs that the runtime itself gives."""
+    """Returns random inputs, and the outputs of the runtime itself."""
     core = openvino.Core()
     model = core.read_model(path)
     if shapes:
@@ -83,7 +83,7 @@ def run_by_runtime(path, shapes):
 
 
 def run_by_orvane(program, path, shapes, inputs, count, options):
-    """The outputs, or why there are none, on one line."""
+    """Returns the outputs, or the error text if the run fails."""
     with tempfile.TemporaryDirectory() as folder:
         command = [program, "run", str(path), *options]
         for index, shape in shapes.items():
@@ -113,7 +113,7 @@ def shapes_text(shapes):
 
 
 def check(program, path, shapes):
-    """What the table says of a model, in the process, in a host and of the bits; or why the runtime does not take it."""
+    """Returns the model's columns (in process, in a host, same bits), or why the runtime refuses it."""
     try:
         inputs, expected = run_by_runtime(path, shapes)
     except RuntimeError as error:

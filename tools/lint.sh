@@ -1,10 +1,10 @@
 # shellcheck shell=bash
-#: lint [--quick]      clang-format, shellcheck, each header alone; without --quick then the English of
-#:                     the pages, clang-tidy over the sources of both systems, and whether Visual Studio's
-#:                     compiler could read those for Windows
-#: lint --deep         the same, and the analyzer follows every path, which takes 10 minutes more
+#: lint [--quick]      run clang-format and shellcheck, and compile each header alone; without --quick,
+#:                     also check the English of the pages, run clang-tidy over the sources of both
+#:                     systems, and parse the sources for Windows as Visual Studio's compiler does
+#: lint --deep         the same, but the analyzer follows every path: 10 minutes more
 
-# compileHeader HEADER: alone; a public one as C++17, and the C interface as C too.
+# compileHeader HEADER: compiles it alone, a public header as C++17, the C interface also as C.
 compileHeader() {
     local compiler=g++ standard=c++20 runtime=.deps/openvino/include
     case $1 in
@@ -17,9 +17,9 @@ compileHeader() {
     [ "${1##*/}" != orvane_c.h ] || gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c "$1"
 }
 
-# tidy FOLDER PATTERN OPTION...: clang-tidy over the sources in FOLDER/compile_commands.json whose path matches, once for
-# each. The path-sensitive analyzer takes a minute for one file of GoogleTest's macros, so tests are not analyzed. For
-# all others together it would take four times as long as all other checks: without --deep it follows shorter paths.
+# tidy FOLDER PATTERN OPTION...: runs clang-tidy once on each source in FOLDER/compile_commands.json whose path matches.
+# Does not analyze tests: the path-sensitive analyzer takes a minute for a file with GoogleTest's macros. On the other
+# sources it takes four times as long as all other checks, so without --deep it follows shorter paths.
 tidy() {
     local tool=(.deps/lint/clang_tidy/data/bin/clang-tidy -quiet -p "$1/tidy" "${@:3}")
     local once='import json, sys
@@ -35,8 +35,8 @@ print("\n".join(commands))'
         run xargs -P "$(nproc)" -n 1 "${tool[@]}" '-checks=-clang-analyzer-*'
 }
 
-# parseAsMsvc SOURCE: as Visual Studio's compiler reads it, as far as clang knows; that compiler is not here. In the place
-# of its C++ library is libc++, in that of its C runtime MinGW's headers, for which some words of GCC are defined.
+# parseAsMsvc SOURCE: parses it as Visual Studio's compiler does, as far as clang can. libc++ replaces that compiler's
+# C++ library. MinGW's headers replace its C runtime; they need some definitions of GCC.
 parseAsMsvc() {
     local build=()
     [[ $1 != sdk/c/* ]] || build=(-DORVANE_C_BUILD)
@@ -58,18 +58,18 @@ lintQuickly() {
 
 lintThoroughly() {
     local headers llvm
-    # Everything for Linux. Configuring fails if a test source is in no target.
+    # All sources for Linux. Configuring fails if a test source is in no target.
     run cmake --preset linux-bench -B build/lint -DBUILD_TESTING=ON
     run cmake --build build/lint --target bench_grpc
-    # Leaves out generated sources, and the one that only holds another project's code.
+    # Leaves out generated sources, and the source that only contains another project's code.
     tidy build/lint "^$PWD/(?!build/|.*stb_implementation)"
-    # What only Windows compiles, with MinGW's headers.
+    # The sources that only Windows compiles, with MinGW's headers.
     run cmake --preset windows-mingw -B build/lint-windows -DCMAKE_UNITY_BUILD=OFF
     headers=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
     tidy build/lint-windows "^$PWD/(?!build/).*(win32|mingw).*\.cpp$" --extra-arg-before=--target=x86_64-w64-mingw32 \
         --extra-arg=-isystem"$headers" --extra-arg=-isystem"$headers/x86_64-w64-mingw32"
-    # The product's sources for Windows, without MinGW's facade of the runtime, one source that uses a function which this
-    # libc++ does not have yet, and one that only holds another project's code.
+    # The product's sources for Windows. Leaves out MinGW's facade of the runtime, a source that uses a function missing
+    # in this libc++, and the source that only contains another project's code.
     export -f parseAsMsvc
     llvm=$(dirname "$(dirname "$(readlink -f "$(command -v clang++)")")")
     export llvm

@@ -1,8 +1,8 @@
 """Changes one line of the libraries or the host at a time, and runs the quick tests on each such mutant.
 
-If all tests pass, the mutant survives: no test would see that mistake. universalmutator makes the mutants. One that does
-not compile, or compiles to the same object code, does not count. Everything happens in a copy of the checkout, in
-build/mutate. Mutants are kept there as patches, so that you can try one again. Inline functions of headers are not changed.
+If all tests pass, the mutant survives: no test finds that mistake. universalmutator makes the mutants. A mutant that
+does not compile, or compiles to the same object code, does not count. All work happens in a copy of the checkout, in
+build/mutate. It keeps mutants as patches, so that you can try them again. It does not change headers.
 """
 
 import argparse
@@ -46,7 +46,7 @@ TESTS = {
     "host_process_test": GTEST,
 }
 
-# The tests that are likely to see a change of a file in this folder: they run before all others.
+# The tests that are likely to find a change of a file in this folder. They run before all others.
 LIKELY = {
     "core": ["fuzz_model_file_cipher", "core_test", "fuzz_flat_form"],
     "ipc": ["fuzz_dispatcher", "seam_test", "protocol_test"],
@@ -57,7 +57,7 @@ LIKELY = {
 
 
 class Copy:
-    """The checkout once more, and what is built of it."""
+    """A copy of the checkout, and its build."""
 
     def __init__(self, checkout, folder):
         self.source = folder / "source"
@@ -78,7 +78,7 @@ class Copy:
         dependencies = self.source / ".deps"
         if not dependencies.is_symlink():
             dependencies.symlink_to(checkout / ".deps")
-        # What was compiled before is taken from the compiler's cache: with each mutant a source comes back.
+        # The compiler's cache saves time: after each mutant, the original source is compiled again.
         self.environment = dict(os.environ, CCACHE_NOHASHDIR="1", CCACHE_BASEDIR=str(self.source),
                                 CMAKE_C_COMPILER_LAUNCHER="ccache", CMAKE_CXX_COMPILER_LAUNCHER="ccache",
                                 TMPDIR=str(self.temporary))
@@ -90,14 +90,14 @@ class Copy:
             self.objects.setdefault(name, []).append(words[words.index("-o") + 1])
 
     def restore(self, name):
-        """Leaves alone what did not change, so that it is not compiled again."""
+        """Does not write a file that has not changed, so that it is not compiled again."""
         here, there = self.source / name, self.checkout / name
         if not here.exists() or here.read_bytes() != there.read_bytes():
             here.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(there, here)
 
     def run(self, command, folder, check=False, limit=None):
-        """The exit value, None for a time limit that is over, and the output."""
+        """Returns the exit value, or None if the command timed out, and the output."""
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir(parents=True)
         with subprocess.Popen(command, cwd=folder, env=self.environment, stdin=subprocess.DEVNULL, text=True,
@@ -116,11 +116,11 @@ class Copy:
         return self.run(["ninja", "-C", str(self.build), *targets], self.source, check)[0] == 0
 
     def code(self, name):
-        """The object code of a source, which may be compiled for several programs."""
+        """Returns the object code of a source, which may be compiled for several programs."""
         return [(self.build / path).read_bytes() for path in self.objects[name]]
 
     def sees(self, test, name):
-        """Whether a test program, or a program that it starts, has been made of this source."""
+        """Returns whether a test program, or a program that it starts, contains this source."""
         _, inputs = self.run(["ninja", "-C", str(self.build), "-t", "inputs", test], self.source, check=True)
         return not set(self.objects[name]).isdisjoint(inputs.split("\n"))
 
@@ -137,7 +137,7 @@ class Copy:
 
 
 def time_limits(copy, folder):
-    """Of each test: several times as long as it takes without a mutant. All must pass then."""
+    """Returns a limit for each test: several times as long as it takes without a mutant. All tests must pass then."""
     record = folder / "passed.json"
     state = hashlib.sha256(b"".join((copy.checkout / name).read_bytes() for name in copy.files)).hexdigest()
     if record.exists() and (known := json.loads(record.read_text()))["state"] == state:
@@ -155,7 +155,7 @@ def time_limits(copy, folder):
 
 
 def random_patches(copy, folder, seed):
-    """Patches of one line each, without end; the same for the same sources and seed."""
+    """Yields patches of one line each, without end. The same sources and seed give the same patches."""
     mutate = Path(sys.executable).with_name("mutate")
     chooser = random.Random(seed)
     lines = []
@@ -181,7 +181,7 @@ def random_patches(copy, folder, seed):
 
 
 def killer(copy, name, limits):
-    """What notices the mutant, or None. A test must fail twice: it may fail once because the machine is busy."""
+    """Returns what finds the mutant, or None. A test must fail twice: it may fail once because the machine is busy."""
     likely = [test for folder, tests in LIKELY.items() if name.startswith(folder) for test in tests]
     for test in dict.fromkeys([*likely, *TESTS]):
         if not copy.sees(test, name):
@@ -200,7 +200,7 @@ def killer(copy, name, limits):
 
 
 def try_mutant(copy, patch, limits):
-    """The result, and what follows it in a sentence."""
+    """Returns the result, and the rest of its sentence."""
     name = re.search(r"^\+\+\+ b/(\S+)", patch, re.MULTILINE)[1]
     if name not in copy.objects:
         return "does not apply", ""

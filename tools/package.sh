@@ -1,16 +1,16 @@
 # shellcheck shell=bash
-#: package [--native]  dist/: the SDK with the runtime for Linux and for Windows (--native: Linux only);
-#:                     unpacks each, runs a model from there, and builds and runs programs against it
+#: package [--native]  pack the SDK and the runtime for Linux and Windows in dist/ (--native: Linux only);
+#:                     unpack each archive, run a model with it, and build and run programs with it
 
 folder=build/package
 model=.deps/material/silero_vad_openvino_16k.onnx
 
-# runModel PROGRAM...: in a host process from the package.
+# runModel PROGRAM...: runs a model in a host process from the package.
 runModel() {
     run "$@" run --remote "$model" --input 0=$folder/input --input 1=$folder/state
 }
 
-# buildAgainst ARCHIVE NAME OPTION...: copies the archive's examples out of it and builds them against it, and a project
+# buildAgainst ARCHIVE NAME OPTION...: copies the archive's examples. Builds them against the archive, and also a project
 # that links the static library.
 buildAgainst() {
     local archive=$PWD/$1 projects=$folder/$2 source

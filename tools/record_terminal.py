@@ -32,7 +32,7 @@ def main():
             done = subprocess.run([programs / "orvane", *command.split()[1:]], cwd=folder, capture_output=True, text=True,
                                   check=True)
             screen += f"$ {command}\n{done.stdout}"
-    # The last event only ends the recording: it gives the screen a duration.
+    # The last event only sets the end of the recording, so that the screen has a duration.
     lines = [{"version": 2, "width": 92, "height": screen.count("\n") + 1},
              (0.1, "o", screen.replace("\n", "\r\n") + "$ "), (2.0, "o", "")]
     pathlib.Path("build/terminal.cast").write_text("".join(json.dumps(line) + "\n" for line in lines))

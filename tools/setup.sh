@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Installs and fetches what the chores need.
+# Installs and fetches the dependencies of the chores.
 #: setup [WHAT ...]    install missing Debian packages, and fetch OpenVINO and the test material
-#:                     into .deps/; WHAT adds what some chores need (they fetch it themselves):
+#:                     into .deps/; WHAT adds what some chores need (they also fetch it themselves):
 #:                     windows, ocr, python, wheel, docs, bench, package, models, lint, mutate
 
 buildPackages=(
@@ -15,7 +15,7 @@ windowsPackages=(
     g++-mingw-w64-x86-64-posix    # build
     googletest                    # tests, from its sources
     wine64                        # running them
-    clang lld llvm libc++-dev     # import libraries, a program of the other compiler, and reading sources as it does
+    clang lld llvm libc++-dev     # import libraries, and reading sources as Visual Studio's compiler does
 )
 benchPackages=(
     libbenchmark-dev                                                                   # parts
@@ -29,7 +29,7 @@ dotnetPackages=(
     xvfb xdotool imagemagick                                                # its test
 )
 
-# installPackages NAME...: of Debian.
+# installPackages NAME...: installs missing Debian packages.
 installPackages() {
     command -v dpkg-query >/dev/null || fail "this is not a Debian system; install the equivalent of: $*"
     local installed missing=() package
@@ -53,7 +53,7 @@ installPackages() {
         --no-install-recommends "${missing[@]}"
 }
 
-# updateLists COMMAND...: apt-get has no option that waits while another program fetches the package lists.
+# updateLists COMMAND...: waits while another program fetches the package lists. apt-get has no option for that.
 updateLists() {
     local complaint seconds=0
     printf '+ %s\n' "$*" >&2
@@ -64,18 +64,18 @@ updateLists() {
     done
 }
 
-# A folder in .deps/ has a stamp: the hash of the lists of what is in it. The stamp is written last, and everything is
-# unpacked beside its place and then moved, so you can run an interrupted setup again.
+# A folder in .deps/ has a stamp: the hash of the lists that name its content. Setup writes the stamp last, and unpacks
+# files beside their place before it moves them. So you can run an interrupted setup again.
 hashOf() {
     cat "$@" | sha256sum | head -c 64
 }
 
-# complete FOLDER LIST...
+# complete FOLDER LIST...: returns whether FOLDER has the content of these lists.
 complete() {
     [ "$(head -c 64 "$1/stamp" 2>/dev/null)" = "$(hashOf "${@:2}")" ]
 }
 
-# finish FOLDER LIST...
+# finish FOLDER LIST...: writes the stamp.
 finish() {
     hashOf "${@:2}" >"$1/stamp"
 }
@@ -99,14 +99,14 @@ fetchWheels() {
     run rm -rf "$folder"/wheels-*
 }
 
-# placeOpenvino FOLDER: the runtime from its unpacked wheel, with its licences.
+# placeOpenvino FOLDER: moves the runtime with its licences out of its unpacked wheel.
 placeOpenvino() {
     run rm -rf "$1/openvino"
     run mv "$1"/unpacked/openvino-*.dist-info/licenses "$1/unpacked/openvino"
     run mv "$1/unpacked/openvino" "$1"
 }
 
-# environment FOLDER MEGABYTES LIST...: a Python environment in FOLDER with what the lists name.
+# environment FOLDER MEGABYTES LIST...: makes a Python environment in FOLDER with the packages in the lists.
 environment() {
     local requirements=("${@:3}")
     complete "$1" "${requirements[@]}" && return
@@ -135,7 +135,7 @@ setup_build() {
     finish .deps "$list"
 }
 
-# A cross build must not see the include folder of this system: the few headers that it needs are copied.
+# Copies the few headers that a cross build needs: it must not see the include folder of this system.
 setup_windows() {
     local folder=.deps/windows list=tools/deps/windows.txt
     setup_build
@@ -165,14 +165,14 @@ setup_ocr() {
     finish "$folder" "$list"
 }
 
-# What builds the Python package.
+# To build the Python package.
 setup_wheel() {
     setup_build
     installPackages python3-venv
     environment .deps/wheel 2 tools/deps/wheel.txt
 }
 
-# What tests it, and what its examples need.
+# To test the Python package, and for its examples.
 setup_python() {
     setup_wheel
     environment .deps/python 254 tools/deps/python.txt examples/{ocr,cluster}/requirements.txt
@@ -183,7 +183,7 @@ setup_docs() {
     environment .deps/docs 28 tools/deps/docs.txt
 }
 
-# The other ways that the benchmark compares with.
+# The libraries that the benchmark compares with.
 setup_bench() {
     setup_build
     installPackages "${benchPackages[@]}"
@@ -245,7 +245,7 @@ setup_test() {
     setup_build
     setup_python
     setup_ocr
-    installPackages chromium zsh fish groff-base  # they look at the page of figures, the completions and the manual
+    installPackages chromium zsh fish groff-base  # to test the page of figures, the completions and the manual
 }
 
 setup_mutate() {

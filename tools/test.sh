@@ -1,16 +1,16 @@
 # shellcheck shell=bash
-#: test                build, then run all tests: on Linux, over OpenVINO's C interface, from Python, and
-#:                     of Windows programs under Wine
-#: test NAME [PRESET]  only the tests whose names match this regular expression, and only what they need
-#: test --native       all but those of Windows programs
-#: test --python       those of the Python package, which is built and installed first
-#: test --public       the same with all of ONNX's operator cases, not 150 of them: 6 minutes more
-#: test --sanitize     those on Linux with the address, the undefined-behaviour and the thread sanitizer
+#: test                build and run all tests: on Linux, with OpenVINO's C interface, from Python, and of
+#:                     Windows programs under Wine
+#: test NAME [PRESET]  build and run only the tests whose names match this regular expression
+#: test --native       all tests except those of Windows programs
+#: test --python       build and install the Python package, and run its tests
+#: test --public       the same, with all of ONNX's operator cases instead of 150: 6 minutes more
+#: test --sanitize     the tests on Linux with the address, undefined-behaviour and thread sanitizers
 
 results=$PWD/build/test-results
-suites=()  # NAME:STATUS of each that has run
+suites=()  # NAME:STATUS of each suite that has run
 
-# suite NAME FUNCTION ARGUMENT...: when one fails, the others still run.
+# suite NAME FUNCTION ARGUMENT...: runs a suite. If it fails, the other suites still run.
 suite() {
     local status=0
     rm -f "$results/$1.xml"
@@ -18,25 +18,25 @@ suite() {
     suites+=("$1:$status")
 }
 
-# A function that is called as a condition does not stop at a command that fails: hence each `&&`.
+# A function called as a condition does not stop at a command that fails. So these functions use `&&`.
 testPreset() {
     run ./dev build "$1" &&
         run ctest --preset "$1" --output-junit "$results/$1.xml" "${@:2}"
 }
 
-# installWheel: into the environment that has what the tests need.
+# Installs the wheel into the environment with the tests' dependencies.
 installWheel() {
     run ./dev wheel --native &&
         run .deps/python/bin/python -m pip install --quiet --force-reinstall --no-deps dist/*-py3-none-*linux*.whl
 }
 
-# checkTypes FOLDER WHAT...: of the Python code there.
+# checkTypes FOLDER WHAT...: checks the types of the Python code in FOLDER.
 checkTypes() {
     local project=$PWD
     (cd "$1" && run "$project/.deps/python/bin/python" -m mypy --config-file "$project/python/pyproject.toml" "${@:2}")
 }
 
-# tryWheel: as a user would, in an environment with nothing else: what the package needs comes with it.
+# Tries the wheel as a user does, in an empty environment: the wheel must bring its dependencies.
 tryWheel() {
     local python=build/python/bin/python material=.deps/material
     local model=$material/face_detection_short_range.tflite
@@ -71,7 +71,7 @@ testNamed() {
         run ctest --preset "$2" --output-junit "$results/$2.xml" --tests-regex "$1"
 }
 
-# testNamedInPython TEST...: by pytest's names.
+# testNamedInPython TEST...: takes pytest's names.
 testNamedInPython() {
     run ./dev setup test && installWheel && runPytest "$@"
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Says in one line how the tests went.
+"""Prints the results of the tests in one line.
 
-test_summary.py FOLDER SUITE:STATUS...: SUITE.xml in FOLDER has the results that a suite wrote, in JUnit's format; STATUS is
-what its last command ended with. Exit value 1 if anything failed.
+test_summary.py FOLDER SUITE:STATUS...: SUITE.xml in FOLDER has the results of a suite in JUnit's format. STATUS is the
+exit value of its last command. The exit value is 1 if a test or a suite has failed.
 """
 import collections
 import pathlib
@@ -10,7 +10,7 @@ import re
 import sys
 import xml.etree.ElementTree
 
-# As our scripts and GoogleTest print it. GoogleTest prints the reason in the lines after the place.
+# As our scripts and GoogleTest print it. GoogleTest prints the reason in the line after the place.
 REASON = re.compile(r"^SKIPPED: (.+)$|: Skipped\n(.+)$", re.MULTILINE)
 
 
