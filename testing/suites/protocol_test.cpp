@@ -27,7 +27,7 @@ struct ClientCase {
     std::string request;
     std::string reply;
     std::string result;
-    std::string hostDied = {};  // the result if the host ends instead; in one row for each call
+    std::string hostDied = {};  // the result if the host ends instead; one row of each call has it
 };
 
 std::string ShownInfo(IOrvane& backend) {
@@ -105,7 +105,7 @@ std::vector<ClientCase> ClientCases() {
     };
 }
 
-// Serves a client. The client's model name is the number of a row and a behaviour: "answer", "damage" (of the first
+// Serves a client. The client's model name is a row's number and a behaviour: "answer", "damage" (of the first
 // size tag of the reply), "exit" or "crash". The load of a row with an `act` succeeds. Returns when the client sends
 // another request than the row's.
 int PlayHost(const std::string& arguments) {

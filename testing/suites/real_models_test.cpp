@@ -82,7 +82,7 @@ TEST_P(RealModels, GiveTheRuntimesOwnBitsAlsoFromTheirCacheAlone) {
     ExpectSameOutputs({model, "--cache", cache, "--make-cache"});
     ExpectSameOutputs({"--cache", cache, "--repeat", "3"});
 
-    // The cache file is the runtime's export, combined with the keystream.
+    // The cache file is the runtime's export, XORed with the keystream.
     std::string bytes = Testing::ReadBytes(cache);
     ApplyCacheKeystream(0, reinterpret_cast<uint8_t*>(bytes.data()), bytes.size());
     std::istringstream exported(bytes);

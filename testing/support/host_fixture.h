@@ -58,7 +58,7 @@ inline std::string RoundTrip(Interpreter& interpreter, uint32_t index, size_t si
     return !status.Ok() ? Shown(status) : sent == received ? kOk : "torn";
 }
 
-// Makes `rounds` round trips, but stops at the first failure and returns it.
+// Makes `rounds` round trips, but stops at the first failure. Returns that failure, or kOk.
 inline std::string RoundTrips(Interpreter& interpreter, uint32_t index, size_t rounds) {
     std::string outcome = kOk;
     for (size_t round = 0; round < rounds && outcome == kOk; ++round) {

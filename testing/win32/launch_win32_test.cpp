@@ -147,7 +147,7 @@ TEST_F(Launch, ALivingHostIsGivenUpAfter55Hours) {
 TEST_F(Launch, AHostLooksAtTheRequestWhateverItsWaitReturns) {
     SharedChannel client;
     client.Create(4096);
-    WriteRequest(client.message, CallExit);  // without a signal
+    WriteRequest(client.message, CallExit);  // without setting the event
     HostSession session;
     session.channel.Open(client.hostArguments);
     {

@@ -4,7 +4,7 @@
 same_outputs_test.py MATERIAL FOLDER NATIVE WINDOWS...: runs the models in MATERIAL with NATIVE, the `orvane` of this
 system. Then runs them with the command WINDOWS..., which is wine.sh and the `orvane` of Windows, in process and in a
 host process. Both runs on Windows must return the same bits. The two systems may differ by the rounding of the
-precision that the runtime chooses: bfloat16 if the processor has it, otherwise float32. Replaces FOLDER.
+precision that the runtime chooses: bfloat16 if the processor has it, otherwise float32. Empties FOLDER first.
 """
 import array
 import json

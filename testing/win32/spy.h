@@ -10,7 +10,8 @@
 #include <string>
 #include <type_traits>
 
-// Observes this program's calls to Windows. Makes one function fail if a test cannot cause the failure otherwise.
+// Observes this program's calls to Windows. Can make one function fail, for failures that a test cannot cause
+// otherwise.
 namespace Orvane::Testing {
 
 template <typename T>
