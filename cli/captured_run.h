@@ -15,7 +15,7 @@
 
 namespace Orvane::Cli {
 
-// What a run of the whole program gave.
+// The result of a run of the whole program.
 struct CapturedRun {
     int exitValue;
     std::string out;
@@ -32,17 +32,17 @@ inline CapturedRun RunCaptured(const std::vector<std::string>& arguments, const 
     return {exitValue, out.str(), err.str()};
 }
 
-// An exit value, the command line that it answers, and a part of what is said to that.
+// An exit value, the command line with this exit value, and a part of its message.
 using Refusal = std::tuple<int, std::string, std::string>;
 
-// Of tests that run whole command lines on files in a folder of their own. In texts "@" stands for the folder.
+// For tests that run command lines on files in a temporary folder. In texts "@" means that folder.
 class CommandLineTest : public testing::Test {
  protected:
     std::string InFolder(const std::string& text) const {
         return std::regex_replace(text, std::regex("@"), folder.Path(""));
     }
 
-    // Runs the words of `line`, of which '' is an empty one.
+    // Runs the words of `line`; the word '' is empty.
     CapturedRun Run(const std::string& line, const std::string& standardInput = "") const {
         std::vector<std::string> arguments;
         std::istringstream words(line);
@@ -52,7 +52,7 @@ class CommandLineTest : public testing::Test {
         return RunCaptured(arguments, standardInput);
     }
 
-    // Wrong usage points to the help. No case adds a file or leaves one.
+    // Wrong usage refers to the help. No case leaves a new file.
     void ExpectRefusals(std::span<const Refusal> refusals) const {
         const std::vector<std::string> before = folder.Names();
         for (const auto& [exitValue, line, reason] : refusals) {

@@ -11,29 +11,29 @@
 
 namespace Orvane::Cli {
 
-// What the shell may offer as the value of an argument.
+// What the shell offers as the value of an argument.
 enum class Offer : uint8_t { None, Files, Commands, Shells };
 
 struct ArgumentRules {
     bool isRequired = false;
-    bool isAboveZero = false;        // of a number
+    bool isAboveZero = false;        // a number must be above 0
     bool takesSeveral = false;       // takes all following values; otherwise one per occurrence
-    char separator = '\0';           // between several values in one
+    char separator = '\0';           // separates several values in one text
     const char* excludes = nullptr;  // the name of an argument before this one
-    const char* needs = nullptr;     // likewise
+    const char* needs = nullptr;     // the name of an argument before this one
     Offer offer = Offer::None;
 };
 
-// An argument of a command, and where parsing puts its value. The target must live as long as the command. Without the
-// argument the target keeps its value. A bool is a flag.
+// An argument of a command, and the target for its value. The target must live as long as the command. Without the
+// argument the target keeps its value. An argument with a bool is a flag.
 struct Argument {
     using Target = std::variant<bool*, double*, int32_t*, uint32_t*, std::string*, std::optional<double>*,
                                 std::optional<uint32_t>*, std::optional<std::string>*, std::vector<double>*,
                                 std::vector<std::string>*>;
 
-    std::string name;  // "--json", or "MODEL" for one that is found by its place
+    std::string name;  // "--json", or "MODEL" for a positional argument
     Target target;
-    std::string valueName;  // in the help; empty for a flag and for one that is found by its place
+    std::string valueName;  // in the help; empty for a flag and for a positional argument
     std::string description;
     ArgumentRules rules = {};
 
@@ -42,7 +42,7 @@ struct Argument {
         return std::holds_alternative<std::vector<std::string>*>(target) ||
                std::holds_alternative<std::vector<double>*>(target);
     }
-    // As the help shows it: "--input WHICH=FILE".
+    // Returns the argument as the help shows it: "--input WHICH=FILE".
     std::string Call() const { return valueName.empty() ? name : name + " " + valueName; }
 };
 
@@ -51,10 +51,10 @@ inline std::vector<Argument> Joined(std::vector<Argument> first, const std::vect
     return first;
 }
 
-// The table from which the parser, the help, the manual page and the completions are made.
+// The parser, the help, the manual page and the completions use this table.
 struct Command {
     std::string name;
-    std::string description;  // begins with a verb, no full stop
+    std::string description;  // begins with a verb, has no full stop
     std::string example;      // a command line
     std::vector<Argument> arguments;
     // Throws `Failure` and `WrongUsage`.

@@ -10,7 +10,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// How many letters must be added, removed, replaced or swapped with their neighbour to make one word of the other.
+// The edit distance: how many letters you must add, remove, replace or swap with their neighbour.
 std::size_t Distance(const std::string& one, const std::string& other) {
     std::vector<std::vector<std::size_t>> edits(one.size() + 1, std::vector<std::size_t>(other.size() + 1));
     for (std::size_t i = 0; i <= one.size(); ++i) {
@@ -29,7 +29,7 @@ std::size_t Distance(const std::string& one, const std::string& other) {
     return edits.back().back();
 }
 
-// "; did you mean --output?", or nothing if no name is near.
+// Returns "; did you mean --output?", or an empty text if no name is near.
 std::string Suggestion(const std::string& word, const std::vector<std::string>& names) {
     const auto nearest = std::min_element(names.begin(), names.end(), [&](const auto& name, const auto& next) {
         return Distance(word, name) < Distance(word, next);
@@ -67,7 +67,7 @@ void Apply(const ArgumentRules& rules, CLI::App& app, CLI::Option& option) {
     }
 }
 
-// Says which of the words that the parser could not place is the mistake.
+// Throws for the words that the parser did not accept, and names the mistake.
 void RefuseExtra(const Command& command, const std::vector<std::string>& extra) {
     if (extra.empty()) {
         return;
@@ -106,7 +106,7 @@ void ParseArguments(const Command& command, const std::vector<std::string>& word
     CLI::App app;
     app.set_help_flag();
     app.allow_windows_style_options(false);
-    app.allow_extras();  // refused below, with a better text
+    app.allow_extras();  // `RefuseExtra` refuses them with a better text
     for (const Argument& argument : command.arguments) {
         CLI::Option& option = *AddTo(app, argument);
         if (argument.IsList()) {

@@ -18,7 +18,7 @@ std::string Names(const Commands& commands) {
     return names.str();
 }
 
-// What may follow `argument`: words, or empty for files.
+// Returns the words that can follow `argument`; empty for files.
 std::string Words(const Argument& argument, const Commands& commands) {
     switch (argument.rules.offer) {
         case Offer::Commands:
@@ -37,7 +37,7 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-// Where the table offers nothing else, the shell completes names of files.
+// If the table offers no words, the shell completes names of files.
 std::string Bash(const Commands& commands) {
     std::ostringstream script;
     script << "# Completion of orvane for bash: source <(orvane completion bash)\n"
@@ -63,7 +63,7 @@ std::string ZshQuoted(const std::string& text) {
     return Replaced(Replaced(Replaced(Replaced(text, "'", "'\\''"), "[", "\\["), "]", "\\]"), ":", "\\:");
 }
 
-// For _arguments.
+// Writes a specification for zsh's function _arguments.
 void WriteZshArgument(std::ostream& script, const Argument& argument, const std::string& words) {
     const std::string value = words.empty() ? "_files" : "(" + words + ")";
     script << " \\\n            ";
@@ -114,7 +114,7 @@ std::string FishQuoted(const std::string& text) {
     return quoted + "'";
 }
 
-// Fish offers files by itself.
+// Fish offers files without a request.
 std::string Fish(const Commands& commands) {
     std::ostringstream script;
     script << "# Completion of orvane for fish: orvane completion fish | source\n"

@@ -14,9 +14,9 @@ namespace Orvane::Cli {
 namespace {
 
 constexpr std::size_t kWidth = 80;
-constexpr std::size_t kColumn = 24;  // where descriptions begin
+constexpr std::size_t kColumn = 24;  // the column of descriptions
 
-// `name`, and `text` in a column beside it, broken between words.
+// Writes `name`, and beside it `text` in a column, with line breaks between words.
 void WriteEntry(std::ostream& out, const std::string& name, const std::string& text, std::size_t column) {
     const std::size_t end = 2 + name.size();
     out << "  " << name;
@@ -38,7 +38,7 @@ void WriteEntry(std::ostream& out, const std::string& name, const std::string& t
     out << "\n";
 }
 
-// A manual page takes a "." or "'" at the start of a line, and every "\" and "-", for its own.
+// In a manual page, a "." or "'" at the start of a line and every "\" and "-" have a special meaning.
 std::string Escaped(const std::string& text) {
     std::ostringstream escaped;
     escaped << (text.starts_with(".") || text.starts_with("'") ? "\\&" : "");

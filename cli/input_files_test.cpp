@@ -1,4 +1,4 @@
-// What `orvane run` reads and shows beside .npy files and bare bytes.
+// Inputs and outputs of `orvane run` other than .npy files and plain bytes.
 #include "cli/captured_run.h"
 #include "cli/files/exif.h"
 #include "cli/files/npz.h"
@@ -23,7 +23,7 @@ std::string FromHex(const std::string& digits) {
     return bytes;
 }
 
-// What numpy's savez and savez_compressed make of x=[[10, 20, -30]], of type float32.
+// Made by numpy's savez and savez_compressed from x=[[10, 20, -30]] of type float32.
 const std::string kStored = FromHex(
     "504b03042d000000000000002100da3f94feffffffffffffffff05001400782e6e7079010010008c000000000000008c0000000000000093"
     "4e554d5059010076007b276465736372273a20273c6634272c2027666f727472616e5f6f72646572273a2046616c73652c20277368617065"
@@ -39,7 +39,7 @@ const std::string kPicture = FromHex(
     "89504e470d0a1a0a0000000d4948445200000002000000020802000000fdd49a730000001649444154789c63f8cfc0c0f09f819181e1ffff"
     "ff0c001ef604fd09ed343e0000000049454e44ae426082");  // red, green / blue, white
 
-// Its arrays; a text that begins with "refused" when it cannot be read.
+// Returns the arrays; a text that begins with "refused" if the archive cannot be read.
 std::string ContentOf(const std::string& archive) {
     std::istringstream file(archive);
     try {
@@ -55,7 +55,7 @@ std::string ContentOf(const std::string& archive) {
 
 class InputFiles : public CommandLineTest {
  protected:
-    // The elements that the model EchoModel({{"x", type, dimensions}}) gets of the picture.
+    // Returns the elements that the model EchoModel({{"x", type, dimensions}}) gets from the picture.
     template <typename Element>
     std::vector<Element> Pixels(const std::string& type, const std::vector<std::string>& dimensions,
                                 const std::string& options = "") {
@@ -91,7 +91,7 @@ TEST_F(InputFiles, ADamagedArchiveIsRefused) {
     for (size_t bit = 0; bit < 8 * kCompressed.size(); ++bit) {
         std::string changed = kCompressed;
         changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ (1 << bit % 8));
-        // Some bytes are about other things than the content; without the array's name there is none.
+        // Some bytes do not affect the content. Without its name the array is not found.
         EXPECT_THAT(ContentOf(changed), AnyOf(StartsWith("refused"), whole, "")) << bit;
     }
 }
@@ -109,7 +109,7 @@ TEST_F(InputFiles, PixelsGoWhereTheInputHasThem) {
 }
 
 TEST(Exif, APictureIsTurnedAsItsDataSay) {
-    // What the rows 012 and 345 become, for orientations 1 to 8.
+    // The result for the rows 012 and 345, for orientations 1 to 8.
     const std::string expected[] = {"012345", "210543", "543210", "345012", "031425", "304152", "524130", "251403"};
     for (int orientation = 1; orientation <= 8; ++orientation) {
         const Picture turned = Upright({3, 2, 1, {'0', '1', '2', '3', '4', '5'}}, orientation);

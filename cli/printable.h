@@ -8,20 +8,20 @@
 
 namespace Orvane::Cli {
 
-// A text of a model or of the inference runtime, for a terminal. Replaces control characters, of one byte and of two in
-// UTF-8: they could be commands to the terminal.
+// Replaces the control characters of a text from a model or from the inference runtime, of one or two bytes in UTF-8. A
+// terminal could take them for commands.
 std::string Printable(std::string text);
 
-// The same, but keeps line ends and tabs.
+// As `Printable`, but keeps line ends and tabs.
 std::string PrintableLines(std::string text);
 
-// "[1, 3, ?]"; the question mark is a dynamic dimension.
+// Returns "[1, 3, ?]"; the question mark is a dynamic dimension.
 std::string ShapeText(const std::vector<int64_t>& shape);
 
-// "float32 [1, 3, ?]".
+// Returns "float32 [1, 3, ?]".
 std::string TypeText(orvane::ElementType type, const std::vector<int64_t>& shape);
 
-// "input" or "output".
+// Returns "input" or "output".
 std::string SideName(orvane::Side side);
 
 }  // namespace Orvane::Cli

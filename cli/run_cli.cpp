@@ -68,8 +68,8 @@ int ReportFailure(const std::string& message, const std::vector<std::string>& hi
     return kFailed;
 }
 
-// As it can be typed into a shell: in the one kind of quotes that all know, or where that would not do, in a POSIX
-// shell's other kind.
+// Quotes the text for a shell: with double quotes, which all shells know, or if these do not protect the text, with the
+// single quotes of POSIX shells.
 std::string ShellWord(const std::string& text) {
     constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:=,@%+";
     if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) {
@@ -79,7 +79,7 @@ std::string ShellWord(const std::string& text) {
     return quote + text + quote;
 }
 
-// The command line that was given, with what it lacked.
+// The hints of the failure, with the user's command line and the missing arguments at the end.
 std::vector<std::string> WithCompletedLine(const std::vector<std::string>& arguments, const Failure& failure) {
     std::vector<std::string> hints = failure.hints;
     if (!failure.missingArguments.empty()) {

@@ -44,7 +44,7 @@ TEST_F(RunCliTest, OutputsAreWrittenBitForBit) {
     const CapturedRun run = Run("run @m.xml --input x=@x --output y=@结果.npy");
     EXPECT_EQ(run.out + run.err, "");
     EXPECT_EQ(Held("结果.npy"), NpyHeader({orvane::ElementType::Float32, {1, 3}}) + BytesOf({11, 22, -27}));
-    // What it wrote it also reads; an older file is replaced.
+    // The program reads the file that it wrote, and replaces an older file.
     EXPECT_EQ(Run("run @m.xml --input 0=@结果.npy --output 0=@x").exitValue, 0);
     EXPECT_EQ(Held("x"), BytesOf({12, 24, -24}));
     EXPECT_THAT(folder.Names(), ElementsAre("m.bin", "m.xml", "x", "结果.npy"));
@@ -91,7 +91,7 @@ TEST_F(RunCliTest, ShapesAreGivenOnTheWayOrForGood) {
     EXPECT_THAT(Run("info @any.xml --shape 0=4,3 --shape n=1").out, HasSubstr("[4, 3]  48 bytes"));
     Testing::SetTemporaryFolder(usual);
     EXPECT_THAT(temporary.Names(), IsEmpty());
-    // Also from one that has fixed shapes, over itself; its weights stay what they were.
+    // Also from a model with fixed shapes, to the same file; its weights stay the same.
     EXPECT_EQ(Run("reshape @m.xml @m.xml").err, "");
     EXPECT_EQ(Held("m.bin"), BytesOf({1, 2, 3}));
     EXPECT_THAT(folder.Names(),
@@ -151,7 +151,7 @@ TEST_F(RunCliTest, BenchMeasuresInThisProcessAndInAHost) {
         const json& memory = result.at("memory");
         EXPECT_EQ(memory.at("host").is_null(), !remote);
         const json& program = memory.at(remote ? "host" : "orvane");
-        EXPECT_GT(program.at("resident_bytes"), 1'000'000);  // no program here takes less
+        EXPECT_GT(program.at("resident_bytes"), 1'000'000);  // no program here uses less
         EXPECT_GE(program.at("peak_bytes"), program.at("resident_bytes"));
         const json& machine = result.at("machine");
         EXPECT_GT(std::min(machine.at("cores"), machine.at("memory_bytes")), 0);
@@ -162,7 +162,7 @@ TEST_F(RunCliTest, BenchMeasuresInThisProcessAndInAHost) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
 }
 
-// Never the same at the same place of neighbouring chunks; the zero at the end makes it no text.
+// The bytes at the same place of neighbouring chunks differ. Because of the zero at the end, it is not a text.
 std::string Plain(size_t size) {
     std::string bytes(size, '\0');
     for (size_t i = 0; i + 1 < size; ++i) {
@@ -173,7 +173,7 @@ std::string Plain(size_t size) {
 
 constexpr size_t kChunk = ModelFileCipher::kChunkSize;
 
-// Each chunk on its own, under the key "k3y".
+// Encrypts each chunk separately with the key "k3y".
 std::string Secret(std::string bytes) {
     for (size_t offset = 0; offset < bytes.size(); offset += kChunk) {
         const auto size = static_cast<uint32_t>(std::min(bytes.size() - offset, kChunk));

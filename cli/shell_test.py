@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The completions of `orvane` in the shells themselves, and its manual page in groff.
+"""Tests the completions of `orvane` in the real shells, and its manual page in groff.
 
 shell_test.py ORVANE FOLDER: FOLDER is for the scripts.
 """
@@ -9,7 +9,7 @@ import subprocess
 import sys
 
 TIMEOUT_S = 60
-# What each shell does with its script, and what it must then print.
+# The commands for each shell with its script, and the output that they must print.
 CASES = {
     "bash": ('source "$1"; for COMP_CWORD in 1 2; do COMP_WORDS=(orvane run --to); '
              '[ $COMP_CWORD = 1 ] && COMP_WORDS=(orvane enc); _orvane; echo "${COMPREPLY[@]}"; done', "encrypt\n--top\n"),

@@ -38,7 +38,7 @@ double Milliseconds(Clock::duration duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
-// Before any work that a mistake would waste.
+// Checks the options first, so that a mistake wastes no work.
 void Check(const BenchOptions& options) {
     if (!(options.seconds > 0)) {  // also refuses NaN
         throw WrongUsage("--seconds takes a number above 0");
@@ -67,7 +67,7 @@ void WriteText(const std::string& path, const std::string& text, std::ostream& o
     file.Commit();
 }
 
-// Prints the results unless a file goes to the standard output, and writes the files; the page also has the `earlier`
+// Prints the results unless the standard output receives a file, and writes the files. The page also has the `earlier`
 // results.
 void ShowResults(const BenchOptions& options, const BenchReport& report, std::vector<NamedResult> earlier,
                  std::ostream& out) {
@@ -104,7 +104,7 @@ void WarmUp(Inference& inference, uint32_t count, std::ostream& err) {
     }
 }
 
-// Ctrl-C and the end of the host process end the measurement; the results so far are kept.
+// Ctrl-C and the end of the host process end the measurement. The report keeps the results so far.
 void Measure(Inference& inference, const BenchOptions& options, BenchReport& report, std::ostream& err) {
     const Platform::InterruptFlag interrupt;
     const double target = options.iterations ? *options.iterations : options.seconds;
@@ -152,14 +152,15 @@ void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream
 
     report.firstInference = TimeInference(inference);
     WarmUp(inference, options.warmup, err);
-    // Before the measurements, which take memory of their own.
+    // The measurements allocate memory, so this comes first.
     report.ownMemory = Platform::OwnMemoryUse();
     report.hostMemory = report.host ? Platform::ChildMemoryUse() : std::nullopt;
     Measure(inference, options, report, err);
 }
 
-// How long it takes to start a host process, to let it list its devices and to end it: the median of a few times. It is
-// asked for a device that no machine has. No value if it does not refuse that.
+// Measures how long it takes to start a host process, to let it list its devices and to end it. Returns the median of
+// several measurements. The host process is asked for a device that no machine has. Returns no value if it accepts
+// that.
 std::optional<double> TimeLaunch(const ModelOptions& options) {
     constexpr int kLaunches = 5;
     orvane::Options asked = OptionsFor(options);
@@ -180,7 +181,7 @@ std::optional<double> TimeLaunch(const ModelOptions& options) {
     return Distribute(std::move(times)).p50;
 }
 
-// As ISO 8601, in UTC.
+// Returns the time as ISO 8601, in UTC.
 std::string Now() {
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
     const auto day = std::chrono::floor<std::chrono::days>(now);

@@ -19,8 +19,8 @@
 namespace Orvane::Cli {
 namespace {
 
-constexpr uint64_t kPieceBytes = 4 << 20;  // the cipher works on pieces of 4 MiB
-constexpr uint64_t kWholePiece = 16;       // and cannot restore one that is shorter than that
+constexpr uint64_t kPieceBytes = 4 << 20;  // the cipher transforms pieces of 4 MiB
+constexpr uint64_t kWholePiece = 16;       // and cannot restore a shorter piece
 
 struct CipherOptions {
     KeyOptions key;
@@ -43,7 +43,7 @@ void CheckUsage(const CipherOptions& options) {
     RefuseSecondStandardInput({options.input, options.key.file.value_or("")});
 }
 
-// The files of a command, or temporary ones in the place of the standard streams.
+// The files of a command, or temporary files that replace the standard streams.
 class CipherFiles {
  public:
     explicit CipherFiles(const CipherOptions& options) : in(options.input), out(options.output) {
@@ -88,7 +88,7 @@ class CipherFiles {
     bool printsResult = false;
 };
 
-// Calls `transform` with the SDK's progress callback, which Ctrl-C makes give up.
+// Calls `transform` with a progress callback for the SDK. Ctrl-C cancels the call.
 template <typename Transform>
 void WithProgress(std::ostream& err, Transform transform) {
     const Platform::InterruptFlag interrupt;

@@ -12,7 +12,7 @@ Command DevicesCommand();
 Command EncryptCommand();
 Command DecryptCommand();
 
-// They say what is in `commands` when they are executed. It must live as long as they do.
+// These describe the content of `commands` when they run. `commands` must outlive them.
 Command HelpCommand(const Commands& commands);
 Command CompletionCommand(const Commands& commands);
 

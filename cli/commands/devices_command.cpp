@@ -17,7 +17,8 @@ std::vector<orvane::Device> ListDevices(std::ostream& err) {
     return orvane::Devices();
 }
 
-// The names, and for several devices of a kind, "GPU.0" and "GPU.1", also the kind's name, which means the first.
+// Returns all names that --device accepts. If there are several devices of a kind, "GPU.0" and "GPU.1", the name of the
+// kind selects the first.
 std::vector<std::string> AcceptedNames(const std::vector<orvane::Device>& devices) {
     std::vector<std::string> names;
     for (const orvane::Device& device : devices) {

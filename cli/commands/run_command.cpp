@@ -76,7 +76,7 @@ std::vector<std::string> ReadLabels(const std::string& path) {
     return labels;
 }
 
-// Returns the time that `repeat` whole inferences took, in milliseconds.
+// Returns the time of `repeat` whole inferences, in milliseconds.
 double Infer(Inference& inference, uint32_t repeat) {
     const auto start = std::chrono::steady_clock::now();
     for (uint32_t i = 0; i < repeat; ++i) {

@@ -5,7 +5,7 @@
 
 namespace Orvane::Cli {
 
-// Whether a path has this ending, given in small letters, in letters of either kind.
+// Whether a path has this ending. Ignores the case of ASCII letters; `ending` has small letters.
 inline bool EndsIn(std::string_view path, std::string_view ending) {
     const auto small = [](char letter) { return letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter; };
     return path.size() >= ending.size() &&

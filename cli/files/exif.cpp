@@ -8,7 +8,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// 0 where the bytes end before.
+// Missing bytes count as 0.
 uint32_t Number(std::string_view bytes, std::size_t offset, std::size_t size, bool isLittleEndian) {
     uint32_t number = 0;
     for (std::size_t i = 0; i < size && offset + i < bytes.size(); ++i) {
@@ -18,7 +18,7 @@ uint32_t Number(std::string_view bytes, std::size_t offset, std::size_t size, bo
     return number;
 }
 
-// In a TIFF file, as the Exif data are.
+// Exif data have the format of a TIFF file.
 int OrientationTag(std::string_view tiff) {
     constexpr uint32_t kOrientation = 0x0112;
     constexpr std::size_t kEntryBytes = 12;

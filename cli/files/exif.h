@@ -6,11 +6,11 @@
 
 namespace Orvane::Cli {
 
-// How the pixels of a JPEG file must be turned, as cameras say it in the Exif data: 1 (not at all) to 8. 1 for any
-// other file, and where the data say nothing or are damaged.
+// Returns the orientation from the Exif data of a JPEG file: 1 (upright) to 8. Returns 1 for any other file, and if the
+// data are damaged or have no orientation.
 int ExifOrientation(std::string_view file);
 
-// The picture turned and mirrored for that orientation.
+// Returns the picture, rotated and mirrored according to the orientation.
 Picture Upright(Picture picture, int orientation);
 
 }  // namespace Orvane::Cli

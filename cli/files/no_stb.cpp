@@ -1,4 +1,4 @@
-// For a build without stb.
+// Replaces stb.cpp in a build without stb.
 #include "cli/failure.h"
 #include "cli/files/stb.h"
 

@@ -16,9 +16,9 @@ using namespace std::string_literals;
 
 constexpr std::string_view kMagic = "\x93NUMPY";
 constexpr std::size_t kAlignment = 64;
-constexpr std::size_t kMaxHeaderBytes = 1 << 20;  // far more than any real one; what is claimed beyond is not read
+constexpr std::size_t kMaxHeaderBytes = 1 << 20;  // far more than any real header; a longer header is refused
 
-// How the little-endian elements of each type are described.
+// The descriptions of little-endian elements by type.
 constexpr std::pair<orvane::ElementType, std::string_view> kDescriptions[] = {
     {orvane::ElementType::Float32, "<f4"}, {orvane::ElementType::Float16, "<f2"}, {orvane::ElementType::Int32, "<i4"},
     {orvane::ElementType::UInt8, "|u1"},   {orvane::ElementType::Int64, "<i8"},   {orvane::ElementType::Bool, "|b1"},
@@ -154,7 +154,7 @@ class HeaderParser {
         Expect('(');
         while (!Accept(')')) {
             dimensions.push_back(ParseDimension());
-            // A tuple of one element has a comma behind it, "(3,)"; "(3)" is a number.
+            // A tuple of one element ends with a comma, "(3,)"; "(3)" is a number.
             if (!Accept(',')) {
                 if (dimensions.size() == 1) {
                     Malformed();
@@ -183,7 +183,7 @@ class HeaderParser {
     std::optional<std::vector<int64_t>> shape;
 };
 
-// As Python writes it: "()", "(3,)", "(1, 3)".
+// Writes the shape as Python does: "()", "(3,)", "(1, 3)".
 std::string ShapeTuple(const std::vector<int64_t>& shape) {
     std::string text = "(";
     for (std::size_t i = 0; i < shape.size(); ++i) {
@@ -212,7 +212,7 @@ NpyArray ReadNpyHeader(std::istream& file) {
 }
 
 std::vector<uint8_t> InCOrder(const std::vector<uint8_t>& data, const NpyArray& array) {
-    // How many elements lie between neighbours of each dimension.
+    // For each dimension, the distance in elements between neighbours.
     std::vector<std::size_t> strides;
     std::size_t stride = 1;
     for (const int64_t dimension : array.shape) {

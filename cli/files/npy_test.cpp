@@ -12,7 +12,7 @@ namespace {
 using namespace std::string_literals;
 using Shape = std::vector<int64_t>;
 
-// The beginning of a file with this format version and header text, its length written as that version does.
+// The beginning of a file with this format version, the length of the header as that version writes it, and the header.
 std::string Header(char major, const std::string& text) {
     return "\x93NUMPY"s + major + '\0' + static_cast<char>(text.size()) + (major > 1 ? "\0\0\0"s : "\0"s) + text;
 }
@@ -53,7 +53,7 @@ TEST(Npy, ReadsEveryVersionTypeAndSpelling) {
 }
 
 TEST(Npy, FortranOrderIsTurnedIntoCOrder) {
-    // Of the shape (2, 3, 2), each element the number of its place in C order.
+    // The shape is (2, 3, 2). Each element is the number of its place in C order.
     const std::vector<uint8_t> fortran = {0, 6, 2, 8, 4, 10, 1, 7, 3, 9, 5, 11};
     std::vector<uint8_t> ordered(12);
     std::iota(ordered.begin(), ordered.end(), uint8_t{0});

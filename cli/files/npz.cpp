@@ -14,7 +14,7 @@ constexpr std::string_view kDirectoryEntry = "PK\1\2";
 constexpr std::string_view kLocalHeader = "PK\3\4";
 
 std::string ReadAt(std::istream& file, uint64_t offset, std::size_t size) {
-    // In pieces: what a damaged file claims is not allocated before it is there.
+    // Reads in pieces, so that a damaged file with a wrong size does not make it allocate too much.
     constexpr std::size_t kPiece = 1 << 24;
     std::string bytes;
     file.clear();
@@ -29,7 +29,7 @@ std::string ReadAt(std::istream& file, uint64_t offset, std::size_t size) {
     return bytes;
 }
 
-// The little-endian number of so many bytes.
+// Returns the little-endian number of `size` bytes.
 uint32_t Number(std::string_view bytes, std::size_t offset, std::size_t size) {
     uint32_t number = 0;
     for (std::size_t i = 0; i < size; ++i) {
@@ -38,7 +38,7 @@ uint32_t Number(std::string_view bytes, std::size_t offset, std::size_t size) {
     return number;
 }
 
-// The record at the end that says where the directory is. A comment of up to 65,535 bytes may follow it.
+// Finds the record at the end, which has the place of the directory. A comment of up to 65,535 bytes may follow it.
 std::string FindEndRecord(std::istream& file) {
     constexpr uint64_t kRecordBytes = 22;
     const auto end = file.seekg(0, std::ios::end).tellg();
@@ -64,7 +64,7 @@ constexpr std::array<uint32_t, 256> MakeRemainders() {
     return remainders;
 }
 
-// The CRC-32 of zip.
+// Returns the CRC-32 of zip.
 uint32_t Checksum(const std::string& bytes) {
     constexpr std::array<uint32_t, 256> kRemainders = MakeRemainders();
     uint32_t sum = 0xffff'ffff;
@@ -122,7 +122,7 @@ std::string ReadNpz(std::istream& file, const NpzArray& array) {
     const uint64_t data = uint64_t{array.offset} + kHeaderBytes + Number(header, 26, 2) + Number(header, 28, 2);
     std::string bytes = ReadAt(file, data, array.packedSize);
     if (array.isDeflated) {
-        constexpr uint32_t kMostTimes = 1'032;  // as much as deflate can make of a byte
+        constexpr uint32_t kMostTimes = 1'032;  // deflate cannot compress more
         const bool isPossible = array.size / kMostTimes <= array.packedSize;
         bytes = isPossible ? Inflate(bytes, array.size) : "";
     }

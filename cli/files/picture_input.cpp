@@ -22,7 +22,7 @@ struct Layout {
     bool channelsFirst;
 };
 
-// With three dimensions, or four of which the first is 1.
+// The shape has three dimensions, or four dimensions and the first is 1.
 std::optional<Layout> LayoutOf(std::vector<int64_t> shape) {
     if (shape.size() == 4 && shape[0] == 1) {
         shape.erase(shape.begin());

@@ -8,8 +8,8 @@
 
 namespace Orvane::Cli {
 
-// How the pixels of a picture become the elements of an input: (pixel - mean) / scale, the pixel being 0 to 255. `mean`
-// and `scale` have a number for each of the input's channels, one for all, or none.
+// How a pixel of a picture, 0 to 255, becomes an element of an input: (pixel - mean) / scale. `mean` and `scale` have a
+// number for each channel of the input, one number for all, or no number.
 struct PictureOptions {
     std::vector<double> mean;
     std::vector<double> scale;
@@ -18,15 +18,15 @@ struct PictureOptions {
     bool AnyGiven() const { return !mean.empty() || !scale.empty() || bgr; }
 };
 
-// Whether the path ends like a picture's.
+// Whether the ending of the path is that of a picture.
 bool IsPicture(const std::string& path);
 
-// Whether it ends like that of a picture of a kind that is not read.
+// Whether the ending of the path is that of a picture format that the program cannot read.
 bool IsUnreadPicture(const std::string& path);
 
-// Makes the data of an input from the picture in `bytes`: turned as its Exif data say, and scaled to the input's height
-// and width. The input takes one picture with one or three channels, first or last, of type float32 or uint8. Throws
-// `Failure` for another input, and for bytes that are not a picture.
+// Converts the picture in `bytes` to the data of an input: rotates it according to its Exif data, and scales it to the
+// input's height and width. The input must take one picture with one or three channels, first or last, of type float32
+// or uint8. Throws `Failure` for another input, and for bytes that are not a picture.
 std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& path, const orvane::Tensor& input,
                                  const PictureOptions& options);
 

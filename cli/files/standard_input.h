@@ -11,17 +11,17 @@
 
 namespace Orvane::Cli {
 
-// Whether a file is named "-": the standard input, or the standard output.
+// Whether the path is "-": the standard input, or the standard output.
 inline bool IsStandard(const std::string& path) {
     return path == "-";
 }
 
-// For messages.
+// Returns the name of an input for messages.
 inline std::string InputName(const std::string& path) {
     return IsStandard(path) ? "the standard input" : path;
 }
 
-// All bytes of a file or of the standard input. Throws `Platform::FileError`.
+// Returns all bytes of a file or of the standard input. Throws `Platform::FileError`.
 inline std::string ReadInput(const std::string& path) {
     std::ostringstream bytes;
     if (IsStandard(path)) {
@@ -32,7 +32,7 @@ inline std::string ReadInput(const std::string& path) {
     return bytes.str();
 }
 
-// The standard input can be read once. Throws `WrongUsage` if several of these files are it.
+// Throws `WrongUsage` if several of these paths are "-": the program can read the standard input only once.
 inline void RefuseSecondStandardInput(const std::vector<std::string>& paths) {
     if (std::count_if(paths.begin(), paths.end(), IsStandard) > 1) {
         throw WrongUsage("only one argument can be -, the standard input");

@@ -1,4 +1,4 @@
-// The code behind the headers of stb: each of them wants to be compiled in one place.
+// Compiles the code in stb's headers, which exactly one source must do.
 #define STB_IMAGE_IMPLEMENTATION
 #define STBI_NO_STDIO
 #define STBI_ONLY_PNG

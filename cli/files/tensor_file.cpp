@@ -22,7 +22,7 @@ bool IsIndex(const std::string& which) {
     return which.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// Null when there is no such tensor.
+// Returns null if there is no such tensor.
 const orvane::Tensor* FindTensor(const std::string& which, const std::vector<orvane::Tensor>& tensors) {
     if (IsIndex(which)) {
         std::size_t index = 0;
@@ -66,17 +66,17 @@ NpyArray CheckNpy(std::istream& stream, const std::string& path, const orvane::T
     return array;
 }
 
-// How many bytes of data the stream holds, `read` of which have been read, for a message.
+// Returns the number of bytes of the stream for a message; `read` bytes have been read.
 std::string BytesHeld(std::istream& stream, std::size_t read) {
     const auto here = stream.tellg();
     const auto end = stream.seekg(0, std::ios::end).tellg();
     if (end >= here && end != std::istream::pos_type(-1)) {
         return std::to_string(static_cast<uint64_t>(end - here) + read);
     }
-    return "more than " + std::to_string(read);  // a pipe does not tell
+    return "more than " + std::to_string(read);  // a pipe has no known size
 }
 
-// All that is left in the stream, which is exactly the tensor's data.
+// Reads the rest of the stream, which must be exactly the tensor's data.
 std::vector<uint8_t> ReadData(std::istream& stream, const std::string& path, const orvane::Tensor& tensor,
                               const std::string& whatToDo) {
     std::vector<uint8_t> data(static_cast<std::size_t>(tensor.byteSize));
@@ -108,7 +108,7 @@ auto WithNpz(std::istream& file, const std::string& path, Read read) {
     }
 }
 
-// The array of the tensor's name, or the only one.
+// Returns the array of the tensor's name, or the only array.
 const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string& path, const orvane::Tensor& tensor) {
     const auto found =
         std::find_if(arrays.begin(), arrays.end(), [&](const NpzArray& array) { return array.name == tensor.name; });
@@ -141,7 +141,7 @@ std::vector<uint8_t> ReadBareData(std::istream& file, const std::string& path, c
                         ", or an .npy file, whose element type and shape are checked.");
 }
 
-// Its first bytes say what it is, as a path's ending does.
+// The first bytes determine the format, because there is no path with an ending.
 std::vector<uint8_t> ReadStandardInput(const orvane::Tensor& tensor, const PictureOptions& pictures) {
     const std::string name = InputName("-");
     const std::string bytes = ReadInput("-");

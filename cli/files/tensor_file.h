@@ -10,37 +10,37 @@
 
 namespace Orvane::Cli {
 
-// WHICH=FILE of the command line: a tensor, by index or by name, and the file that it is read from or written to.
+// WHICH=FILE of the command line: the index or the name of a tensor, and the file for its data.
 struct TensorFileArgument {
-    std::string which;  // empty for all that an .npz file holds
+    std::string which;  // empty: all arrays of an .npz file
     std::string path;
 };
 
-// Throws `WrongUsage` when a text is not of that form.
+// Throws `WrongUsage` if a text does not have that form.
 std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>& texts);
 
-// Throws `WrongUsage` when two arguments name the same file, or one a kind of file that is read only.
+// Throws `WrongUsage` if two arguments name the same file, or if an argument names a format that cannot be written.
 void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments);
 
-// For each index or name its tensor among `tensors`, which are all of one side. Throws `Failure` when there is no such
-// tensor or one is named twice.
+// Finds the tensor of each index or name among `tensors`, which are all on one side. Throws `Failure` if there is no
+// such tensor, or if a tensor is named twice.
 std::vector<const orvane::Tensor*> FindTensors(const std::vector<std::string>& named,
                                                const std::vector<orvane::Tensor>& tensors, orvane::Side side);
 
-// The ending of a path says how a file holds a tensor's data: as an .npy array, in an .npz archive under the tensor's
-// name, as a .png or .jpg picture, or else as bare bytes. The path "-" is the standard input, whose first bytes say it,
-// or the standard output, which gets an .npy array.
+// The ending of a path determines the format: an .npy array, an .npz archive with the tensor's name, a .png or .jpg
+// picture; otherwise plain bytes. The path "-" is the standard input, whose first bytes determine the format, or the
+// standard output, which receives an .npy array.
 
-// Puts in the place of an .npz file without a tensor all that it holds, each array for the tensor of its name. Throws
-// `Failure` when it cannot be read.
+// Replaces an .npz file without a tensor with all its arrays: each array is for the tensor of its name. Throws
+// `Failure` if the file cannot be read.
 std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>& arguments);
 
-// Reads the data of `tensor`, exactly as many bytes as it holds. Throws `Failure` when the file cannot be read or
-// holds another element type, shape or number of bytes.
+// Reads all data of `tensor`. Throws `Failure` if the file cannot be read, or has another element type, shape or number
+// of bytes.
 std::vector<uint8_t> ReadTensorFile(const std::string& path, const orvane::Tensor& tensor,
                                     const PictureOptions& pictures);
 
-// The bytes of the file before the data of `tensor`; none for bare bytes.
+// Returns the bytes of the file before the data of `tensor`; empty for plain bytes.
 std::string TensorFileHeader(const std::string& path, const orvane::Tensor& tensor);
 
 }  // namespace Orvane::Cli

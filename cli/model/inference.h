@@ -12,27 +12,27 @@
 
 namespace Orvane::Cli {
 
-// A tensor, not owned, and the memory that its data is copied from or to.
+// A tensor, which is not owned, and the memory for its data.
 struct Transfer {
     const orvane::Tensor* tensor;
     std::vector<uint8_t> data;
-    std::optional<std::string> path;  // of the file that an output goes to
+    std::optional<std::string> path;  // the file for an output
 };
 
 // Reads the file of every input. Throws `Failure` unless each input is given exactly once and its file fits.
 std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given,
                                  const std::vector<orvane::Tensor>& inputs, const PictureOptions& pictures);
 
-// Memory for the outputs that are asked for, or without arguments for all that can be copied. Throws `Failure` when
-// one that is asked for cannot be.
+// Allocates memory for the selected outputs, or without arguments for all outputs that can be copied. Throws `Failure`
+// if a selected output cannot be copied.
 std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& arguments,
                                      const std::vector<orvane::Tensor>& outputs);
 
-// Writes each output that has a path, to `out` for "-". Throws `Failure`; unless it is a last renaming that fails, no
-// file has then changed.
+// Writes each output that has a path; the path "-" is `out`. Throws `Failure`. No file has then changed, unless one of
+// the last renames failed.
 void WriteOutputs(const std::vector<Transfer>& outputs, std::ostream& out);
 
-// The three steps of an inference with all the data that goes in and out. Each throws `orvane::Error`.
+// The three steps of an inference, with the data of all inputs and outputs. Each step throws `orvane::Error`.
 struct Inference {
     void CopyIn();
     void Compute() { model.Run(); }

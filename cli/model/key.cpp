@@ -9,7 +9,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// Longer than any key, so that a key which is too long is noticed.
+// More than any key has, so that a key that is too long is refused.
 constexpr std::size_t kMostBytes = 64;
 
 std::string ReadKeyFile(const std::string& path) {

@@ -16,7 +16,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// What is wrong with a file that cannot be read. A pipe is not opened: it would be waited for.
+// Returns why a file cannot be read. Does not open a pipe, because that would wait.
 std::optional<std::string> WhyUnreadable(const std::string& path) {
     std::error_code ignored;
     if (std::filesystem::is_other(std::filesystem::status(Platform::PathFromUtf8(path), ignored))) {
@@ -35,7 +35,8 @@ bool BeginsLikeXml(const std::string& path) {
     return file.get() == '<';
 }
 
-// The file with the weights of an .xml; ".xml" alone has ".bin" beside it, though as a path it has no extension.
+// Returns the file with the weights of an .xml. A file called ".xml" has ".bin" beside it, although the standard
+// library sees no extension.
 std::optional<std::filesystem::path> WeightsOf(const std::string& model) {
     constexpr std::string_view kEnding = ".xml";
     if (!model.ends_with(kEnding)) {
@@ -48,7 +49,7 @@ bool IsCacheRead(const ModelOptions& options) {
     return options.cache && !Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
 }
 
-// What is certainly wrong with the cache file or the model files.
+// Returns a fault of the cache file or the model files if it is certain.
 std::optional<std::string> CertainHint(const ModelOptions& options) {
     if (IsCacheRead(options)) {
         const std::optional<std::string> reason = WhyUnreadable(*options.cache);
@@ -79,13 +80,13 @@ std::optional<std::string> CertainHint(const ModelOptions& options) {
     return std::nullopt;
 }
 
-// The names that stand for several devices, which the runtime has and does not list.
+// The runtime has these names for several devices and does not list them.
 bool IsVirtualDevice(const std::string& device) {
     const std::string kind = device.substr(0, device.find_first_of(":("));
     return kind == "AUTO" || kind == "MULTI" || kind == "HETERO" || kind == "BATCH";
 }
 
-// Of several devices of a kind, "GPU.0" and "GPU.1", the name of the kind means the first.
+// If there are several devices of a kind, "GPU.0" and "GPU.1", the name of the kind selects the first.
 std::string KindOf(const orvane::Device& device) {
     return device.name.substr(0, device.name.find('.'));
 }
@@ -113,8 +114,8 @@ bool HasOneOf(const std::string& text, std::initializer_list<const char*> parts)
                        [&](const char* part) { return text.find(part) != std::string::npos; });
 }
 
-// Of a failure with plain model files, which may not come from the format at all. Only the runtime's text tells an
-// unknown format from an unknown operator.
+// For a failure with plain model files, whose format may be right. Only the runtime's text distinguishes an unknown
+// format from an unknown operator.
 std::string PlainHint(const std::string& model, const std::string& text) {
     if (HasOneOf(text, {"No translator found", "No conversion rule found", "doesn't contain the operation",
                         "OpConversionFailure"})) {
@@ -160,7 +161,7 @@ std::string DeviceName(const std::optional<std::string>& given) {
     };
     std::string name = given.value_or("");
     if (std::all_of(name.begin(), name.end(), [&](char letter) { return capital(letter) == letter; })) {
-        return name;  // as all devices of today are called, and found without asking the runtime
+        return name;  // all devices of today have such names; this does not ask the runtime
     }
     std::string capitals = name;
     std::transform(name.begin(), name.end(), capitals.begin(), capital);
@@ -197,7 +198,7 @@ std::vector<std::string> SystemHints(const orvane::Error& error) {
     std::error_code ignored;
     if (error.GetReason() != orvane::Reason::System || code != std::errc::no_space_on_device ||
         !std::filesystem::is_directory(sharedMemory, ignored)) {
-        return {};  // the error says it all
+        return {};  // the error is clear without a hint
     }
     const std::filesystem::space_info space = std::filesystem::space(sharedMemory, ignored);
     constexpr std::uintmax_t kMegabyte = 1'000'000;
@@ -215,7 +216,7 @@ std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Er
             return SystemHints(error);
         case orvane::Reason::BadArgument:
         case orvane::Reason::NoMemory:
-            return {};  // the error says it all
+            return {};  // the error is clear without a hint
         default:
             break;
     }

@@ -41,9 +41,9 @@ orvane::Model Load(const ModelOptions& options, orvane::Options given, std::ostr
     }
 }
 
-// The SDK runs a model although its cache could not be written.
+// The SDK runs a model even if it cannot write the cache; this throws.
 orvane::Model LoadAndMakeCache(const ModelOptions& options, const orvane::Options& given, std::ostream& err) {
-    Platform::FinalPlace(*options.cache);  // throws if there cannot be such a file
+    Platform::FinalPlace(*options.cache);  // throws if there can be no such file
     const Platform::InterruptFlag interrupt;
     orvane::Model model = Load(options, given, err, &interrupt);
     if (Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
@@ -71,7 +71,7 @@ LoadedModel LoadWithShapes(const ModelOptions& options, std::ostream& err) {
     return {std::move(files), std::move(model)};
 }
 
-// Writes a model from the standard input to a file, whose ending says its format.
+// Writes a model from the standard input to a file whose ending fits its format.
 std::string KeepStandardInput(const Platform::PrivateFolder& folder) {
     const std::string bytes = ReadInput("-");
     if (bytes.starts_with("<")) {
@@ -103,7 +103,7 @@ bool HasSameTensors(const std::vector<orvane::Tensor>& left, const std::vector<o
     });
 }
 
-// Reads the plain model file in this process: not for a model that is to run in a host.
+// Reads the plain model file in this process: do not call this for a model in a host process.
 void RefuseOtherModelsCache(const ModelOptions& options, const orvane::Model& loaded) {
     const orvane::FileTensors file = orvane::DescribeFile(*options.model);
     if (!HasSameTensors(file.inputs, loaded.Inputs()) || !HasSameTensors(file.outputs, loaded.Outputs())) {

@@ -14,28 +14,28 @@
 
 namespace Orvane::Cli {
 
-// A loaded model. Its temporary files, if it has any, are removed after it.
+// A loaded model, and its temporary files, which are removed after the model.
 struct LoadedModel {
     std::unique_ptr<Platform::PrivateFolder> files;
     orvane::Model model;
 };
 
 // Throws `WrongUsage` for options that cannot be combined, and `Failure` with the SDK's message and with hints if the
-// model does not load. On a terminal `err` shows the step of a long load. Ctrl-C gives a load with temporary files up.
+// model does not load. On a terminal `err` shows the step of a long load. Ctrl-C cancels a load with temporary files.
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err);
 
-// What the SDK needs to load the model.
+// Returns the SDK's options for the load.
 orvane::Options OptionsFor(const ModelOptions& options);
 
-// Throws `Failure` if the options name a cache file that exists, and a model file that is newer.
+// Throws `Failure` if the cache file exists and the model file is newer.
 void RefuseStaleCache(const ModelOptions& options);
 
-// Writes the model with these shapes as `out`, an .xml, and its .bin. Throws as above.
+// Writes the model with these shapes to `out`, an .xml, and its .bin. Throws as `LoadModel`.
 void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
              std::ostream& err);
 
-// While it lives, the SDK's log lines of level `minimum` and above go to `err`; without a level there are none. Only
-// one may exist at a time.
+// While it lives, writes the SDK's log lines of level `minimum` and above to `err`. Without a level it writes no lines.
+// Only one object may exist at a time.
 class LogLines {
  public:
     LogLines(std::optional<uint32_t> minimum, std::ostream& err);

@@ -6,7 +6,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// As milliseconds in 32 bits.
+// Throws unless the seconds, as milliseconds, fit into 32 bits.
 void CheckSeconds(const std::string& option, const std::optional<double>& given, bool hasHost) {
     constexpr double kLongest = 4'000'000;
     const double seconds = given.value_or(1);

@@ -10,33 +10,33 @@
 
 namespace Orvane::Cli {
 
-// The arguments that say which model a command loads, and how. None of the texts is empty.
+// The arguments that select the model and say how to load it. No text is empty.
 struct ModelOptions {
     std::optional<std::string> model;   // path of the model file, "-" for the standard input; not needed with a cache
-    std::vector<std::string> shapes;    // of its inputs, as `ParseShapes` takes them
-    std::optional<std::string> device;  // the SDK's own choice unless given
+    std::vector<std::string> shapes;    // for `ParseShapes`
+    std::optional<std::string> device;  // without a value the SDK selects the device
     std::optional<std::string> cache;   // path of the cache file
     bool makeCache = false;
     KeyOptions key;
     std::optional<std::string> host;    // path of the host program that runs the model
-    bool remote = false;                // the host program beside this one
-    std::optional<double> timeout;      // seconds that a call may wait for the host
-    std::optional<double> loadTimeout;  // the same for the load; as `timeout` unless given
+    bool remote = false;                // selects the host program beside this program
+    std::optional<double> timeout;      // seconds that a call may wait for the host process
+    std::optional<double> loadTimeout;  // the same for the load; by default `timeout`
     std::optional<uint32_t> logLevel;
 
-    // Path of the host program; no value if the model runs in this process.
+    // Returns the path of the host program; no value if the model runs in this process.
     std::optional<std::string> HostProgram() const;
 
     bool IsEncrypted() const { return key.key || key.file; }
 };
 
-// MODEL, the command's `own` arguments, and the options about the model.
+// Returns MODEL, the command's `own` arguments, and the options about the model.
 std::vector<Argument> ArgumentsForModel(ModelOptions& options, const std::vector<Argument>& own);
 
-// --shape, of those and of other commands.
+// Returns --shape, which other commands have too.
 Argument ArgumentForShapes(std::vector<std::string>& shapes);
 
-// Throws `WrongUsage` for an empty text and for a combination that means nothing.
+// Throws `WrongUsage` for an empty text and for options that cannot be combined.
 void CheckUsage(const ModelOptions& options);
 
 }  // namespace Orvane::Cli

@@ -11,12 +11,12 @@
 namespace Orvane::Cli {
 namespace {
 
-// Also without dimensions: data can be set only for an input that has one.
+// An input without dimensions needs a shape too: its data cannot be set.
 bool NeedsShape(const orvane::Tensor& input) {
     return input.shape.empty() || std::find(input.shape.begin(), input.shape.end(), -1) != input.shape.end();
 }
 
-// As it is found by --shape: by name where a shell takes that as it is.
+// Returns WHICH for --shape: the name if a shell needs no quotes for it, otherwise the index.
 std::string WhichOf(const orvane::Tensor& input) {
     const auto isPlain = [](char letter) {
         return (letter >= '0' && letter <= '9') || (letter >= 'a' && letter <= 'z') ||
@@ -28,7 +28,7 @@ std::string WhichOf(const orvane::Tensor& input) {
     return !isIndex && std::all_of(name.begin(), name.end(), isPlain) ? name : std::to_string(input.index);
 }
 
-// "x=1,3,?,?"; the question mark is for the user to replace.
+// Returns "x=1,3,?,?". The user replaces the question marks.
 std::string ShapeArgumentFor(const orvane::Tensor& input, const std::vector<int64_t>& shape) {
     std::string text = WhichOf(input);
     for (std::size_t i = 0; i < shape.size(); ++i) {
@@ -44,7 +44,8 @@ std::string Sentence(const orvane::Tensor& input) {
                                      ": give a size for each ? with --shape " + ShapeArgumentFor(input, input.shape);
 }
 
-// A shape that such an input often has. The first dimension, or the first dynamic one after a fixed one, is the batch.
+// Returns a shape that such an input often has. If the first dimension is not 1, the first dynamic dimension is the
+// batch.
 std::vector<int64_t> Example(const orvane::Tensor& input) {
     constexpr std::size_t kPictureRank = 4;
     constexpr int64_t kPictureSize = 640;
@@ -89,7 +90,7 @@ std::vector<ShapeArgument> ParseShapes(const std::vector<std::string>& texts) {
     std::vector<ShapeArgument> arguments;
     for (const std::string& text : texts) {
         ShapeArgument argument;
-        // From the end, where the dimensions are: a name may have an equals sign.
+        // Searches from the end, because a name may have an equals sign.
         const std::size_t split = text.rfind('=');
         for (std::size_t begin = split; begin != std::string::npos && begin < text.size();) {
             const std::size_t end = std::min(text.find(',', begin + 1), text.size());

@@ -10,21 +10,21 @@
 
 namespace Orvane::Cli {
 
-// WHICH=DIMS of the command line: an input, by index or by name, and its shape.
+// WHICH=DIMS of the command line: the index or the name of an input, and its shape.
 struct ShapeArgument {
     std::string which;
     std::vector<int64_t> shape;
 };
 
-// Throws `WrongUsage` when a text is not of that form.
+// Throws `WrongUsage` if a text does not have that form.
 std::vector<ShapeArgument> ParseShapes(const std::vector<std::string>& texts);
 
-// The shapes by the index of the input. Throws `Failure` for a shape that no input has room for, and if an input that
-// needs a shape has none: it then shows the argument to give, and an example.
+// Returns the shapes by the index of the input. Throws `Failure` if a shape does not fit its input, or if an input that
+// needs a shape has no shape. The failure then shows the missing argument and an example.
 orvane::InputShapes ResolveShapes(const std::vector<ShapeArgument>& arguments,
                                   const std::vector<orvane::Tensor>& inputs);
 
-// The same refusal for the inputs of a loaded model.
+// Refuses the inputs of a loaded model in the same way.
 void RefuseDynamicInputs(const ModelOptions& options, const std::vector<orvane::Tensor>& inputs);
 
 }  // namespace Orvane::Cli

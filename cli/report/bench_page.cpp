@@ -13,7 +13,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// A result with a value in each place.
+// Returns a result with a value in each place.
 Json Example() {
     BenchReport report;
     report.host = "";
@@ -24,7 +24,7 @@ Json Example() {
     return BenchReportJson(report);
 }
 
-// Whether this place of a flat result, or what it is part of, was not measured.
+// Whether this place of a flat result, or an object around it, is null because it was not measured.
 bool IsUnknown(const Json& flat, const std::string& place) {
     constexpr const char* kMayBeNull[] = {"/host",          "/machine/others", "/machine/stolen", "/start_up/launch_ms",
                                           "/memory/orvane", "/memory/host"};
@@ -33,7 +33,7 @@ bool IsUnknown(const Json& flat, const std::string& place) {
     });
 }
 
-// What a result lacks that the page's script relies on; none when it has all.
+// Returns what the page's script misses in a result; no value if the result is complete.
 std::optional<std::string> Fault(const Json& result) {
     if (!result.is_object()) {
         return "it is no JSON object";
@@ -50,7 +50,7 @@ std::optional<std::string> Fault(const Json& result) {
     return std::nullopt;
 }
 
-// JSON that stands in a page: what ends a script, or begins a comment, begins with "<".
+// Escapes "<" in JSON within a page: the end of a script and the start of a comment begin with it.
 std::string Embedded(const Json& object) {
     std::string text;
     for (const char letter : object.dump(-1, ' ', false, Json::error_handler_t::replace)) {

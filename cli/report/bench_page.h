@@ -7,16 +7,16 @@
 
 namespace Orvane::Cli {
 
-// A result of `orvane bench` and the name by which a page calls it.
+// A result of `orvane bench`, and its name on a page.
 struct NamedResult {
     std::string name;
     Json result;  // of `BenchReportJson`
 };
 
-// Reads an earlier result. Throws a `Failure`, or a `Platform::FileError`, when the file holds none.
+// Reads an earlier result. Throws `Failure` or `Platform::FileError` if the file has no result.
 NamedResult ReadBenchResult(const std::string& path);
 
-// One HTML file, which needs nothing else, with the results side by side. There is at least one.
+// Returns one HTML file that needs no other file, with the results side by side. Needs at least one result.
 std::string BenchPage(const std::vector<NamedResult>& results);
 
 }  // namespace Orvane::Cli

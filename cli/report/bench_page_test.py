@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The page of `orvane bench --html`, and that of `./dev bench`, as a browser without a window shows it.
+"""Tests the pages of `orvane bench --html` and `./dev bench` in a browser without a window.
 
 bench_page_test.py MODEL FOLDER ORVANE...: measures MODEL with the program that the command ORVANE... starts. FOLDER is
 emptied and filled.
@@ -27,8 +27,8 @@ UNITS = {"s": 1, "ms": 1e-3, "µs": 1e-6, "ns": 1e-9, "GB": 1e9, "MB": 1e6, "kB"
 TIMES = ("s", "ms", "µs", "ns")
 
 
-# Shows the page in a frame that is as wide as a telephone, as no window can be, and tells what is on it: its figures with
-# their texts and in a table the headings above them, the marks of its charts, and all text.
+# Shows the page in a frame as wide as a telephone, because no window can be so narrow. Returns the figures of the page
+# with their texts and, in a table, their headings; the marks of its charts; and all text.
 FRAME = """<meta charset="utf-8"><body>
 <iframe srcdoc="@PAGE@" style="width: 360px; height: 800px; border: 0"></iframe><script>
 onload = () => {

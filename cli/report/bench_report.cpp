@@ -17,18 +17,18 @@ double Whole(const InferenceTimes& times) {
     return times.copyIn + times.compute + times.copyOut;
 }
 
-// The measured inferences as a whole and step by step.
+// The distributions of whole inferences and of each step.
 struct SteadyState {
     Distribution inference;
     Distribution copyIn;
     Distribution compute;
     Distribution copyOut;
     double perSecond;
-    std::vector<double> quantiles;  // of whole inferences, at each half of a percent between 0 and 100
+    std::vector<double> quantiles;  // of whole inferences, from 0.5 % to 99.5 % in steps of 0.5 %
 };
 
-// The smallest of the ordered values that at least so many of 1000 do not exceed; in whole numbers, so that no rounding
-// moves the rank.
+// Returns the smallest value that at least `perMille` of 1000 values do not exceed. Whole numbers avoid a wrong rank by
+// rounding.
 double PerMille(const std::vector<double>& ordered, std::size_t perMille) {
     return ordered[(ordered.size() * perMille + 999) / 1000 - 1];
 }
@@ -166,7 +166,7 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
 
 Json BenchReportJson(const BenchReport& report) {
     const SteadyState steady = SteadyStateOf(report.inferences);
-    const std::string model = report.model.value_or("");  // deliberately a text even where only a cache was given
+    const std::string model = report.model.value_or("");  // deliberately a text, also if only a cache was given
     return {{"model", model},
             {"host", report.host ? Json(*report.host) : Json()},
             {"version", orvane_version()},

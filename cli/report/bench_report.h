@@ -11,18 +11,18 @@
 
 namespace Orvane::Cli {
 
-// A percentile is the smallest measurement that at least so many of 100 do not exceed.
+// A percentile P is the smallest measurement that at least P % of the measurements do not exceed.
 struct Distribution {
     double minimum;
     double p50;
     double p90;
     double p99;
-    double p999;  // 99.9
+    double p999;  // the percentile 99.9
     double maximum;
     double mean;
 };
 
-// Of at least one measurement, in any order.
+// Needs at least one measurement; any order.
 Distribution Distribute(std::vector<double> values);
 
 // Times are in milliseconds.
@@ -32,32 +32,32 @@ struct InferenceTimes {
     double copyOut;
 };
 
-// Shares of all processors' time that the measured inferences did not have.
+// The shares of all processors' time that the measured inferences did not get.
 struct OtherWork {
     double others;  // used by other programs
-    double stolen;  // taken by what a virtual machine runs on
+    double stolen;  // used by the machine that runs this virtual machine
 
-    // A run beside that much proves nothing.
+    // With so much other work, the measurements prove nothing.
     bool IsMuch() const { return others > kMuch || stolen > kMuch; }
 
     static constexpr double kMuch = 0.05;
 };
 
-// Between two moments; empty when they are too close for the system's count.
+// Returns the other work between two times; no value if they are too close for the system's count.
 std::optional<OtherWork> OtherWorkBetween(const Platform::ProcessorTime& start, const Platform::ProcessorTime& end);
 
-// What `orvane bench` has measured.
+// The result of `orvane bench`.
 struct BenchReport {
-    std::string date;  // when it ended, as ISO 8601 in UTC
+    std::string date;  // the end of the run, as ISO 8601 in UTC
     Platform::Machine machine;
     std::optional<OtherWork> otherWork;
     std::optional<std::string> model;  // path of the model file
-    std::optional<std::string> host;   // path of the host program, when the model ran in one
-    std::optional<double> launch;      // of a host process
+    std::optional<std::string> host;   // path of the host program, if the model ran in a host process
+    std::optional<double> launch;      // milliseconds for the start of a host process
     double initialisation = 0;
     InferenceTimes firstInference{};
     uint32_t warmup = 0;
-    bool interrupted = false;                // by Ctrl-C
+    bool interrupted = false;                // Ctrl-C ended the measurement
     std::optional<std::string> hostEnd;      // why the host process ended during the measurement
     std::vector<InferenceTimes> inferences;  // at least one
     std::optional<Platform::MemoryUse> ownMemory;
@@ -66,7 +66,7 @@ struct BenchReport {
 
 void PrintBenchReport(std::ostream& out, const BenchReport& report);
 
-// The same as a JSON object, and also the machine and enough quantiles to draw the distribution.
+// Returns the report as a JSON object, which also has the machine and enough quantiles to draw the distribution.
 Json BenchReportJson(const BenchReport& report);
 
 }  // namespace Orvane::Cli

@@ -9,7 +9,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// A percentile is the smallest measurement that enough of them do not exceed.
+// A percentile P is the smallest measurement that at least P % of the measurements do not exceed.
 TEST(BenchReportTest, EveryFigureStandsInItsPlace) {
     BenchReport report;
     report.host = "host";

@@ -42,14 +42,15 @@ std::string NameOf(orvane::LoadStep step) {
     }
 }
 
-// The end of a long path, at most `longest` bytes and three dots. A line that the terminal breaks cannot be removed.
+// Returns the end of a long path: three dots and at most `longest` bytes. The program cannot remove a line that the
+// terminal has wrapped.
 std::string Short(const std::string& path, std::size_t longest) {
     if (path.size() <= longest) {
         return path;
     }
     std::size_t begin = path.size() - longest;
     while (begin < path.size() && (static_cast<unsigned char>(path[begin]) & 0xc0) == 0x80) {
-        ++begin;  // not within a letter
+        ++begin;  // does not split a letter
     }
     return std::string(kDots) + path.substr(begin);
 }

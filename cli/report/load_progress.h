@@ -11,11 +11,11 @@
 
 namespace Orvane::Cli {
 
-// Once a load has taken half a second, shows on a terminal its step and the time so far. The destructor removes the
+// Shows on a terminal the step of a load and the time so far, after the first half second. The destructor removes the
 // line.
 class LoadProgress {
  public:
-    // Shows nothing unless `err` is the standard error and a terminal. `what` is what is loaded.
+    // Shows nothing unless `err` is the standard error and a terminal. `what` is the path of the model.
     LoadProgress(const std::string& what, std::ostream& err);
     ~LoadProgress();
     LoadProgress(const LoadProgress&) = delete;

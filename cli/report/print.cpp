@@ -5,7 +5,7 @@
 namespace Orvane::Cli {
 namespace {
 
-// Letters, not bytes, of a UTF-8 text.
+// Returns the number of letters of a UTF-8 text.
 std::size_t Width(const std::string& text) {
     return static_cast<std::size_t>(
         std::count_if(text.begin(), text.end(), [](unsigned char byte) { return (byte & 0xc0) != 0x80; }));

@@ -9,16 +9,16 @@
 
 namespace Orvane::Cli {
 
-// Prints each row on a line, its cells in columns two blanks apart. All rows have as many cells.
+// Prints each row on a line. Two blanks separate the columns. All rows have the same number of cells.
 void PrintTable(std::ostream& out, const std::vector<std::vector<std::string>>& rows);
 
-// Members keep the order in which they were added.
+// Keeps the order of its members.
 using Json = nlohmann::ordered_json;
 
-// What `info` and `run` both say of a tensor; a dynamic dimension is -1.
+// Returns the description of a tensor in `info` and `run`; a dynamic dimension is -1.
 Json TensorJson(const orvane::Tensor& tensor);
 
-// Prints one object on one line; bytes of a name that are not UTF-8 are replaced.
+// Prints one object on one line. Replaces bytes of a name that are not UTF-8.
 void PrintJson(std::ostream& out, const Json& object);
 
 }  // namespace Orvane::Cli

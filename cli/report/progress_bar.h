@@ -6,7 +6,7 @@
 
 namespace Orvane::Cli {
 
-// Once some work has taken half a second, shows on a terminal how much of it is done. The destructor removes the bar.
+// Shows on a terminal how much work is done, after the first half second. The destructor removes the bar.
 class ProgressBar {
  public:
     // Shows nothing unless `err` is the standard error and a terminal.
@@ -15,11 +15,11 @@ class ProgressBar {
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    // In any unit; `whole` is 0 if it is not known. Cheap enough to be called millions of times.
+    // Takes any unit; `whole` is 0 if it is unknown. Cheap enough for millions of calls.
     void Show(double done, double whole);
 
  private:
-    std::ostream* terminal;  // null for none
+    std::ostream* terminal;  // can be null
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     int shownPercent = -1;
     std::size_t shownWidth = 0;

@@ -28,7 +28,7 @@ std::string Text(const Number& number) {
     return integer != nullptr ? std::to_string(*integer) : Text(std::get<double>(number));
 }
 
-// JSON has no infinities; they become texts.
+// JSON has no infinities and no NaN, so these become texts.
 Json ToJson(double value) {
     return std::isfinite(value) ? Json(value) : Json(Text(value));
 }
@@ -63,7 +63,7 @@ void AddSummary(const Transfer& transfer, Json& entry) {
     entry["nan_count"] = summary.notNumbers;
 }
 
-// The label of an element, by its place in the last dimension; none where the labels are not for this output.
+// Returns the label of an element by its place in the last dimension; no value if the labels do not fit this output.
 std::optional<std::string> LabelOf(const TopOptions& top, const orvane::Tensor& tensor, uint64_t index) {
     const bool hasLabels =
         !tensor.shape.empty() && !top.labels.empty() && static_cast<uint64_t>(tensor.shape.back()) == top.labels.size();
@@ -94,12 +94,12 @@ Json TopJson(const Transfer& transfer, const TopOptions& top) {
     return list;
 }
 
-// Outputs go to files either all that were asked for, or none at all.
+// Either all selected outputs have files, or no output has a file.
 bool WroteFiles(const RunReport& report) {
     return !report.transfers.empty() && report.transfers.front().path;
 }
 
-// The outputs that a summary leaves out, because their data cannot be copied.
+// Returns the outputs whose data cannot be copied: they are not in the summary.
 std::vector<const orvane::Tensor*> LeftOut(const RunReport& report) {
     std::vector<const orvane::Tensor*> leftOut;
     for (const orvane::Tensor& output : report.outputs) {

@@ -9,28 +9,28 @@
 
 namespace Orvane::Cli {
 
-// The largest elements are told of each output, with their names where there are any.
+// Selects the report of the largest elements of each output, with their labels.
 struct TopOptions {
-    std::size_t count = 0;  // 0 for a summary instead
+    std::size_t count = 0;  // 0: a summary instead
     std::vector<std::string> labels;
 };
 
-// Throws `Failure` when there are labels and no output has as many elements in its last dimension.
+// Throws `Failure` if there are labels and the last dimension of no output has their number.
 void CheckLabels(const TopOptions& top, const std::vector<orvane::Tensor>& outputs);
 
-// What `orvane run` tells when it is done.
+// The result of `orvane run`.
 struct RunReport {
-    const std::vector<orvane::Tensor>& outputs;  // all of the model's
-    const std::vector<Transfer>& transfers;      // those that were copied out
+    const std::vector<orvane::Tensor>& outputs;  // all outputs of the model
+    const std::vector<Transfer>& transfers;      // the outputs that were copied
     uint32_t repeat = 1;
-    double milliseconds = 0;  // for all repeats together
+    double milliseconds = 0;  // of all repeats together
     TopOptions top;
 };
 
-// A line for each output that went to no file, and one for the time when there was a repeat.
+// Prints a line for each output that was not written to a file, and a line with the time if there was a repeat.
 void PrintReport(std::ostream& out, const RunReport& report);
 
-// The same as one JSON object; outputs that went to files are listed with these.
+// Prints the same as one JSON object, which also lists the outputs in files.
 void PrintJsonReport(std::ostream& out, const RunReport& report);
 
 }  // namespace Orvane::Cli

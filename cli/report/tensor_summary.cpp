@@ -43,7 +43,7 @@ Stored ElementAt(const std::vector<uint8_t>& bytes, std::size_t index) {
     return stored;
 }
 
-// `Stored` is how an element lies in memory; `widen` makes an int64_t or a double of it.
+// `Stored` is the type of an element in memory; `widen` converts it to an int64_t or a double.
 template <typename Stored, typename Value>
 TensorSummary SummariseAs(const std::vector<uint8_t>& bytes, Value (*widen)(Stored)) {
     TensorSummary summary;
@@ -96,7 +96,7 @@ std::vector<RankedElement> RankAs(const std::vector<uint8_t>& bytes, std::size_t
     return ranked;
 }
 
-// Calls `work` with what makes a number of an element of this type.
+// Calls `work` with the function that converts an element of this type to a number.
 template <typename Work>
 auto WithWidening(orvane::ElementType type, Work work) {
     switch (type) {

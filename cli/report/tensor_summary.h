@@ -9,17 +9,16 @@
 
 namespace Orvane::Cli {
 
-// Integers and booleans as int64_t, all kinds of float as double.
+// An integer or a boolean is an int64_t, and a float of any size is a double.
 using Number = std::variant<int64_t, double>;
 
-// What one looks at first in an output. Elements that are not a number count in `notNumbers` only; without any
-// other element there is no minimum, maximum or mean.
+// A summary of an output. NaNs count in `notNumbers` only. If all elements are NaNs, there is no range.
 struct TensorSummary {
     struct Range {
         Number minimum;
         Number maximum;
         double mean;
-        uint64_t indexOfMaximum;  // of the first one, counted through all dimensions
+        uint64_t indexOfMaximum;  // of the first maximum, counted through all dimensions
     };
     std::optional<Range> range;
     uint64_t notNumbers = 0;
@@ -33,7 +32,8 @@ struct RankedElement {
     Number value;
 };
 
-// The largest elements, the largest first, of equal ones the first; fewer than `count` when there are fewer numbers.
+// Returns the largest elements in descending order; equal elements keep their order. Returns fewer than `count` if
+// there are fewer numbers.
 std::vector<RankedElement> Largest(orvane::ElementType type, const std::vector<uint8_t>& bytes, std::size_t count);
 
 }  // namespace Orvane::Cli

@@ -27,7 +27,7 @@ TEST(TensorSummary, CoversEveryElementTypeAndCountsNaNs) {
     EXPECT_EQ(SummaryOf<float>(orvane::ElementType::Float32, {-3, -1}), "-3 -1 -2 at 1; 0");
     EXPECT_EQ(SummaryOf<float>(orvane::ElementType::Float32, {NAN}), "; 1");
     EXPECT_EQ(SummaryOf<double>(orvane::ElementType::Float64, {-1e300}), "-1e+300 -1e+300 -1e+300 at 0; 0");
-    // Halves: 1.5 and -2; the largest and the smallest one above zero; NaN and minus infinity.
+    // Half-precision numbers: 1.5 and -2; the largest, and the smallest above zero; NaN and minus infinity.
     EXPECT_EQ(SummaryOf<uint16_t>(orvane::ElementType::Float16, {0x3e00, 0xc000}), "-2 1.5 -0.25 at 0; 0");
     EXPECT_EQ(SummaryOf<uint16_t>(orvane::ElementType::Float16, {0x7bff, 0x0001}), "5.96046e-08 65504 32752 at 0; 0");
     EXPECT_EQ(SummaryOf<uint16_t>(orvane::ElementType::Float16, {0x7e00, 0xfc00}), "-inf -inf -inf at 1; 1");
