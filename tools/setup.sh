@@ -2,7 +2,8 @@
 # Installs and fetches the dependencies of the chores.
 #: setup [WHAT ...]    install missing Debian packages, and fetch OpenVINO and the test material
 #:                     into .deps/; WHAT adds what some chores need (they also fetch it themselves):
-#:                     windows, ocr, python, wheel, docs, bench, package, models, lint, mutate
+#:                     windows, ocr, python, wheel, dotnet, docs, bench, package, models, test, format,
+#:                     lint, coverage, mutate
 
 buildPackages=(
     g++ cmake ninja-build ccache                  # build
