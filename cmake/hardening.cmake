@@ -1,6 +1,6 @@
 # Options of a release build for Linux that make a fault harder to exploit: stack guards, checked copies where the compiler
 # knows the size, and function addresses that are resolved at the start and then read-only. MinGW always does the third.
-# The first two would need another library beside each program, so builds with MinGW leave them out.
+# With MinGW the first two need another library beside each program, so builds with MinGW do not use them.
 if(NOT WIN32)
     add_compile_options($<$<CONFIG:Release>:-fstack-protector-strong>)
     add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)

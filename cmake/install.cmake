@@ -11,7 +11,7 @@ install(TARGETS orvane_c orvane_client_c EXPORT OrvaneCTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS orvane_cli orvane_host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-if(WIN32)  # where a program finds libraries beside itself only
+if(WIN32)  # a program finds only libraries beside it
     install(PROGRAMS ${orvaneRuntimeFiles} DESTINATION ${CMAKE_INSTALL_BINDIR})
 elseif(ORVANE_PACKAGE)
     install(PROGRAMS ${orvaneRuntimeFiles} DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -25,7 +25,7 @@ if(NOT WIN32)
 endif()
 
 if(ORVANE_PACKAGE)
-    # The libraries of the unpacked folder suffice for linking.
+    # To link, a program needs only the libraries of the unpacked folder.
     get_target_property(runtimeLibrary ${openvinoTarget} LOCATION)
     cmake_path(GET runtimeLibrary FILENAME runtimeName)
     set(runtimePlace "IMPORTED_LOCATION \${PACKAGE_PREFIX_DIR}/lib/${runtimeName}")
@@ -38,7 +38,7 @@ if(ORVANE_PACKAGE)
         set_target_properties(${openvinoTarget} PROPERTIES ${runtimePlace})
     endif()")
 else()
-    # The consumer's -DOpenVINO_DIR=... wins.
+    # The consumer's -DOpenVINO_DIR=... has priority.
     set(findOpenvino "find_dependency(OpenVINO ${OpenVINO_VERSION} COMPONENTS Runtime HINTS \"${OpenVINO_DIR}\")")
 endif()
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/Orvane)

@@ -29,6 +29,6 @@ elseif(ORVANE_PACKAGE)
 else()
     # An installed program still finds the libraries that it links.
     set(CMAKE_INSTALL_RPATH $ORIGIN $ORIGIN/../lib ${orvaneRuntimeFolder})
-    # Set at build time: CMake would reserve room for a longer path by empty elements, which mean the current folder.
+    # Set at build time. Otherwise CMake reserves room for a longer path with empty elements, which mean the current folder.
     set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 endif()

@@ -1,6 +1,6 @@
 if(BUILD_TESTING)
     if(CMAKE_CROSSCOMPILING)
-        # For other systems Debian only has GoogleTest's sources.
+        # For other systems, Debian has only the sources of GoogleTest.
         set(INSTALL_GTEST OFF)
         add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
     else()
@@ -8,8 +8,8 @@ if(BUILD_TESTING)
     endif()
     include(GoogleTest)
 
-    # For programs that start the runtime. Keeps one of its libraries loaded until the leak check, which can then match its
-    # name (lsan.supp).
+    # For programs that start the runtime. Keeps one of its libraries loaded until the leak check, so that lsan.supp can
+    # name it.
     add_library(orvane_kept_runtime INTERFACE)
     if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=address")
         find_package(OpenVINO REQUIRED COMPONENTS TensorFlow HINTS ${OpenVINO_DIR})
@@ -36,7 +36,7 @@ function(orvane_test name)
         add_dependencies(${name} ${TEST_PROGRAMS})
     endif()
     orvane_warnings(${name})
-    # GoogleTest's macros take twice as long to optimise as to compile. The C library's checks in a release need -O1.
+    # To optimise GoogleTest's macros takes twice as long as to compile them. The C library's checks in a release need -O1.
     if(NOT MSVC)
         target_compile_options(${name} PRIVATE $<IF:$<CONFIG:Release>,-O1,-O0>)
     endif()

@@ -15,7 +15,7 @@ namespace Orvane
         /// <summary>The name of the processor or card. It can be empty.</summary>
         public string FullName { get; }
 
-        /// <summary>Both names.</summary>
+        /// <summary>Returns both names.</summary>
         public override string ToString()
         {
             return $"{Name} {FullName}";

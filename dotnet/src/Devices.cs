@@ -7,7 +7,7 @@ namespace Orvane
     /// <summary>The devices of this machine that can run models.</summary>
     public static class Devices
     {
-        /// <summary>All devices. Each use asks OpenVINO anew, which can take a second. May be used from any thread.</summary>
+        /// <summary>All devices. Each use asks OpenVINO again, which can take a second. Thread-safe.</summary>
         /// <exception cref="OrvaneException">OpenVINO failed.</exception>
         public static IReadOnlyList<Device> All
         {

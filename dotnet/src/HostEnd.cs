@@ -3,7 +3,7 @@ namespace Orvane
     /// <summary>How a host process ended.</summary>
     public enum HostEnd
     {
-        /// <summary>It exited by itself. On Windows a crash is an exit too.</summary>
+        /// <summary>It exited. On Windows a crash is an exit too.</summary>
         Exit = 1,
 
         /// <summary>A signal ended it: it crashed or was killed (Linux).</summary>
@@ -16,10 +16,10 @@ namespace Orvane
         /// <summary>A call took longer than its time limit.</summary>
         TimeLimit = 4,
 
-        /// <summary>It sent a reply that makes no sense, and was ended.</summary>
+        /// <summary>It sent an invalid reply, and was ended.</summary>
         BadReply = 5,
 
-        /// <summary>The system does not say.</summary>
+        /// <summary>The system does not say how it ended.</summary>
         Unknown = 6
     }
 }

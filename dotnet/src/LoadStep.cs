@@ -1,6 +1,6 @@
 namespace Orvane
 {
-    /// <summary>What a model that is being loaded is doing.</summary>
+    /// <summary>A step of a load.</summary>
     public enum LoadStep
     {
         /// <summary>The model file is being read.</summary>

@@ -34,7 +34,7 @@ namespace Orvane
         /// <param name="options">How to run it; null for the CPU, in this process.</param>
         /// <exception cref="OrvaneException">The model cannot be loaded. The message says why.</exception>
         /// <exception cref="ArgumentException">An option is wrong.</exception>
-        /// <exception cref="OperationCanceledException"><see cref="ModelOptions.Progress"/> gave up.</exception>
+        /// <exception cref="OperationCanceledException"><see cref="ModelOptions.Progress"/> cancelled the load.</exception>
         /// <exception cref="DllNotFoundException">The native library or one that it needs is missing.</exception>
         /// <exception cref="PlatformNotSupportedException">This is no x64 process.</exception>
         public Model(string path, ModelOptions options = null) : this(path, options, CancellationToken.None)
@@ -145,10 +145,10 @@ namespace Orvane
             return GetOutput<T>(IndexOf(Outputs, "output", name));
         }
 
-        /// <summary>Copies an output of the last run into your array. For an output with dynamic dimensions the array must
-        /// have exactly the size that the run gave it.</summary>
+        /// <summary>Copies an output of the last run into your array. If the output has dynamic dimensions, the run
+        /// determines its size, and the array must have exactly this size.</summary>
         /// <param name="index">The index in <see cref="Outputs"/>.</param>
-        /// <param name="destination">Gets all elements, in row-major order.</param>
+        /// <param name="destination">Receives all elements, in row-major order.</param>
         /// <exception cref="ArgumentException">There is no such output, or its elements have another type or number.
         /// </exception>
         public void GetOutput<T>(int index, T[] destination) where T : struct
@@ -178,8 +178,8 @@ namespace Orvane
             GetOutput(IndexOf(Outputs, "output", name), destination);
         }
 
-        /// <summary>Gives an input with dynamic dimensions its shape, in this process only and before the first
-        /// <see cref="SetInput{T}(int, T[])"/>. For a host process write a model with fixed shapes: see
+        /// <summary>Sets the shape of an input with dynamic dimensions, in this process only and before the first
+        /// <see cref="SetInput{T}(int, T[])"/>. For a host process, write a model with fixed shapes:
         /// <see cref="ModelFile.Reshape"/>.</summary>
         /// <param name="index">The index in <see cref="Inputs"/>.</param>
         /// <param name="shape">As many dimensions as the input has, each at least 1.</param>
@@ -196,10 +196,10 @@ namespace Orvane
             }
         }
 
-        /// <summary>Runs the model on the data that was set last, and waits until it has run.</summary>
+        /// <summary>Runs the model on the latest data, and waits for its end.</summary>
         /// <param name="cancellationToken">Cancelling ends the host process within about 0.2 s; the next call then throws
-        /// a <see cref="HostEndedException"/>. A run in this process cannot be ended; it is not started if the token is
-        /// cancelled already.</param>
+        /// a <see cref="HostEndedException"/>. A run in this process cannot be ended, but it does not start if the token
+        /// is already cancelled.</param>
         /// <exception cref="OperationCanceledException">The token was cancelled.</exception>
         public void Run(CancellationToken cancellationToken = default(CancellationToken))
         {
@@ -215,14 +215,14 @@ namespace Orvane
                 await Task.Run(() => Check(NativeMethods.orvane_run(handle)), cancellationToken).ConfigureAwait(false);
         }
 
-        /// <summary>Loads the model again with the same options, in a new host process if it has one. Set the inputs and
-        /// shapes again afterwards.</summary>
+        /// <summary>Loads the model again with the same options, in a new host process if it had a host process. Set the
+        /// inputs and shapes again afterwards.</summary>
         /// <param name="cancellationToken">Cancelling ends the host process; in this process a load stops at its next
         /// step.</param>
         /// <exception cref="OrvaneException">The model cannot be loaded. With a host process the model stays ended,
         /// otherwise it is as before.</exception>
-        /// <exception cref="OperationCanceledException">The token was cancelled, or <see cref="ModelOptions.Progress"/> gave
-        /// up.</exception>
+        /// <exception cref="OperationCanceledException">The token was cancelled, or <see cref="ModelOptions.Progress"/>
+        /// cancelled the load.</exception>
         public void Restart(CancellationToken cancellationToken = default(CancellationToken))
         {
             using (Enter(cancellationToken))
@@ -248,7 +248,7 @@ namespace Orvane
         }
 
         /// <summary>Ends the host process and frees the model. May be called more than once and from any thread: a run in the
-        /// host process then throws a <see cref="HostEndedException"/>, and one in this process ends first.</summary>
+        /// host process then throws a <see cref="HostEndedException"/>, and a run in this process finishes first.</summary>
         public void Dispose()
         {
             if (handle.IsClosed)

@@ -5,7 +5,7 @@ using Orvane.Native;
 
 namespace Orvane
 {
-    /// <summary>Works on model files. All methods may be called from any thread.</summary>
+    /// <summary>Functions for model files. All methods are thread-safe.</summary>
     public static class ModelFile
     {
         /// <summary>Encrypts a model file, for <see cref="ModelOptions.Key"/>.</summary>
@@ -13,10 +13,10 @@ namespace Orvane
         /// <param name="target">The encrypted file. It can be <paramref name="source"/>. It appears whole or not at all.
         /// </param>
         /// <param name="key">1 to 4 bytes.</param>
-        /// <param name="pad">A file whose last 4 MiB piece has 1 to 15 bytes would not come back whole, and is refused.
-        /// With true it is filled up with blanks or zeros, which a reader of models skips.</param>
-        /// <param name="progress">Gets how much is done, from 0 to 1.</param>
-        /// <param name="cancellationToken">Cancelling leaves no target file.</param>
+        /// <param name="pad">The cipher cannot restore a file whose last 4 MiB piece has 1 to 15 bytes, and refuses it. With
+        /// true the piece is padded with blanks or zeros, which readers of models skip.</param>
+        /// <param name="progress">Receives the finished share, from 0 to 1.</param>
+        /// <param name="cancellationToken">If you cancel it, no target file is written.</param>
         /// <exception cref="OrvaneException">A file cannot be read or written, or the file is refused.</exception>
         /// <exception cref="ArgumentException">The key does not have 1 to 4 bytes.</exception>
         /// <exception cref="OperationCanceledException">The token was cancelled.</exception>
@@ -31,9 +31,9 @@ namespace Orvane
         /// <summary>Decrypts a model file.</summary>
         /// <param name="source">The encrypted file.</param>
         /// <param name="target">The plain file. It can be <paramref name="source"/>. It appears whole or not at all.</param>
-        /// <param name="key">The 1 to 4 bytes that it was encrypted with.</param>
-        /// <param name="progress">Gets how much is done, from 0 to 1.</param>
-        /// <param name="cancellationToken">Cancelling leaves no target file.</param>
+        /// <param name="key">The key of the encryption, 1 to 4 bytes.</param>
+        /// <param name="progress">Receives the finished share, from 0 to 1.</param>
+        /// <param name="cancellationToken">If you cancel it, no target file is written.</param>
         /// <exception cref="OrvaneException">A file cannot be read or written.</exception>
         /// <exception cref="ArgumentException">The key does not have 1 to 4 bytes.</exception>
         /// <exception cref="OperationCanceledException">The token was cancelled.</exception>
@@ -45,7 +45,7 @@ namespace Orvane
         }
 
         /// <summary>Reads the inputs and outputs of a model file without compiling it. Their <see cref="Tensor.ByteSize"/> and
-        /// <see cref="Tensor.Problem"/> are those in this process.</summary>
+        /// <see cref="Tensor.Problem"/> are those of a model in this process.</summary>
         /// <param name="path">The model file, not encrypted.</param>
         /// <exception cref="OrvaneException">The file cannot be read.</exception>
         public static ModelDescription Describe(string path)
@@ -74,7 +74,7 @@ namespace Orvane
         /// <param name="source">The model file.</param>
         /// <param name="target">The new file. Its name ends in .xml. A .bin with the weights appears beside it.</param>
         /// <param name="shapes">Shapes by the names of inputs, each dimension at least 1. Every input with dynamic dimensions
-        /// needs one.</param>
+        /// needs a shape.</param>
         /// <exception cref="OrvaneException">A file cannot be read or written, or the model does not take a shape.
         /// </exception>
         /// <exception cref="ArgumentException">There is no such input, or a shape is wrong.</exception>

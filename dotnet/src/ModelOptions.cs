@@ -38,8 +38,8 @@ namespace Orvane
 
         /// <summary>
         /// Called at each step of loading, on the thread that loads, and about five times a second while a host process
-        /// loads. Return false to give up: the load then throws an <see cref="OperationCanceledException"/>. An exception
-        /// that it throws gives up too and leaves the constructor.
+        /// loads. Return false to cancel: the load then throws an <see cref="OperationCanceledException"/>. If it throws an
+        /// exception, the load is cancelled too, and the constructor throws that exception.
         /// </summary>
         public Func<LoadStep, bool> Progress { get; set; }
 

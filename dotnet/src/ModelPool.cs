@@ -7,7 +7,7 @@ namespace Orvane
 {
     /// <summary>
     /// Several copies of one model, each in a separate host process, for work from many threads. If a host process ends,
-    /// the pool starts a new one and tries the work again. All methods may be called from any thread.
+    /// the pool starts a new one and tries the work again. All methods are thread-safe.
     /// </summary>
     public sealed class ModelPool : IDisposable
     {
@@ -18,11 +18,11 @@ namespace Orvane
 
         /// <summary>Loads the copies, all at once.</summary>
         /// <param name="path">The model file.</param>
-        /// <param name="size">How many copies, and so how much work at the same time: at least 1.</param>
+        /// <param name="size">The number of copies, at least 1. So much work can run at the same time.</param>
         /// <param name="options">How to run them; null for the CPU. The models run in host processes even if
         /// <see cref="ModelOptions.Host"/> is false. <see cref="ModelOptions.Progress"/> is called by several threads at
         /// once.</param>
-        /// <exception cref="OrvaneException">The model cannot be loaded. No host process stays.</exception>
+        /// <exception cref="OrvaneException">The model cannot be loaded. No host process is left.</exception>
         public ModelPool(string path, int size, ModelOptions options = null)
             : this(LoadAll(path, size, options, CancellationToken.None).GetAwaiter().GetResult())
         {
@@ -35,10 +35,10 @@ namespace Orvane
             turns = new SemaphoreSlim(models.Length);
         }
 
-        /// <summary>How many copies there are.</summary>
+        /// <summary>The number of copies.</summary>
         public int Size => models.Length;
 
-        /// <summary>How often work is tried again after its host process ended. 1 unless set.</summary>
+        /// <summary>How often work is tried again after its host process ended. The default is 1.</summary>
         public int Retries { get; set; } = 1;
 
         /// <summary>Loads the copies on other threads, as <see cref="ModelPool(string, int, ModelOptions)"/>.</summary>
@@ -50,11 +50,11 @@ namespace Orvane
 
         /// <summary>
         /// Waits for a free copy, and runs your work with it on another thread. The work sets all inputs, runs the model and
-        /// returns what it wants of the outputs. It can run more than once: see <see cref="Retries"/>.
+        /// returns a result from the outputs. It can run more than once: see <see cref="Retries"/>.
         /// </summary>
-        /// <param name="work">Uses the model until it returns, and not later.</param>
+        /// <param name="work">Uses the model only until it returns.</param>
         /// <param name="cancellationToken">Cancelling ends the wait, or the host process that the work runs in.</param>
-        /// <returns>What the work returned.</returns>
+        /// <returns>The result of the work.</returns>
         /// <exception cref="HostEndedException">The host process ended at every try.</exception>
         /// <exception cref="OperationCanceledException">The token was cancelled.</exception>
         /// <exception cref="ObjectDisposedException">The pool was disposed of.</exception>
@@ -77,7 +77,7 @@ namespace Orvane
             }
         }
 
-        /// <summary>Ends all host processes. Work that is running or waiting fails.</summary>
+        /// <summary>Ends all host processes. Running and waiting work fails.</summary>
         public void Dispose()
         {
             isDisposed = true;

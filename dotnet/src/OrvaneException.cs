@@ -11,7 +11,7 @@ namespace Orvane
             SystemError = systemError;
         }
 
-        /// <summary>What kind of failure it is.</summary>
+        /// <summary>The kind of failure.</summary>
         public Reason Reason { get; }
 
         /// <summary>The operating system's error number (<c>GetLastError</c> on Windows, <c>errno</c> on Linux), or

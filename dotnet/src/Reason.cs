@@ -1,9 +1,9 @@
 namespace Orvane
 {
-    /// <summary>What kind of failure an <see cref="OrvaneException"/> is.</summary>
+    /// <summary>The kind of failure of an <see cref="OrvaneException"/>.</summary>
     public enum Reason
     {
-        /// <summary>It cannot be done with this model, these files or these options. The message says what to
+        /// <summary>This model, these files or these options do not allow it. The message says what to
         /// change.</summary>
         Refused = 1,
 
@@ -17,7 +17,7 @@ namespace Orvane
         /// number.</summary>
         System = 5,
 
-        /// <summary>OpenVINO failed. The message is its own.</summary>
+        /// <summary>OpenVINO failed. The message is from OpenVINO.</summary>
         Runtime = 6
     }
 }

@@ -32,10 +32,10 @@ namespace Orvane
         /// <summary>Bytes of all elements. 0 if the tensor cannot be copied: <see cref="Problem"/> says why.</summary>
         public long ByteSize { get; }
 
-        /// <summary>Null, or why the tensor cannot be copied and what to do.</summary>
+        /// <summary>Why the tensor cannot be copied and what to do; null if it can.</summary>
         public string Problem { get; }
 
-        /// <summary>The name, the element type and the shape, as in <c>x Float32 [1, 3, 224, 224]</c>.</summary>
+        /// <summary>Returns the name, the element type and the shape, as in <c>x Float32 [1, 3, 224, 224]</c>.</summary>
         public override string ToString()
         {
             return $"{Name} {ElementType} [{string.Join(", ", Shape)}]";

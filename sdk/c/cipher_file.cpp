@@ -32,7 +32,7 @@ void Transform(const std::string& in, const std::string& out, const FileProgress
     });
 }
 
-// The runtime reads an encrypted model as a description and weights in memory, which other formats do not have.
+// The runtime reads an encrypted model from memory, as a description and weights. Other formats do not allow this.
 void RefuseOtherFormats(const std::string& path) {
     std::string ending = Platform::Utf8FromPath(Platform::PathFromUtf8(path).extension());
     std::transform(ending.begin(), ending.end(), ending.begin(), [](char letter) {

@@ -17,7 +17,7 @@ namespace Orvane::C {
 namespace {
 
 orvane_error* NoMemory() noexcept {
-    static orvane_error error{ORVANE_NO_MEMORY, 0, "no memory left"};  // a text this short allocates nothing
+    static orvane_error error{ORVANE_NO_MEMORY, 0, "no memory left"};  // such a short text allocates nothing
     return &error;
 }
 
@@ -25,7 +25,7 @@ orvane_error* MakeError(int32_t reason, int32_t system, const char* message, int
     return new orvane_error{reason, system, AsUtf8(message), hostEnd};
 }
 
-// What a fixed text means and what to do; null for other texts.
+// Returns what a fixed text means and what to do; null for other texts.
 const char* ExplanationOf(std::string_view text) {
     static constexpr std::pair<std::string_view, const char*> kExplanations[] = {
         {"模型参数错误", "the model cannot be loaded: name a model file, or a cache file that exists"},
@@ -44,7 +44,7 @@ const char* ExplanationOf(std::string_view text) {
     return nullptr;
 }
 
-// What ran out when the runtime, in this process or in a host, failed with this text; null for other failures.
+// A shortage that makes the runtime fail with a text, in this process or in a host process.
 struct Shortage {
     std::string_view sign;  // a part of the text
     int32_t reason;
@@ -71,7 +71,7 @@ const Shortage* ShortageOf(std::string_view text) {
     return nullptr;
 }
 
-// An explanation, followed by the fixed text that it explains.
+// Returns an explanation, then the fixed text in parentheses.
 std::string Explained(const std::string& explanation, const std::string& fixedText) {
     return explanation + " (" + fixedText + ")";
 }
@@ -107,7 +107,7 @@ int32_t CauseOf(const HostEnd& end) {
     }
 }
 
-// What may have ended a host like this.
+// Returns a likely reason for the end of a host process.
 const char* MeaningOf(const HostEnd& end) {
     // Only Linux has signals, and only Windows has large exit values.
     static constexpr std::tuple<HostEndCause, uint32_t, const char*> kMeanings[] = {

@@ -18,7 +18,7 @@ struct orvane_error {
 
 namespace Orvane::C {
 
-// An error inside this layer; `CaughtError` makes an `orvane_error` of it.
+// An error inside this layer; `CaughtError` converts it to an `orvane_error`.
 class Failure : public std::runtime_error {
  public:
     Failure(int32_t whichReason, const std::string& text, int32_t systemError = 0, int32_t howHostEnded = 0)
@@ -42,18 +42,18 @@ inline Failure Refused(const std::string& text) {
     return {ORVANE_REFUSED, text};
 }
 
-// The failure for a status of the SDK's classes: what was wrong and what to do in English. A fixed text of the classes
-// that does not say so follows in parentheses.
+// Returns the failure for a status of the SDK's classes, which says in English what was wrong and what to do. A fixed
+// text of the classes follows in parentheses if it does not say this.
 Failure FailureOf(const Status& status);
 
-// The failure for a host program that the system did not start: why, and what to do.
+// Returns the failure for a host program that the system did not start: why, and what to do.
 Failure HostStartFailure(const std::string& program, const Status& status);
 
-// The failure for a host process that ended like this, before or after its model was loaded: how it ended, and what to
+// Returns the failure for a host process that has ended, before or after it loaded its model: how it ended, and what to
 // do.
 Failure HostEndedFailure(const HostEnd& end, bool isLoaded);
 
-// Makes an error of the exception that is being handled. Without memory for it, returns a static error.
+// Converts the current exception to an error. If there is no memory for it, returns a static error.
 orvane_error* CaughtError() noexcept;
 void FreeError(orvane_error* error) noexcept;
 

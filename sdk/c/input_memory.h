@@ -9,20 +9,21 @@
 
 namespace Orvane::C {
 
-// The memory to which an application writes the data of inputs. Only one input's memory is valid at a time: with a host
-// process all inputs share the same memory.
+// The memory into which an application writes the data of inputs. Only one input's memory is valid at a time, because
+// with a host process all inputs share the same memory.
 class InputMemory {
  public:
-    // Keeps the memory of an input, releases its earlier memory, and returns the address.
+    // Stores the memory of an input, releases its earlier memory, and returns the address.
     void* Lend(const Port& input, std::shared_ptr<void> memory);
 
     // Whether `data` is the address of the valid memory.
     bool IsValid(const void* data) const;
 
-    // Invalid memory is refused as data, but not freed: an application may still write to it.
+    // Invalid memory is refused as data, but not freed, because an application may still write to it.
     void Invalidate() { valid.reset(); }
 
-    // Throw for data in invalid memory or in that of another input, and for an output that would overwrite such memory.
+    // These throw for data in invalid memory or in the memory of another input, and for an output that would overwrite
+    // such memory.
     void CheckSource(const Port& input, const void* data) const;
     void CheckTarget(const Port& output, const void* data, uint64_t bytes) const;
 

@@ -15,7 +15,7 @@ namespace Orvane::C {
 
 namespace {
 
-// Reads the cache before it renames it: the SDK does not report a failed write, not even of the last bytes.
+// Reads the cache before the rename, because the SDK does not report a failed write.
 void PlaceCache(const std::filesystem::path& made, const std::filesystem::path& place, LoadRequest request) {
     request.params.openvinoMakeCache = false;
     Interpreter reader;

@@ -11,7 +11,7 @@ namespace Orvane::C {
 
 namespace {
 
-// More than any model has. A host that claims more lies.
+// No model has so many. If a host process claims more, its reply is invalid.
 constexpr int32_t kMostTensors = 65'536;
 constexpr uint64_t kMostDescriptionBytes = 64'000'000;
 constexpr size_t kMostNames = 10;
@@ -20,7 +20,7 @@ Failure BadReply(bool isLoaded) {
     return HostEndedFailure({HostEndCauseBadReply, 0, "it sent what cannot be a reply"}, isLoaded);
 }
 
-// The index and name of each tensor, for a message: `0 "x", 1 "y"`.
+// Returns the index and name of each tensor, for a message: `0 "x", 1 "y"`.
 std::string Names(const std::vector<Port>& side) {
     std::string text;
     for (size_t i = 0; i < side.size() && i < kMostNames; ++i) {
@@ -34,7 +34,7 @@ std::string Names(const std::vector<Port>& side) {
 Model::Call::Call(Model& which, uint32_t milliseconds, bool hasProgress)
     : model(which), watch(milliseconds, hasProgress ? Progress : nullptr, &which) {
     if (model.inCall && !model.inCall->IsThisProcess() && model.IsRemote()) {
-        // The parent's thread may have left the model half changed. A restart renews it.
+        // A thread of the parent may have changed a part of the model. A restart loads it again.
         model.end = HostEndedFailure(model.interpreter.GetHostEnd(), true);
     } else if (model.inCall) {
         throw BadArgument(
@@ -169,11 +169,11 @@ Model::Ports Model::Load(Interpreter& target) {
     Ports described;
     described.inputs = Describe(target, TensorTypeInput, budget);
     described.outputs = Describe(target, TensorTypeOutput, budget);
-    RequireLivingHost(target);  // a dead host looks like one without tensors
+    RequireLivingHost(target);  // a model without tensors looks the same as an ended host process
     return described;
 }
 
-// Throws if an operation without a status has found the host dead.
+// Throws if the host process ended during an operation without a status.
 void Model::RequireLivingHost(const Interpreter& asked) const {
     if (const HostEnd ended = asked.GetHostEnd(); ended.cause != HostEndCauseNone) {
         throw HostEndedFailure(ended, isLoaded);
@@ -190,7 +190,7 @@ std::vector<Port> Model::Describe(Interpreter& target, TensorType side, uint64_t
         const auto index = static_cast<uint32_t>(i);
         TensorHandle handle = target.GetTensor(side, index);
         if (handle == nullptr) {
-            break;  // the host has ended, or claims now that it has no tensors
+            break;  // the host process has ended, or now claims that it has no tensors
         }
         described.emplace_back(std::move(handle), side, index, IsRemote());
         const Port& port = described.back();

@@ -17,18 +17,18 @@
 
 namespace Orvane::C {
 
-// A loaded model over the SDK's classes. It checks all arguments that could harm this process or the host before the
-// classes get them, and all replies of the host that could harm this process. Operations throw `Failure`,
+// A loaded model over the SDK's classes. It checks all arguments that could harm this process or the host process
+// before the classes use them, and all replies that could harm this process. Operations throw `Failure`,
 // `std::bad_alloc`, and the runtime's exceptions.
 class Model {
  public:
-    // One call of the application: its operations share one deadline and one progress function. Throws if the model is
-    // in a call already: then a progress function uses the model of its own call.
+    // One call of the application. Its operations share one deadline and one progress function. Throws if the model is
+    // already in a call: then a progress function uses the model of its call.
     class Call {
      public:
         explicit Call(Model& which) : Call(which, which.request.timeLimit, which.request.progress != nullptr) {}
 
-        // A call that loads. `Interrupt` also stops it while it waits for the second host, which reads a new cache.
+        // A call that loads. `Interrupt` also ends its wait for the second host process, which reads a new cache.
         static Call ForLoad(Model& which) { return Call(which, which.request.loadTimeLimit, true); }
 
         ~Call() { model.inCall.reset(); }
@@ -52,21 +52,21 @@ class Model {
     void Run();
     void GetOutput(uint32_t index, void* data, uint64_t bytes);
 
-    // The memory of an input, as many bytes as the input has. `SetInput` with its address copies nothing.
+    // Returns memory for all bytes of an input. `SetInput` with its address copies nothing.
     void* LendInput(uint32_t index);
 
     // Whether `data` is the address of input memory that is still valid.
     bool IsInputMemory(const void* data) const { return inputMemory.IsValid(data); }
     void InvalidateInputMemory() { inputMemory.Invalidate(); }
 
-    // Throw for the arguments that `SetInput` or `GetOutput` refuse. Change nothing.
+    // These throw for the arguments that `SetInput` or `GetOutput` refuse. They change nothing.
     void CheckInput(uint32_t index, const void* data, uint64_t bytes) const;
     void CheckOutput(uint32_t index, const void* data, uint64_t bytes) const;
 
-    // The bytes of an output in the backend's memory, valid until the next operation.
+    // Returns the bytes of an output in the backend's memory, valid until the next operation.
     const void* ViewOutput(uint32_t index);
 
-    // Throws if the host has ended. All operations that use the interpreter do so, except `Restart`.
+    // Throws if the host process has ended, as all operations that use the interpreter do, except `Restart`.
     void RequireHost() const;
 
     // These need no `Call`.
@@ -87,7 +87,7 @@ class Model {
     bool IsRemote() const { return !request.params.host.empty(); }
     void Check(const Status& status);
 
-    // Runs all work that uses the interpreter. Exceptions that leave the host unusable end it.
+    // Runs all work that uses the interpreter. Ends the host process after an exception that makes it unusable.
     template <typename Work>
     std::invoke_result_t<Work> Talk(Work work) {
         try {
@@ -113,7 +113,7 @@ class Model {
     Interpreter interpreter;
     Ports ports;  // their handles must not outlive the interpreter's model
 
-    // During a call, the process that makes it: a forked child is in no call of its parent.
+    // During a call, the process of the call: a forked child is not in its parent's call.
     std::optional<Platform::ProcessMark> inCall;
     uint32_t limit = 0;  // of this call, in milliseconds
 
@@ -123,7 +123,7 @@ class Model {
     bool hasInput = false;
     bool hasRun = false;
     std::atomic<bool> isInterrupted{false};  // since the last load began
-    std::optional<Failure> end;              // the host has ended: all operations throw this until the next restart
+    std::optional<Failure> end;  // if the host process has ended, all operations throw this until the next restart
 };
 
 }  // namespace Orvane::C

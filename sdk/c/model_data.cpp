@@ -1,4 +1,4 @@
-// The part of `Model` that copies data into and out of it.
+// The functions of `Model` that copy data.
 #include "sdk/c/model.h"
 
 #include "backends/remote/remote_wrapper.h"
@@ -11,8 +11,8 @@
 
 namespace Orvane::C {
 
-// The first data makes the buffers of all inputs. If that fails, some exist and some do not, and only loading again
-// removes them.
+// The first data creates the buffers of all inputs. If that fails, some of them exist, and only a new load removes
+// them.
 void Model::ReloadUnlessPrepared() {
     if (isPrepared || end) {
         return;
@@ -28,7 +28,7 @@ void Model::ReloadUnlessPrepared() {
     }
 }
 
-// Throws if data cannot be set for this input. The first data makes the buffers of all inputs, so all need a size.
+// Throws if data cannot be set for this input. The first data creates the buffers of all inputs, so all need a size.
 const Port& Model::RequireInput(uint32_t index) const {
     const Port& port = PortAt(ORVANE_INPUT, index);
     if (port.bytes == 0) {
@@ -72,13 +72,13 @@ void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const 
     inputMemory.CheckTarget(port, data, bytes);
 }
 
-// Runs work that may make the buffers of all inputs.
+// Runs work that may create the buffers of all inputs.
 template <typename Work>
 void Model::Prepare(Work work) {
     try {
         Talk([&] { Check(work()); });
     } catch (const Failure& failure) {
-        if (failure.Reason() != ORVANE_SYSTEM) {  // the data did not reach the host
+        if (failure.Reason() != ORVANE_SYSTEM) {  // ORVANE_SYSTEM: the data did not reach the host process
             ReloadUnlessPrepared();
         }
         throw;
@@ -101,7 +101,7 @@ void* Model::LendInput(uint32_t index) {
     const Port& port = RequireInput(index);
     std::shared_ptr<void> memory;
     Prepare([&] { return port.handle->GetMemory(static_cast<uint32_t>(port.bytes), memory); });
-    isPrepared = isPrepared || !IsRemote();  // a host makes them with the first data
+    isPrepared = isPrepared || !IsRemote();  // a host process creates them with the first data
     return inputMemory.Lend(port, std::move(memory));
 }
 
@@ -126,7 +126,7 @@ void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
         if (!IsRemote()) {
             Check(port.handle->CopyTo(data, size));
         } else if (const void* sent = port.handle->GetData(); sent != nullptr) {
-            Platform::CopyData(data, sent, size);  // the section has this many bytes, whatever the host claims
+            Platform::CopyData(data, sent, size);  // the section has so many bytes, whatever the host process claims
         } else {
             RequireLivingHost(interpreter);
             CopyWhatTheHostSends(port, data, size);
@@ -134,8 +134,8 @@ void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
     });
 }
 
-// `CopyTo` returns why there is no output, but copies as many bytes as the host claims. So it gets memory for the most
-// that a host can claim.
+// `CopyTo` returns why there is no output, but copies as many bytes as the host process claims. So its memory has the
+// size of the largest possible claim.
 void Model::CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes) {
     std::vector<uint8_t> sent(RemoteWrapper::kChannelSize);
     Check(port.handle->CopyTo(sent.data(), bytes));

@@ -55,7 +55,7 @@ void Move(const std::filesystem::path& from, const std::filesystem::path& to) {
     }
 }
 
-// Moves the two files of a model from `folder` into their places: both, or neither. `folder` is on the same disk.
+// Moves the two files of a model from `folder` to their places: both or neither. `folder` must be on the same disk.
 void Place(const std::filesystem::path& folder, const std::filesystem::path& description,
            const std::filesystem::path& weights) {
     const std::filesystem::path earlier = folder / "earlier.bin";
@@ -77,7 +77,7 @@ void Place(const std::filesystem::path& folder, const std::filesystem::path& des
     }
 }
 
-// The runtime does not say why it could not write the model to `folder`. Writing another file there finds the reason.
+// The runtime does not say why it could not write the model to `folder`. This writes another file there to find out.
 [[noreturn]] void ThrowWhyNotWritten(const std::filesystem::path& folder, const std::string& out) {
     constexpr size_t kProbe = 1 << 20;
     try {

@@ -28,7 +28,7 @@ void CheckCombination(const LoadRequest& request) {
         throw BadArgument("there is a time limit of " + std::to_string(limit) +
                           " ms, but a model in this process cannot be ended: set a host program, or no limit");
     }
-    // A key is sent to a host up to its first zero only.
+    // A host process receives a key up to its first zero only.
     const auto& key = params.openvinoMakeEncryptedKey;
     const auto* const zero = std::find(key.begin(), key.end(), uint8_t{0});
     if (!params.host.empty() && std::any_of(zero, key.end(), [](uint8_t byte) { return byte != 0; })) {
@@ -41,7 +41,7 @@ void CheckCombination(const LoadRequest& request) {
 }  // namespace
 
 void CheckStructSize(uint64_t size, size_t first, const std::string& name) {
-    constexpr uint64_t kLargest = 4'096;  // bounds how far a wrong size is read
+    constexpr uint64_t kLargest = 4'096;  // limits how much is read if the size is wrong
     if (size < first || size > kLargest || size % alignof(uint64_t) != 0) {
         throw BadArgument("the size of " + name + " is set to " + std::to_string(size) +
                           " bytes: set it to the size of the structure");

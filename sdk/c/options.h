@@ -17,7 +17,7 @@ namespace Orvane::C {
 // The checked options of a load: they cannot harm the SDK's classes.
 struct LoadRequest {
     InterpreterParams params;
-    uint32_t timeLimit = 0;      // milliseconds, 0 for none
+    uint32_t timeLimit = 0;      // milliseconds; 0: no limit
     uint32_t loadTimeLimit = 0;  // the same for loading
     int32_t (*progress)(void* user, int32_t step) = nullptr;
     void* progressUser = nullptr;
@@ -26,13 +26,13 @@ struct LoadRequest {
 // Reads and checks options. Throws `Failure`, as all functions here do. Does not look at files.
 LoadRequest ReadOptions(const orvane_options* given);
 
-// Throws if a file that a load reads is missing or not ordinary.
+// Throws if a file that a load reads is missing or is not an ordinary file.
 void RequireFiles(const InterpreterParams& params);
 
 // Reads a text of at most 32,767 bytes; null is empty. `name` is for a message: "the model path".
 std::string ReadText(const char* text, const std::string& name);
 
-// Reads a key of 1 to 4 bytes and fills it up with zeros.
+// Reads a key of 1 to 4 bytes and pads it with zeros.
 std::array<uint8_t, 4> ReadKey(const uint8_t* key, uint32_t size);
 
 // Throws if the file is missing, or is neither an ordinary file nor a folder: reading a pipe would wait, and a device

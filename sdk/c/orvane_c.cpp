@@ -72,13 +72,14 @@ struct CipherArguments {
     Orvane::ModelFileCipher cipher;
 };
 
-// The name at index `value`; the first name if there is no such index.
+// Returns the name at index `value`; the first name if there is no such index.
 template <size_t count>
 const char* NameIn(const char* const (&names)[count], int32_t value) {
     return names[value >= 0 && static_cast<size_t>(value) < count ? value : 0];
 }
 
-// Sinks need no lock, which a forked child could find locked. A sink is never freed: another thread may still use it.
+// Sinks need no lock, because a forked child could find it locked. A sink is never freed, because another thread may
+// still use it.
 struct LogSink {
     void (*line)(void* user, uint32_t level, const char* text);
     void* user;
@@ -243,7 +244,7 @@ orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint
         if (!usesInputMemory) {
             open.InvalidateInputMemory();
         }
-        for (const bool inMemory : {true, false}) {  // first: sending other data may overwrite that memory
+        for (const bool inMemory : {true, false}) {  // input memory first, because other data may overwrite it
             Orvane::C::ForEach(inputs, input_count, kFirstSize, input, [&](const orvane_input& item) {
                 if (open.IsInputMemory(item.data) == inMemory) {
                     open.SetInput(item.index, item.data, item.bytes);

@@ -11,7 +11,7 @@ namespace Orvane::C {
 
 namespace {
 
-// Element size times all dimensions, or 0 if that is more than `most`.
+// Returns the element size times all dimensions, or 0 if the product exceeds `most`.
 uint64_t BytesUpTo(uint64_t most, DataType type, const std::vector<int64_t>& shape) {
     uint64_t bytes = DataTypeSize(type);
     for (const int64_t dimension : shape) {
@@ -34,7 +34,7 @@ std::string TextOf(const std::vector<int64_t>& shape) {
 
 std::vector<int64_t> ShapeOf(const TensorImpl& tensor, bool isRemote) {
     std::vector<int64_t> shape = tensor.GetShape();
-    if (isRemote) {  // where dimensions have 32 bits
+    if (isRemote) {  // dimensions from a host process have 32 bits
         std::replace(shape.begin(), shape.end(), int64_t{0xFFFF'FFFF}, int64_t{-1});
     }
     return shape;

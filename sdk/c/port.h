@@ -20,10 +20,10 @@ struct PortDescription {
     std::string Label() const;  // `input 0 "x"`, for a message
     bool IsDynamic() const;
 
-    // Bytes of all elements; 0 if the data cannot be copied.
+    // Returns the bytes of all elements; 0 if the data cannot be copied.
     uint64_t Bytes() const;
 
-    // Why the data cannot be copied and what to do, as one line; empty if `Bytes` is not 0.
+    // Returns why the data cannot be copied and what to do, as one line; empty if `Bytes` is not 0.
     std::string Problem() const;
 };
 
@@ -33,7 +33,7 @@ struct Port : PortDescription {
     // instead.
     Port(TensorHandle tensor, TensorType whichSide, uint32_t whichIndex, bool isRemote);
 
-    // Whether an input with this shape could be copied.
+    // Whether the data could be copied if the input had this shape.
     bool CouldHave(const std::vector<int64_t>& otherShape) const;
     void SetShape(const std::vector<int64_t>& otherShape);
 

@@ -8,7 +8,7 @@ namespace Orvane::C {
 
 namespace {
 
-// The number of bytes of the first character of `text`, or 0 if it is invalid.
+// Returns the number of bytes of the first character of `text`, or 0 if it is invalid.
 size_t CharacterSize(std::string_view text) {
     const auto first = static_cast<uint8_t>(text[0]);
     const size_t size = first < 0x80   ? 1

@@ -9,7 +9,7 @@ namespace Orvane::C {
 // U+10FFFF.
 bool IsUtf8(std::string_view text);
 
-// The text with a question mark in the place of each invalid byte and of each zero.
+// Returns the text with a question mark for each invalid byte and each zero.
 std::string AsUtf8(std::string text);
 
 }  // namespace Orvane::C
