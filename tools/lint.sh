@@ -69,12 +69,13 @@ lintThoroughly() {
     tidy build/lint-windows "^$PWD/(?!build/).*(win32|mingw).*\.cpp$" --extra-arg-before=--target=x86_64-w64-mingw32 \
         --extra-arg=-isystem"$headers" --extra-arg=-isystem"$headers/x86_64-w64-mingw32"
     # The product's sources for Windows. Leaves out MinGW's facade of the runtime, a source that uses a function missing
-    # in this libc++, and the source that only contains another project's code.
+    # in this libc++, a source whose <intrin.h> conflicts with MinGW's <setjmp.h>, and the source that only contains
+    # another project's code.
     export -f parseAsMsvc
     llvm=$(dirname "$(dirname "$(readlink -f "$(command -v clang++)")")")
     export llvm
     sources | grep -E '\.cpp$' | grep -vE '_test(_support)?\.cpp$|/posix/|posix_|mingw|^(testing|fuzz|bench)/' |
-        grep -vE 'decode_output_stream_buf|stb_implementation' |
+        grep -vE 'copy_data|decode_output_stream_buf|stb_implementation' |
         run xargs -P "$(nproc)" -I SOURCE bash -c 'parseAsMsvc SOURCE'
 }
 
