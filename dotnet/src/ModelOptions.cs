@@ -21,7 +21,7 @@ namespace Orvane
         /// <see cref="HostEndedException"/> and your application keeps running.</summary>
         public bool Host { get; set; }
 
-        /// <summary>The path of the host program. Null is the one that comes with the library. A path implies
+        /// <summary>The path of the host program. Null is the host program that comes with the library. A path implies
         /// <see cref="Host"/>.</summary>
         public string HostProgram { get; set; }
 

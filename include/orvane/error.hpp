@@ -91,8 +91,8 @@ inline void Check(orvane_error* error) {
     throw Error(reason, orvane_error_message(error), orvane_error_system(error));
 }
 
-// A progress function of the application, which a C function calls. No exception may pass through C: `Call` keeps it
-// and gives up, and `Check` throws it.
+// A progress function of the application, which a C function calls. No exception may pass through C: `Call` stores it
+// and cancels the call, and `Check` throws it.
 template <typename... Arguments>
 struct Progress {
     std::function<bool(Arguments...)> function;

@@ -16,17 +16,18 @@ namespace Orvane {
 class HostControl;
 class InterpreterImpl;
 
-/// Drives one model. Empty until `Init` succeeds; an empty interpreter has no tensors and does not run.
+/// Loads and runs one model. Empty until `Init` succeeds; an empty interpreter has no tensors and does not run.
 ///
 /// A failed inference is a status, never an exception. An operation can throw:
 /// - `std::bad_alloc`;
 /// - `std::runtime_error`, if a host process sends a wrong reply;
-/// - in this process, exceptions of the inference runtime that are not of its own class.
+/// - in this process, an exception from the inference runtime that is not an `ov::Exception`.
 /// After each of these you can call `Init` again.
 ///
 /// Threads: in this process, use an interpreter and its tensors from one thread at a time. With a host process, several
-/// threads may copy, run and ask; their calls run one after the other. `Init`, `Release` and destruction must not run
-/// beside other operations, except the three that say "any thread". Different interpreters are independent.
+/// threads may call the operations at the same time, and these run one after the other. `Init`, `Release` and
+/// destruction must not run at the same time as other operations, except those that say "any thread". Different
+/// interpreters are independent.
 ///
 /// After a fork the child has no host process. Its calls fail as if the host process had ended, and `Init` starts a new
 /// one for the child.

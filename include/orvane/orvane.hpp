@@ -366,7 +366,7 @@ class Model {
     std::vector<Tensor> outputs;
 };
 
-/// Called before each piece of a file. If it returns false or throws, the call gives up.
+/// Called before each piece of a file. If it returns false or throws, the call is cancelled.
 using FileProgress = std::function<bool(uint64_t doneBytes, uint64_t totalBytes)>;
 
 namespace detail {
@@ -389,7 +389,7 @@ inline void EncryptFile(const std::string& in, const std::string& out, const std
     });
 }
 
-/// Decrypts a file that `EncryptFile` wrote. Cannot tell whether the key is right.
+/// Decrypts a file that `EncryptFile` wrote. Cannot detect a wrong key.
 inline void DecryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
                         const FileProgress& progress = {}) {
     detail::WithFileProgress(progress, [&](auto function, void* user) {

@@ -13,18 +13,19 @@
 /// exception: after `ORVANE_HOST_ENDED`, or `ORVANE_CANCELLED` with a host process, every call fails with
 /// `ORVANE_HOST_ENDED` until `orvane_restart`.
 ///
-/// Ownership. The caller owns the model that `orvane_open` returns, and closes it. Data and texts that the caller
-/// passes are copied before the call returns. Returned pointers belong to the model or to the error, and each comment
-/// says how long they are valid. The caller does not free them.
+/// Ownership. The caller owns the model that `orvane_open` returns, and closes it. Each call copies the caller's data
+/// and texts before it returns. Returned pointers belong to the model or to the error, and each comment says how long
+/// they are valid. The caller does not free them.
 ///
 /// Threads. Use a model from one thread at a time. Only `orvane_interrupt` may be called from any thread while the
 /// model is open. Different models are independent. Functions without a model are thread-safe.
 ///
 /// Texts are zero-terminated UTF-8 of at most 32,767 bytes, on Windows too. This includes paths.
 ///
-/// Growth. Functions are added and never changed. Structures grow at their end: set all of a structure to zero, and
-/// `struct_size` to its size. A library takes structures of an older header, and those of a newer one if the fields
-/// that it does not know are zero. If `orvane_abi() >= ORVANE_ABI`, the library has all that this header declares.
+/// Growth. New versions add functions and never change them. Structures grow at their end: set a structure to zero,
+/// then set `struct_size` to its size. A library accepts structures of an older header. It accepts structures of a
+/// newer header if the fields that it does not know are zero. If `orvane_abi() >= ORVANE_ABI`, the library has
+/// everything that this header declares.
 
 // NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using, readability-identifier-naming): for C, by its habits
 #include <stdint.h>
@@ -206,9 +207,9 @@ ORVANE_C_API orvane_error* orvane_open(const orvane_options* options, orvane_mod
 /// Frees a model and ends its host process. Null is allowed.
 ORVANE_C_API void orvane_close(orvane_model* model);
 
-/// Loads the model again with the same options: in a new host process after `ORVANE_HOST_ENDED`, or to give its inputs
-/// other shapes. Set inputs and shapes again. If it fails, a model with a host process stays ended, and a model in this
-/// process is as before.
+/// Loads the model again with the same options: in a new host process after `ORVANE_HOST_ENDED`, or for other shapes.
+/// Set inputs and shapes again. If it fails, a model with a host process stays ended, and a model in this process is as
+/// before.
 ORVANE_C_API orvane_error* orvane_restart(orvane_model* model);
 
 /// Returns the number of inputs or outputs, also after the host process has ended. Returns 0 if there is no such side.
@@ -273,7 +274,7 @@ ORVANE_C_API orvane_error* orvane_encrypt_file(
     const char* in, const char* out, const uint8_t* key, uint32_t key_size, uint32_t pad,
     int32_t (*progress)(void* user, uint64_t done_bytes, uint64_t total_bytes), void* user);
 
-/// Decrypts a file that `orvane_encrypt_file` wrote. Cannot tell whether the key is right.
+/// Decrypts a file that `orvane_encrypt_file` wrote. Cannot detect a wrong key.
 ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
                                                int32_t (*progress)(void* user, uint64_t done_bytes,
                                                                    uint64_t total_bytes),

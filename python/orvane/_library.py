@@ -114,7 +114,7 @@ def load() -> ctypes.CDLL:
     misplaced = (f"openvino must be in the same folder of packages as orvane, but it is in {runtime}: install both into "
                  "one environment")
     if sys.platform == "win32" and runtime.resolve() != FOLDER.parent / "openvino" / "libs":
-        raise ImportError(misplaced)  # there the library and hosts look for OpenVINO with the first model
+        raise ImportError(misplaced)  # the library and host processes load OpenVINO from there with the first model
     try:
         library = ctypes.CDLL(str(LIBRARY))
     except OSError as error:
@@ -178,7 +178,7 @@ def set_log(line: Optional[Callable[[int, str], None]]) -> None:
     library.orvane_set_log(_DROP if line is None else _FORWARD, None)
 
 
-atexit.register(set_log, None)  # a line that is logged later would find no Python
+atexit.register(set_log, None)  # a later line would find no Python
 
 
 def version() -> str:

@@ -36,7 +36,7 @@ if hasattr(os, "register_at_fork"):
 
 
 class ForkGuard:
-    """Recognizes a forked process, which has neither the threads nor the hosts of its parent."""
+    """Recognizes a forked process, which has neither the threads nor the host processes of its parent."""
 
     def __init__(self) -> None:
         self._made_at = _forks
@@ -66,9 +66,9 @@ class _Side:
         self.slots = list(self.buffers)  # the same structures; indexing the array would make new objects each time
         for i, (tensor, buffer) in enumerate(zip(self.tensors, self.slots)):
             buffer.struct_size, buffer.index, buffer.bytes = ctypes.sizeof(Buffer), i, tensor.nbytes
-        #: why the data of some cannot be copied
+        #: why the data of some tensors cannot be copied
         self.problem = "; ".join(tensor.problem for tensor in self.tensors if tensor.problem)
-        #: label, type and shape of each, if all can be copied
+        #: label, type and shape of each tensor, if all can be copied
         self.ports = [(f'{word} {i} "{tensor.name}"', tensor.dtype, tuple(size or 0 for size in tensor.shape))
                       for i, tensor in enumerate(self.tensors) if tensor.dtype is not None]
 
@@ -159,7 +159,7 @@ class Model:
         self._interrupts = 0
         self._forked = ForkGuard()
         self._turn = threading.RLock()  # held by the thread that uses the model
-        self._life = threading.RLock()  # held for ending the host and for closing the model
+        self._life = threading.RLock()  # held to end the host process and to close the model
         self._is_called = False  # the thread that holds `_turn` is inside the library
         self._watch = Watch(progress)
         self._answers = answers(self._watch)
@@ -366,7 +366,7 @@ class Model:
 
     def close(self) -> None:
         """Ends the host process and frees the model, after the current run. You may call it again."""
-        if self._handle is not None and not self._forked.is_copy():  # a fork has neither the host nor the threads
+        if self._handle is not None and not self._forked.is_copy():  # a fork has no host process and no threads
             with self._turn, self._life:
                 self._refuse_nested_call()
                 handle, self._handle = self._handle, None

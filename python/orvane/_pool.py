@@ -46,10 +46,10 @@ class Pool:
         if host is False:
             raise ValueError("a pool runs models in host processes: leave host out, or pass the path of a host program")
         self._name = os.path.basename(os.fspath(path))
-        self._static = static_model(path, shapes, key)  # one for all hosts
+        self._static = static_model(path, shapes, key)  # one copy for all host processes
         file = self._static.file if self._static else path
 
-        self._hurry = hurry = threading.Event()  # ends the hosts in the middle of their work
+        self._hurry = hurry = threading.Event()  # ends the host processes during their work
 
         def progress(_: LoadStep) -> None:
             if hurry.is_set():

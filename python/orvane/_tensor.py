@@ -10,7 +10,7 @@ import numpy as np
 
 from ._library import Description
 
-# By the library's numbers.
+# The keys are the library's numbers.
 DTYPES: dict[int, np.dtype[Any]] = {
     number: np.dtype(name)
     for number, name in enumerate(

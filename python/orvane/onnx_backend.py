@@ -101,7 +101,7 @@ class PreparedModel(base.BackendRep):
                 _give_dimension(proto.graph, value)
             else:
                 _set_shape(value, shape)
-        path = self._folder.path / "model.onnx"  # it stays there: a new host loads it again
+        path = self._folder.path / "model.onnx"  # it stays there, because a new host process loads it again
         path.write_bytes(proto.SerializeToString())
         model = Model(path, **self._options)
         kept = [i for i, shape in enumerate(shapes) if shape != (0,)]  # OpenVINO turns empty inputs into constants

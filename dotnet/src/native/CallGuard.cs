@@ -4,7 +4,7 @@ using System.Threading;
 
 namespace Orvane.Native
 {
-    /// <summary>One call of the library: what its callbacks answer, and the exception that it ends with.</summary>
+    /// <summary>One call of the library: the results of its callbacks, and its exception.</summary>
     internal sealed class CallGuard
     {
         private const int BadArgument = 2;
@@ -13,16 +13,16 @@ namespace Orvane.Native
 
         private ExceptionDispatchInfo thrown;
 
-        /// <summary>Cancels the call that is running now.</summary>
+        /// <summary>Cancels the current call.</summary>
         internal CancellationToken Token { private get; set; }
 
-        /// <summary>The same for a whole row of calls.</summary>
+        /// <summary>Cancels all calls of one piece of work.</summary>
         internal CancellationToken OuterToken { private get; set; }
 
         private bool IsCancelled => Token.IsCancellationRequested || OuterToken.IsCancellationRequested;
 
         /// <summary>
-        /// What a callback returns to the library: 0 to go on, 1 to give up, because a token is cancelled, the code returns
+        /// What a callback returns to the library: 0 to continue, 1 to cancel, because a token is cancelled, the code returns
         /// false, or it throws. An exception must not cross the library's frames, which would end the process:
         /// <see cref="Check"/> throws it.
         /// </summary>
@@ -45,7 +45,7 @@ namespace Orvane.Native
             thrown = ExceptionDispatchInfo.Capture(exception);
         }
 
-        /// <summary>Frees the error that the call returned, and throws what it means. Does nothing if there is none.</summary>
+        /// <summary>Frees the error that the call returned, and throws its exception. Does nothing without an error.</summary>
         internal void Check(IntPtr error)
         {
             Exception failure = error == IntPtr.Zero ? null : Take(error);

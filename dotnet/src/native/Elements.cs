@@ -2,7 +2,7 @@ using System;
 
 namespace Orvane.Native
 {
-    /// <summary>Which C# types hold which element types.</summary>
+    /// <summary>The C# types for each element type.</summary>
     internal static class Elements
     {
         private static readonly Type[] Types =
@@ -13,8 +13,8 @@ namespace Orvane.Native
 
         private static readonly int[] Sizes = { 0, 4, 2, 4, 1, 8, 1, 2, 1, 8 };
 
-        /// <summary>Bytes of one element of a tensor whose data is given as <typeparamref name="T"/>.</summary>
-        /// <exception cref="ArgumentException">The tensor has other elements.</exception>
+        /// <summary>Returns the bytes of one element if the tensor's data has the type <typeparamref name="T"/>.</summary>
+        /// <exception cref="ArgumentException">The tensor has another element type.</exception>
         internal static int SizeOf<T>(Tensor tensor, string parameter) where T : struct
         {
             var type = (int)tensor.ElementType;

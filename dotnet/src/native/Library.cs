@@ -3,7 +3,7 @@ using System.IO;
 
 namespace Orvane.Native
 {
-    /// <summary>The native library that all calls go to.</summary>
+    /// <summary>The native library.</summary>
     internal static class Library
     {
         private const uint Abi = 3;
@@ -12,7 +12,7 @@ namespace Orvane.Native
 
         private static volatile bool isReady;
 
-        /// <summary>Loads the library, or throws what to do about it.</summary>
+        /// <summary>Loads the library. If that fails, throws an exception that says what to do.</summary>
         internal static void Require()
         {
             if (isReady)

@@ -3,8 +3,8 @@ using System.Runtime.InteropServices;
 
 namespace Orvane.Native
 {
-    /// <summary>Owns an <c>orvane_model</c>. Passed to every call, it keeps the model open until the call returns, whoever
-    /// disposes of it meanwhile.</summary>
+    /// <summary>Owns an <c>orvane_model</c>. Every call receives it, so the model stays open until the call
+    /// returns, even if another thread disposes of it meanwhile.</summary>
     internal sealed class ModelHandle : SafeHandle
     {
         private ModelHandle() : base(IntPtr.Zero, true)
@@ -13,7 +13,7 @@ namespace Orvane.Native
 
         public override bool IsInvalid => handle == IntPtr.Zero;
 
-        /// <summary>The library calls it for as long as the model is open.</summary>
+        /// <summary>The library calls it while the model is open.</summary>
         internal NativeMethods.ProgressCallback Progress { private get; set; }
 
         protected override bool ReleaseHandle()

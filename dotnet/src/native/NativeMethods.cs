@@ -3,7 +3,7 @@ using System.Runtime.InteropServices;
 
 namespace Orvane.Native
 {
-    /// <summary>The functions of orvane_c.h. Structures go by <c>ref</c> and not by <c>in</c>: compilers disagree whether
+    /// <summary>The functions of orvane_c.h. Structures are <c>ref</c> and not <c>in</c>, because compilers disagree whether
     /// <c>in</c> of an extern method passes an address.</summary>
     internal static class NativeMethods
     {

@@ -9,7 +9,7 @@ namespace Orvane.Native
     {
         private readonly List<GCHandle> handles = new List<GCHandle>();
 
-        /// <summary>The address of the array's first element until <see cref="Dispose"/>; zero for null.</summary>
+        /// <summary>Returns the address of the first element, valid until <see cref="Dispose"/>; zero for null.</summary>
         internal IntPtr Add(Array array)
         {
             if (array == null)

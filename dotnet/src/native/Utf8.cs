@@ -10,7 +10,7 @@ namespace Orvane.Native
     {
         private static readonly Encoding Encoding = new UTF8Encoding(false, true);
 
-        /// <summary>The text with a zero at its end; null for null.</summary>
+        /// <summary>Returns the text with a zero at its end; null for null.</summary>
         internal static byte[] Encode(string text, string parameter)
         {
             if (text == null)
@@ -22,7 +22,7 @@ namespace Orvane.Native
             return bytes;
         }
 
-        /// <summary>The text at an address; null for no address.</summary>
+        /// <summary>Returns the text at an address; null for a zero address.</summary>
         internal static string Decode(IntPtr address)
         {
             if (address == IntPtr.Zero)
