@@ -215,12 +215,13 @@ ORVANE_C_API orvane_error* orvane_restart(orvane_model* model);
 /// Returns the number of inputs or outputs, also after the host process has ended. Returns 0 if there is no such side.
 ORVANE_C_API uint32_t orvane_tensor_count(const orvane_model* model, int32_t side);
 
-/// Describes a tensor in `*tensor`, whose `struct_size` the caller has set. Does not ask the host process.
+/// Fills `*tensor` with the description of a tensor. Set its `struct_size` first. Does not ask the host process.
 ORVANE_C_API orvane_error* orvane_describe(const orvane_model* model, int32_t side, uint32_t index,
                                            orvane_tensor* tensor);
 
-/// Sets the shape of an input with dynamic dimensions. `rank` is that of the input. A dynamic dimension becomes at
-/// least 1; all others are those of the model. Refused after the first data since the load, and with a host process.
+/// Sets the shape of an input with dynamic dimensions. `rank` must be the rank of the input. Set each dynamic
+/// dimension to at least 1, and all others to the values of the model. Refused after the first data since the load, and
+/// with a host process.
 ORVANE_C_API orvane_error* orvane_resize(orvane_model* model, uint32_t input, const int64_t* dimensions, uint32_t rank);
 
 /// Copies the data of a whole input: `bytes` must be its `byte_size`. An input that was never set holds zeros.
@@ -244,7 +245,7 @@ ORVANE_C_API orvane_error* orvane_input_memory(orvane_model* model, uint32_t ind
 ORVANE_C_API orvane_error* orvane_run(orvane_model* model);
 
 /// Copies a whole output of the last run: `bytes` must be its `byte_size`. In this process an output with dynamic
-/// dimensions can be copied too: `bytes` must then be the size that the run made, which the caller has to know.
+/// dimensions can be copied too. The run determines its size, which the caller must know: `bytes` must be this size.
 ORVANE_C_API orvane_error* orvane_get_output(orvane_model* model, uint32_t index, void* data, uint64_t bytes);
 
 /// Sets `*data` and `*bytes` to the data of an output of the last run, without a copy. The output must have a
@@ -287,7 +288,7 @@ ORVANE_C_API orvane_error* orvane_list_devices(void (*device)(void* user, const 
                                                void* user);
 
 /// Reads a model file without compiling it. Calls `tensor` for each input and then for each output, in the model's
-/// order. Its arguments are valid during that call. `byte_size` and `problem` are those of a model in this process.
+/// order. Its arguments are valid during that call. `byte_size` and `problem` are as for a model in this process.
 ORVANE_C_API orvane_error* orvane_describe_file(const char* model_path,
                                                 void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor),
                                                 void* user);
@@ -315,7 +316,7 @@ ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 /// Frees an error. Null is allowed.
 ORVANE_C_API void orvane_error_free(orvane_error* error);
 
-/// Sets the function that gets the log lines of all models. Null, the default, drops them. `line` is called on the
+/// Sets the function that receives the log lines of all models. Null, the default, drops them. `line` is called on the
 /// thread that logs, possibly on several at once. `text` is valid during the call. The SDK logs at level 6. The library
 /// holds no lock during the call: `line` may call `orvane_interrupt`, and all functions for models that no call uses at
 /// that time. A line that another thread logs meanwhile may still reach the earlier function.
