@@ -233,10 +233,15 @@ def test_retries_have_one_time_limit_and_one_interrupt() -> None:
             assert caught.value.cause in causes and time.monotonic() - start < 6
 
 
-def press_ctrl_c_soon() -> None:
-    threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT)).start()
+@pytest.fixture(name="terminal")
+def react_to_ctrl_c() -> Iterator[None]:
+    """As in a terminal. A program that a script starts in the background ignores the signal."""
+    earlier = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, earlier)
 
 
+@pytest.mark.usefixtures("terminal")
 @pytest.mark.parametrize("call", ["load", "restart", "run", "load_pool", "map"])
 def test_ctrl_c_ends_the_wait_for_a_host(tmp_path: pathlib.Path, call: str) -> None:
     inputs = tuple(voice_inputs())
