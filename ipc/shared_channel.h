@@ -15,12 +15,13 @@ namespace Orvane {
 constexpr const char* kSectionError = "CreateFileMapping error";
 
 // Makes the channels of this process skip numbers whose names another process uses. On Windows, two running copies of
-// one program form the same names, and would share a channel. Clients that do not call this deliberately share it.
+// one program form the same names. If their clients do not call this function, they share a channel. This is
+// deliberate.
 void PassOverTakenNames();
 
-// Connects one client to one host process: a section that holds a request or its reply, and two events that hand it
-// over. The client owns the section until it sets the Call event. The host process then owns it until it sets the
-// Result event. Only one exchange runs at a time.
+// Connects one client to one host process. The section holds a request or its reply. Two events pass the section to the
+// other side: only the client uses it until the client sets the Call event; then only the host process uses it until
+// the host process sets the Result event. Only one exchange runs at a time.
 struct SharedChannel {
     // Client: creates the objects under the channel's names, and the argument string for the host process. Replaces the
     // objects of an earlier channel one by one. If it throws `SystemException`, this object keeps the objects that it
@@ -31,11 +32,12 @@ struct SharedChannel {
     // `SystemException`.
     void Open(const std::string& arguments);
 
-    // Client: commits memory for requests and replies with `dataSize` bytes of data, but at most the whole section.
-    // Returns false, with the system's last error, if there is not enough. Does nothing without a section.
+    // Client: commits memory for requests and replies with `dataSize` bytes of data, but at most the whole section. If
+    // there is not enough memory, returns false and leaves the system's last error readable. Returns true if there is
+    // no section.
     bool EnsureMemory(uint32_t dataSize);
 
-    // Unmaps and closes the section. The events stay open, deliberately: the next `Create` replaces them.
+    // Unmaps and closes the section. The events deliberately stay open: the next `Create` replaces them.
     void ReleaseSection();
 
     // The members are destroyed from the last to the first, and need this order.
@@ -44,11 +46,11 @@ struct SharedChannel {
     std::string hostArguments;  // client only
 
     // Client only: a thread holds this lock for a whole exchange. The lock outlives the section that it guards, because
-    // threads may still wait for it when the section is released. They then find `message` without memory.
+    // threads may still wait for it when the section is released. They then find that `message` has no memory.
     std::unique_ptr<std::recursive_mutex> lock = std::make_unique<std::recursive_mutex>();
 
     Platform::Section section;             // client only: the host process closes it after mapping
-    std::shared_ptr<Platform::View> view;  // null without a section; input memory of the application shares it
+    std::shared_ptr<Platform::View> view;  // null without a section; input memory of the application keeps it mapped
     MessageBuffer message;                 // uses the view
 
  private:

@@ -19,12 +19,13 @@ namespace Orvane {
 // Runs a model in a host process. Thread-safe: every operation is one exchange on a shared channel, and holds the
 // channel's lock for the whole exchange.
 //
-// If an operation finds that the host process has ended, it releases the wrapper and fails. Its status, if it returns
-// one, is "Orvane Host Exit". Every operation on a released or new wrapper fails in the same way. `Init` starts a new
-// host process.
-// If the system has no memory for the data of a call, only this call fails, with "CreateFileMapping error".
-// If a value in a reply has a wrong type, the operation throws `std::runtime_error`. If a length in a reply exceeds the
-// section, the wrapper treats the host process as dead. In a forked child the wrapper has no host process.
+// If an operation finds that the host process has ended, it releases the wrapper and fails. If it returns a status, the
+// message is "Orvane Host Exit". Every other operation on a released or new wrapper fails in the same way. `Init`
+// starts a new host process.
+//
+// If the system has no memory for the data of a call, only this call fails, with "CreateFileMapping error". If a value
+// in a reply has a wrong type, the operation throws `std::runtime_error`. If a length in a reply exceeds the section,
+// the wrapper treats the host process as dead. In a forked child the wrapper has no host process.
 class RemoteWrapper final : public IOrvane {
  public:
     // Size of a channel in bytes: the largest tensor, and the other fields of its message.
@@ -44,33 +45,34 @@ class RemoteWrapper final : public IOrvane {
     Status SetInputData(uint32_t index, const void* data, uint32_t size) override;
     Status Invoke() override;
 
-    // Copies as many bytes as the host process sends, which is `size`. An output that does not fit into the channel
-    // ends the host process.
+    // Copies as many bytes as the host process sends. A correct host process sends `size` bytes; this function does not
+    // check that. An output that does not fit into the channel ends the host process.
     Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override;
 
     // Returns a pointer into the channel, valid until the next operation.
     void* GetTensorData(TensorType type, uint32_t index) override;
     std::unordered_map<std::string, std::string> GetExtraInfo() override;
 
-    // Any shape but an empty one deliberately ends the host process. Without a reply the status is "host call  error".
+    // A shape with at least one dimension ends the host process. This is deliberate. If there is no reply, the message
+    // of the status is "host call  error".
     Status SetTensorShape(TensorType type, uint32_t index, const std::vector<int64_t>& shape) override;
 
     std::shared_ptr<HostControl> GetHostControl() override { return host; }
 
-    // Returns the place of the data in a request.
+    // Sets `memory` to the place in the section where `SetInputData` sends its data from. All inputs share it.
     Status GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory) override;
 
  private:
     // Why an exchange did not take place or got no reply.
     enum class Obstacle { NoMemory, NoHost };
 
-    // Runs an operation under the lock. Commits memory for `dataSize` bytes of data. `write` then writes the request,
-    // and the host process answers it. `read` makes the result from the reply. If there is no reply, `fail` makes the
-    // result.
+    // Runs one operation under the lock. Commits memory for `dataSize` bytes of data. Then `write` writes the request,
+    // the host process answers it, and `read` returns the result from the reply. If there is no reply, `fail` returns
+    // the result.
     template <typename Write, typename Read, typename Fail>
     std::invoke_result_t<Read, MessageBuffer&> Exchange(uint32_t dataSize, Write write, Read read, Fail fail);
 
-    // Does the same for a reply that is a status.
+    // Does the same for a reply that is a status. `noHost` is the message if the host process has ended.
     template <typename Write>
     Status ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost = kHostExit);
 
@@ -94,8 +96,8 @@ class RemoteWrapper final : public IOrvane {
 
     Platform::ProcessMark owner;
 
-    // Bytes of an output's data in the channel, by the index of the output. Contains the outputs that were described
-    // since the last `Init` or `SetTensorShape`.
+    // How many bytes the data of an output needs in the channel, by the index of the output. Has only the outputs that
+    // `GetTensorInfo` described since the last `Init` or `SetTensorShape`.
     std::unordered_map<uint32_t, uint32_t> outputBytes;
 };
 

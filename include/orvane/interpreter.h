@@ -18,16 +18,16 @@ class InterpreterImpl;
 
 /// Loads and runs one model. Empty until `Init` succeeds; an empty interpreter has no tensors and does not run.
 ///
-/// A failed inference is a status, never an exception. An operation can throw:
+/// A failed inference returns a failed status and does not throw. An operation can throw:
 /// - `std::bad_alloc`;
 /// - `std::runtime_error`, if a host process sends a wrong reply;
 /// - in this process, an exception from the inference runtime that is not an `ov::Exception`.
 /// After each of these you can call `Init` again.
 ///
 /// Threads: in this process, use an interpreter and its tensors from one thread at a time. With a host process, several
-/// threads may call the operations at the same time, and these run one after the other. `Init`, `Release` and
-/// destruction must not run at the same time as other operations, except those that say "any thread". Different
-/// interpreters are independent.
+/// threads may copy, run and ask; their calls run one after the other. `Init`, `Release` and destruction must not run
+/// at the same time as other operations. Only `Interrupt`, `SetTimeLimit` and `GetHostEnd` may run at any time except
+/// during destruction, and on any thread. Different interpreters are independent.
 ///
 /// After a fork the child has no host process. Its calls fail as if the host process had ended, and `Init` starts a new
 /// one for the child.
@@ -39,10 +39,11 @@ class Interpreter {
     /// Ends the host process, or frees the model in this process.
     ~Interpreter();
 
-    /// Takes the model of `other`, which is empty afterwards. Its tensors stay valid.
+    /// Takes the model of `other`, which is empty afterwards. The tensors of that model stay valid.
     Interpreter(Interpreter&& other) noexcept;
 
-    /// Frees its own model, and takes the model of `other`, which is empty afterwards. Its tensors stay valid.
+    /// Frees its own model, and takes the model of `other`, which is empty afterwards. The tensors of the taken model
+    /// stay valid.
     Interpreter& operator=(Interpreter&& other) noexcept;
 
     /// Loads and compiles the model that the options name. If `Init` refuses the options or the framework, an earlier
@@ -50,25 +51,25 @@ class Interpreter {
     /// Tensors of an earlier model are invalid afterwards, unless that model stays loaded.
     Status Init(const OptionV2& options);
 
-    /// As above, with the options as plain values.
+    /// Does the same with the options as plain values.
     Status Init(const InterpreterParams& params);
 
-    /// Ends the host process. Does nothing for a model in this process. Call `Init` next.
+    /// Ends the host process. All operations then fail until `Init`. Does nothing for a model in this process.
     void Release();
 
-    /// Ends the host process. Any thread, also while another thread waits for the host process in `Init` or any other
-    /// operation. That operation fails within 200 ms with `FailureReasonHostEnded`. `Init` starts a new host process.
-    /// Fails and does nothing if there is no host process: a model in this process cannot be ended.
+    /// Ends the host process. Thread-safe: call it while another thread waits for the host process in `Init` or any
+    /// other operation. That operation fails within 200 ms with `FailureReasonHostEnded`. `Init` starts a new host
+    /// process. Fails and does nothing before the first `Init`, and for a model in this process, which cannot be ended.
     Status Interrupt();
 
     /// Sets how many milliseconds an operation, `Init` included, may wait for the host process. An operation that waits
     /// longer ends the host process and fails with `FailureReasonHostEnded`. 0, the default, is a limit of some 55
-    /// hours. Applies to operations that begin afterwards, also after later `Init`s. Any thread.
+    /// hours. Applies to operations that begin afterwards, also after a later `Init`. Thread-safe.
     void SetTimeLimit(uint32_t milliseconds);
 
     /// Returns how the last host process ended by itself or was ended by the client, also after a failed `Init`.
-    /// `Release` does not count. In a forked child the cause is `HostEndCauseUnknown` until the child calls `Init`. Any
-    /// thread.
+    /// `Release` is not recorded as an end. In a forked child the cause is `HostEndCauseUnknown` until the child calls
+    /// `Init`. Thread-safe.
     HostEnd GetHostEnd() const;
 
     /// Runs the model once on the data that was copied in last. Fails before a successful `Init`, and before the first
@@ -100,8 +101,8 @@ class Interpreter {
     /// Returns the number of the framework that the last `Init` asked for, also if that `Init` failed.
     uint32_t GetFramework() const { return framework; }
 
-    /// True from a successful `Init` until a failed `Init`. Stays true after `Release` and after the end of a host
-    /// process, although all operations then fail until `Init`.
+    /// True while the interpreter has a model. A failed `Init` that leaves the interpreter empty makes it false. It
+    /// stays true after `Release` and after the end of a host process, although all operations then fail until `Init`.
     explicit operator bool() const { return interpreter != nullptr; }
 
  private:

@@ -60,17 +60,17 @@ struct Options {
 
     std::vector<uint8_t> key;  ///< the key of encrypted model files, 1 to 4 bytes
 
-    /// How long one call may wait for its host processes; 0: no limit. When the time is over, the host process is ended
-    /// and the call throws `HostEnded`. A negative limit is refused, and so is a limit without a host program.
+    /// How long one call may wait for its host processes; 0: no limit. When the time is over, the library ends the host
+    /// process, and the call throws `HostEnded`. A negative limit is refused, and so is a limit without a host program.
     std::chrono::milliseconds timeLimit{0};
 
-    /// The same for loading and restarting; 0: as `timeLimit`.
+    /// The limit for the constructor and for `Restart`; 0: the value of `timeLimit`.
     std::chrono::milliseconds loadTimeLimit{0};
 
-    /// Called on the thread of a call: at each step of a load, and about five times a second while the call waits for a
-    /// host process. If it returns false, the host process is ended and the call throws an `Error` with
-    /// `Reason::Cancelled`. A load in this process stops at its next step. If it throws, the same happens, and the call
-    /// throws that exception. It may call `Interrupt`, and all functions of other models, but no others of this model.
+    /// The library calls it on the thread of the call: at each step of a load, and about five times a second while the
+    /// call waits for a host process. If it returns false, the library ends the host process, and the call throws an
+    /// `Error` with `Reason::Cancelled`. A load in this process stops at its next step. If it throws, the call stops in
+    /// the same way, and throws that exception. It may call `Interrupt`, and all functions of other models.
     std::function<bool(LoadStep step)> progress;
 };
 
@@ -177,7 +177,7 @@ class Which {
 };
 
 /// One loaded model. Use it from one thread at a time; only `Interrupt` is thread-safe. A moved-from model can only be
-/// assigned to or destroyed. All functions throw `Error`, and `HostEnded` after the host process has ended.
+/// assigned to or destroyed. Functions that fail throw `Error`, and `HostEnded` if the host process has ended.
 class Model {
  public:
     /// Loads the model.
@@ -206,7 +206,7 @@ class Model {
         Describe();
     }
 
-    /// Loads the model again, after `HostEnded` or for other shapes. Set inputs and shapes again.
+    /// Loads the model again, after `HostEnded` or to set other shapes. Set shapes and inputs again.
     void Restart() {
         Check(orvane_restart(handle.get()));
         Describe();
@@ -217,14 +217,14 @@ class Model {
     const Tensor& Input(const Which& which) const { return Find(inputs, "input", which); }     ///< One input.
     const Tensor& Output(const Which& which) const { return Find(outputs, "output", which); }  ///< One output.
 
-    /// Sets the shape of an input with dynamic dimensions. Refused after the first data, and with a host process.
+    /// Sets the shape of a dynamic input. Refused with a host process, and after the first `Set` or `InputMemory`.
     void Resize(const Which& which, const std::vector<int64_t>& shape) {
         const uint32_t index = Input(which).index;
         Check(orvane_resize(handle.get(), index, shape.data(), detail::Size(shape)));
         Describe();
     }
 
-    /// Copies the elements of a vector, an array or a span into an input. Their number and type must be the input's.
+    /// Copies the elements of a vector, an array or a span into an input. The input determines their number and type.
     template <typename Elements>
     void Set(const Which& which, const Elements& elements) {
         const Tensor& input = Input(which);
@@ -258,7 +258,7 @@ class Model {
     }
 
 #ifdef __cpp_lib_span
-    /// Returns the elements of an output of the last run without a copy. Valid until the next call for the model.
+    /// Needs C++20. Returns an output of the last run without a copy. Valid until the next call for the model.
     template <typename T>
     std::span<const T> View(const Which& which) const {
         const Tensor& output = Output(which);
@@ -269,7 +269,7 @@ class Model {
         return {static_cast<const T*>(data), static_cast<size_t>(bytes / sizeof(T))};
     }
 
-    /// Returns memory for all elements of an input. Write all of it and pass it to `Set`, which then copies nothing.
+    /// Needs C++20. Returns memory for a whole input. Write all of it and pass it to `Set`, which then copies nothing.
     /// Valid until the next call for the model other than `Set` with this memory. After `Set` its content is undefined.
     template <typename T>
     std::span<T> InputMemory(const Which& which) {
@@ -366,7 +366,7 @@ class Model {
     std::vector<Tensor> outputs;
 };
 
-/// Called before each piece of a file. If it returns false or throws, the call is cancelled.
+/// Called before each piece of a file. If it returns false or throws, the call stops and writes nothing.
 using FileProgress = std::function<bool(uint64_t doneBytes, uint64_t totalBytes)>;
 
 namespace detail {

@@ -2,16 +2,20 @@
 #define ORVANE_ORVANE_C_H
 
 /// \file
-/// The SDK as plain C functions, for every compiler and every language that can call C. Two libraries have them:
-/// `orvane_c` runs models in this process or in a host process. `orvane_client_c` needs no OpenVINO and runs models in
-/// a host process only.
+/// The SDK as plain C functions, for every compiler and every language that can call C. Two libraries export
+/// these functions. `orvane_c` runs models in this process or in a host process. `orvane_client_c` needs no OpenVINO
+/// and runs models in a host process only.
 ///
 /// Errors. A function that can fail returns null for success, and otherwise an error that the caller frees with
 /// `orvane_error_free`. An error has a reason, a text that says what was wrong and what to do, and the system's error
 /// number if there is one. No argument makes a function end the process or read past what the caller passed. A null
-/// model or structure is `ORVANE_BAD_ARGUMENT`. After an error the model is as it was before the call, with one
-/// exception: after `ORVANE_HOST_ENDED`, or `ORVANE_CANCELLED` with a host process, every call fails with
-/// `ORVANE_HOST_ENDED` until `orvane_restart`.
+/// model or structure is `ORVANE_BAD_ARGUMENT`. After an error the model is as it was before the call, with three
+/// exceptions:
+/// - After `ORVANE_HOST_ENDED`, or after `ORVANE_CANCELLED` with a host process, every call that needs the host process
+///   fails with `ORVANE_HOST_ENDED` until `orvane_restart`. `orvane_describe` and `orvane_tensor_count` still work.
+/// - If `orvane_infer` fails after it has checked its arguments, inputs may have the new data.
+/// - If the runtime refuses the first data since a load, the library loads the model again. Set shapes and inputs
+///   again.
 ///
 /// Ownership. The caller owns the model that `orvane_open` returns, and closes it. Each call copies the caller's data
 /// and texts before it returns. Returned pointers belong to the model or to the error, and each comment says how long
@@ -50,7 +54,7 @@ extern "C" {
 /// One loaded model.
 typedef struct orvane_model orvane_model;
 
-/// Why a function failed; null is success.
+/// Why a function failed. Functions return null for success.
 typedef struct orvane_error orvane_error;
 
 /// Reasons of errors.
@@ -101,31 +105,31 @@ typedef struct orvane_options {
     const char* device;      ///< the name of a device of OpenVINO; null: the CPU
     const char* cache_path;  ///< the file of the compiled model; if it exists, the model files are not read
 
-    /// Null: the model runs in this process. Otherwise the path of the host program, which runs the model in a host
-    /// process; "" is `orvane_host` in the folder of this library, or in `../bin` from there.
+    /// Null: the model runs in this process. Otherwise the model runs in a host process, and this is the path of the
+    /// host program. "" means `orvane_host` in the folder of this library, or in `../bin` from there.
     const char* host_program;
 
     const uint8_t* key;  ///< the key of encrypted model files
     uint32_t key_size;   ///< 1 to 4 bytes; 0 without a key
 
-    /// Not 0: write the cache file if it does not exist. It appears whole or not at all. If it cannot be written, the
-    /// load succeeds without it, and the log says why.
+    /// Not 0: write the cache file if it does not exist. The library writes the whole file or no file. If it cannot be
+    /// written, the load succeeds without it, and the log says why.
     uint32_t make_cache;
 
     /// How many milliseconds one call may wait for its host processes. When the time is over, the library ends the host
     /// process, and the call fails with `ORVANE_HOST_ENDED`. 0: no limit. A limit needs a host program.
     uint32_t time_limit_ms;
 
-    /// The same for `orvane_open` and `orvane_restart`, which take much longer. 0: as `time_limit_ms`.
+    /// The limit for `orvane_open` and `orvane_restart`, which take much longer. 0: the value of `time_limit_ms`.
     uint32_t load_time_limit_ms;
 
-    /// Null, or a function that a call runs on its own thread: at each step of a load, and about five times a second
-    /// while the call waits for a host process. `step` is an `ORVANE_LOAD_` value: `ORVANE_LOAD_NONE` if the call does
-    /// not load the model. If it returns a value other than 0, the call ends the host process and fails with
-    /// `ORVANE_CANCELLED`. A load in this process stops at its next step.
+    /// Null, or a progress function. The library calls it on the thread of the call: at each step of a load, and about
+    /// five times a second while the call waits for a host process. `step` is an `orvane_load_step`: `ORVANE_LOAD_NONE`
+    /// if the call does not load the model. If the function returns a value other than 0, the library ends the host
+    /// process, and the call fails with `ORVANE_CANCELLED`. A load in this process stops at its next step.
     ///
-    /// It must return, and no exception may leave it. It may call `orvane_interrupt`, and any function for other
-    /// models. Other functions for this model fail with `ORVANE_BAD_ARGUMENT`; do not close the model in it.
+    /// The function must return, and must not throw. It may call `orvane_interrupt` for this model, and any function
+    /// for other models. Other calls for this model fail with `ORVANE_BAD_ARGUMENT`. Do not close the model in it.
     int32_t (*progress)(void* user, int32_t step);
     void* progress_user;  ///< passed to `progress`
 } orvane_options;
@@ -145,8 +149,8 @@ typedef struct orvane_tensor {
     /// more than 22,020,096 bytes with a host process or 4,294,967,295 in this process, or an input without dimensions.
     uint64_t byte_size;
 
-    /// Null if `byte_size` is not 0. Otherwise why the data cannot be copied and what to do, as one line that begins
-    /// with the tensor: `input 0 "x" has ...`. Valid as long as `name`.
+    /// Null if `byte_size` is not 0. Otherwise one line that says why the data cannot be copied and what to do. It
+    /// begins with the name of the tensor: `input 0 "x" has ...`. Valid as long as `name`.
     const char* problem;
 } orvane_tensor;
 
@@ -200,16 +204,16 @@ ORVANE_C_API const char* orvane_reason_name(int32_t reason);
 ORVANE_C_API const char* orvane_element_type_name(int32_t element_type);
 
 /// Loads a model, and sets `*model` to it. After a failure `*model` is null. A missing model file is `ORVANE_SYSTEM`
-/// with the number 2. `load_time_limit_ms` is for the whole call: with `make_cache` a second host process reads the new
-/// cache file.
+/// with the number 2. `load_time_limit_ms` limits the whole call. With `make_cache` this includes a second host
+/// process, which checks the new cache file.
 ORVANE_C_API orvane_error* orvane_open(const orvane_options* options, orvane_model** model);
 
 /// Frees a model and ends its host process. Null is allowed.
 ORVANE_C_API void orvane_close(orvane_model* model);
 
-/// Loads the model again with the same options: in a new host process after `ORVANE_HOST_ENDED`, or for other shapes.
-/// Set inputs and shapes again. If it fails, a model with a host process stays ended, and a model in this process is as
-/// before.
+/// Loads the model again with the same options. Use it after `ORVANE_HOST_ENDED`, or to give the inputs other shapes. A
+/// model with a host process gets a new one. Set shapes and inputs again. If the call fails, a model with a host
+/// process has no host process, and a model in this process is as before.
 ORVANE_C_API orvane_error* orvane_restart(orvane_model* model);
 
 /// Returns the number of inputs or outputs, also after the host process has ended. Returns 0 if there is no such side.
@@ -219,12 +223,13 @@ ORVANE_C_API uint32_t orvane_tensor_count(const orvane_model* model, int32_t sid
 ORVANE_C_API orvane_error* orvane_describe(const orvane_model* model, int32_t side, uint32_t index,
                                            orvane_tensor* tensor);
 
-/// Sets the shape of an input with dynamic dimensions. `rank` must be the rank of the input. Set each dynamic
-/// dimension to at least 1, and all others to the values of the model. Refused after the first data since the load, and
-/// with a host process.
+/// Sets the shape of an input with dynamic dimensions. `rank` must be the rank of the input. Each dynamic dimension
+/// must get a value of at least 1, and each other dimension its value in the model. Refused with a host process, and
+/// after the first `orvane_set_input`, `orvane_infer` or `orvane_input_memory` since the load.
 ORVANE_C_API orvane_error* orvane_resize(orvane_model* model, uint32_t input, const int64_t* dimensions, uint32_t rank);
 
-/// Copies the data of a whole input: `bytes` must be its `byte_size`. An input that was never set holds zeros.
+/// Copies the data of a whole input: `bytes` must be its `byte_size`. An input that was never set holds zeros. Refused
+/// until every input with dynamic dimensions has a shape.
 ORVANE_C_API orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes);
 
 /// Sets `*data` and `*bytes` to memory for the data of a whole input. Write all of it, and pass its address to
@@ -236,25 +241,27 @@ ORVANE_C_API orvane_error* orvane_set_input(orvane_model* model, uint32_t index,
 /// undefined when you get the memory, and after `orvane_set_input` and `orvane_infer`. These refuse memory that is no
 /// longer valid.
 ///
-/// The library keeps the memory until you ask for the memory of this input again or close the model, also if the host
-/// process ends. A forked child must not write to memory for a host process. This call is refused whenever
-/// `orvane_set_input` is refused. In this process it creates the buffers of all inputs, like the first data.
+/// The library frees the memory when you ask for the memory of this input again, or close the model. The end of the
+/// host process does not free it. A forked child must not write to memory for a host process. This call is refused
+/// whenever `orvane_set_input` is refused. In this process it creates the buffers of all inputs, so `orvane_resize` is
+/// refused afterwards.
 ORVANE_C_API orvane_error* orvane_input_memory(orvane_model* model, uint32_t index, void** data, uint64_t* bytes);
 
 /// Runs the model once on the latest data of each input. Refused until at least one input was set.
 ORVANE_C_API orvane_error* orvane_run(orvane_model* model);
 
-/// Copies a whole output of the last run: `bytes` must be its `byte_size`. In this process an output with dynamic
-/// dimensions can be copied too. The run determines its size, which the caller must know: `bytes` must be this size.
+/// Copies a whole output of the last run: `bytes` must be its `byte_size`. Refused before the first run. In this
+/// process you can also copy an output with dynamic dimensions: `bytes` must then be its size in the last run. The
+/// caller has to know that size.
 ORVANE_C_API orvane_error* orvane_get_output(orvane_model* model, uint32_t index, void* data, uint64_t bytes);
 
 /// Sets `*data` and `*bytes` to the data of an output of the last run, without a copy. The output must have a
 /// `byte_size`. The data is valid until the next call for the model. Do not write to it.
 ORVANE_C_API orvane_error* orvane_view_output(orvane_model* model, uint32_t index, const void** data, uint64_t* bytes);
 
-/// Sets inputs, runs, and copies outputs, in one call with one time limit. It equals `orvane_set_input` for each input,
-/// `orvane_run`, and `orvane_get_output` for each output, but checks all arguments first. The structures are arrays:
-/// each has the `struct_size` of the first.
+/// Sets inputs, runs, and copies outputs, in one call with one time limit. It does the same as `orvane_set_input` for
+/// each input, `orvane_run`, and `orvane_get_output` for each output, but checks all arguments first. `inputs` and
+/// `outputs` are arrays. All elements of an array must have the same `struct_size`.
 ORVANE_C_API orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint32_t input_count,
                                         const orvane_output* outputs, uint32_t output_count);
 
@@ -264,10 +271,11 @@ ORVANE_C_API orvane_error* orvane_infer(orvane_model* model, const orvane_input*
 ORVANE_C_API void orvane_interrupt(orvane_model* model);
 
 /// Encrypts a model file with a key of 1 to 4 bytes, for `orvane_options.key`. Encrypt an .xml and its .bin with the
-/// same key, or an .onnx; other formats are refused. `out` may be `in`. It appears whole or not at all.
+/// same key, or an .onnx. The formats .tflite, .pb and .pdmodel are refused. `out` may be the same file as `in`. After
+/// an error `out` is unchanged.
 ///
-/// If the last piece of 4 MiB has 1 to 15 bytes, the file could not be restored, and is refused. If `pad` is not 0,
-/// blanks or zeros fill that piece up to 16 bytes instead; a reader of models skips them.
+/// The library encrypts pieces of 4 MiB. If the last piece has 1 to 15 bytes, it could not be restored, so the file is
+/// refused. If `pad` is not 0, blanks or zeros fill that piece up to 16 bytes instead. Readers of models skip them.
 ///
 /// If `progress` is not null, it is called on this thread before each piece. If it returns a value other than 0,
 /// nothing is written and the call fails with `ORVANE_CANCELLED`.
@@ -283,20 +291,21 @@ ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, 
 
 /// Calls `device` for each device of this machine that can run models. `name` is for `orvane_options.device`.
 /// `full_name` is the name of the processor or card, and may be empty. The texts are valid during the call of `device`.
-/// `orvane_client_c` refuses this function and the two below.
+/// `orvane_client_c` refuses this function, `orvane_describe_file` and `orvane_reshape_file`.
 ORVANE_C_API orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name),
                                                void* user);
 
 /// Reads a model file without compiling it. Calls `tensor` for each input and then for each output, in the model's
-/// order. Its arguments are valid during that call. `byte_size` and `problem` are as for a model in this process.
+/// order. The arguments of `tensor` are valid during that call. `byte_size` and `problem` are those of a model in this
+/// process.
 ORVANE_C_API orvane_error* orvane_describe_file(const char* model_path,
                                                 void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor),
                                                 void* user);
 
-/// Reads a model file, sets the shapes of inputs, and writes the model to `out`, which ends in ".xml", and its weights
-/// to a .bin beside it. After an error, earlier files of these names are unchanged. Weights keep their precision. If
-/// `out` is null, nothing is written. Each input with dynamic dimensions needs a shape. If the model does not take the
-/// shapes, the error is the runtime's. The structures are an array: each has the `struct_size` of the first.
+/// Reads a model file, sets the shapes of inputs, and writes the model to `out` and its weights to a .bin beside it.
+/// `out` must end in ".xml"; if it is null, nothing is written. After an error, earlier files of these names are
+/// unchanged. Weights keep their precision. Each input with dynamic dimensions needs a shape. If the model does not
+/// accept the shapes, the error is the runtime's. `shapes` is an array whose elements all have the same `struct_size`.
 /// A library built with MinGW cannot write models, and refuses.
 ORVANE_C_API orvane_error* orvane_reshape_file(const char* model_path, const orvane_shape* shapes, uint32_t shape_count,
                                                const char* out);
@@ -317,9 +326,10 @@ ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 ORVANE_C_API void orvane_error_free(orvane_error* error);
 
 /// Sets the function that receives the log lines of all models. Null, the default, drops them. `line` is called on the
-/// thread that logs, possibly on several at once. `text` is valid during the call. The SDK logs at level 6. The library
-/// holds no lock during the call: `line` may call `orvane_interrupt`, and all functions for models that no call uses at
-/// that time. A line that another thread logs meanwhile may still reach the earlier function.
+/// thread that logs, possibly on several at once. `text` is valid during the call. All lines of the SDK are failures,
+/// and have the level 6. The library holds no lock during the call. `line` may call `orvane_interrupt` for any model,
+/// and all functions for models that are in no call at that time. While you change the function, a line of another
+/// thread may still reach the earlier function.
 ORVANE_C_API void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user);
 
 #ifdef __cplusplus

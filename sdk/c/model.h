@@ -17,18 +17,19 @@
 
 namespace Orvane::C {
 
-// A loaded model over the SDK's classes. It checks all arguments that could harm this process or the host process
-// before the classes use them, and all replies that could harm this process. Operations throw `Failure`,
-// `std::bad_alloc`, and the runtime's exceptions.
+// A loaded model, which uses the SDK's classes. It checks all arguments that could harm this process or the host
+// process before it passes them to the classes. It also checks all replies of the host process that could harm this
+// process. Operations throw `Failure`, `std::bad_alloc`, and the runtime's exceptions.
 class Model {
  public:
-    // One call of the application. Its operations share one deadline and one progress function. Throws if the model is
-    // already in a call: then a progress function uses the model of its call.
+    // One call of the application: its operations share one deadline and one progress function. Throws if the model is
+    // already in a call. This happens if a progress function uses the model whose call runs it.
     class Call {
      public:
         explicit Call(Model& which) : Call(which, which.request.timeLimit, which.request.progress != nullptr) {}
 
-        // A call that loads. `Interrupt` also ends its wait for the second host process, which reads a new cache.
+        // A call that loads. `Interrupt` also stops it while it waits for the second host process, which checks a new
+        // cache.
         static Call ForLoad(Model& which) { return Call(which, which.request.loadTimeLimit, true); }
 
         ~Call() { model.inCall.reset(); }
@@ -44,7 +45,7 @@ class Model {
 
     explicit Model(LoadRequest loadRequest);
 
-    // Make a `Call` first for these functions, and a `Call::ForLoad` for `Restart`.
+    // Create a `Call` before you use these functions, and a `Call::ForLoad` before `Restart`.
 
     void Restart();
     void Resize(uint32_t input, const int64_t* dimensions, uint32_t rank);
@@ -52,7 +53,7 @@ class Model {
     void Run();
     void GetOutput(uint32_t index, void* data, uint64_t bytes);
 
-    // Returns memory for all bytes of an input. `SetInput` with its address copies nothing.
+    // Returns memory for the whole data of an input. `SetInput` with its address copies nothing.
     void* LendInput(uint32_t index);
 
     // Whether `data` is the address of input memory that is still valid.
@@ -63,17 +64,17 @@ class Model {
     void CheckInput(uint32_t index, const void* data, uint64_t bytes) const;
     void CheckOutput(uint32_t index, const void* data, uint64_t bytes) const;
 
-    // Returns the bytes of an output in the backend's memory, valid until the next operation.
+    // Returns the data of an output in the backend's memory, valid until the next operation.
     const void* ViewOutput(uint32_t index);
 
-    // Throws if the host process has ended, as all operations that use the interpreter do, except `Restart`.
+    // Throws `end`, if it is set. All operations that use the interpreter do the same, except `Restart`.
     void RequireHost() const;
 
-    // These need no `Call`.
+    // You need no `Call` for these two functions.
     uint32_t Count(int32_t side) const;
     const Port& PortAt(int32_t side, uint32_t index) const;
 
-    // Needs no `Call`. Any thread.
+    // Thread-safe. You need no `Call` for it.
     void Interrupt();
 
  private:
@@ -87,7 +88,8 @@ class Model {
     bool IsRemote() const { return !request.params.host.empty(); }
     void Check(const Status& status);
 
-    // Runs all work that uses the interpreter. Ends the host process after an exception that makes it unusable.
+    // Runs work that uses the interpreter. If it throws an exception that leaves the host process unusable, ends the
+    // host process.
     template <typename Work>
     std::invoke_result_t<Work> Talk(Work work) {
         try {
@@ -123,7 +125,10 @@ class Model {
     bool hasInput = false;
     bool hasRun = false;
     std::atomic<bool> isInterrupted{false};  // since the last load began
-    std::optional<Failure> end;  // if the host process has ended, all operations throw this until the next restart
+
+    // Set if the host process has ended, or if the library could not load the model again. All operations throw it
+    // until the next restart.
+    std::optional<Failure> end;
 };
 
 }  // namespace Orvane::C
