@@ -67,7 +67,7 @@ def check_navigation(site):
 
 
 def check_search(site, folder):
-    for word, page in (("keystream", "performance.html"), ("return_exceptions", "reference/python.html"),
+    for word, page in (("ZeroMQ", "performance.html"), ("return_exceptions", "reference/python.html"),
                        ("orvane_view_output", "cpp/orvane__c_8h.html"), ("CopyFrom", "cpp/classOrvane_1_1TensorImpl.html")):
         shown = show(f"{(site / 'index.html').as_uri()}?q={word}", folder)
         assert any(page in result for result in shown.results), f"a search for {word} finds {shown.results}"
