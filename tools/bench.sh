@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 #: bench [--quick]     compare the SDK's speed with the runtime alone, gRPC, ZeroMQ and the limits, also
-#:                     from Python; 20 minutes, or 4 with --quick; writes build/bench.{json,html}
+#:                     from Python; 3 minutes with --quick; writes build/bench.{json,html}
 
 case "$*" in "" | --quick) ;; *) misuse "bench does not take \"$*\"" ;; esac
 run ./dev setup bench python
