@@ -63,7 +63,7 @@ std::string ZshQuoted(const std::string& text) {
     return Replaced(Replaced(Replaced(Replaced(text, "'", "'\\''"), "[", "\\["), "]", "\\]"), ":", "\\:");
 }
 
-// Writes a specification for zsh's function _arguments.
+// Writes the description of an argument for zsh's function _arguments.
 void WriteZshArgument(std::ostream& script, const Argument& argument, const std::string& words) {
     const std::string value = words.empty() ? "_files" : "(" + words + ")";
     script << " \\\n            ";
