@@ -167,7 +167,7 @@ class Client {
         Require(expected == kSuccess, "a client initialises");
     }
 
-    // Makes a call. The host sends this reply, or ends if there is none. Returns the size of the result.
+    // Makes a call. The host sends this reply, or ends without one. Returns the size of the result.
     size_t Send(uint32_t call, std::optional<std::string> hostsReply) {
         asked = call;
         reply = std::move(hostsReply);
