@@ -1,38 +1,38 @@
 # shellcheck shell=bash
-# Installs and fetches the dependencies of the chores.
-#: setup [WHAT ...]    install missing Debian packages, and fetch OpenVINO and the test material
-#:                     into .deps/; WHAT adds what some chores need (they also fetch it themselves):
-#:                     windows, ocr, python, wheel, dotnet, docs, bench, package, models, test, format,
-#:                     lint, coverage, mutate
+# Installs and downloads the dependencies of the chores.
+#: setup [NEED ...]    install missing Debian packages, and download OpenVINO and the test material to
+#:                     .deps/; each chore does this itself for what it needs; NEED is one of: windows,
+#:                     ocr, python, wheel, dotnet, docs, bench, package, models, test, format, lint,
+#:                     coverage, mutate
 
 buildPackages=(
     g++ cmake ninja-build ccache                  # build
     libcli11-dev nlohmann-json3-dev libstb-dev    # command line and example
     libgtest-dev libgmock-dev                     # tests
     clang libclang-rt-14-dev                      # sanitizers
-    python3 python3-pip                           # fetching the wheels
+    python3 python3-pip                           # downloads
 )
 windowsPackages=(
     g++-mingw-w64-x86-64-posix    # build
-    googletest                    # tests, from its sources
-    wine64                        # running them
-    clang lld llvm libc++-dev     # import libraries, and reading sources as Visual Studio's compiler does
+    googletest                    # tests; these are its sources
+    wine64                        # runs the tests
+    clang lld llvm libc++-dev     # import libraries; reads the sources as Visual Studio's compiler does
 )
 benchPackages=(
-    libbenchmark-dev                                                                   # parts
-    libgrpc++-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc pkg-config  # peers
-    libzmq3-dev
+    libbenchmark-dev                                                                   # measures
+    libgrpc++-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc pkg-config  # compared: gRPC
+    libzmq3-dev                                                                        # compared: ZeroMQ
 )
 
 dotnetPackages=(
-    mono-mcs mono-xbuild nuget mono-runtime                                 # build
-    libmono-system-windows-forms4.0-cil libgdiplus                          # example
-    xvfb xdotool imagemagick                                                # its test
+    mono-mcs mono-xbuild nuget mono-runtime           # build
+    libmono-system-windows-forms4.0-cil libgdiplus    # examples/desktop
+    xvfb xdotool imagemagick                          # the test of examples/desktop
 )
 
 # installPackages NAME...: installs missing Debian packages.
 installPackages() {
-    command -v dpkg-query >/dev/null || fail "this is not a Debian system; install the equivalent of: $*"
+    command -v dpkg-query >/dev/null || fail "cannot install packages: this is not Debian; install the equivalents of: $*"
     local installed missing=() package
     installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null || true)
     for package in "$@"; do
@@ -42,11 +42,11 @@ installPackages() {
     local asRoot=()
     if [ "$(id -u)" -ne 0 ]; then
         if ! command -v sudo >/dev/null || { ! sudo -n true 2>/dev/null && [ ! -t 0 ]; }; then
-            fail "packages are missing and you may not install them; ask for: apt-get install ${missing[*]}"
+            fail "packages are missing, and you have no sudo; as root, run: apt-get install ${missing[*]}"
         fi
         asRoot=(sudo)
     fi
-    local wait=(-o DPkg::Lock::Timeout=600)  # seconds; another program may be installing something
+    local wait=(-o DPkg::Lock::Timeout=600)  # seconds; another program may install packages now
     updateLists "${asRoot[@]}" apt-get "${wait[@]}" update -qq
     printf './dev: installing %s Debian packages: %s\n' "${#missing[@]}" \
         "$(apt-get --assume-no install --no-install-recommends "${missing[@]}" 2>&1 | grep '^Need to get')" >&2
@@ -54,7 +54,7 @@ installPackages() {
         --no-install-recommends "${missing[@]}"
 }
 
-# updateLists COMMAND...: waits while another program fetches the package lists. apt-get has no option for that.
+# updateLists COMMAND...: waits while another program updates the package lists. apt-get has no option for this.
 updateLists() {
     local complaint seconds=0
     printf '+ %s\n' "$*" >&2
@@ -65,13 +65,13 @@ updateLists() {
     done
 }
 
-# A folder in .deps/ has a stamp: the hash of the lists that name its content. Setup writes the stamp last, and unpacks
-# files beside their place before it moves them. So you can run an interrupted setup again.
+# A folder in .deps/ has a stamp: the hash of the lists that name its content. Setup unpacks files into another folder,
+# moves them, and writes the stamp last, so you can run an interrupted setup again. A changed comment keeps the hash.
 hashOf() {
-    cat "$@" | sha256sum | head -c 64
+    grep -hv '^#' "$@" | sha256sum | head -c 64
 }
 
-# complete FOLDER LIST...: returns whether FOLDER has the content of these lists.
+# complete FOLDER LIST...: succeeds if FOLDER has the content of these lists.
 complete() {
     [ "$(head -c 64 "$1/stamp" 2>/dev/null)" = "$(hashOf "${@:2}")" ]
 }
@@ -81,8 +81,9 @@ finish() {
     hashOf "${@:2}" >"$1/stamp"
 }
 
-announceFetching() {
-    printf './dev: fetching %s MB from PyPI into %s\n' "$1" "$2" >&2
+# announceDownload MEGABYTES FOLDER
+announceDownload() {
+    printf './dev: downloading %s MB from PyPI to %s\n' "$1" "$2" >&2
 }
 
 # fetchWheels FOLDER LIST MEGABYTES PLATFORM...: downloads the wheels in LIST and unpacks them into FOLDER/unpacked.
@@ -90,7 +91,7 @@ fetchWheels() {
     local folder=$1 list=$2 wheels wheel platforms
     wheels=$folder/wheels-$(hashOf "$list" | head -c 12)
     platforms=("${@:4}")
-    announceFetching "$3" "$folder"
+    announceDownload "$3" "$folder"
     run python3 -m pip download --quiet --dest "$wheels" --requirement "$list" --require-hashes --no-deps \
         --only-binary=:all: --implementation cp --python-version 3.11 --abi cp311 "${platforms[@]/#/--platform=}"
     run rm -rf "$folder/stamp" "$folder/unpacked"
@@ -100,19 +101,19 @@ fetchWheels() {
     run rm -rf "$folder"/wheels-*
 }
 
-# placeOpenvino FOLDER: moves the runtime with its licences out of its unpacked wheel.
+# placeOpenvino FOLDER: moves the runtime and its licences from FOLDER/unpacked to FOLDER/openvino.
 placeOpenvino() {
     run rm -rf "$1/openvino"
     run mv "$1"/unpacked/openvino-*.dist-info/licenses "$1/unpacked/openvino"
     run mv "$1/unpacked/openvino" "$1"
 }
 
-# environment FOLDER MEGABYTES LIST...: makes a Python environment in FOLDER with the packages in the lists.
+# environment FOLDER MEGABYTES LIST...: creates a Python environment in FOLDER with the packages in the lists.
 environment() {
     local requirements=("${@:3}")
     complete "$1" "${requirements[@]}" && return
     run rm -rf "$1"
-    announceFetching "$2" "$1"
+    announceDownload "$2" "$1"
     run python3 -m venv "$1"
     run "$1/bin/python" -m pip install --quiet --require-hashes --no-deps "${requirements[@]/#/--requirement=}"
     finish "$1" "${requirements[@]}"
@@ -136,7 +137,7 @@ setup_build() {
     finish .deps "$list"
 }
 
-# Copies the few headers that a cross build needs: it must not see the include folder of this system.
+# Copies the few headers that a cross build needs, because it must not use this system's include folder.
 setup_windows() {
     local folder=.deps/windows list=tools/deps/windows.txt
     setup_build
@@ -151,7 +152,7 @@ setup_windows() {
     finish "$folder" "$list"
 }
 
-# The models of the text-recognition example, and a page for it.
+# The models of examples/ocr, and a scanned page.
 setup_ocr() {
     local folder=.deps/ocr list=examples/ocr/models.txt models
     installPackages "${buildPackages[@]}"
@@ -166,14 +167,14 @@ setup_ocr() {
     finish "$folder" "$list"
 }
 
-# To build the Python package.
+# The tools that build the Python package.
 setup_wheel() {
     setup_build
     installPackages python3-venv
     environment .deps/wheel 2 tools/deps/wheel.txt
 }
 
-# To test the Python package, and for its examples.
+# The packages that test the Python package, and those that its examples need.
 setup_python() {
     setup_wheel
     environment .deps/python 254 tools/deps/python.txt examples/{ocr,cluster}/requirements.txt
@@ -184,7 +185,6 @@ setup_docs() {
     environment .deps/docs 28 tools/deps/docs.txt
 }
 
-# The libraries that the benchmark compares with.
 setup_bench() {
     setup_build
     installPackages "${benchPackages[@]}"
@@ -195,7 +195,7 @@ setup_package() {
     installPackages pkg-config
 }
 
-# The runtimes that test the C# package. The one for Linux also has the public key of .NET Standard.
+# The .NET runtimes that test the C# package. The one for Linux also has the public key of .NET Standard.
 setup_dotnet() {
     local folder=.deps/dotnet list=tools/deps/dotnet.txt system platform
     setup_package
@@ -213,7 +213,7 @@ setup_dotnet() {
     finish "$folder" "$list"
 }
 
-# The wheels of `./dev models` stay unpacked.
+# `./dev models` uses the models in the folder with the unpacked wheels.
 setup_models() {
     local folder=.deps/models list=tools/deps/models.txt
     setup_build
@@ -260,7 +260,7 @@ setup_coverage() {
     installPackages gcovr
 }
 
-for what in "${@:-build}"; do
-    declare -F "setup_$what" >/dev/null || misuse "there is nothing to set up that is called \"$what\""
-    "setup_$what"
+for need in "${@:-build}"; do
+    declare -F "setup_$need" >/dev/null || misuse "setup does not know \"$need\""
+    "setup_$need"
 done
