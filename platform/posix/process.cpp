@@ -1,10 +1,12 @@
 #include "platform/process.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -16,6 +18,24 @@
 namespace Orvane::Platform {
 
 namespace {
+
+// Holds this process's number, because `getpid` takes a system call. The kernel clears the page in a forked child.
+struct alignas(4096) ForkClearedPage {
+    std::atomic<pid_t> process;
+};
+ForkClearedPage page;
+const bool isClearedByFork = madvise(&page, sizeof page, MADV_WIPEONFORK) == 0;
+
+pid_t ThisProcess() noexcept {
+    pid_t process = page.process.load(std::memory_order_relaxed);
+    if (process == 0) {
+        process = getpid();
+        if (isClearedByFork) {
+            page.process.store(process, std::memory_order_relaxed);
+        }
+    }
+    return process;
+}
 
 // The file that contains this function; empty if the system does not report it. Asks the kernel, because the loader
 // keeps the path as it was written. A relative path is wrong after a change of the working folder.
@@ -38,10 +58,10 @@ std::filesystem::path FileOfThisCode() {
 
 }  // namespace
 
-ProcessMark::ProcessMark() noexcept : process(getpid()) {}
+ProcessMark::ProcessMark() noexcept : process(ThisProcess()) {}
 
 bool ProcessMark::IsThisProcess() const noexcept {
-    return process == getpid();
+    return process == ThisProcess();
 }
 
 void FailFast() noexcept {
