@@ -14,7 +14,7 @@ if(NOT EXISTS ${orvaneRuntimeFolder}/../licenses)
 endif()
 install(DIRECTORY ${orvaneRuntimeFolder}/../licenses/ DESTINATION licenses/openvino)
 # Other code in the programs and libraries: the name of its notice, and the Debian package that has the notice.
-set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev" "stb libstb-dev")
+set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev" "stb libstb-dev" "utfcpp libutfcpp-dev")
 if(WIN32)
     list(APPEND notices "GCC gcc-mingw-w64-base" "MinGW-w64 mingw-w64-common")
     install(FILES ${orvaneRuntimeFolder}/openvino_c.lib DESTINATION lib)

@@ -7,6 +7,7 @@
 
 buildPackages=(
     g++ cmake ninja-build ccache                  # build
+    libutfcpp-dev                                 # C interface
     libcli11-dev nlohmann-json3-dev libstb-dev    # command line and example
     libgtest-dev libgmock-dev                     # tests
     clang libclang-rt-14-dev                      # sanitizers
@@ -142,12 +143,15 @@ setup_windows() {
     local folder=.deps/windows list=tools/deps/windows.txt
     setup_build
     installPackages "${windowsPackages[@]}"
+    if [ ! -d "$folder/include/utf8cpp" ]; then
+        run rm -rf "$folder/include" "$folder/share"
+        run mkdir -p "$folder/include" "$folder/share/cmake"
+        run cp -r /usr/include/{CLI,nlohmann,stb,utf8cpp} "$folder/include"
+        run cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$folder/share/cmake"
+    fi
     complete "$folder" "$list" && return
     fetchWheels "$folder" "$list" 82 win_amd64
     placeOpenvino "$folder"
-    run mkdir -p "$folder/include" "$folder/share/cmake"
-    run cp -r /usr/include/{CLI,nlohmann,stb} "$folder/include"
-    run cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$folder/share/cmake"
     run rm -rf "$folder/unpacked"
     finish "$folder" "$list"
 }

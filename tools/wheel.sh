@@ -4,7 +4,7 @@
 
 folder=build/wheel
 python=.deps/wheel/bin/python
-notices=(libcli11-dev nlohmann-json3-dev libstb-dev)
+notices=(libcli11-dev nlohmann-json3-dev libstb-dev libutfcpp-dev)
 
 # pack SYSTEM BUILT STRIP FILE...: makes the wheel for SYSTEM in build/wheel/, with these files of the folder BUILT. The
 # Debian packages in `notices` have the licences of the libraries that are compiled into the files.

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <utf8cpp/utf8.h>
+
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -7,9 +10,17 @@ namespace Orvane::C {
 
 // Whether the text is well-formed UTF-8: no stray or missing byte, no overlong form, no surrogate, nothing above
 // U+10FFFF.
-bool IsUtf8(std::string_view text);
+inline bool IsUtf8(std::string_view text) {
+    return utf8::is_valid(text.begin(), text.end());
+}
 
 // Returns the text with a question mark for each invalid byte and each zero.
-std::string AsUtf8(std::string text);
+inline std::string AsUtf8(std::string text) {
+    std::replace(text.begin(), text.end(), '\0', '?');
+    for (auto bad = text.begin(); (bad = utf8::find_invalid(bad, text.end())) != text.end();) {
+        *bad = '?';
+    }
+    return text;
+}
 
 }  // namespace Orvane::C
