@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-#: bench [--quick]     compare the SDK's speed with the runtime alone, gRPC, ZeroMQ and the limits, also
-#:                     from Python; 3 minutes with --quick; writes build/bench.{json,html}
+#: bench [--quick]     compare the speed of the SDK with that of OpenVINO alone,
+#:                     gRPC and ZeroMQ, in C++ and Python; write
+#:                     build/bench.{json,html}; --quick takes 3 minutes
 
 case "$*" in "" | --quick) ;; *) misuse "bench does not take \"$*\"" ;; esac
 run ./dev setup bench python

@@ -1,8 +1,10 @@
 # shellcheck shell=bash
 #: build [PRESET [TARGET ...]]
-#:                     set up, configure and build; PRESET is linux by default (cmake --list-presets)
+#:                     install dependencies, configure and build; without PRESET,
+#:                     build "linux"; cmake --list-presets lists the presets
 
 preset=${1:-linux}
+[[ $preset != -* ]] || misuse "build does not take \"$preset\""
 case $preset in
     windows-mingw | package-windows) run ./dev setup windows ;;
     linux-bench) run ./dev setup bench ;;

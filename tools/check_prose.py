@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Checks the English of pages: proselint's checks, and phrases that this project avoids.
+"""Checks the English of pages with proselint, and with a list of phrases that this project avoids.
 
 check_prose.py PAGE...: run it with the Python of .deps/prose. Ignores code and the targets of links. Prints each
-finding as FILE:LINE: TEXT. The exit value is 1 if there is a finding.
+finding as FILE:LINE: TEXT. Exits with 1 if there is a finding.
 """
 import pathlib
 import re

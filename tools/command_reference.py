@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Writes docs/command-line-reference.md: the text of `orvane help` as a page.
 
-command_reference.py ORVANE: writes it. With --check it only compares, and shows the first line that differs.
+command_reference.py ORVANE [--check]: ORVANE is the program. With --check it writes nothing: it prints the first line
+of the page that differs, and exits with 1.
 """
 import itertools
 import json

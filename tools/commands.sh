@@ -1,6 +1,7 @@
 # shellcheck shell=bash
-#: commands            run the commands on the pages and compare their output with the pages;
-#:                     run package, wheel and test --python first
+#: commands            run the commands on the pages, and compare their output
+#:                     with the pages; first run ./dev package, ./dev wheel and
+#:                     ./dev test --python
 
 [ $# -eq 0 ] || misuse "commands does not take \"$*\""
 for made in build/python dist/orvane-*.tar.gz dist/*linux*.whl; do

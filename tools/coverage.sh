@@ -1,10 +1,11 @@
 # shellcheck shell=bash
-#: coverage            measure the tests' line coverage of the libraries and the host; fails below 90 %
+#: coverage            measure which lines of the libraries and the host process
+#:                     the tests run; fail below 90 %
 
 [ $# -eq 0 ] || misuse "coverage does not take \"$*\""
 run ./dev setup test coverage
 run ./dev build linux-coverage
-run find build/linux-coverage -name '*.gcda' -delete  # counts of earlier runs
+run find build/linux-coverage -name '*.gcda' -delete  # they have the counts of earlier runs
 run ctest --preset linux-coverage
 run gcovr --root . --filter core/ --filter backends/ --filter ipc/ --filter host/ --exclude '.*_test\.cpp' --print-summary \
     --fail-under-line 90 build/linux-coverage

@@ -1,12 +1,13 @@
 # shellcheck shell=bash
-#: demo [--windows]    find the face in a real picture, in process and in a host process, and crash the
-#:                     host process; with --windows, also with Windows programs under Wine
+#: demo [--windows]    find the face in a real picture, in its own process and in
+#:                     a host process, then crash the host process; --windows: do
+#:                     this with Windows programs under Wine
 
 material=.deps/material
 model=$material/face_detection_short_range.tflite
 
-# findFace FOLDER SUFFIX PICTURE COMMAND...: COMMAND runs the programs in FOLDER, whose names end with SUFFIX. Writes
-# PICTURE.png and PICTURE-host.png with the box; they must be the same.
+# findFace FOLDER SUFFIX PICTURE COMMAND...: COMMAND runs the programs in FOLDER, whose names end with SUFFIX. They
+# write PICTURE.png and PICTURE-host.png with the box, which must be the same.
 findFace() {
     local folder=$1 suffix=$2 picture=$3 command=("${@:4}")
     run "${command[@]}" "$folder/face_detection$suffix" "$model" "$material/astronaut.png" "$picture.png"
@@ -15,9 +16,9 @@ findFace() {
     run "${command[@]}" "$folder/face_detection$suffix" "$model" "$material/astronaut.png" "$picture-host.png" \
         "$folder/orvane_host$suffix"
     run cmp "$picture.png" "$picture-host.png"
-    echo "A host process that crashes during a call:"
+    echo "The host process crashes during a call:"
     run "${command[@]}" "$folder/host_recovery$suffix" --crash "$model"
-    echo "The picture with the box is $picture.png"
+    echo "The box is drawn in $picture.png"
 }
 
 programs=(face_detection host_recovery orvane_host)

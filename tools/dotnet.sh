@@ -1,6 +1,8 @@
 # shellcheck shell=bash
-#: dotnet [--native]   build the C# package for Windows and Linux in dist/ (--native: Linux only); test it
-#:                     on Mono, on .NET, and on .NET for Windows under Wine, and test examples/desktop
+#: dotnet [--native]   build the C# package for Windows and Linux in dist/
+#:                     (--native: for Linux only); test it and examples/desktop
+#:                     on Mono, and test it on .NET and on Windows' .NET under
+#:                     Wine
 
 folder=build/dotnet
 reference=$folder/reference
@@ -26,7 +28,7 @@ TEXT
         "$reference/$framework/Assembly.cs" "${sources[@]}"
 }
 
-# Makes the package, and installs it with NuGet.
+# makePackage SYSTEM...: makes the package, and installs it with NuGet.
 makePackage() {
     local system
     for system in "$@"; do
@@ -45,7 +47,8 @@ makePackage() {
     run nuget install Orvane -Source "$PWD/dist" -OutputDirectory $folder/packages -NonInteractive
 }
 
-# Tests a program for .NET Framework. xbuild and Orvane.targets put all its files into one folder.
+# testOnMono [--native]: tests a program for .NET Framework. xbuild and Orvane.targets put all its files into one
+# folder.
 testOnMono() {
     local app=$folder/mono
     run mkdir -p $app/files
@@ -55,13 +58,14 @@ testOnMono() {
     run cp "$package"/runtimes/linux-x64/native/* $app
     run chmod -x $app/orvane_host
     run timeout 120 mono $app/OrvaneTest.exe "$model" $app/files
-    # Without the native files, an exception must name what is missing.
+    # Without the native files, the message of the exception must name Microsoft's C++ runtime.
     run mkdir -p $app/bare/files
     run cp $app/{OrvaneTest.exe,Orvane.dll,netstandard.dll} $app/bare
     [[ $(timeout 60 mono $app/bare/OrvaneTest.exe "$model" $app/bare/files ShapesAreSet) == *vc_redist.x64.exe* ]]
 }
 
-# testOnNet SYSTEM START...: tests a program for .NET on SYSTEM. The tests refer to the runtime's own assemblies.
+# testOnNet SYSTEM DOTNET...: tests a program on the .NET for SYSTEM, which DOTNET starts. The program is compiled
+# against the assemblies of that .NET.
 testOnNet() {
     local app=$folder/$1 shared
     shared=$(echo $runtimes/linux/dotnetcore2/bin/shared/Microsoft.NETCore.App/*)
@@ -74,7 +78,7 @@ testOnNet() {
     run timeout 200 "${@:2}" exec "$app/OrvaneTest.dll" "$model" "$app/files"
 }
 
-# Tests the example application in a window, by pressing its buttons.
+# Tests examples/desktop: presses its buttons.
 testDesktop() {
     local app=$folder/desktop material=.deps/material
     run mkdir $app

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Finds tests by name, before they are built.
+"""Finds tests by name before they are built.
 
-find_tests.py cmake BUILD NAME: prints the targets with the tests whose names match the regular expression NAME. BUILD
-is a configured build folder. Prints `all` if the command of a matching test names no file of the build.
-find_tests.py python NAME: prints pytest's name of each Python test whose "FILE::NAME" matches.
+find_tests.py cmake BUILD NAME: prints the targets to build for the tests whose names match the regular expression NAME.
+BUILD is a configured build folder. Prints `all` if the command of a matching test contains no file of BUILD.
+find_tests.py python NAME: prints "FILE::TEST" of each Python test, the name in pytest, if it matches.
 """
 import ast
 import json
@@ -17,7 +17,7 @@ INSTANCE = re.compile(r"^INSTANTIATE_TEST_SUITE_P\(\s*(\w+),\s*(\w+),", re.MULTI
 
 
 def googletest_names(source):
-    """Yields the names as ctest shows them, without the parameter of a parametrized test."""
+    """Yields the names that ctest uses, without the parameter of a parametrized test."""
     text = source.read_text(encoding="utf-8")
     instances = INSTANCE.findall(text)
     for suite, test in TEST.findall(text):
@@ -33,7 +33,7 @@ def googletest_targets(build, name):
 
 
 def other_targets(build, name):
-    """Yields the files of the build in the commands of tests that run a program or a script."""
+    """For tests that are not GoogleTest's: yields the files of the build that their commands contain."""
     listed = subprocess.run(["ctest", "--show-only=json-v1"], cwd=build, capture_output=True, check=True).stdout
     for test in json.loads(listed)["tests"]:
         if not name.search(test["name"]):

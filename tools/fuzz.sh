@@ -1,8 +1,9 @@
 # shellcheck shell=bash
-#: fuzz [SECONDS]      run each fuzz target with both sanitizers, for 30 seconds by default, two at once;
-#:                     keeps the findings in build/fuzz, and prints the command that repeats each
+#: fuzz [SECONDS]      run each fuzz target for SECONDS (default: 30), two at a
+#:                     time; keep each input that fails in build/fuzz, and print
+#:                     the command that repeats the failure
 
-# fuzzTarget SECONDS NAME: starts with the seeds and with the inputs that earlier runs kept.
+# fuzzTarget SECONDS NAME: runs a target on its seeds, on the inputs of earlier runs, and on new inputs.
 fuzzTarget() {
     local program=build/linux-fuzz/bin/fuzz_$2 folder=build/fuzz/$2
     rm -rf "$folder/temporary"
@@ -11,11 +12,11 @@ fuzzTarget() {
         -print_final_stats=1 "$folder/corpus" "build/linux-fuzz/fuzz/seeds/$2")
     printf '+ %s\n' "${command[*]}" >&2
     if TMPDIR=$PWD/$folder/temporary "${command[@]}" >"$folder/log" 2>&1; then
-        printf '%s: %s inputs, nothing found\n' "$2" "$(sed -n 's/^stat::number_of_executed_units: *//p' "$folder/log")"
+        printf '%s: %s inputs, no failure\n' "$2" "$(sed -n 's/^stat::number_of_executed_units: *//p' "$folder/log")"
         return
     fi
     tail -n 40 "$folder/log"
-    printf '%s: found something, see %s/log; repeat it with:\n  %s %s\n' "$2" "$folder" "$program" \
+    printf '%s: FAILED, see %s/log; this command repeats it:\n  %s %s\n' "$2" "$folder" "$program" \
         "$(sed -n 's/.*Test unit written to //p' "$folder/log")"
     return 1
 }

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Runs real models with one command each and writes a table of the results.
+"""Runs real models with `orvane run`, and writes a table of the results.
 
-known_models.py UNPACKED PINS ORVANE PAGE: UNPACKED has the models, from the wheels that PINS names. Runs each model on
-random inputs, with the shapes that it needs: with `orvane run` of the program ORVANE, in process and in a host process,
-and with OpenVINO's Python package. Compares the bits of all outputs. Writes the table to PAGE. The exit value is 1 if a
-model differs or fails.
+known_models.py UNPACKED PINS ORVANE PAGE: the folder UNPACKED has the wheels of the list PINS, which contain the models.
+ORVANE is the program. Runs each model on random inputs with ORVANE, in process and in a host process, and with
+OpenVINO's Python package. Compares all bits of the outputs. Writes the table to PAGE. Exits with 1 if a model fails or
+an output differs.
 """
 import pathlib
 import re
@@ -17,7 +17,7 @@ import openvino
 
 TIMEOUT_S = 300
 
-# For each package: the paths of its models, and the shapes that they need.
+# For each package: the paths of its models, and the shapes of their dynamic inputs.
 MODELS = {
     "basic-pitch": [
         ("basic_pitch/saved_models/icassp_2022/nmp", {0: (1, 43844, 1)}),  # a SavedModel
@@ -72,7 +72,7 @@ def random_input(port, name):
 
 
 def run_by_runtime(path, shapes):
-    """Returns random inputs, and the outputs of the runtime itself."""
+    """Returns random inputs, and the outputs of OpenVINO's Python package."""
     core = openvino.Core()
     model = core.read_model(path)
     if shapes:
@@ -109,16 +109,16 @@ def size_of(path):
 
 
 def shapes_text(shapes):
-    return " ".join(f"`{index}={','.join(map(str, shape))}`" for index, shape in shapes.items()) or "its own"
+    return " ".join(f"`{index}={','.join(map(str, shape))}`" for index, shape in shapes.items()) or "fixed"
 
 
 def check(program, path, shapes):
-    """Returns the model's columns (in process, in a host, same bits), or why the runtime refuses it."""
+    """Returns the last three columns of the table, or OpenVINO's message if it cannot read the model."""
     try:
         inputs, expected = run_by_runtime(path, shapes)
     except RuntimeError as error:
         refusal = subprocess.run([program, "info", str(path)], capture_output=True, timeout=TIMEOUT_S, check=False)
-        assert refusal.returncode == 1, f"the runtime does not take {path}, and orvane does"
+        assert refusal.returncode == 1, f"OpenVINO cannot read {path}, but orvane can"
         return str(error)
     given = [run_by_orvane(program, path, shapes, inputs, len(expected), options) for options in ([], ["--remote"])]
     for text in (outputs for outputs in given if isinstance(outputs, str)):
@@ -132,17 +132,17 @@ def write_page(page, rows, refused):
     lines = [
         "# Models known to run",
         "",
-        "`./dev models` fetches these models from PyPI, pinned in `tools/deps/models.txt`, runs each by one `orvane run`, in the",
-        "process and in a host process, and writes this page. The inputs are random numbers. *Same bits*: all outputs of both",
-        f"runs are, to the bit, what OpenVINO {openvino.__version__.split('-')[0]} gives by its Python package with the same shapes.",
+        "`./dev models` writes this page. It downloads these models from PyPI, and runs each with `orvane run` on random",
+        "inputs, in process and in a host process. Dynamic inputs need `--shape`. *Same bits* means: in both runs, every",
+        f"output has exactly the same bits as with the Python package of OpenVINO {openvino.__version__.split('-')[0]}.",
         "",
-        "| model | package | size | `--shape` | in process | in a host | same bits |",
+        "| model | package | size | `--shape` | in process | in a host process | same bits |",
         "|---|---|---|---|---|---|---|",
         *("| " + " | ".join(row) + " |" for row in rows),
         "",
-        "These the runtime itself does not read, and `orvane` says why:",
+        "OpenVINO cannot read these models. `orvane` prints OpenVINO's message:",
         "",
-        "| model | package | what the runtime says |",
+        "| model | package | message |",
         "|---|---|---|",
         *("| " + " | ".join(row) + " |" for row in refused),
     ]

@@ -1,8 +1,11 @@
 # shellcheck shell=bash
-#: lint [--quick]      run clang-format and shellcheck, and compile each header alone; without --quick,
-#:                     also check the English of the pages, run clang-tidy over the sources of both
-#:                     systems, and parse the sources for Windows as Visual Studio's compiler does
-#: lint --deep         the same, but the analyzer follows every path: 10 minutes more
+#: lint --quick        run clang-format and shellcheck, and compile each header
+#:                     alone
+#: lint                the same; also check the English of the pages, run
+#:                     clang-tidy over all sources, and parse the sources for
+#:                     Windows as Visual Studio's compiler does
+#: lint --deep         the same, but clang-tidy follows every path; takes 10
+#:                     minutes more
 
 # compileHeader HEADER: compiles it alone, a public header as C++17, the C interface also as C.
 compileHeader() {
@@ -18,8 +21,8 @@ compileHeader() {
 }
 
 # tidy FOLDER PATTERN OPTION...: runs clang-tidy once on each source in FOLDER/compile_commands.json whose path matches.
-# Does not analyze tests: the path-sensitive analyzer takes a minute for a file with GoogleTest's macros. On the other
-# sources it takes four times as long as all other checks, so without --deep it follows shorter paths.
+# Leaves out the path-sensitive analyzer for tests: GoogleTest's macros make it take a minute for each file. For the
+# other sources it takes four times as long as all other checks, so without --deep it follows shorter paths.
 tidy() {
     local tool=(.deps/lint/clang_tidy/data/bin/clang-tidy -quiet -p "$1/tidy" "${@:3}")
     local once='import json, sys
@@ -58,7 +61,7 @@ lintQuickly() {
 
 lintThoroughly() {
     local headers llvm
-    # All sources for Linux. Configuring fails if a test source is in no target.
+    # All sources for Linux. CMake fails if a test source is in no target.
     run cmake --preset linux-bench -B build/lint -DBUILD_TESTING=ON
     run cmake --build build/lint --target bench_grpc
     # Leaves out generated sources, and the source that only contains another project's code.
@@ -68,9 +71,9 @@ lintThoroughly() {
     headers=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
     tidy build/lint-windows "^$PWD/(?!build/).*(win32|mingw).*\.cpp$" --extra-arg-before=--target=x86_64-w64-mingw32 \
         --extra-arg=-isystem"$headers" --extra-arg=-isystem"$headers/x86_64-w64-mingw32"
-    # The product's sources for Windows. Leaves out MinGW's facade of the runtime, a source that uses a function missing
-    # in this libc++, a source whose <intrin.h> conflicts with MinGW's <setjmp.h>, and the source that only contains
-    # another project's code.
+    # The product's sources for Windows. Leaves out MinGW's facade of the runtime, a source that needs a function that
+    # this libc++ does not have, a source whose <intrin.h> conflicts with MinGW's <setjmp.h>, and the source that only
+    # contains another project's code.
     export -f parseAsMsvc
     llvm=$(dirname "$(dirname "$(readlink -f "$(command -v clang++)")")")
     export llvm

@@ -1,8 +1,8 @@
-"""Changes one line of the libraries or the host at a time, and runs the quick tests on each such mutant.
+"""Changes one line of the libraries or the host process, and runs the quick tests on this mutant. Repeats this.
 
 If all tests pass, the mutant survives: no test finds that mistake. universalmutator makes the mutants. A mutant that
-does not compile, or compiles to the same object code, does not count. All work happens in a copy of the checkout, in
-build/mutate. It keeps mutants as patches, so that you can try them again. It does not change headers.
+does not compile, or compiles to the same object code, does not count. The mutants are made in a copy of the checkout in
+build/mutate, and kept as patches, so that you can try them again. Headers are not changed.
 """
 
 import argparse
@@ -24,7 +24,7 @@ from pathlib import Path
 FOLDERS = ("core/", "ipc/", "backends/", "host/", "sdk/")
 PRESET = "linux-mutate"
 
-# The quick tests, the quickest first, and their arguments.
+# The quick tests with their arguments, the quickest test first.
 GTEST = ["--gtest_brief=1", "--gtest_fail_fast"]
 HOSTS = ["bin/orvane_host", "bin/stub_host", "bin/forging_host"]
 TESTS = {
@@ -57,7 +57,7 @@ LIKELY = {
 
 
 class Copy:
-    """A copy of the checkout, and its build."""
+    """A copy of the checkout with a build folder."""
 
     def __init__(self, checkout, folder):
         self.source = folder / "source"
@@ -78,7 +78,7 @@ class Copy:
         dependencies = self.source / ".deps"
         if not dependencies.is_symlink():
             dependencies.symlink_to(checkout / ".deps")
-        # The compiler's cache saves time: after each mutant, the original source is compiled again.
+        # With ccache, compiling the original source again after each mutant takes no time.
         self.environment = dict(os.environ, CCACHE_NOHASHDIR="1", CCACHE_BASEDIR=str(self.source),
                                 CMAKE_C_COMPILER_LAUNCHER="ccache", CMAKE_CXX_COMPILER_LAUNCHER="ccache",
                                 TMPDIR=str(self.temporary))
@@ -90,14 +90,14 @@ class Copy:
             self.objects.setdefault(name, []).append(words[words.index("-o") + 1])
 
     def restore(self, name):
-        """Does not write a file that has not changed, so that it is not compiled again."""
+        """Copies a file of the checkout if it differs. An unchanged file is not compiled again."""
         here, there = self.source / name, self.checkout / name
         if not here.exists() or here.read_bytes() != there.read_bytes():
             here.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(there, here)
 
     def run(self, command, folder, check=False, limit=None):
-        """Returns the exit value, or None if the command timed out, and the output."""
+        """Returns the exit value and the output. The exit value is None if the command timed out."""
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir(parents=True)
         with subprocess.Popen(command, cwd=folder, env=self.environment, stdin=subprocess.DEVNULL, text=True,
@@ -116,7 +116,7 @@ class Copy:
         return self.run(["ninja", "-C", str(self.build), *targets], self.source, check)[0] == 0
 
     def code(self, name):
-        """Returns the object code of a source, which may be compiled for several programs."""
+        """Returns the object code of a source, once for each program that contains it."""
         return [(self.build / path).read_bytes() for path in self.objects[name]]
 
     def sees(self, test, name):
@@ -137,7 +137,7 @@ class Copy:
 
 
 def time_limits(copy, folder):
-    """Returns a limit for each test: several times as long as it takes without a mutant. All tests must pass then."""
+    """Runs all tests without a mutant, and returns for each a time limit, several times what it took."""
     record = folder / "passed.json"
     state = hashlib.sha256(b"".join((copy.checkout / name).read_bytes() for name in copy.files)).hexdigest()
     if record.exists() and (known := json.loads(record.read_text()))["state"] == state:
@@ -148,14 +148,14 @@ def time_limits(copy, folder):
         start = time.monotonic()
         value, output = copy.test(test, limit=300)
         if value != 0:
-            sys.exit(f"{test} fails without any mutant:\n{output}")
+            sys.exit(f"{test} fails without a mutant:\n{output}")
         limits[test] = 10 + 4 * (time.monotonic() - start)
     record.write_text(json.dumps({"state": state, "limits": limits}))
     return limits
 
 
 def random_patches(copy, folder, seed):
-    """Yields patches of one line each, without end. The same sources and seed give the same patches."""
+    """Yields patches of one line each, without end. They depend only on the sources and the seed."""
     mutate = Path(sys.executable).with_name("mutate")
     chooser = random.Random(seed)
     lines = []
@@ -181,7 +181,7 @@ def random_patches(copy, folder, seed):
 
 
 def killer(copy, name, limits):
-    """Returns what finds the mutant, or None. A test must fail twice: it may fail once because the machine is busy."""
+    """Returns the test that finds the mutant, or None. It must fail twice: a busy machine can make a test fail once."""
     likely = [test for folder, tests in LIKELY.items() if name.startswith(folder) for test in tests]
     for test in dict.fromkeys([*likely, *TESTS]):
         if not copy.sees(test, name):
@@ -190,17 +190,17 @@ def killer(copy, name, limits):
             return "the linker"
         value, output = copy.test(test, limits[test])
         if value is None:
-            return f"{test}, which takes too long"
+            return f"{test}, which timed out"
         if value != 0:
             failed = re.search(r"\[  FAILED  \] ([\w./]+)", output)
             if copy.test(test, limits[test], failed and failed[1])[0] != 0:
                 return f"{test} {failed[1]}" if failed else test
-            print(f"{test} fails only once:\n{output}")
+            print(f"{test} failed once, and passed when it ran again:\n{output}")
     return None
 
 
 def try_mutant(copy, patch, limits):
-    """Returns the result, and the rest of its sentence."""
+    """Returns the result, and if the mutant was killed: by which test."""
     name = re.search(r"^\+\+\+ b/(\S+)", patch, re.MULTILINE)[1]
     if name not in copy.objects:
         return "does not apply", ""
@@ -214,7 +214,7 @@ def try_mutant(copy, patch, limits):
         if not copy.make(copy.objects[name]):
             return "does not compile", ""
         if copy.code(name) == before:
-            return "changes nothing", ""
+            return "compiles to the same code", ""
         killed_by = killer(copy, name, limits)
         return ("killed", f" by {killed_by}") if killed_by else ("survived", "")
     finally:
@@ -224,8 +224,8 @@ def try_mutant(copy, patch, limits):
 def main():
     parser = argparse.ArgumentParser(prog="./dev mutate", description=__doc__.split("\n\n")[0])
     parser.add_argument("what", nargs="*", default=["20"], metavar="COUNT | PATCH",
-                        help="how many random mutants (20), or the patches of mutants to try again")
-    parser.add_argument("--seed", type=int, help="the same sources and seed give the same mutants")
+                        help="number of random mutants (default: 20), or patches of mutants to try again")
+    parser.add_argument("--seed", type=int, help="makes the mutants of an earlier run again, if the sources are the same")
     options = parser.parse_args()
     folder = Path.cwd() / "build" / "mutate"
     copy = Copy(Path.cwd(), folder)

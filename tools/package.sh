@@ -1,17 +1,18 @@
 # shellcheck shell=bash
-#: package [--native]  pack the SDK and the runtime for Linux and Windows in dist/ (--native: Linux only);
-#:                     unpack each archive, run a model with it, and build and run programs with it
+#: package [--native]  pack archives of the SDK with OpenVINO for Linux and
+#:                     Windows in dist/ (--native: for Linux only); unpack each
+#:                     archive, run a model, and build and run programs with it
 
 folder=build/package
 model=.deps/material/silero_vad_openvino_16k.onnx
 
-# runModel PROGRAM...: runs a model in a host process from the package.
+# runModel ORVANE...: runs a model in a host process with the command line of an unpacked archive.
 runModel() {
     run "$@" run --remote "$model" --input 0=$folder/input --input 1=$folder/state
 }
 
-# buildAgainst ARCHIVE NAME OPTION...: copies the archive's examples. Builds them against the archive, and also a project
-# that links the static library.
+# buildAgainst ARCHIVE NAME OPTION...: builds copies of the archive's examples with the archive, and also a project that
+# links the static library.
 buildAgainst() {
     local archive=$PWD/$1 projects=$folder/$2 source
     run mkdir "$projects"

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Draws docs/terminal.svg: runs the commands below and shows their real output as a still image of a terminal.
+"""Makes docs/terminal.svg, a still image of a terminal with the commands below and their real output.
 
     python3 tools/record_terminal.py build/linux/bin
     termtosvg render -s build/terminal.cast build/terminal && cp build/terminal/termtosvg_00001.svg docs/terminal.svg
 
-`termtosvg` is the package of that name on PyPI.
+Install `termtosvg` from PyPI first.
 """
 
 import json
@@ -32,7 +32,7 @@ def main():
             done = subprocess.run([programs / "orvane", *command.split()[1:]], cwd=folder, capture_output=True, text=True,
                                   check=True)
             screen += f"$ {command}\n{done.stdout}"
-    # The last event only sets the end of the recording, so that the screen has a duration.
+    # The last event only sets the end of the recording: without it, the image would be shown for no time.
     lines = [{"version": 2, "width": 92, "height": screen.count("\n") + 1},
              (0.1, "o", screen.replace("\n", "\r\n") + "$ "), (2.0, "o", "")]
     pathlib.Path("build/terminal.cast").write_text("".join(json.dumps(line) + "\n" for line in lines))

@@ -1,9 +1,10 @@
 # shellcheck shell=bash
 # Installs and downloads the dependencies of the chores.
-#: setup [NEED ...]    install missing Debian packages, and download OpenVINO and the test material to
-#:                     .deps/; each chore does this itself for what it needs; NEED is one of: windows,
-#:                     ocr, python, wheel, dotnet, docs, bench, package, models, test, format, lint,
-#:                     coverage, mutate
+#: setup [NEED ...]    install missing Debian packages, and download OpenVINO and
+#:                     the test material to .deps/; each chore does this itself
+#:                     for what it needs; NEED is one of: windows, ocr, python,
+#:                     wheel, dotnet, docs, bench, package, models, test, format,
+#:                     lint, coverage, mutate
 
 buildPackages=(
     g++ cmake ninja-build ccache                  # build

@@ -1,11 +1,15 @@
 # shellcheck shell=bash
-#: test                build and run all tests: on Linux, with OpenVINO's C interface, from Python, and of
-#:                     Windows programs under Wine
-#: test NAME [PRESET]  build and run only the tests whose names match this regular expression
-#: test --native       all tests except those of Windows programs
+#: test                build and run all tests: of C++ and C, of the backend over
+#:                     OpenVINO's C interface, of Python, and of the Windows
+#:                     programs under Wine
+#: test NAME [PRESET]  build and run only the tests whose names match this
+#:                     regular expression
+#: test --native       run all tests except those of the Windows programs
 #: test --python       build and install the Python package, and run its tests
-#: test --public       the same, with all of ONNX's operator cases instead of 150: 6 minutes more
-#: test --sanitize     the tests on Linux with the address, undefined-behaviour and thread sanitizers
+#: test --public       the same, with all operator cases of ONNX instead of 150;
+#:                     takes 6 minutes more
+#: test --sanitize     run the C++ and C tests with the address,
+#:                     undefined-behaviour and thread sanitizers
 
 results=$PWD/build/test-results
 suites=()  # NAME:STATUS of each suite that has run
@@ -18,7 +22,7 @@ suite() {
     suites+=("$1:$status")
 }
 
-# A function called as a condition does not stop at a command that fails. So these functions use `&&`.
+# Bash does not stop such a function at a command that fails, so these functions join their commands with `&&`.
 testPreset() {
     run ./dev build "$1" &&
         run ctest --preset "$1" --output-junit "$results/$1.xml" "${@:2}"
@@ -36,7 +40,7 @@ checkTypes() {
     (cd "$1" && run "$project/.deps/python/bin/python" -m mypy --config-file "$project/python/pyproject.toml" "${@:2}")
 }
 
-# Tries the wheel as a user does, in an empty environment: the wheel must bring its dependencies.
+# Uses the wheel as a user does, in an empty environment: pip must install its dependencies.
 tryWheel() {
     local python=build/python/bin/python material=.deps/material
     local model=$material/face_detection_short_range.tflite
@@ -71,7 +75,7 @@ testNamed() {
         run ctest --preset "$2" --output-junit "$results/$2.xml" --tests-regex "$1"
 }
 
-# testNamedInPython TEST...: takes pytest's names.
+# testNamedInPython TEST...: the names of the tests are those of pytest.
 testNamedInPython() {
     run ./dev setup test && installWheel && runPytest "$@"
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Prints the results of the tests in one line.
 
-test_summary.py FOLDER SUITE:STATUS...: SUITE.xml in FOLDER has the results of a suite in JUnit's format. STATUS is the
-exit value of its last command. The exit value is 1 if a test or a suite has failed.
+test_summary.py FOLDER SUITE:STATUS...: FOLDER/SUITE.xml has the results of a suite in JUnit's format. STATUS is the
+exit value of the suite's last command. Exits with 1 if a test or a suite failed, or if no test ran.
 """
 import collections
 import pathlib
@@ -10,7 +10,7 @@ import re
 import sys
 import xml.etree.ElementTree
 
-# As our scripts and GoogleTest print it. GoogleTest prints the reason in the line after the place.
+# The project's scripts print "SKIPPED: REASON". GoogleTest prints the reason in the line after the place.
 REASON = re.compile(r"^SKIPPED: (.+)$|: Skipped\n(.+)$", re.MULTILINE)
 
 
@@ -35,7 +35,7 @@ def main(folder, *suites):
             else:
                 passed += 1
         if status != "0" and len(failed) == before:
-            failed.append(f"{suite}: a step other than a test, see above")
+            failed.append(f"{suite}: not a test; see above")
     parts = [f"{passed} test{'s' * (passed != 1)} passed"]
     if skipped:
         reasons = "; ".join(f"{count} x {reason}" for reason, count in skipped.most_common())
@@ -43,7 +43,7 @@ def main(folder, *suites):
     if failed:
         parts.insert(0, f"{len(failed)} FAILED ({'; '.join(failed)})")
     nothing = not (passed or failed or skipped)
-    print("no test has run" if nothing else ", ".join(parts))
+    print("no test ran" if nothing else ", ".join(parts))
     return 1 if failed or nothing else 0
 
 

@@ -1,13 +1,14 @@
 # shellcheck shell=bash
-#: wheel [--native]    build the Python package for Linux and Windows in dist/ (--native: Linux only);
-#:                     run a model under Wine with the programs of the package for Windows
+#: wheel [--native]    build the Python package for Linux and Windows in dist/
+#:                     (--native: for Linux only); run a model under Wine with
+#:                     the package for Windows
 
 folder=build/wheel
 python=.deps/wheel/bin/python
 notices=(libcli11-dev nlohmann-json3-dev libstb-dev libutfcpp-dev)
 
-# pack SYSTEM BUILT STRIP FILE...: makes the wheel for SYSTEM in build/wheel/, with these files of the folder BUILT. The
-# Debian packages in `notices` have the licences of the libraries that are compiled into the files.
+# pack SYSTEM BUILT STRIP FILE...: makes the wheel for SYSTEM in build/wheel/ with these files of the folder BUILT,
+# which the program STRIP strips. The Debian packages in `notices` have the licences of the libraries in the files.
 pack() {
     local wheel=$folder/$1 built=$2 file package
     run mkdir -p "$wheel/orvane/licenses"
@@ -27,12 +28,12 @@ wheelLinux() {
     run ./dev build wheel-linux
     run rm -rf $folder dist/*-py3-none-*linux*.whl
     pack linux build/wheel-linux strip bin/{orvane,orvane_host} lib/liborvane_c.so.0
-    # The symbols that the files use decide how old a system may be. The runtime is in another package.
+    # auditwheel finds the oldest system that has the symbols of these files. OpenVINO is in another package.
     run env PATH="$PWD/.deps/wheel/bin:$PATH" "$python" -m auditwheel repair --exclude 'libopenvino.so.*' \
         --wheel-dir dist $folder/*linux_x86_64.whl
 }
 
-# Runs the programs where pip would place them, beside the runtime's package.
+# Runs the program in the folder layout that pip creates: beside the package of OpenVINO.
 wheelWindows() {
     local installed=$folder/installed
     notices+=(gcc-mingw-w64-base mingw-w64-common)

@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
-"""Runs the commands on pages and compares their output with the pages.
+"""Runs the commands on pages, and compares their output with the pages.
 
-page_commands.py PAGE...: needs the wheel and the archives of `./dev wheel` and `./dev package` in dist/. A shell for
-each page runs its commands in a folder with links to the project's files, and with the Python environment in which
-`./dev test --python` installed the wheel. Commands are the lines that begin with `$ ` in blocks marked as `console`. A
-`./dev` command runs in the project itself, but not if .ci/run runs it. The lines below a command are its output:
-numbers may differ, and `...` matches any lines. If the first of these lines begins with "orvane: ", the command must
-fail; otherwise it must succeed. A comment right above a block may say `<!-- not run: REASON -->` or
-`<!-- output not compared: REASON -->`. Exit value 1 if anything differs.
+page_commands.py PAGE...: first run `./dev wheel` and `./dev package`, which write to dist/, and `./dev test --python`,
+which installs the wheel for the commands. One shell runs all commands of a page, in a folder with links to the project's
+files.
+
+Commands are the lines that begin with `$ ` in blocks marked as `console`. `./dev` commands run in the project itself;
+those of .ci/run are left out. The lines after a command are its output. Numbers may differ, and `...` matches any
+lines. If the first of these lines begins with "orvane: ", the command must fail; otherwise it must succeed. The line
+before a block may be `<!-- not run: REASON -->` or `<!-- output not compared: REASON -->`. Exits with 1 if anything
+differs.
 """
 import dataclasses
 import os
@@ -35,7 +37,7 @@ class Command:
 
 
 def commands_of(page):
-    """Returns the commands of a page, in order."""
+    """Returns the commands of a page in their order."""
     commands, mark, language, before = [], None, None, ""
     for number, line in enumerate(page.read_text().splitlines(), 1):
         if line.startswith("```"):
@@ -50,7 +52,7 @@ def commands_of(page):
 
 
 def pattern(lines):
-    """Returns a regular expression for the output: any numbers, any blanks and, for `...`, any lines."""
+    """Returns a regular expression for lines of output. Numbers and blanks may differ; `...` matches any lines."""
     def one(line):
         words = re.sub(r"-?\d+(\.\d+)?", "0", " ".join(line.split()))
         return ".*" if words == "..." else re.escape(words).replace("0", r"-?\d+(?:\.\d+)?")
@@ -58,7 +60,7 @@ def pattern(lines):
 
 
 def first_difference(wanted, plain):
-    """Returns how many lines of the page match, and the output from the first difference."""
+    """Returns how many lines of the page match, and the output after them."""
     for count in range(len(wanted) - 1, -1, -1):
         if found := pattern(wanted[:count]).match(plain):
             return count, plain[found.end():].strip()
@@ -72,7 +74,7 @@ class Shell:
                                         start_new_session=True)
 
     def run(self, text):
-        """Returns the command's exit value, or None if it timed out, and its output."""
+        """Returns the exit value and the output of the command. The exit value is None if the command timed out."""
         watch = threading.Timer(TIMEOUT_S, os.killpg, (self.process.pid, signal.SIGKILL))
         watch.start()
         try:
@@ -93,7 +95,7 @@ class Shell:
 
 
 def show_project(folder):
-    """Makes a folder with links to the project's files. Commands can write beside them."""
+    """Makes a folder with links to the project's files. Commands can add files to this folder."""
     folder.mkdir()
     for entry in PROJECT.iterdir():
         (folder / entry.name).symlink_to(entry)
@@ -108,23 +110,23 @@ def write_program(page, folder):
 
 def what_is_wrong(command, value, printed):
     if value is None:
-        return f"took more than {TIMEOUT_S} s, or ended the shell"
+        return f"the command took more than {TIMEOUT_S} s, or ended the shell"
     fails = bool(command.printed) and command.printed[0].startswith("orvane: ")
     if (value != 0) != fails:
-        return f"ended with {value}"
+        return f"the command exited with {value}"
     if command.printed and command.mark[0] != "output not compared":
         plain = " ".join(printed.split())
         if not pattern([*command.printed, ""]).fullmatch(plain):
             count, rest = first_difference(command.printed, plain)
             wanted = command.printed[count] if count < len(command.printed) else "(nothing more)"
-            return f"the page has in line {command.line + 1 + count}: {wanted}\n  the command printed: {rest[:200]}"
+            return f"line {command.line + 1 + count} of the page is: {wanted}\n  the command printed: {rest[:200]}"
     return None
 
 
 def why_not(command, ci_chores):
-    """Returns why the command does not run here, or None. With `--native`, a chore does a part of its work."""
+    """Returns why the command does not run here, or None. If CI runs a chore, `--native` would repeat a part of it."""
     if command.text.removesuffix(" --native") in ci_chores:
-        return "CI runs it"
+        return "it is a step of .ci/run"
     return command.mark[1] if command.mark[0] == "not run" else None
 
 
@@ -133,7 +135,7 @@ def in_project(text):
 
 
 def run_page(page, ci_chores):
-    """Runs the commands of a page. Counts the commands that ran, that it left out, and that failed."""
+    """Runs the commands of a page. Returns how many it ran, left out, and found wrong."""
     count = {"run": 0, "left out": 0, "wrong": 0}
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch) / "project"
@@ -153,7 +155,8 @@ def run_page(page, ci_chores):
             count["run"] += 1
             if wrong := what_is_wrong(command, value, printed):
                 count["wrong"] += 1
-                print(f"  edit {page.relative_to(PROJECT)}, or mend the command: {wrong}\n{printed}", flush=True)
+                print(f"  WRONG: {wrong}\n  Correct {page.relative_to(PROJECT)} or the program. All output:")
+                print(printed, flush=True)
             if value is None:
                 break
         shell.close()

@@ -1,5 +1,5 @@
-"""Adds to the pages in docs/: README.md as the first page, CHANGELOG.md, CONTRIBUTING.md, and each source file that a
-page links to."""
+"""Adds pages to the site of docs/: README.md as the first page, CHANGELOG.md, CONTRIBUTING.md, and all source files that
+pages link to."""
 import pathlib
 import posixpath
 import re
@@ -36,14 +36,14 @@ def relink(text, page):
 def source_page(path):
     source = ROOT / path
     if source.suffix not in LANGUAGES or not source.is_file():
-        raise PluginError(f"a page links to {path}: there is no such file, or docs/site/pages.py has no language for it")
-    # Not in the search: it would find the source besides the page that explains it.
+        raise PluginError(f"a page links to {path}: there is no such file, or its suffix is not in LANGUAGES")
+    # The search leaves it out: otherwise it would find the source as well as the page that explains it.
     return (f"---\nsearch: {{exclude: true}}\n---\n# {path}\n\n"
             f"``````{LANGUAGES[source.suffix]}\n{source.read_text(encoding='utf-8')}``````\n")
 
 
 def on_config(config):
-    """Drops the error page: its links start at the top of a server, and the site may be in any folder."""
+    """Leaves out the error page: its links only work if the site is at the top of a server."""
     config.theme.static_templates.discard("404.html")
 
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Checks the site with a browser without a window: links lead to files, pages fetch nothing from other sites, the
-search works, code has colours, and the pages fit the width of a telephone.
+"""Checks the site with Chromium: links lead to files, pages load nothing from other sites, the search works, code has
+colours, and pages fit the width of a telephone.
 
-site_test.py SITE: SITE is the folder that `./dev docs` has built.
+site_test.py SITE: SITE is the folder that `./dev docs` built.
 """
 import html
 import html.parser
@@ -49,13 +49,13 @@ def check_links(site):
             parts = urllib.parse.urlsplit(link)
             if parts.scheme or parts.netloc:
                 outside = link in page.fetched and parts.scheme != "javascript"
-                assert not outside, f"{file}: {link} would be fetched from elsewhere"
+                assert not outside, f"{file} loads {link} from another site"
                 continue
             target = (file.parent / urllib.parse.unquote(parts.path)).resolve() if parts.path else file
-            assert target.is_file(), f"{file}: {link} leads to no file"
+            assert target.is_file(), f"{file}: the link {link} leads to no file"
             if parts.fragment and target in pages:
                 name = urllib.parse.unquote(parts.fragment)
-                assert name in pages[target].names, f"{file}: {link} leads to no place on that page"
+                assert name in pages[target].names, f"{file}: the link {link} leads to no heading of that page"
 
 
 def check_navigation(site):
@@ -63,25 +63,25 @@ def check_navigation(site):
     links = {urllib.parse.unquote(link) for link in Page((site / "index.html").read_text(encoding="utf-8")).links}
     pages = {file.relative_to(site).as_posix() for file in site.rglob("*.html")}
     wanted = {page for page in pages if not page.startswith(("source/", "cpp/"))}
-    assert wanted <= links, f"the navigation does not lead to {wanted - links}"
+    assert wanted <= links, f"the navigation has no links to {wanted - links}"
 
 
 def check_search(site, folder):
     for word, page in (("ZeroMQ", "performance.html"), ("return_exceptions", "reference/python.html"),
                        ("orvane_view_output", "cpp/orvane__c_8h.html"), ("CopyFrom", "cpp/classOrvane_1_1TensorImpl.html")):
         shown = show(f"{(site / 'index.html').as_uri()}?q={word}", folder)
-        assert any(page in result for result in shown.results), f"a search for {word} finds {shown.results}"
+        assert any(page in result for result in shown.results), f"a search for {word} finds {shown.results}, not {page}"
     assert not show(f"{(site / 'index.html').as_uri()}?q=zyzzyva", folder).results
 
 
 def check_code(site, folder):
     shown = show((site / "index.html").as_uri(), folder)
     kinds = {kind for tag, kind in shown.classes if tag == "span"}
-    assert {"k", "kt", "s"} & kinds, f"the code on the first page has no colours: {kinds}"
+    assert {"k", "kt", "s"} & kinds, f"the code on the first page has no colours, only the classes {kinds}"
 
 
 def check_width(site, folder):
-    """Uses a frame, because a window cannot be that narrow."""
+    """Uses a frame, because a window cannot be so narrow."""
     for name in ("index.html", "command-line.html", "performance.html", "reference/python.html"):
         frame = folder / "frame.html"
         frame.write_text(f"""<body><iframe src="{(site / name).as_uri()}" style="width: 360px; height: 800px; border: 0">
@@ -90,7 +90,7 @@ def check_width(site, folder):
               document.body.dataset.width = `${{innerWidth}} ${{documentElement.scrollWidth}}`;
             }};</script></body>""", encoding="utf-8")
         width = show(frame.as_uri(), folder, "--hide-scrollbars", "--allow-file-access-from-files").width
-        assert width == "360 360", f"{name}: width of the frame, and of the page in it: {width}"
+        assert width == "360 360", f"{name}: widths of the frame and of the page are {width}, not 360 360"
 
 
 def main(site):
