@@ -26,7 +26,7 @@ PRESET = "linux-mutate"
 
 # The quick tests with their arguments, the quickest test first.
 GTEST = ["--gtest_brief=1", "--gtest_fail_fast"]
-HOSTS = ["bin/orvane_host", "bin/stub_host", "bin/forging_host"]
+HOSTS = ["bin/orvane_host", "bin/stub_host"]
 TESTS = {
     "fuzz_model_file_cipher": [],
     "core_test": GTEST,

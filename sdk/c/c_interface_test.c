@@ -1,7 +1,7 @@
 // Tests each function and each refusal of the C interface as an application does: it shares only the header with the
 // library. It compiles as C and as C++.
 //
-//   c_interface_test HOST STUB_HOST FORGING_HOST [client]
+//   c_interface_test HOST STUB_HOST [client]
 //   c_interface_test copy STUB_HOST NUMBER
 //
 // It writes files to the working directory. With "client", the library runs models in a host process only. With "copy",
@@ -338,11 +338,12 @@ int main(int argc, char** argv) {
     if (argc == 4 && strcmp(argv[1], "copy") == 0 && strlen(argv[3]) >= 4) {
         return RunCopy(argv[2], argv[3]);
     }
-    if (argc < 4) {
-        printf("usage: c_interface_test HOST STUB_HOST FORGING_HOST [client]\n");
+    if (argc < 3) {
+        printf("usage: c_interface_test HOST STUB_HOST [client]\n");
         return 2;
     }
-    if (argc > 4) {
+    const int isClient = argc > 3;
+    if (isClient) {
         FAILS(TryOpen(Options(EchoModel("client.xml", "f32", "1,3"), NULL)), ORVANE_REFUSED,
               "this library runs models in a host process only: set a host program, or use the library orvane_c "
               "(OpenVINO is not enabled)");
@@ -356,8 +357,7 @@ int main(int argc, char** argv) {
     TestTensors("");  // the host beside the library
     TestHost(argv[2]);
     TestInputMemoryOfStub(argv[2]);
-    TestForgedReplies(argv[3]);
-    TestModelFiles(argc > 4);
+    TestModelFiles(isClient);
     TestTheRest();
     printf("%d failures\n", failures);
     return failures != 0;

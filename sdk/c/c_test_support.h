@@ -60,7 +60,6 @@ int32_t CountSteps(void* user, int32_t step);
 void TestFiles(const char* host);
 void TestModelFiles(int isClient);
 void TestHost(const char* stub);
-void TestForgedReplies(const char* forger);
 void TestInputMemory(const char* host);
 void TestInputMemoryInThisProcess(void);
 void TestInputMemoryOfStub(const char* stub);

@@ -1,16 +1,21 @@
 #include <orvane/interpreter_params.h>
 
 #include "core/backend_factory.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "testing/support/memory_backend.h"
 #include "testing/support/stub_work.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -23,6 +28,7 @@ namespace {
 
 constexpr size_t kLargestPort = 32'000'000;
 constexpr size_t kMostPorts = 8;
+constexpr uint32_t kLargestClaim = 20'000'000;  // bytes that fit into the section
 
 [[noreturn]] void Throw() {
     throw std::runtime_error("thrown by a model");
@@ -46,12 +52,20 @@ const std::map<std::string, void (*)()>& Deaths() {
 //   echo SIZE [OUTPUTS [INPUTS]]   makes u8 outputs "y0", "y1", ... and inputs "x0", ... of SIZE bytes; as many inputs
 //                                  as outputs by default
 //   share INPUT OUTPUT             makes an input and an output of these sizes in the same memory: a run copies nothing
+//   odd RANK                       makes an input and an output of 4 bytes, with RANK dimensions and names that are not
+//                                  UTF-8
+//   count NUMBER                   claims this number of inputs and of outputs
 //   fail TEXT                      fails with this text
 //   hang                           never ends
+//   cache                          writes the requested cache file; without such a request, never ends
 // The model name, or the text after a semicolon in the path, selects what a run does before it copies each input to its
 // output:
 //   sleep MILLISECONDS, exit VALUE, the work of a `StubWork`, or one of the deaths above; otherwise nothing
-// With "look", the destructor reads the data that came in last.
+// or what the other functions do:
+//   look               the destructor reads the data that came in last
+//   slow MILLISECONDS  a load, each description of a tensor, and each run take so long
+//   claim LENGTH       a reply claims that an output has LENGTH bytes
+//   refuse LENGTH      the same, and the first, the third, ... copy of an output fails
 class StubBackend final : public Testing::MemoryBackend {
  public:
     StubBackend() { ++living; }
@@ -69,7 +83,11 @@ class StubBackend final : public Testing::MemoryBackend {
         size_t size = 0;
         size_t outputCount = 1;
         words >> kind >> size >> outputCount;
-        if (kind == "hang") {
+        if (kind == "cache" && params.openvinoMakeCache) {
+            std::ofstream(Platform::PathFromUtf8(params.openvinoCachePath)) << "cache";
+            return {};
+        }
+        if (kind == "hang" || kind == "cache") {
             std::this_thread::sleep_for(std::chrono::hours(1));
         }
         if (living != 1) {
@@ -78,6 +96,15 @@ class StubBackend final : public Testing::MemoryBackend {
         std::istringstream(mark != std::string::npos ? params.modelPath.substr(mark + 1) : params.modelName) >> run >>
             number;
         work = std::make_unique<Testing::StubWork>(run, number);
+        BeSlow();
+        if (kind == "count") {
+            claimedCount = static_cast<int32_t>(size);
+            return {};
+        }
+        if (kind == "odd") {
+            AddOddPorts(size);
+            return {};
+        }
         const bool shares = kind == "share";
         const size_t outputSize = shares ? std::exchange(outputCount, 1) : size;
         size_t inputCount = outputCount;
@@ -97,12 +124,36 @@ class StubBackend final : public Testing::MemoryBackend {
         return {};
     }
 
+    int32_t GetTensorCount(TensorType type) override {
+        return claimedCount.value_or(MemoryBackend::GetTensorCount(type));
+    }
+
+    TensorInfo GetTensorInfo(TensorType type, uint32_t index) override {
+        BeSlow();
+        return MemoryBackend::GetTensorInfo(type, index);
+    }
+
     Status SetInputData(uint32_t index, const void* data, uint32_t size) override {
         lastInput = static_cast<const volatile char*>(data);
         return MemoryBackend::SetInputData(index, data, size);
     }
 
+    // `data` is in the reply: the length of the output precedes it, and the client reads a status after so many bytes.
+    Status CopyOutputTo(uint32_t index, void* data, uint32_t size) override {
+        if (run == "claim" || run == "refuse") {
+            const auto length = static_cast<uint32_t>(number);
+            std::memcpy(static_cast<char*>(data) - sizeof length, &length, sizeof length);
+            const bool fails = run == "refuse" && ++copies % 2 == 1;
+            const uint32_t status[] = {4, fails ? 1U : 0U, 1, 0};  // each value follows its tag; the text is empty
+            if (length <= kLargestClaim) {
+                std::memcpy(static_cast<char*>(data) + length, status, sizeof status);
+            }
+        }
+        return MemoryBackend::CopyOutputTo(index, data, size);
+    }
+
     Status Invoke() override {
+        BeSlow();
         if (run == "exit") {
             std::_Exit(number);
         }
@@ -124,9 +175,20 @@ class StubBackend final : public Testing::MemoryBackend {
     std::unordered_map<std::string, std::string> GetExtraInfo() override { return {{"kind", "stub"}}; }
 
  private:
+    void BeSlow() const { std::this_thread::sleep_for(std::chrono::milliseconds(run == "slow" ? number : 0)); }
+
+    void AddOddPorts(size_t rank) {
+        for (const TensorType type : {TensorTypeInput, TensorTypeOutput}) {
+            AddPort(type, "\xC3(", 4, std::make_shared<std::string>(4, '\0'));
+            Ports(type).front().info.shape.resize(rank, 1);
+        }
+    }
+
     inline static int living = 0;
     std::string run;
     int number = 0;
+    int copies = 0;
+    std::optional<int32_t> claimedCount;
     std::unique_ptr<Testing::StubWork> work;
     const volatile char* lastInput = nullptr;
 };
