@@ -1,6 +1,6 @@
 #include <orvane/orvane.h>
 
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 #include "testing/posix/processes.h"
 #include "testing/support/processes.h"
 

@@ -4,6 +4,8 @@
 #include <orvane/status.h>
 #include <orvane/tensor_info.h>
 
+#include "core/errors.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -36,7 +38,10 @@ class IOrvane {
     virtual TensorInfo GetTensorInfo(TensorType type, uint32_t index) = 0;
 
     // Every backend refuses this.
-    virtual Status BindTensor(uint32_t index, TensorType type, uint32_t otherIndex, TensorType otherType);
+    virtual Status BindTensor(uint32_t /*index*/, TensorType /*type*/, uint32_t /*otherIndex*/,
+                              TensorType /*otherType*/) {
+        return MakeErrorStatus(kNotSupported);
+    }
 
     // Copies `size` bytes from `data` to input `index` before it returns. If `size` is smaller than the input, the rest
     // of the input keeps its bytes.
@@ -64,7 +69,18 @@ class IOrvane {
     // The memory lives as long as the backend or `memory`, whichever is longer, also after the host process has ended.
     // With a host process all inputs share this memory, and a forked child must not write to it.
     // Fails like `SetInputData`. With a host process it does not check whether `index` exists.
-    virtual Status GetInputMemory(uint32_t index, uint32_t size, std::shared_ptr<void>& memory);
+    virtual Status GetInputMemory(uint32_t /*index*/, uint32_t /*size*/, std::shared_ptr<void>& /*memory*/) {
+        return MakeErrorStatus(kNotSupported);
+    }
 };
+
+// Each library defines these two functions and so selects its backends.
+
+// The backend that runs models of this framework, a `FrameworkType`, in this process. Null if the library has no such
+// backend.
+std::unique_ptr<IOrvane> CreateLocalBackend(uint32_t framework);
+
+// The backend that runs models in a host process.
+std::unique_ptr<IOrvane> CreateRemoteBackend();
 
 }  // namespace Orvane

@@ -1,9 +1,9 @@
 #include <orvane/interpreter.h>
 #include <orvane/log.h>
 
-#include "core/backend_factory.h"
-#include "core/error_status.h"
+#include "core/errors.h"
 #include "core/host_control.h"
+#include "core/i_orvane.h"
 #include "core/interpreter_impl.h"
 #include "platform/per_process.h"
 
@@ -109,7 +109,7 @@ std::shared_ptr<HostControl> Interpreter::SharedHost() const {
 Status Interpreter::Interrupt() {
     const std::shared_ptr<HostControl> host = SharedHost();
     if (host == nullptr) {
-        return MakeErrorStatus("不支持此操作");
+        return MakeErrorStatus(kNotSupported);
     }
     host->Interrupt();
     return MakeSuccessStatus();

@@ -1,6 +1,6 @@
 #include <orvane/interpreter.h>
 
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 #include "testing/support/captured_log.h"
 #include "testing/support/fake_backend.h"
 

@@ -1,6 +1,6 @@
 #include "core/option_v2_impl.h"
 
-#include "core/error_status.h"
+#include "core/errors.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "core/tensor_proxy_impl.h"
 
-#include "core/error_status.h"
+#include "core/errors.h"
 
 namespace Orvane {
 
@@ -57,7 +57,7 @@ void* TensorProxyImpl::GetData() {
 }
 
 Status TensorImpl::GetMemory(uint32_t /*size*/, std::shared_ptr<void>& /*memory*/) {
-    return MakeErrorStatus("不支持此操作");
+    return MakeErrorStatus(kNotSupported);
 }
 
 Status TensorProxyImpl::GetMemory(uint32_t size, std::shared_ptr<void>& memory) {

@@ -1,5 +1,5 @@
 // The host's dispatcher: a host replies exactly as a local interpreter does.
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 #include "fuzz/fuzz_target.h"
 #include "host/dispatcher.h"
 #include "host/sandbox.h"

@@ -1,6 +1,6 @@
 #include "host/run_host.h"
 
-#include "core/system_exception.h"
+#include "core/errors.h"
 #include "host/dispatcher.h"
 
 namespace Orvane {

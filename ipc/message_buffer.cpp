@@ -1,6 +1,6 @@
 #include "ipc/message_buffer.h"
 
-#include "core/error_status.h"
+#include "core/errors.h"
 #include "platform/copy_data.h"
 #include "platform/process.h"
 

@@ -1,6 +1,6 @@
 #include "ipc/shared_channel.h"
 
-#include "core/system_exception.h"
+#include "core/errors.h"
 #include "platform/shared_names.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/file_error.h"
+#include "platform/file.h"
 #include "platform/path.h"
 #include "platform/whole_file.h"
 

@@ -1,7 +1,6 @@
 #include "platform/whole_file.h"
 
-#include "platform/file_error.h"
-#include "platform/input_file.h"
+#include "platform/file.h"
 #include "platform/path.h"
 
 #include <random>

@@ -1,6 +1,6 @@
 // The libraries `orvane` and `orvane_c` also run models in the process of the application.
 #include "backends/openvino/openvino_backend.h"
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 
 namespace Orvane {
 

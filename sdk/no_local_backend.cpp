@@ -1,6 +1,6 @@
 // The libraries `orvane_client` and `orvane_client_c` run models only in a host process.
-#include "core/backend_factory.h"
-#include "core/error_status.h"
+#include "core/errors.h"
+#include "core/i_orvane.h"
 #include "core/model_file.h"
 
 namespace Orvane {

@@ -1,7 +1,7 @@
 #include "core/model_file.h"
 
 #include "backends/openvino/describe_ports.h"
-#include "core/error_status.h"
+#include "core/errors.h"
 #include "platform/path.h"
 
 #include <openvino/openvino.hpp>

@@ -9,9 +9,9 @@
 #include "backends/openvino/encrypted_model_file.h"
 #include "backends/openvino/openvino_backend.h"
 #include "core/call_watch.h"
-#include "core/error_status.h"
-#include "core/weights_file.h"
+#include "core/errors.h"
 #include "platform/copy_data.h"
+#include "platform/file.h"
 #include "platform/path.h"
 #include "platform/signal_stack.h"
 
@@ -62,7 +62,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
 
         const std::string device = params.openvinoDevice.empty() ? "CPU" : params.openvinoDevice;
         if (!HasDevice(device)) {
-            return MakeErrorStatus("不支持的设备类型");
+            return MakeErrorStatus(kWrongDevice);
         }
         const std::filesystem::path cachePath = Platform::PathFromUtf8(params.openvinoCachePath);
         if (!cachePath.empty() && !Platform::IsMissing(cachePath)) {
@@ -74,7 +74,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
             compiledModel = core->import_model(stream, device, ov::AnyMap{});
         } else {
             if (params.modelPath.empty()) {
-                return MakeErrorStatus("模型参数错误");
+                return MakeErrorStatus(kWrongModel);
             }
             compiledModel = Compile(params, device);
             if (params.openvinoMakeCache && !cachePath.empty()) {
@@ -126,10 +126,10 @@ Status OpenvinoWrapper::FindBuffer(uint32_t index, uint32_t size, std::shared_pt
         }
     }
     if (index >= inputBuffers.size()) {
-        return MakeErrorStatus("Tensor 参数错误");
+        return MakeErrorStatus(kWrongTensor);
     }
     if (size > inputBuffers[index]->Size()) {
-        return MakeErrorStatus("数据大小错误");
+        return MakeErrorStatus(kWrongDataSize);
     }
     buffer = inputBuffers[index];
     return MakeSuccessStatus();
@@ -151,7 +151,7 @@ Status OpenvinoWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) 
     try {
         const ov::Tensor output = inferRequest.get_output_tensor(index);
         if (output.get_byte_size() != size) {
-            return MakeErrorStatus("数据大小错误");
+            return MakeErrorStatus(kWrongDataSize);
         }
         Platform::CopyData(data, output.data(), size);
         return MakeSuccessStatus();
@@ -224,7 +224,7 @@ std::shared_ptr<ov::Model> OpenvinoWrapper::ReadEncryptedModel(const Interpreter
                                                                const std::string& modelFile) {
     const ModelFileCipher cipher{.key = params.openvinoMakeEncryptedKey};
     const std::string description = ReadEncryptedDescription(modelFile, cipher);
-    weightsBuffer = ReadEncryptedWeights(WeightsFileOf(modelFile), cipher);
+    weightsBuffer = ReadEncryptedWeights(Platform::WeightsFileOf(modelFile), cipher);
     const ov::Tensor weights(ov::element::u8, ov::Shape{weightsBuffer.Size()}, weightsBuffer.Data());
     return core->read_model(description, weights);
 }

@@ -2,11 +2,10 @@
 
 #include <orvane/option_v2.h>
 
-#include "core/backend_factory.h"
 #include "core/call_watch.h"
 #include "core/deferred_log.h"
-#include "core/error_status.h"
-#include "core/system_exception.h"
+#include "core/errors.h"
+#include "core/i_orvane.h"
 #include "ipc/call_protocol.h"
 #include "platform/copy_data.h"
 #include "platform/last_error.h"
@@ -275,7 +274,7 @@ Status RemoteWrapper::GetInputMemory(uint32_t /*index*/, uint32_t size, std::sha
     const DeferredLog log;
     const std::lock_guard guard(*channel.lock);
     if (size > kMaxHostTensorBytes) {
-        return MakeErrorStatus("数据大小错误");
+        return MakeErrorStatus(kWrongDataSize);
     }
     if (!channel.EnsureMemory(size)) {
         return Failed(Obstacle::NoMemory, kHostExit);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/failure.h"
-#include "platform/input_file.h"
+#include "platform/file.h"
 
 #include <algorithm>
 #include <iostream>

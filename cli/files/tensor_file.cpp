@@ -6,7 +6,7 @@
 #include "cli/files/npz.h"
 #include "cli/files/standard_input.h"
 #include "cli/printable.h"
-#include "platform/input_file.h"
+#include "platform/file.h"
 #include "platform/path.h"
 
 #include <algorithm>

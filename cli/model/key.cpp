@@ -2,7 +2,7 @@
 
 #include "cli/failure.h"
 #include "cli/files/standard_input.h"
-#include "platform/input_file.h"
+#include "platform/file.h"
 
 #include <array>
 

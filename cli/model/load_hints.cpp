@@ -1,8 +1,7 @@
 #include "cli/model/load_hints.h"
 
 #include "cli/failure.h"
-#include "platform/file_error.h"
-#include "platform/input_file.h"
+#include "platform/file.h"
 #include "platform/path.h"
 
 #include <orvane/model_file.hpp>
@@ -10,7 +9,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <initializer_list>
-#include <string_view>
 #include <system_error>
 
 namespace Orvane::Cli {
@@ -35,16 +33,6 @@ bool BeginsLikeXml(const std::string& path) {
     return file.get() == '<';
 }
 
-// Returns the file with the weights of an .xml. A file called ".xml" has ".bin" beside it, although the standard
-// library sees no extension.
-std::optional<std::filesystem::path> WeightsOf(const std::string& model) {
-    constexpr std::string_view kEnding = ".xml";
-    if (!model.ends_with(kEnding)) {
-        return std::nullopt;
-    }
-    return Platform::PathFromUtf8(model.substr(0, model.size() - kEnding.size()) + ".bin");
-}
-
 bool IsCacheRead(const ModelOptions& options) {
     return options.cache && !Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
 }
@@ -65,12 +53,12 @@ std::optional<std::string> CertainHint(const ModelOptions& options) {
     if (const std::optional<std::string> reason = WhyUnreadable(*options.model)) {
         return "The model cannot be read: " + *reason + ".";
     }
-    const std::optional<std::filesystem::path> weights = WeightsOf(*options.model);
-    if (weights && Platform::IsMissing(*weights)) {
-        return "Its weights are missing: put " + Platform::Utf8FromPath(*weights) + " beside the model.";
-    }
-    if (weights) {
-        if (const std::optional<std::string> reason = WhyUnreadable(Platform::Utf8FromPath(*weights))) {
+    if (options.model->ends_with(".xml")) {
+        const std::string weights = Platform::WeightsFileOf(*options.model);
+        if (Platform::IsMissing(Platform::PathFromUtf8(weights))) {
+            return "Its weights are missing: put " + weights + " beside the model.";
+        }
+        if (const std::optional<std::string> reason = WhyUnreadable(weights)) {
             return "Its weights cannot be read: " + *reason + ".";
         }
     }

@@ -3,7 +3,7 @@
 #include "cli/failure.h"
 #include "cli/report/bench_page_template.h"
 #include "cli/report/bench_report.h"
-#include "platform/input_file.h"
+#include "platform/file.h"
 
 #include <algorithm>
 #include <iterator>

@@ -2,7 +2,8 @@
 
 #include <orvane/host.h>
 
-#include "platform/file_error.h"
+#include "core/errors.h"
+#include "platform/file.h"
 #include "sdk/c/utf8.h"
 
 #include <exception>
@@ -28,11 +29,11 @@ orvane_error* MakeError(int32_t reason, int32_t system, const char* message, int
 // Returns what a fixed text means and what to do; null for other texts.
 const char* ExplanationOf(std::string_view text) {
     static constexpr std::pair<std::string_view, const char*> kExplanations[] = {
-        {"模型参数错误", "the model cannot be loaded: name a model file, or a cache file that exists"},
-        {"不支持的设备类型", "OpenVINO lists no such device on this machine: name another one, or none for the CPU"},
-        {"数据大小错误", "the data has the wrong size: pass exactly as many bytes as the tensor has"},
-        {"Tensor 参数错误", "the model has no such input: use an index below the number of inputs"},
-        {"不支持此操作", "this is not supported"},
+        {kWrongModel, "the model cannot be loaded: name a model file, or a cache file that exists"},
+        {kWrongDevice, "OpenVINO lists no such device on this machine: name another one, or none for the CPU"},
+        {kWrongDataSize, "the data has the wrong size: pass exactly as many bytes as the tensor has"},
+        {kWrongTensor, "the model has no such input: use an index below the number of inputs"},
+        {kNotSupported, "this is not supported"},
         {"OpenVINO is not enabled",
          "this library runs models in a host process only: set a host program, or use the library orvane_c"},
     };

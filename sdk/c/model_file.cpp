@@ -1,7 +1,6 @@
 #include "sdk/c/model_file.h"
 
-#include "core/weights_file.h"
-#include "platform/file_error.h"
+#include "platform/file.h"
 #include "platform/path.h"
 #include "platform/private_folder.h"
 #include "platform/whole_file.h"
@@ -140,7 +139,7 @@ void Reshape(const std::string& path, const InputShapes& shapes, const std::stri
         throw BadArgument(out + " does not end in .xml: the model is written as an .xml with its .bin beside it");
     }
     const std::filesystem::path place = Platform::FinalPlace(out);
-    const std::filesystem::path weights = Platform::FinalPlace(WeightsFileOf(Platform::Utf8FromPath(place)));
+    const std::filesystem::path weights = Platform::FinalPlace(Platform::WeightsFileOf(Platform::Utf8FromPath(place)));
     const Platform::PrivateFolder folder(place);
     const Status status = ReshapeModelFile(path, shapes, Platform::Utf8FromPath(folder.Path() / "model.xml"));
     if (status.reason == FailureReasonSystem) {

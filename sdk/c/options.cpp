@@ -1,6 +1,6 @@
 #include "sdk/c/options.h"
 
-#include "core/weights_file.h"
+#include "platform/file.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "sdk/c/utf8.h"
@@ -123,7 +123,7 @@ void RequireFiles(const InterpreterParams& params) {
                       kNoSuchFile);
     }
     RequireFile(params.modelPath, "model file");
-    const std::string weights = WeightsFileOf(params.modelPath);
+    const std::string weights = Platform::WeightsFileOf(params.modelPath);
     const bool hasWeights = params.modelPath.ends_with(".xml") || params.openvinoMakeEncrypted;
     if (hasWeights && !Platform::IsMissing(Platform::PathFromUtf8(weights))) {
         RequireFile(weights, "weights file");

@@ -1,5 +1,5 @@
 // Only on Linux: the errors of a start, signals, descriptors, limits on memory, and names that stay.
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 #include "host/posix_call_filter.h"
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"

@@ -4,7 +4,7 @@
 #include <orvane/host.h>
 #include <orvane/model_file_cipher.h>
 
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 #include "testing/support/temporary_folder.h"
 #include "testing/support/tiny_models.h"
 #include "testing/support/wire.h"

@@ -2,8 +2,8 @@
 
 #include <orvane/log.h>
 
-#include "core/backend_factory.h"
 #include "core/host_control.h"
+#include "core/i_orvane.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "testing/support/host_fixture.h"

@@ -1,6 +1,6 @@
 // Kills a host or its client in each part of a client's life. Checks what fails, what works later, and what is left.
-#include "core/backend_factory.h"
 #include "core/host_control.h"
+#include "core/i_orvane.h"
 #include "platform/event.h"
 #include "platform/process.h"
 #include "platform/section.h"

@@ -1,5 +1,5 @@
 // The seam's objects that two processes share, and the channel that consists of them, on both systems.
-#include "core/system_exception.h"
+#include "core/errors.h"
 #include "ipc/shared_channel.h"
 #include "platform/last_error.h"
 #include "platform/resources.h"

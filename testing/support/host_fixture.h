@@ -2,7 +2,7 @@
 
 #include <orvane/interpreter.h>
 
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 #include "platform/process.h"
 #include "testing/support/processes.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/error_status.h"
+#include "core/errors.h"
 #include "core/i_orvane.h"
 #include "platform/copy_data.h"
 

@@ -1,6 +1,6 @@
 #include <orvane/interpreter_params.h>
 
-#include "core/backend_factory.h"
+#include "core/i_orvane.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "testing/support/memory_backend.h"

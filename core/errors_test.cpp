@@ -1,4 +1,4 @@
-#include "core/error_status.h"
+#include "core/errors.h"
 
 #include <orvane/log.h>
 

@@ -2,7 +2,10 @@
 
 #include "platform/last_error.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <fstream>
+#include <istream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -27,5 +30,17 @@ class FileError : public std::runtime_error {
  private:
     uint32_t code;
 };
+
+// Opens `path` (UTF-8) for reading bytes. Throws `FileError` if the file is missing or a folder, or the system refuses.
+std::ifstream OpenInputFile(const std::string& path);
+
+// Reads up to `size` bytes and returns how many it read; fewer only at the end of the file. Throws `FileError` if the
+// system cannot read. `path` is for the message.
+std::size_t ReadUpTo(std::istream& stream, const std::string& path, void* destination, std::size_t size);
+
+// Returns the path (UTF-8) of a model file's weights: the same path with the extension "bin". The extension starts at
+// the last "." of the file name, even if the name is only an extension, such as ".xml". The standard library finds no
+// extension in such a name.
+std::string WeightsFileOf(const std::string& modelFile);
 
 }  // namespace Orvane::Platform

@@ -1,6 +1,5 @@
-#include "platform/input_file.h"
+#include "platform/file.h"
 
-#include "platform/file_error.h"
 #include "platform/path.h"
 
 #include <filesystem>
@@ -29,6 +28,13 @@ std::size_t ReadUpTo(std::istream& stream, const std::string& path, void* destin
         throw FileError::OfSystem("cannot read " + path);
     }
     return static_cast<std::size_t>(stream.gcount());
+}
+
+std::string WeightsFileOf(const std::string& modelFile) {
+    std::filesystem::path file = PathFromUtf8(modelFile);
+    const std::filesystem::path name = file.filename();
+    const bool isEnding = name.native().size() > 1 && name.native().rfind('.') == 0;
+    return Utf8FromPath(isEnding ? file.replace_filename(".bin") : file.replace_extension("bin"));
 }
 
 }  // namespace Orvane::Platform
