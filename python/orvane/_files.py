@@ -6,7 +6,8 @@ import concurrent.futures
 import ctypes
 from typing import Any, NamedTuple, Optional
 
-from ._library import DeviceSink, PathLike, TensorSink, check, check_key, encode, library
+from ._arguments import PathLike, check_key, encode
+from ._library import DeviceSink, TensorSink, check, library
 from ._tensor import Tensor, tensor_of
 
 
@@ -21,12 +22,14 @@ def encrypt(source: PathLike, target: PathLike, key: bytes, *, pad: bool = False
         key: 1 to 4 bytes.
         pad: Pads a file of such a length with bytes that model readers skip.
     """
-    check(library.orvane_encrypt_file(encode(source), encode(target), check_key(key), len(key), pad, None, None))
+    check(library.orvane_encrypt_file(encode(source, "source"), encode(target, "target"), check_key(key),
+                                      len(key), pad, None, None))
 
 
 def decrypt(source: PathLike, target: PathLike, key: bytes) -> None:
     """Decrypts a file that ``encrypt`` wrote. It cannot check the key: with a wrong key it writes a useless file."""
-    check(library.orvane_decrypt_file(encode(source), encode(target), check_key(key), len(key), None, None))
+    check(library.orvane_decrypt_file(encode(source, "source"), encode(target, "target"), check_key(key),
+                                      len(key), None, None))
 
 
 class Device(NamedTuple):
@@ -72,5 +75,5 @@ def describe(path: PathLike) -> Tensors:
 
     # A thread, because a signal handler that raises in a callback would go unnoticed; other threads run no handlers.
     with concurrent.futures.ThreadPoolExecutor(1) as threads:
-        threads.submit(lambda: check(library.orvane_describe_file(encode(path), TensorSink(add), None))).result()
+        threads.submit(lambda: check(library.orvane_describe_file(encode(path, "path"), TensorSink(add), None))).result()
     return Tensors(*map(tuple, sides))

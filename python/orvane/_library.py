@@ -6,12 +6,12 @@ import atexit
 import ctypes
 import importlib.metadata
 import importlib.util
-import os
 import pathlib
 import sys
 from ctypes import POINTER, c_char_p, c_int32, c_int64, c_uint32, c_uint64, c_void_p
-from typing import Any, Callable, Optional, Union
+from typing import Any, Callable, Optional
 
+from ._arguments import check_callable
 from ._errors import Reason, make_error
 from ._watch import Callback
 
@@ -21,8 +21,6 @@ ABI = 3
 # Libraries are in lib and programs in bin, but on Windows both are in bin.
 FOLDER = pathlib.Path(__file__).resolve().parent
 LIBRARY = FOLDER / ("bin/orvane_c.dll" if sys.platform == "win32" else "lib/liborvane_c.so.0")
-
-PathLike = Union[str, "os.PathLike[str]"]
 
 
 class Options(ctypes.Structure):
@@ -141,20 +139,6 @@ def check(error: Optional[int]) -> None:
     raise failure
 
 
-def encode(text: PathLike) -> bytes:
-    """A text or a path as the library takes it, in UTF-8 on every system."""
-    encoded = os.fspath(text).encode("utf-8", "surrogateescape")
-    if b"\0" in encoded:
-        raise ValueError(f"{text!r} has a zero character")
-    return encoded
-
-
-def check_key(key: bytes) -> bytes:
-    if not isinstance(key, bytes):
-        raise TypeError(f"the key has the type {type(key).__name__}: pass bytes, such as b'key!'")
-    return key
-
-
 _log_line: Optional[Callable[[int, str], None]] = None
 
 
@@ -174,6 +158,8 @@ def set_log(line: Optional[Callable[[int, str], None]]) -> None:
     ``line`` is called on the thread that logs, by several threads at once. Lines of this library have level 6.
     """
     global _log_line
+    if line is not None:
+        check_callable(line, "line")
     _log_line = line
     library.orvane_set_log(_DROP if line is None else _FORWARD, None)
 

@@ -8,52 +8,22 @@ import math
 import os
 import threading
 import time
-from typing import Any, Callable, Mapping, NoReturn, Optional, Sequence, Union
+from typing import Any, Callable, Mapping, Optional, Sequence, Union
 
 import numpy as np
 
+from ._arguments import PathLike, check_callable, check_count, check_key, encode, milliseconds, text_of
 from ._errors import Error, HostEnd, HostEnded, Reason
-from ._library import Buffer, Description, Options, PathLike, check, check_key, encode, library
+from ._library import Buffer, Description, Options, check, library
+from ._process import ForkGuard, calling, check_end, refuse_copy
 from ._static import Shapes, StaticModel, static_model
-from ._tensor import Tensor, check_target, convert, tensor_of
+from ._tensor import Tensor, brief, check_target, convert, tensor_of
 from ._watch import ASK, Progress, Watch, answers, nothing
 
 Array = np.ndarray[Any, Any]
 
 # Ends whose reason is the host process itself: a new host process may succeed.
 CRASHES = (HostEnd.EXIT, HostEnd.SIGNAL, HostEnd.UNKNOWN)
-
-_forks = 0
-
-
-def _count_fork() -> None:
-    global _forks
-    _forks += 1
-
-
-if hasattr(os, "register_at_fork"):
-    os.register_at_fork(after_in_child=_count_fork)
-
-
-class ForkGuard:
-    """Recognizes a forked process, which has neither the threads nor the host processes of its parent."""
-
-    def __init__(self) -> None:
-        self._made_at = _forks
-
-    def is_copy(self) -> bool:
-        return self._made_at != _forks
-
-    def check(self) -> None:
-        if self._made_at != _forks:
-            raise RuntimeError("this process was forked from the process that loaded the model: load the model after "
-                               "the fork, or let multiprocessing start processes with \"spawn\"")
-
-
-def refuse_copy(self: object) -> NoReturn:
-    """``__reduce__`` of an object that owns a handle: ``copy`` and ``pickle`` call it."""
-    raise TypeError(f"a {type(self).__name__} cannot be copied or pickled: pass the path of the model file, and "
-                    "load it again there")
 
 
 class _Side:
@@ -86,28 +56,22 @@ def _describe(handle: int, side: int, index: int) -> Tensor:
     return tensor_of(description)
 
 
-def _milliseconds(name: str, seconds: float) -> int:
-    if not 0 < seconds < 4_000_000:
-        raise ValueError(f"{name} is a number of seconds above 0 and below 4,000,000, not {seconds!r}")
-    return math.ceil(seconds * 1000)
-
-
 def _options(path: PathLike, host: Union[bool, PathLike], device: Optional[str], cache: Optional[PathLike],
              make_cache: bool, key: Optional[bytes], time_limit: Optional[float],
              load_time_limit: Optional[float]) -> Options:
-    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path), make_cache=make_cache, progress=ASK)
+    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path, "path"), make_cache=make_cache, progress=ASK)
     if host is not False:
-        options.host_program = b"" if host is True else encode(host)
+        options.host_program = b"" if host is True else encode(host, "host", "True, False or a path")
     if device is not None:
-        options.device = encode(device)
+        options.device = encode(device, "device", "a string")
     if cache is not None:
-        options.cache_path = encode(cache)
+        options.cache_path = encode(cache, "cache")
     if key is not None:
         options.key, options.key_size = check_key(key), len(key)
     if time_limit is not None:
-        options.time_limit_ms = _milliseconds("time_limit", time_limit)
+        options.time_limit_ms = milliseconds(time_limit, "time_limit")
     if load_time_limit is not None:
-        options.load_time_limit_ms = _milliseconds("load_time_limit", load_time_limit)
+        options.load_time_limit_ms = milliseconds(load_time_limit, "load_time_limit")
     return options
 
 
@@ -149,9 +113,11 @@ class Model:
                  cache: Optional[PathLike] = None, make_cache: bool = False, key: Optional[bytes] = None,
                  time_limit: Optional[float] = None, load_time_limit: Optional[float] = None,
                  shapes: Optional[Shapes] = None, retries: int = 0, progress: Optional[Progress] = None) -> None:
-        if retries < 0 or (retries and host is False):
-            raise ValueError("retries needs a host, and is 0 or more: pass host=True, or leave retries out")
-        self._name = os.path.basename(os.fspath(path))
+        if check_count(retries, "retries", 0) and host is False:
+            raise ValueError(f"retries={retries} needs a host process: pass host=True, or leave retries out")
+        if progress is not None:
+            check_callable(progress, "progress")
+        self._name = os.path.basename(text_of(path, "path"))
         self._has_host = host is not False
         self._host_ended = False
         self._retries = retries
@@ -160,7 +126,6 @@ class Model:
         self._forked = ForkGuard()
         self._turn = threading.RLock()  # held by the thread that uses the model
         self._life = threading.RLock()  # held to end the host process and to close the model
-        self._is_called = False  # the thread that holds `_turn` is inside the library
         self._watch = Watch(progress)
         self._answers = answers(self._watch)
         next(self._answers)
@@ -183,10 +148,10 @@ class Model:
         self._problem = self._inputs.problem or self._outputs.problem
         if dynamic := {tensor.name: tuple(1 if size is None else size for size in tensor.shape)
                        for tensor in self.inputs if None in tensor.shape}:
-            self._problem += f"; for example (adjust the sizes): shapes={dynamic}"
+            self._problem += f"; for example (adjust the sizes): Model(..., shapes={dynamic})"
 
     def _refuse_nested_call(self) -> None:
-        if self._is_called:
+        if self in calling:  # the thread that holds `_turn` is inside the library
             raise RuntimeError("this thread is inside a call of the model: signal handlers, progress callbacks and log "
                                "callbacks may only call interrupt()")
 
@@ -200,11 +165,12 @@ class Model:
         """Calls a function of the library. Raises its error, or the exception that a signal handler, ``progress`` or
         ``check_on`` has raised meanwhile."""
         self._watch.check_on = check_on
-        self._is_called = True
+        calling.add(self)
         try:
+            check_end()
             error = function(*arguments)
         finally:
-            self._is_called = False
+            calling.discard(self)
         failure, self._watch.failure = self._watch.failure, None
         if error is None and failure is None:
             return
@@ -285,7 +251,9 @@ class Model:
                             f"the model has no input {unknown[0]!r}: its inputs are {names}")
         if missing := [name for name in rest if name not in by_name]:
             hint = "; pass a list of inputs as run(*inputs)" if arrays and isinstance(arrays[0], (list, tuple)) else ""
-            raise TypeError(f"no array was given for {', '.join(map(repr, missing))}: its inputs are {names}{hint}")
+            given = f"run got {', '.join(map(brief, arrays))}, and " if arrays else ""
+            raise TypeError(f"{given}no array was given for {', '.join(map(repr, missing))}: the model's inputs are "
+                            f"{names}{hint}")
         return (*arrays, *(by_name[name] for name in rest))
 
     def _point_at_inputs(self, arrays: Sequence[Any]) -> list[Array]:
@@ -303,6 +271,8 @@ class Model:
         if out is None:
             results = [np.empty(shape, dtype) for _, dtype, shape in ports]
         else:
+            if not isinstance(out, (np.ndarray, list, tuple)):
+                raise TypeError(f"out needs an array for each output in a list, but got {brief(out)}")
             results = [out] if isinstance(out, np.ndarray) else list(out)
             if len(results) != len(ports):
                 raise ValueError(f"the model has {len(ports)} outputs, but out has {len(results)} arrays")

@@ -9,8 +9,9 @@ import queue
 import threading
 from typing import Any, Iterable, Iterator, Literal, Mapping, Optional, Union, overload
 
-from ._library import PathLike
-from ._model import Array, ForkGuard, Model, refuse_copy
+from ._arguments import PathLike, check_count, text_of
+from ._model import Array, Model
+from ._process import ForkGuard, refuse_copy
 from ._static import Shapes, static_model
 from ._watch import LoadStep
 
@@ -40,12 +41,10 @@ class Pool:
                  device: Optional[str] = None, cache: Optional[PathLike] = None, make_cache: bool = False,
                  key: Optional[bytes] = None, time_limit: Optional[float] = None,
                  load_time_limit: Optional[float] = None, shapes: Optional[Shapes] = None, retries: int = 0) -> None:
-        size = size if size is not None else os.cpu_count() or 1
-        if size < 1:
-            raise ValueError(f"size is the number of hosts: at least 1, not {size}")
+        size = check_count(size, "size", 1) if size is not None else os.cpu_count() or 1
         if host is False:
             raise ValueError("a pool runs models in host processes: leave host out, or pass the path of a host program")
-        self._name = os.path.basename(os.fspath(path))
+        self._name = os.path.basename(text_of(path, "path"))
         self._static = static_model(path, shapes, key)  # one copy for all host processes
         file = self._static.file if self._static else path
 
@@ -81,7 +80,7 @@ class Pool:
     def submit(self, *arrays: Any, **by_name: Any) -> concurrent.futures.Future[list[Array]]:
         """Runs the model in the first free host process, and returns a future with the result of ``Model.run``. Do not
         change the arrays before it is done."""
-        self._forked.check()
+        self._check()
         return self._threads.submit(self._run, arrays, by_name)
 
     @overload
@@ -92,9 +91,10 @@ class Pool:
 
     def map(self, items: Iterable[Any], *,
             return_exceptions: bool = False) -> Iterator[Union[list[Array], Exception]]:
-        """Runs the model once for each item, and returns the results in the order of the items.
+        """Runs the model once for each item, and returns an iterator over the results, in the order of the items.
 
-        It takes items only a few ahead of the results, so there may be any number of items.
+        The work begins when you ask for the first result. It takes items only a few ahead of the results, so there may
+        be any number of items.
 
         Args:
             items: Each is an array, or a tuple or a dict with all inputs.
@@ -114,7 +114,7 @@ class Pool:
 
         try:
             for item in items:
-                self._forked.check()
+                self._check()
                 arrays = item if isinstance(item, tuple) else () if isinstance(item, Mapping) else (item,)
                 waiting.append(self._threads.submit(self._run, arrays, item if isinstance(item, Mapping) else {}))
                 if len(waiting) > 2 * self.size:
@@ -124,6 +124,11 @@ class Pool:
         finally:
             for future in waiting:
                 future.cancel()
+
+    def _check(self) -> None:
+        self._forked.check()
+        if not self._is_open:
+            raise ValueError("the pool is closed: make a new one")
 
     def _run(self, arrays: tuple[Any, ...], by_name: Mapping[str, Any]) -> list[Array]:
         model = self._idle.get()
@@ -154,4 +159,4 @@ class Pool:
         self.close()
 
     def __repr__(self) -> str:
-        return f"<orvane.Pool {self._name!r}: {self.size} hosts{'' if self._is_open else ', closed'}>"
+        return f"<orvane.Pool {self._name!r}: {self.size} host processes{'' if self._is_open else ', closed'}>"

@@ -2,18 +2,21 @@
 
 from __future__ import annotations
 
+import importlib
 import operator
 import os
 import pathlib
 import shutil
+import sys
 import tempfile
 import weakref
-from typing import Any, Mapping, Optional, Sequence, Union
+from typing import Any, Mapping, Optional, Sequence, Union, cast
 
+from ._arguments import PathLike
 from ._errors import Error, NoSuchFile, Reason
-from ._library import PathLike
 
-Shapes = Mapping[Union[str, int], Sequence[int]]
+# Three types, because the type of a mapping's keys is invariant.
+Shapes = Union[Mapping[str, Sequence[int]], Mapping[int, Sequence[int]], Mapping[Union[str, int], Sequence[int]]]
 
 
 class TemporaryFolder:
@@ -69,7 +72,7 @@ def reshape(path: PathLike, shapes: Shapes, out: PathLike) -> None:
     """
     target = pathlib.Path(out)
     if target.suffix != ".xml":
-        raise ValueError(f"out is the path of an .xml file, not {os.fspath(out)!r}")
+        raise ValueError(f"out must be the path of an .xml file, not {os.fspath(out)!r}")
     with tempfile.TemporaryDirectory(prefix="orvane-", dir=target.parent) as folder:
         made = pathlib.Path(folder) / target.name
         _save(pathlib.Path(path), shapes, made)
@@ -109,36 +112,49 @@ def _dimensions(which: Union[str, int], shape: Sequence[int]) -> list[int]:
     except TypeError:
         dimensions = [0]
     if min(dimensions, default=0) < 1:
-        raise ValueError(f"shapes[{which!r}] is a sequence of numbers above 0, such as (1, 3, 320, 320), not {shape!r}")
+        raise ValueError(f"shapes[{which!r}] must be whole numbers above 0, such as (1, 3, 320, 320), not {shape!r}")
     return dimensions
+
+
+def _import_openvino() -> Any:
+    """Imports openvino, which takes up to a second, without openvino_telemetry: that package would send a report about
+    the import to a server, from a fork of this process."""
+    is_hidden = sys.modules.setdefault("openvino_telemetry", cast(Any, None)) is None
+    try:
+        return importlib.import_module("openvino")
+    finally:
+        if is_hidden:
+            sys.modules.pop("openvino_telemetry", None)
 
 
 def _save(source: pathlib.Path, shapes: Shapes, target: pathlib.Path) -> None:
     """Writes ``target``, an .xml file, and its .bin."""
-    import openvino  # takes up to a second, so only where it is used
-
-    wanted = {which: _dimensions(which, shape) for which, shape in shapes.items()}
-    if not source.is_file():
-        raise NoSuchFile(f"there is no model file {source}")
+    openvino = _import_openvino()
+    if not isinstance(shapes, Mapping):
+        raise TypeError(f"shapes must be a dict such as {{'x': (1, 3, 320, 320)}}, not {shapes!r}")
+    wanted: dict[Union[str, int], list[int]] = {which: _dimensions(which, shape) for which, shape in shapes.items()}
+    if not source.exists():
+        raise NoSuchFile(f"there is no model file {source}: check its name and folder")
     try:
-        model: Any = openvino.Core().read_model(source)
-        model.reshape({_input(model, which, shape): shape for which, shape in wanted.items()})
+        model = openvino.Core().read_model(source)
+        ports = {which: _input(model, which, shape) for which, shape in wanted.items()}
+        if len({port.node.friendly_name for port in ports.values()}) < len(ports):
+            raise ValueError(f"shapes has two shapes for the same input: {list(ports)}")
+        model.reshape({ports[which]: shape for which, shape in wanted.items()})
         dynamic = [f"{port.any_name!r} {port.partial_shape}" for port in model.inputs if port.partial_shape.is_dynamic]
         if dynamic:
-            raise ValueError(f"shapes leaves dynamic: {', '.join(dynamic)}; give each of them a shape")
+            raise ValueError(f"shapes has no shape for {', '.join(dynamic)}: give each dynamic input one")
         openvino.save_model(model, target, compress_to_fp16=False)
     except RuntimeError as error:
-        raise Error(f"OpenVINO cannot give {source} these shapes: {error}", Reason.RUNTIME) from None
+        raise Error(f"OpenVINO cannot give {source} these shapes: {str(error).strip()}", Reason.RUNTIME) from None
 
 
 def _input(model: Any, which: Union[str, int], shape: list[int]) -> Any:
-    import openvino
-
     try:
         port = model.input(which)
-    except RuntimeError:
+    except (RuntimeError, IndexError):
         names = [each.any_name for each in model.inputs]
         raise ValueError(f"shapes has {which!r}, but the model has the inputs {names}") from None
-    if not port.partial_shape.compatible(openvino.PartialShape(shape)):
+    if not port.partial_shape.compatible(_import_openvino().PartialShape(shape)):
         raise ValueError(f"shapes[{which!r}] is {shape}, but the model allows {port.partial_shape}")
     return port

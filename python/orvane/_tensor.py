@@ -46,15 +46,22 @@ def tensor_of(description: Description) -> Tensor:
     return Tensor(description.name.decode(), dtype, shape, description.byte_size, problem)
 
 
+def brief(value: object) -> str:
+    """The value in an error message."""
+    if isinstance(value, np.ndarray):
+        return f"an array of {value.dtype} {list(value.shape)}"
+    return reprlib.repr(value)
+
+
 def _typed(value: Any, needs: str, dtype: np.dtype[Any]) -> np.ndarray[Any, Any]:
     """An array of plain numbers in lists. They have no element type: they get this one if it holds them."""
     try:
         plain = np.asarray(value)
     except ValueError as error:  # lists of different lengths
-        raise ValueError(f"{needs}, but got lists that are no array: {error}") from None
+        raise ValueError(f"{needs}, but got lists of different lengths: {error}") from None
     if (plain.dtype.kind not in "biuf" or (plain.dtype.kind == "f" and dtype.kind != "f")
             or ((plain.dtype.kind == "b") != (dtype.kind == "b") and plain.size)):
-        raise TypeError(f"{needs}, but got {reprlib.repr(value)} of type {plain.dtype}")
+        raise TypeError(f"{needs}, but got {brief(value)} of type {plain.dtype}")
     with np.errstate(over="ignore"):
         converted = plain.astype(dtype)
     is_kept = np.isfinite(converted) | ~np.isfinite(plain) if dtype.kind == "f" else converted == plain
@@ -75,9 +82,9 @@ def convert(value: Any, label: str, dtype: np.dtype[Any], shape: tuple[int, ...]
         try:
             array = np.asarray(value)
         except Exception as error:
-            raise TypeError(f"{needs}, but got {reprlib.repr(value)}: {error}") from error
+            raise TypeError(f"{needs}, but got {brief(value)}: {error}") from error
         if array.dtype.kind not in "biufc":
-            raise TypeError(f"{needs}, but got {reprlib.repr(value)}: pass an array of numbers")
+            raise TypeError(f"{needs}, but got {brief(value)}: pass an array of numbers")
         if not np.can_cast(array.dtype, dtype, "safe"):
             raise TypeError(f"{needs}, but got {array.dtype}: use .astype({dtype.name!r}) if its values fit")
     if array.shape != shape:
@@ -89,7 +96,7 @@ def check_target(value: Any, label: str, dtype: np.dtype[Any], shape: tuple[int,
     """Raises unless the value is an array that the library can write the tensor into."""
     needs = f"out for {label} needs {dtype} {list(shape)}"
     if not isinstance(value, np.ndarray):
-        raise TypeError(f"{needs}, but got {reprlib.repr(value)}: pass a numpy array")
+        raise TypeError(f"{needs}, but got {brief(value)}: pass a numpy array")
     if value.dtype != dtype:
         raise TypeError(f"{needs}, but got {value.dtype}")
     if value.shape != shape:

@@ -8,6 +8,8 @@ import enum
 import types
 from typing import Callable, Generator, Optional
 
+from ._process import check_end
+
 
 class LoadStep(enum.IntEnum):
     """What a call is doing, for a progress callback."""
@@ -57,6 +59,7 @@ def answers(watch: Watch) -> Generator[int, int, None]:
             while True:
                 step = yield answer
                 answer = 0  # unless one of these raises
+                check_end()
                 ctypes.pythonapi.PyErr_CheckSignals()
                 if watch.progress is not None:
                     watch.progress(LoadStep(step))

@@ -1,12 +1,15 @@
-"""Options of the tests, and a table of the ONNX node cases at the end of a run."""
+"""Fixtures and options of the tests, and a table of the ONNX node cases at the end of a run."""
 
 from __future__ import annotations
 
 import collections
 import itertools
 import pathlib
+import tempfile
+from typing import Iterator
 
 import pytest
+from material import hosts
 
 REPORT = pathlib.Path(__file__).resolve().parents[2] / "build" / "onnx-nodes.txt"
 
@@ -15,6 +18,20 @@ def pytest_addoption(parser: pytest.Parser) -> None:
     parser.addoption("--public", action="store_true", help="run all cases of public suites, not a selection")
     parser.addoption("--onnx-report", type=pathlib.Path, default=REPORT, metavar="FILE",
                      help="write the outcome of each ONNX node case to FILE; by default, build/onnx-nodes.txt")
+
+
+@pytest.fixture(name="temporary")
+def use_own_temporary_folder(tmp_path: pathlib.Path, monkeypatch: pytest.MonkeyPatch) -> pathlib.Path:
+    folder = tmp_path / "temporary"
+    folder.mkdir()
+    monkeypatch.setattr(tempfile, "tempdir", str(folder))
+    return folder
+
+
+@pytest.fixture(autouse=True)
+def check_that_all_host_processes_end() -> Iterator[None]:
+    yield
+    assert hosts() == []
 
 
 def pytest_terminal_summary(terminalreporter: pytest.TerminalReporter, config: pytest.Config) -> None:

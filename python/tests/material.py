@@ -1,4 +1,4 @@
-"""Models and host processes for the tests."""
+"""Models, arrays and host processes for the tests."""
 
 from __future__ import annotations
 
@@ -8,11 +8,18 @@ from typing import Sequence
 
 import numpy as np
 import onnx
+import pytest
 from onnx import TensorProto, helper
 
 MATERIAL = pathlib.Path(__file__).resolve().parents[2] / ".deps" / "material"
 FACE = MATERIAL / "face_detection_short_range.tflite"
 VOICE = MATERIAL / "silero_vad_openvino_16k.onnx"
+
+WAYS = pytest.mark.parametrize("host", [False, True], ids=["in_process", "host"])
+
+
+def same(ours: list[np.ndarray], theirs: list[np.ndarray]) -> bool:
+    return all(np.array_equal(our, their) and our.dtype == their.dtype for our, their in zip(ours, theirs, strict=True))
 
 
 def voice_inputs(seed: int = 0) -> list[np.ndarray]:
@@ -45,7 +52,7 @@ def write_scale(path: pathlib.Path, weight_count: int = 1000) -> pathlib.Path:
 
 
 def hosts(parent: int | None = None) -> list[int]:
-    """The process ids of the hosts of this process."""
+    """The process ids of the host processes of this process or of `parent`."""
     found = []
     for entry in pathlib.Path("/proc").iterdir():
         if entry.name.isdigit():

@@ -1,4 +1,4 @@
-"""Tests what ONNX's interface for backends adds to a model: shapes of arrays, scalars, nodes."""
+"""ONNX's interface for backends: shapes of arrays, scalars, single operators."""
 
 from __future__ import annotations
 
@@ -45,7 +45,7 @@ def test_dynamic_inputs_take_the_shapes_of_the_arrays() -> None:
             assert np.array_equal(outputs["y"], a + a[1])
         assert prepared.model is not None
         os.kill(hosts()[0], signal.SIGKILL)
-        assert np.array_equal(prepared.run([a, a[0]])[0], a + a[0])  # the next host loads the file again
+        assert np.array_equal(prepared.run([a, a[0]])[0], a + a[0])  # the next host process loads the file again
         with pytest.raises(ValueError, match=r"input 'a' needs the shape \[\?, 3\], but got \[3, 2\]"):
             prepared.run([a[:3, :2], a[0]])
         with pytest.raises(TypeError, match="but 1 arrays were given"):
@@ -62,7 +62,7 @@ def test_an_input_may_be_a_scalar(host: bool) -> None:
 
 
 def test_empty_inputs_are_recognized() -> None:
-    # The runtime makes a constant of the first, and calls the second by the name of what it turns into.
+    # OpenVINO turns the first input into a constant, and renames the second.
     inputs: Tensors = {"axes": (TensorProto.INT64, [0]), "x": (F, [2]), "one": (F, [2])}
     model = make(helper.make_node("Add", ["x", "same"], ["y"]), inputs, [2])
     model.graph.node.insert(0, helper.make_node("ReduceSum", ["one", "axes"], ["same"], noop_with_empty_axes=1))
@@ -70,7 +70,7 @@ def test_empty_inputs_are_recognized() -> None:
     assert np.array_equal(orvane.onnx_backend.run_model(model, arrays)[0], [5, 5])
 
 
-def test_run_node() -> None:
+def test_run_node_runs_one_operator() -> None:
     x = np.array([[-1, 2], [3, 4]], np.float32)
     node = helper.make_node("Clip", ["x", "", "most"], ["y"])
     assert np.array_equal(orvane.onnx_backend.run_node(node, [x, np.float32(3)], opset_version=13)[0], np.minimum(x, 3))
@@ -78,7 +78,7 @@ def test_run_node() -> None:
     assert np.array_equal(orvane.onnx_backend.run_node(node, [x, x], host=True)[0], x + x)
 
 
-def test_what_is_refused() -> None:
+def test_backend_refuses_other_models_and_devices() -> None:
     reshape = make(helper.make_node("Reshape", ["x", "to"], ["y"]), {"x": (F, [6]), "to": (TensorProto.INT64, [2])},
                    ["a", "b"])
     assert not orvane.onnx_backend.is_compatible(reshape)

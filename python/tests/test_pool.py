@@ -1,4 +1,4 @@
-"""Several hosts with one model."""
+"""Pools: several host processes with one model."""
 
 from __future__ import annotations
 
@@ -13,47 +13,45 @@ from material import VOICE, hosts, voice_inputs
 pytestmark = pytest.mark.timeout(120)
 
 
-def test_answers_come_in_order_although_hosts_die() -> None:
+def test_map_returns_results_in_order_when_host_processes_end() -> None:
     items = [tuple(voice_inputs(seed)) for seed in range(60)]
     with orvane.Model(VOICE) as model:
         expected = [model.run(*item) for item in items]
     with orvane.Pool(VOICE, 3, retries=2) as pool:
         assert pool.size == 3 and len(hosts()) == 3
-        for i, answer in enumerate(pool.map(items)):
-            assert all(np.array_equal(ours, theirs) for ours, theirs in zip(answer, expected[i], strict=True)), i
+        for i, result in enumerate(pool.map(items)):
+            assert all(np.array_equal(ours, theirs) for ours, theirs in zip(result, expected[i], strict=True)), i
             if i in (10, 30):
                 os.kill(hosts()[0], signal.SIGKILL)
-    assert hosts() == []
 
 
-def test_an_item_without_retries_fails_and_the_next_one_does_not() -> None:
+def test_killed_host_process_fails_only_its_own_item() -> None:
     item = dict(zip(("input", "state"), voice_inputs()))
     with orvane.Pool(VOICE, 1) as pool:
         expected = pool.submit(**item).result(60)
         os.kill(hosts()[0], signal.SIGKILL)
         with pytest.raises(orvane.HostEnded):
             pool.submit(**item).result(60)
-        (answer,) = pool.map([item])
-        assert np.array_equal(answer[0], expected[0])
+        (result,) = pool.map([item])
+        assert np.array_equal(result[0], expected[0])
         with pytest.raises(TypeError, match="needs float32"):
             next(iter(pool.map([(np.zeros((1, 576)), item["state"])])))
-    assert hosts() == []
 
 
-def test_failed_items_are_results_when_asked_for() -> None:
+def test_map_returns_exceptions_on_request() -> None:
     good = tuple(voice_inputs())
     bad = (np.zeros((1, 576)), good[1])
     with orvane.Pool(VOICE, 2) as pool:
         results = list(pool.map([good, bad, {0: good}, good], return_exceptions=True))
         assert [type(result) for result in results] == [list, TypeError, TypeError, list]
-        answers = pool.map([good, bad, *[good] * 3])
-        assert isinstance(next(answers), list)
+        results = pool.map([good, bad, *[good] * 3])
+        assert isinstance(next(results), list)
         with pytest.raises(TypeError, match="needs float32"):
-            next(answers)
-        assert list(answers) == []  # the first failure ends it
+            next(results)
+        assert list(results) == []  # the first failure ends it
 
 
-def test_takes_only_a_few_items_ahead() -> None:
+def test_map_takes_only_a_few_items_ahead() -> None:
     taken = 0
 
     def items():  # type: ignore[no-untyped-def]
@@ -63,16 +61,18 @@ def test_takes_only_a_few_items_ahead() -> None:
             yield tuple(voice_inputs())
 
     with orvane.Pool(VOICE, 1) as pool:
-        answers = pool.map(items())
-        next(answers)
+        results = pool.map(items())
+        next(results)
         assert taken <= 4
-        answers.close()  # type: ignore[attr-defined]
+        results.close()  # type: ignore[attr-defined]
+    with pytest.raises(ValueError, match="the pool is closed"):
+        pool.submit(*voice_inputs())
 
 
-def test_refuses_what_makes_no_pool() -> None:
-    for wrong in ({"size": 0}, {"host": False}):
-        with pytest.raises(ValueError):
+def test_pool_refuses_wrong_arguments() -> None:
+    for wrong, text in (({"size": 0}, "size must .* at least 1, not 0"), ({"size": 1.5}, "not 1.5"),
+                        ({"host": False}, "leave host out")):
+        with pytest.raises(ValueError, match=text):
             orvane.Pool(VOICE, **wrong)  # type: ignore[arg-type]
-    with pytest.raises(orvane.Error):
+    with pytest.raises(FileNotFoundError):
         orvane.Pool("no such model.onnx", 2)
-    assert hosts() == []
