@@ -5,7 +5,7 @@
 
 namespace Orvane {
 
-/// Message of a call that failed because the host process has ended. `Init` starts a new one.
+/// The `message` of the status of a call that failed because the host process has ended. `Init` starts a new one.
 inline constexpr const char* kHostExit = "Orvane Host Exit";
 
 /// Bytes of the largest tensor that a host process can receive or send: 21 MiB. A larger input ends the application,

@@ -7,7 +7,7 @@ namespace Orvane {
 
 /// Why a host process ended.
 enum HostEndCause : uint32_t {
-    HostEndCauseNone = 0,         ///< it runs, it was released, or it never started
+    HostEndCauseNone = 0,         ///< it has not ended, `Release` ended it, or it never started
     HostEndCauseExit = 1,         ///< it exited; `value` is its exit value, on Windows also after a crash
     HostEndCauseSignal = 2,       ///< a signal ended it; `value` is the signal's number
     HostEndCauseUnknown = 3,      ///< unknown, for instance because the application waits for its children itself

@@ -25,9 +25,9 @@ class InterpreterImpl;
 /// After each of these you can call `Init` again.
 ///
 /// Threads: in this process, use an interpreter and its tensors from one thread at a time. With a host process, several
-/// threads may copy, run and ask; their calls run one after the other. `Init`, `Release` and destruction must not run
-/// at the same time as other operations. Only `Interrupt`, `SetTimeLimit` and `GetHostEnd` may run at any time except
-/// during destruction, and on any thread. Different interpreters are independent.
+/// threads may call functions of both; the calls run one after the other. `Init`, `Release` and destruction must not
+/// run at the same time as other operations. Only `Interrupt`, `SetTimeLimit` and `GetHostEnd` may run at any time
+/// except during destruction, and on any thread. Different interpreters are independent.
 ///
 /// After a fork the child has no host process. Its calls fail as if the host process had ended, and `Init` starts a new
 /// one for the child.
@@ -42,11 +42,11 @@ class Interpreter {
     /// Takes the model of `other`, which is empty afterwards. The tensors of that model stay valid.
     Interpreter(Interpreter&& other) noexcept;
 
-    /// Frees its own model, and takes the model of `other`, which is empty afterwards. The tensors of the taken model
-    /// stay valid.
+    /// Frees the earlier model, and takes the model of `other`, which is empty afterwards. The tensors of the taken
+    /// model stay valid.
     Interpreter& operator=(Interpreter&& other) noexcept;
 
-    /// Loads and compiles the model that the options name. If `Init` refuses the options or the framework, an earlier
+    /// Loads and compiles the model of the options. If `Init` refuses the options or the framework, an earlier
     /// model stays loaded. Any other failure leaves the interpreter empty.
     /// Tensors of an earlier model are invalid afterwards, unless that model stays loaded.
     Status Init(const OptionV2& options);
@@ -63,16 +63,16 @@ class Interpreter {
     Status Interrupt();
 
     /// Sets how many milliseconds an operation, `Init` included, may wait for the host process. An operation that waits
-    /// longer ends the host process and fails with `FailureReasonHostEnded`. 0, the default, is a limit of some 55
+    /// longer ends the host process and fails with `FailureReasonHostEnded`. 0, the default, is a limit of about 55
     /// hours. Applies to operations that begin afterwards, also after a later `Init`. Thread-safe.
     void SetTimeLimit(uint32_t milliseconds);
 
-    /// Returns how the last host process ended by itself or was ended by the client, also after a failed `Init`.
-    /// `Release` is not recorded as an end. In a forked child the cause is `HostEndCauseUnknown` until the child calls
+    /// Returns how the last host process ended, also after a failed `Init`. If `Release` ended it, the cause is
+    /// `HostEndCauseNone`. In a forked child the cause is `HostEndCauseUnknown` until the child calls
     /// `Init`. Thread-safe.
     HostEnd GetHostEnd() const;
 
-    /// Runs the model once on the data that was copied in last. Fails before a successful `Init`, and before the first
+    /// Runs the model once on the latest data of each input. Fails before a successful `Init`, and before the first
     /// `CopyFrom`.
     Status Invoke();
 
@@ -88,17 +88,17 @@ class Interpreter {
     /// Returns the first output; empty if the model has no output.
     TensorHandle GetOutput();
 
-    /// Returns the first tensor with exactly this name; empty if there is no such tensor.
+    /// Returns the first tensor with exactly this name on this side; empty if there is no such tensor.
     TensorHandle GetTensorByName(TensorType type, const std::string& name);
 
     /// Returns the tensor with this index; empty if the model has no tensor on that side. `index` must be below the
     /// count; the SDK does not check it.
     TensorHandle GetTensor(TensorType type, uint32_t index);
 
-    /// Returns texts about the model from the backend. OpenVINO has no such texts.
+    /// Returns texts of the backend about the model. With OpenVINO there are none.
     std::unordered_map<std::string, std::string> GetExtraInfo();
 
-    /// Returns the number of the framework that the last `Init` asked for, also if that `Init` failed.
+    /// Returns the framework number of the last `Init`, also if that `Init` failed.
     uint32_t GetFramework() const { return framework; }
 
     /// True while the interpreter has a model. A failed `Init` that leaves the interpreter empty makes it false. It

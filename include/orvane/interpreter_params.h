@@ -13,7 +13,7 @@ enum FrameworkType : uint32_t {
     FrameworkTypeOnnxRuntime = 1,    ///< ONNX Runtime; not enabled
     FrameworkTypeMnn = 2,            ///< MNN; not enabled
     FrameworkTypeCoreML = 4,         ///< Core ML; not enabled
-    FrameworkTypeOpenvinoPlain = 5,  ///< OpenVINO too, but an option set carries no OpenVINO options for it
+    FrameworkTypeOpenvinoPlain = 5,  ///< OpenVINO; `ToParams` reads no OpenVINO options for it
     FrameworkTypeTorchLite = 6,      ///< PyTorch Lite; not enabled
     FrameworkTypeInvalid = 7,        ///< no framework
     FrameworkTypeQnn = 8,            ///< QNN; not enabled
@@ -24,11 +24,11 @@ enum FrameworkType : uint32_t {
 /// All texts are UTF-8.
 struct InterpreterParams {
     uint32_t framework = 0;   ///< a `FrameworkType`
-    std::string modelPath;    ///< first part of the model file's path; ends in a separator if a name follows
-    std::string modelName;    ///< appended to `modelPath` as it is
+    std::string modelPath;    ///< the path of the model file, or its first part with the last separator
+    std::string modelName;    ///< the rest of that path; appended to `modelPath` without a separator
     std::string libraryPath;  ///< OpenVINO does not read it
 
-    // The order and the initial values of these are fixed.
+    // The order and the initial values of the reserved members are fixed.
     std::string reservedText;               ///< not read
     std::vector<std::string> reservedList;  ///< not read
     int32_t reserved0 = 4;                  ///< not read
@@ -46,7 +46,7 @@ struct InterpreterParams {
     std::string openvinoCachePath;                      ///< compiled-model cache file; empty disables the cache
     bool openvinoMakeCache = false;                     ///< write the cache file after compiling
     bool openvinoMakeEncrypted = false;                 ///< the model files on disk are encrypted
-    std::array<uint8_t, 4> openvinoMakeEncryptedKey{};  ///< their key; a shorter key ends in zeros
+    std::array<uint8_t, 4> openvinoMakeEncryptedKey{};  ///< the key of these files; a shorter key ends in zeros
 
     std::string qnnStubPath;    ///< for QNN, which is not enabled
     std::string qnnSystemPath;  ///< for QNN

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// Lets compilers check the format against the arguments.
+/// With this attribute, compilers check the arguments against the format.
 #if defined(__MINGW32__) && !defined(__clang__)
 #define ORVANE_LOG_FORMAT __attribute__((format(gnu_printf, 2, 3)))
 #elif defined(__GNUC__)
@@ -22,14 +22,14 @@ inline constexpr uint32_t kLogLevelError = 6;
 /// uses at that time, and the functions below. It must not throw.
 using LogCallback = void (*)(uint32_t level, const char* text);
 
-/// Sets the callback for the log lines of the process. Null, the default, drops them.
-/// A line that another thread logs meanwhile may still reach the earlier callback.
+/// Sets the callback for the log lines of this process. With null, the default, lines are dropped. Thread-safe: while
+/// you change the callback, a line of another thread may still reach the earlier one.
 void SetLogCallback(LogCallback callback);
 
-/// Drops lines below the level `minimum`. The default is 0: no line is dropped.
+/// Drops lines below the level `minimum`. The default is 0, which drops no line. Thread-safe.
 void SetLogLevel(uint32_t minimum);
 
-/// Formats like `printf` and passes the line to the callback. Any thread.
+/// Formats like `printf` and passes the line to the callback. Thread-safe.
 /// Returns -1 if the text cannot be formatted. Otherwise returns 0, also without a callback.
 int32_t Log(uint32_t level, const char* format, ...) ORVANE_LOG_FORMAT;
 

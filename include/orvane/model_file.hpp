@@ -1,8 +1,9 @@
 #pragma once
 
 /// \file
-/// Lists devices, and describes and reshapes model files, without running a model. For C++17 and later. The rules of
-/// `orvane.hpp` apply. Needs the library `orvane_c`: `orvane_client_c` has no runtime and refuses every call.
+/// Lists devices, and describes and reshapes model files, without running a model. For C++17 and later. As in
+/// `orvane.hpp`, texts are UTF-8 and a failure throws an `orvane::Error`. Link the library `orvane_c`:
+/// `orvane_client_c` contains no OpenVINO and refuses every call.
 
 #include <orvane/orvane.hpp>
 
@@ -17,8 +18,8 @@ namespace orvane {
 
 namespace detail {
 
-// Collects what a function of the C interface passes to a callback, and the exception of that callback. No exception
-// may pass through C.
+// Collects the arguments of a callback of the C interface, and the exception that the callback throws. No exception may
+// pass through C.
 template <typename Result>
 struct Collector {
     Result result;
@@ -51,7 +52,7 @@ struct Device {
     std::string fullName;  ///< the name of the processor or card; may be empty
 };
 
-/// Lists the devices of this machine that can run models. Throws `Error`.
+/// Lists the devices of this machine that can run models.
 inline std::vector<Device> Devices() {
     using Collector = detail::Collector<std::vector<Device>>;
     Collector collector;
@@ -62,13 +63,13 @@ inline std::vector<Device> Devices() {
         &collector));
 }
 
-/// The tensors of a model file.
+/// The inputs and outputs of a model file.
 struct FileTensors {
-    std::vector<Tensor> inputs;   ///< in the model's order
-    std::vector<Tensor> outputs;  ///< in the model's order
+    std::vector<Tensor> inputs;   ///< the inputs, in the model's order
+    std::vector<Tensor> outputs;  ///< the outputs, in the model's order
 };
 
-/// Reads a model file without compiling it, and returns its tensors. Throws `Error`.
+/// Reads a model file without compiling it, and returns its inputs and outputs.
 inline FileTensors DescribeFile(const std::string& modelPath) {
     using Collector = detail::Collector<FileTensors>;
     Collector collector;
@@ -83,12 +84,12 @@ inline FileTensors DescribeFile(const std::string& modelPath) {
         &collector));
 }
 
-/// The shape of each input, by the input's index.
+/// Shapes of inputs, by the index of the input. All dimensions are at least 1, the outermost first.
 using InputShapes = std::map<uint32_t, std::vector<int64_t>>;
 
-/// Reads a model file, sets these shapes, and writes the model to `out`, an .xml, with a .bin beside it. If `out` is
-/// empty, nothing is written. Throws `Error`; earlier files of these names are then unchanged. See
-/// `orvane_reshape_file`.
+/// Reads a model file, sets these shapes, and writes the model to the .xml file `out` and its weights to a .bin file in
+/// the same folder. If `out` is empty, only checks the shapes. If it throws, earlier files of these names are
+/// unchanged. Each input with dynamic dimensions needs a shape. A library built with MinGW refuses this function.
 inline void ReshapeFile(const std::string& modelPath, const InputShapes& shapes, const std::string& out) {
     std::vector<orvane_shape> plain;
     for (const auto& [input, shape] : shapes) {

@@ -6,8 +6,8 @@
 
 namespace Orvane {
 
-/// The cipher of model files at rest: a block cipher with a 4-byte key that keeps the length. A file is
-/// transformed in independent chunks of `kChunkSize` bytes; the last chunk may be shorter.
+/// The cipher of model files: a block cipher with a 4-byte key. Encrypted data has the same length. A file is encrypted
+/// in independent chunks of `kChunkSize` bytes; the last chunk may be shorter.
 ///
 /// `Decrypt` cannot restore a chunk of 1 to 15 bytes: the rule for these bytes loses bits. This is deliberate. Chunks
 /// of 16 bytes and more are always restored.
@@ -27,7 +27,7 @@ struct ModelFileCipher {
     /// Decrypts `size` bytes in place, at most `kChunkSize`.
     void Decrypt(uint8_t* chunk, uint32_t size) const;
 
-    /// As `Encrypt`. Returns false and leaves the chunk unchanged if `Decrypt` could not restore it.
+    /// Does the same as `Encrypt`. Returns false and leaves the chunk unchanged if `Decrypt` could not restore it.
     bool EncryptIfItComesBack(std::vector<uint8_t>& chunk) const;
 
     /// Pads a chunk of 1 to 15 bytes to 16 bytes, with blanks if it is text and with zeros otherwise: readers of models

@@ -12,7 +12,7 @@ namespace Orvane {
 inline constexpr const char* OptionCommonFramework = "OptionCommonFramework";  ///< `SetInt`: a `FrameworkType`
 inline constexpr const char* OptionCommonHost = "OptionCommonHost";  ///< `SetString`: the path of the host program
 inline constexpr const char* OptionCommonModelPath = "OptionCommonModelPath";  ///< `SetString`: the path of the model
-inline constexpr const char* OptionCommonModelName = "OptionCommonModelName";  ///< `SetString`: added to the path
+inline constexpr const char* OptionCommonModelName = "OptionCommonModelName";  ///< `SetString`: appended to it
 inline constexpr const char* OptionCommonLibraryPath = "OptionCommonLibraryPath";  ///< `SetString`: not used
 
 // Read for `FrameworkTypeOpenvino` only. "Devie" is deliberate: stored option sets contain it.
@@ -40,8 +40,8 @@ class OptionV2 {
     /// Frees the option set. `OptionHandle` calls this.
     virtual void Destroy() = 0;
 
-    /// Stores the caller's pointer and copies nothing. The bytes must live as long as the set may use them. A null
-    /// `data` changes nothing.
+    /// Stores the caller's pointer and copies nothing. The bytes must live until you set the key again or destroy the
+    /// set. A null `data` changes nothing.
     virtual void SetBuffer(const char* key, const void* data, uint32_t size) = 0;
 
     /// Copies the zero-terminated `text`. A null `text` changes nothing.
@@ -68,8 +68,8 @@ class OptionV2 {
     /// Returns the stored 64-bit integer. Also converts a 32-bit integer.
     virtual int64_t GetInt64(const char* key, int64_t defaultValue, bool* found = nullptr) const = 0;
 
-    /// Returns the stored text, valid until the key changes. Returns an empty text if there is no such text, never
-    /// null.
+    /// Returns the stored text, which is valid until you set the key again. Returns an empty text, never null, if there
+    /// is no such text.
     virtual const char* GetString(const char* key) const = 0;
 
     /// Returns the stored bytes, and sets `size` to their number. Returns null and sets 0 if there are no such bytes.
@@ -82,13 +82,13 @@ class OptionV2 {
     /// bytes, fails and sets that key to zeros.
     virtual Status ToParams(InterpreterParams& params) const = 0;
 
-    /// Writes the flat form of the set, in which it travels to a host process, and returns its size in bytes. If
-    /// `buffer` is null, only returns the size. Returns 0 if `capacity` bytes are not enough; the content of `buffer`
-    /// is then undefined.
+    /// Writes the set as bytes, its flat form, and returns their number. A host process receives options in this form.
+    /// If `buffer` is null, only returns the number. Returns 0 if `capacity` bytes are not enough; the content of
+    /// `buffer` is then undefined.
     virtual uint64_t Serialize(void* buffer, uint64_t capacity) const = 0;
 
-    /// Replaces the content with a flat form and keeps no pointer into `data`. Returns false if the form is cut or a
-    /// length exceeds it; the set then holds the entries before the fault. The byte after `data` must be readable.
+    /// Replaces the content with that of a flat form. Copies the data. Returns false if the form is incomplete or a
+    /// length exceeds it; the set then has the entries before the fault. The byte after `data` must be readable.
     virtual bool Deserialize(const void* data, uint64_t size) = 0;
 
  protected:

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// The SDK for C++17 and later, as a header over the C interface. The rules of orvane_c.h apply. It works with every
+/// The SDK for C++17 and later, a header over the C interface. The rules of orvane_c.h apply. It works with every
 /// compiler, and with both libraries, `orvane_c` and `orvane_client_c`. Every failure throws an `orvane::Error`.
 ///
 ///     orvane::Options options;
@@ -96,11 +96,11 @@ inline const char* NameOf(ElementType type) {
     return orvane_element_type_name(static_cast<int32_t>(type));
 }
 
-/// An input or output of a model.
+/// Describes an input or output of a model.
 struct Tensor {
     Side side = Side::Input;                  ///< input or output
     uint32_t index = 0;                       ///< its index on that side, from 0
-    std::string name;                         ///< the model's name for it, UTF-8
+    std::string name;                         ///< its name in the model, UTF-8
     ElementType type = ElementType::Unknown;  ///< the type of its elements
     std::vector<int64_t> shape;               ///< outermost dimension first; a dynamic dimension is -1
     uint64_t byteSize = 0;                    ///< bytes of all elements; 0 if the data cannot be copied

@@ -2,15 +2,15 @@
 #define ORVANE_ORVANE_C_H
 
 /// \file
-/// The SDK as plain C functions, for every compiler and every language that can call C. Two libraries export
+/// The SDK as C functions, for every compiler and every language that can call C. Two libraries export
 /// these functions. `orvane_c` runs models in this process or in a host process. `orvane_client_c` needs no OpenVINO
 /// and runs models in a host process only.
 ///
 /// Errors. A function that can fail returns null for success, and otherwise an error that the caller frees with
 /// `orvane_error_free`. An error has a reason, a text that says what was wrong and what to do, and the system's error
-/// number if there is one. No argument makes a function end the process or read past what the caller passed. A null
-/// model or structure is `ORVANE_BAD_ARGUMENT`. After an error the model is as it was before the call, with three
-/// exceptions:
+/// number if there is one. Wrong arguments never end the process, and no function reads past the memory that the caller
+/// passed. A null model or structure fails with `ORVANE_BAD_ARGUMENT`. After an error the model is as it was before the
+/// call, with three exceptions:
 /// - After `ORVANE_HOST_ENDED`, or after `ORVANE_CANCELLED` with a host process, every call that needs the host process
 ///   fails with `ORVANE_HOST_ENDED` until `orvane_restart`. `orvane_describe` and `orvane_tensor_count` still work.
 /// - If `orvane_infer` fails after it has checked its arguments, inputs may have the new data.
@@ -26,12 +26,12 @@
 ///
 /// Texts are zero-terminated UTF-8 of at most 32,767 bytes, on Windows too. This includes paths.
 ///
-/// Growth. New versions add functions and never change them. Structures grow at their end: set a structure to zero,
-/// then set `struct_size` to its size. A library accepts structures of an older header. It accepts structures of a
-/// newer header if the fields that it does not know are zero. If `orvane_abi() >= ORVANE_ABI`, the library has
+/// New versions. They add functions and never change them. They add fields at the end of structures: set a structure to
+/// zero, then set `struct_size` to its size. A library accepts structures of an older header. It accepts structures of
+/// a newer header if the fields that it does not know are zero. If `orvane_abi() >= ORVANE_ABI`, the library has
 /// everything that this header declares.
 
-// NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using, readability-identifier-naming): for C, by its habits
+// NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using, readability-identifier-naming): C code
 #include <stdint.h>
 
 #if defined(ORVANE_C_BUILD) && defined(_WIN32)
@@ -63,7 +63,7 @@ enum orvane_reason {
     ORVANE_BAD_ARGUMENT,  ///< an argument is wrong for every model: correct the calling program
     ORVANE_NO_MEMORY,     ///< there is not enough memory
     ORVANE_HOST_ENDED,    ///< the host process has ended; `orvane_restart` starts a new one
-    ORVANE_SYSTEM,        ///< the system failed, with the number in `orvane_error_system`: 2 is a missing file
+    ORVANE_SYSTEM,        ///< the system failed; `orvane_error_system` returns its error number, 2 for a missing file
     ORVANE_RUNTIME,       ///< the inference runtime failed, and the text is from the runtime
     ORVANE_CANCELLED      ///< a progress function cancelled the call
 };
@@ -233,8 +233,8 @@ ORVANE_C_API orvane_error* orvane_resize(orvane_model* model, uint32_t input, co
 ORVANE_C_API orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes);
 
 /// Sets `*data` and `*bytes` to memory for the data of a whole input. Write all of it, and pass its address to
-/// `orvane_set_input` or `orvane_infer`, which then copy nothing. In this process the runtime reads it there; with a
-/// host process the data is sent from there. It is aligned to 8 bytes.
+/// `orvane_set_input` or `orvane_infer`, which then copy nothing. In this process the runtime reads the data from
+/// there. With a host process the library sends it from there. The memory is aligned to 8 bytes.
 ///
 /// The memory is valid until the next call for the model, except `orvane_describe`, `orvane_tensor_count`, and
 /// `orvane_set_input` or `orvane_infer` with this address. So only one input has memory at a time. The content is
@@ -302,11 +302,11 @@ ORVANE_C_API orvane_error* orvane_describe_file(const char* model_path,
                                                 void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor),
                                                 void* user);
 
-/// Reads a model file, sets the shapes of inputs, and writes the model to `out` and its weights to a .bin beside it.
-/// `out` must end in ".xml"; if it is null, nothing is written. After an error, earlier files of these names are
-/// unchanged. Weights keep their precision. Each input with dynamic dimensions needs a shape. If the model does not
-/// accept the shapes, the error is the runtime's. `shapes` is an array whose elements all have the same `struct_size`.
-/// A library built with MinGW cannot write models, and refuses.
+/// Reads a model file, sets the shapes of inputs, and writes the model to `out` and its weights to a .bin file in the
+/// same folder. `out` must end in ".xml". If `out` is null, the function only checks the shapes. After an error,
+/// earlier files of these names are unchanged. Weights keep their precision. Each input with dynamic dimensions needs a
+/// shape. If the model does not accept the shapes, the call fails with `ORVANE_RUNTIME`. `shapes` is an array whose
+/// elements all have the same `struct_size`. A library built with MinGW refuses this function.
 ORVANE_C_API orvane_error* orvane_reshape_file(const char* model_path, const orvane_shape* shapes, uint32_t shape_count,
                                                const char* out);
 
@@ -325,11 +325,11 @@ ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 /// Frees an error. Null is allowed.
 ORVANE_C_API void orvane_error_free(orvane_error* error);
 
-/// Sets the function that receives the log lines of all models. Null, the default, drops them. `line` is called on the
-/// thread that logs, possibly on several at once. `text` is valid during the call. All lines of the SDK are failures,
-/// and have the level 6. The library holds no lock during the call. `line` may call `orvane_interrupt` for any model,
-/// and all functions for models that are in no call at that time. While you change the function, a line of another
-/// thread may still reach the earlier function.
+/// Sets the function that receives the log lines of all models. With null, the default, lines are dropped. `line` is
+/// called on the thread that logs, possibly on several at once. `text` is valid during the call. All lines of the SDK
+/// are failures, and have the level 6. The library holds no lock during the call. `line` may call `orvane_interrupt`
+/// for any model, and all functions for models that are in no call at that time. While you change the function, a line
+/// of another thread may still reach the earlier function.
 ORVANE_C_API void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user);
 
 #ifdef __cplusplus

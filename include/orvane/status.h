@@ -5,7 +5,8 @@
 
 namespace Orvane {
 
-/// The kind of a failure, as far as this process knows it: a host process sends only message and code.
+/// The kind of a failure. A host process sends only a message and a code, so all its failures are
+/// `FailureReasonRefused`.
 enum FailureReason : uint32_t {
     FailureReasonNone = 0,       ///< success
     FailureReasonRefused = 1,    ///< the SDK or a host process refused it; the message says why
@@ -15,13 +16,13 @@ enum FailureReason : uint32_t {
     FailureReasonHostEnded = 5,  ///< the host process has ended; `Init` starts a new one
 };
 
-/// Result of every inference operation; a plain value.
+/// The result of an operation that can fail.
 struct [[nodiscard]] Status {
     /// UTF-8, empty on success. Texts of the inference runtime may have several lines.
     std::string message;
 
-    /// 0 on success, -1 for every failure that the SDK detects itself. With a host process also its code, or the
-    /// system's error number.
+    /// 0 on success. For `FailureReasonSystem` and `FailureReasonHostStart` the system's error number. For any other
+    /// failure -1, or the code that the host process sent.
     int32_t code = 0;
 
     /// Use this, not message or code, to decide what to do.

@@ -22,8 +22,8 @@ class TensorImpl {
     virtual uint32_t GetFormat() const = 0;        ///< Returns the format word; 1 from OpenVINO.
     virtual bool GetFlag() const = 0;              ///< Returns the flag, which no backend sets.
 
-    /// Returns the dimensions, outermost first. A dynamic dimension is -1. From a host process it arrives as
-    /// 4294967295, because dimensions travel with 32 bits.
+    /// Returns the dimensions, outermost first. A dynamic dimension is -1. With a host process it is 4294967295,
+    /// because a reply contains only the low 32 bits.
     virtual std::vector<int64_t> GetShape() const = 0;
 
     /// Returns the element size times all dimensions, with wrap-around. With a dynamic dimension the result is a
@@ -36,7 +36,7 @@ class TensorImpl {
     /// the tensor again to see the new ones.
     virtual Status Resize(const std::vector<int64_t>& shape) = 0;
 
-    /// Refused by every backend.
+    /// Always fails: tensors cannot share memory.
     virtual Status Bind(const TensorImpl& other) = 0;
 
     /// Copies `size` bytes from `data` into this input. The bytes are copied before the call returns. If `size` is
@@ -57,7 +57,7 @@ class TensorImpl {
     /// copies nothing. They are aligned to 8 bytes. Their content is undefined after every other call for the model.
     /// The memory lives as long as the interpreter or `memory`, whichever is longer, also after a host process has
     /// ended. With a host process all inputs of a model have the same memory, and a forked child must not write to it.
-    /// Fails like `CopyFrom`, and for tensors that are not the SDK's own.
+    /// Fails if `CopyFrom` would fail, and for a tensor of a class that is not the SDK's.
     virtual Status GetMemory(uint32_t size, std::shared_ptr<void>& memory);
 };
 

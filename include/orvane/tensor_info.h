@@ -12,7 +12,7 @@ enum TensorType : uint32_t {
     TensorTypeOutput = 1,  ///< an output
 };
 
-/// Element type. The numbers travel between client and host process and never change.
+/// Type of a tensor's elements. Client and host process exchange these numbers, so they never change.
 enum DataType : uint32_t {
     DataTypeUnknown = 0,  ///< any other type
     DataTypeFloat32 = 1,  ///< 32-bit floating point
