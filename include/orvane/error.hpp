@@ -37,7 +37,7 @@ inline const char* NameOf(Reason reason) {
 
 /// How a host process ended.
 enum class HostEnd : int32_t {
-    Exit = ORVANE_HOST_END_EXIT,                ///< it exited; on Windows also: it crashed
+    Exit = ORVANE_HOST_END_EXIT,                ///< it exited, or on Windows it crashed
     Signal = ORVANE_HOST_END_SIGNAL,            ///< a signal ended it
     Interrupted = ORVANE_HOST_END_INTERRUPTED,  ///< `Model::Interrupt` or a progress function ended it
     TimeLimit = ORVANE_HOST_END_TIME_LIMIT,     ///< a call reached its time limit

@@ -70,7 +70,7 @@ enum orvane_reason {
 
 /// How a host process ended.
 enum orvane_host_end {
-    ORVANE_HOST_END_EXIT = 1,     ///< it exited, or on Windows crashed
+    ORVANE_HOST_END_EXIT = 1,     ///< it exited, or on Windows it crashed
     ORVANE_HOST_END_SIGNAL,       ///< a signal ended it
     ORVANE_HOST_END_INTERRUPTED,  ///< `orvane_interrupt` or a progress function ended it
     ORVANE_HOST_END_TIME_LIMIT,   ///< the library ended it when a call reached its time limit
