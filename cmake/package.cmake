@@ -9,11 +9,11 @@ else()
 endif()
 
 if(NOT EXISTS ${orvaneRuntimeFolder}/../licenses)
-    message(FATAL_ERROR "A package carries OpenVINO's licences, and ${orvaneRuntimeFolder}/../licenses is missing: "
-        "use the OpenVINO that ./dev setup unpacks.")
+    message(FATAL_ERROR "The package must contain OpenVINO's licences, but ${orvaneRuntimeFolder}/../licenses is missing: "
+        "use the OpenVINO of ./dev setup.")
 endif()
 install(DIRECTORY ${orvaneRuntimeFolder}/../licenses/ DESTINATION licenses/openvino)
-# Other code in the programs and libraries: the name of its notice, and the Debian package that has the notice.
+# Other code in the programs and libraries: the name of its licence file, and the Debian package that has the file.
 set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev" "stb libstb-dev" "utfcpp libutfcpp-dev")
 if(WIN32)
     list(APPEND notices "GCC gcc-mingw-w64-base" "MinGW-w64 mingw-w64-common")
@@ -24,8 +24,8 @@ foreach(notice IN LISTS notices)
     list(GET notice 0 name)
     list(GET notice 1 package)
     if(NOT EXISTS /usr/share/doc/${package}/copyright)
-        message(FATAL_ERROR "A package carries the notices of what is in it, and /usr/share/doc/${package}/copyright is "
-            "missing: build it on Debian.")
+        message(FATAL_ERROR "The package must contain the licences of its libraries, but "
+            "/usr/share/doc/${package}/copyright is missing: build the package on Debian.")
     endif()
     install(FILES /usr/share/doc/${package}/copyright DESTINATION licenses RENAME ${name}.txt)
 endforeach()

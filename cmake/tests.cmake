@@ -36,7 +36,7 @@ function(orvane_test name)
         add_dependencies(${name} ${TEST_PROGRAMS})
     endif()
     orvane_warnings(${name})
-    # To optimise GoogleTest's macros takes twice as long as to compile them. The C library's checks in a release need -O1.
+    # Optimising GoogleTest's macros takes twice as long as compiling them. The C library's checks in a release need -O1.
     if(NOT MSVC)
         target_compile_options(${name} PRIVATE $<IF:$<CONFIG:Release>,-O1,-O0>)
     endif()

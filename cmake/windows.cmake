@@ -1,6 +1,6 @@
-# orvane_windows_resources(TARGET DESCRIPTION [UTF8_ARGUMENTS]): gives a program or shared library its version, and a program
-# its manifest, which allows long paths and asks for no elevation. With UTF8_ARGUMENTS the process's code page is UTF-8, so
-# that the arguments of `main` are UTF-8. Does nothing on other systems.
+# orvane_windows_resources(TARGET DESCRIPTION [UTF8_ARGUMENTS]): adds a version to a program or shared library, and a
+# manifest to a program. The manifest allows long paths and asks for no elevation. With UTF8_ARGUMENTS the process's code
+# page is UTF-8, so that the arguments of `main` are UTF-8. Does nothing on other systems.
 function(orvane_windows_resources target description)
     if(NOT WIN32)
         return()

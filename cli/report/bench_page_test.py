@@ -168,7 +168,7 @@ def main(model, folder, *orvane):
         print("SKIPPED: there is no chromium to look at a page with; `./dev test` installs it")
         return
     if not pathlib.Path(model).exists():
-        print(f"SKIPPED: {model} is missing; `./dev setup` fetches it")
+        print(f"SKIPPED: {model} is missing; `./dev setup` downloads it")
         return
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)

@@ -1,5 +1,5 @@
 # Windows programs with Debian's MinGW-w64; their tests run under Wine. The compiler only finds the libraries in
-# .deps/windows, which `./dev setup windows` fetched, and never the include folders of the build machine.
+# .deps/windows, which `./dev setup windows` downloads, and never the include folders of the build machine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 # The variant with POSIX threads: the other variant lacks std::thread and std::mutex.

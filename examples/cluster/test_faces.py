@@ -23,7 +23,7 @@ PROGRAM = pathlib.Path(faces.__file__)
 
 pytestmark = [
     pytest.mark.timeout(400),
-    pytest.mark.skipif(not MATERIAL.is_dir(), reason=f"{MATERIAL} is missing; ./dev setup fetches it"),
+    pytest.mark.skipif(not MATERIAL.is_dir(), reason=f"{MATERIAL} is missing; ./dev setup downloads it"),
     pytest.mark.skipif(sys.platform == "win32", reason="Ray has no clusters of several nodes on Windows"),
 ]
 

@@ -111,7 +111,7 @@ def check(out: pathlib.Path | None, models: pathlib.Path) -> None:
         raise FileNotFoundError(f"there is no folder {out.parent} for the picture")
     for name in ("detection.onnx", "orientation.onnx", "recognition.onnx"):
         if not (models / name).is_file():
-            raise FileNotFoundError(f"there is no model {models / name}: ./dev setup ocr fetches it into .deps/ocr")
+            raise FileNotFoundError(f"there is no model {models / name}: ./dev setup ocr downloads it to .deps/ocr")
 
 
 def run(arguments: argparse.Namespace) -> None:
@@ -140,7 +140,7 @@ def main() -> int:
     parser.add_argument("--kill", action="store_true", help="kill a host in the middle: the lines stay the same")
     parser.add_argument("--models", metavar="FOLDER", type=pathlib.Path, default=MATERIAL,
                         help="the folder with detection.onnx, orientation.onnx and recognition.onnx; ./dev setup ocr "
-                             "fetches them into .deps/ocr")
+                             "downloads them to .deps/ocr")
     try:
         run(parser.parse_args())
     except (OSError, ValueError, orvane.Error) as error:

@@ -17,7 +17,7 @@ from page import Box, in_reading_order, read_off
 PROGRAM = pathlib.Path(__file__).with_name("ocr.py")
 MATERIAL = PROGRAM.parents[2] / ".deps" / "ocr"
 
-needs_models = pytest.mark.skipif(not MATERIAL.is_dir(), reason=f"{MATERIAL} is missing; ./dev setup ocr fetches it")
+needs_models = pytest.mark.skipif(not MATERIAL.is_dir(), reason=f"{MATERIAL} is missing; ./dev setup ocr downloads it")
 
 
 def ocr(*arguments: object) -> subprocess.CompletedProcess[str]:

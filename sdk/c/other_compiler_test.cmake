@@ -3,7 +3,7 @@
 # the DLLs.
 cmake_minimum_required(VERSION 3.25)
 if(NOT EXISTS ${MODEL})
-    message("SKIPPED: ${MODEL} is missing; ./dev setup fetches it")
+    message("SKIPPED: ${MODEL} is missing; ./dev setup downloads it")
     return()
 endif()
 file(WRITE ${FOLDER}/kernel32.def "LIBRARY kernel32.dll\nEXPORTS\nExitProcess\nGetCommandLineA\nGetStdHandle\nWriteFile\n")

@@ -25,7 +25,7 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
  protected:
     void SetUp() override {
         if (!std::filesystem::exists(Platform::PathFromUtf8(model))) {
-            GTEST_SKIP() << model << " is missing; ./dev setup fetches it";
+            GTEST_SKIP() << model << " is missing; ./dev setup downloads it";
         }
     }
 
