@@ -59,7 +59,7 @@ nanoseconds ProcessorTime(pid_t process) {
     clockid_t clock{};
     timespec used{};
     if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &used) != 0) {
-        throw std::runtime_error("cannot tell a process's time");
+        throw std::runtime_error("cannot read a process's time");
     }
     return std::chrono::seconds(used.tv_sec) + nanoseconds(used.tv_nsec);
 }

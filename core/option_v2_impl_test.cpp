@@ -13,10 +13,10 @@ using namespace std::string_literals;
 using Key = std::array<uint8_t, 4>;
 
 // `Deserialize` may read the form and the one byte after it. The sanitizers detect every other read.
-bool Load(OptionV2& option, const std::string& form, char behind = 0) {
+bool Load(OptionV2& option, const std::string& form, char next = 0) {
     const auto block = std::make_unique<char[]>(form.size() + 1);
     std::memcpy(block.get(), form.data(), form.size());
-    block[form.size()] = behind;
+    block[form.size()] = next;
     return option.Deserialize(block.get(), form.size());
 }
 
@@ -72,7 +72,7 @@ TEST(OptionV2, OddEntriesOfAFormAreReadAsProducersRelyOn) {
     const std::string falseAtK = one + one + "k\0\0"s;
     const std::string cases[][3] = {
         {one + one + "k\6\0\0\0\0"s, falseAtK, "a buffer without bytes leaves its key with the boolean false"},
-        {one + one + "k\6\xFF\xFF\xFF\xFF", falseAtK, "a negative length is none"},
+        {one + one + "k\6\xFF\xFF\xFF\xFF", falseAtK, "and so does a buffer with a negative length"},
         {two + one + "m\7" + one + "k\0\0"s, falseAtK, "an unknown tag has no value and stores nothing"},
         {one + one + "k\0\2"s, one + one + "k\0\1"s, "every boolean but 0 is true"},
         {one + one + "k\5" + two + "v\0"s, one + one + "k\5" + one + "v", "a text ends at its zero byte"},
@@ -83,7 +83,7 @@ TEST(OptionV2, OddEntriesOfAFormAreReadAsProducersRelyOn) {
         EXPECT_EQ(Flat(*option), kept) << rule;
     }
     const std::string cut = one + one + "k";
-    EXPECT_FALSE(Load(*option, cut)) << "the tag is the byte behind the form, here 0; its value is missing";
+    EXPECT_FALSE(Load(*option, cut)) << "the tag is the byte after the form, here 0; its value is missing";
     EXPECT_TRUE(Load(*option, cut, 7)) << "or an unknown one, which has no value";
 }
 

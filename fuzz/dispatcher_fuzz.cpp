@@ -183,10 +183,10 @@ class Session {
         Require(!throws, "a request that cannot be read is not answered");
         MessageBuffer& reply = host.channel.message;
         reply.Rewind();
-        Require((*check)(reply), "the reply says what the interpreter says");
+        Require((*check)(reply), "the reply has the results of the interpreter");
         const uint32_t end = kSection - reply.Room();
         Require(std::memcmp(section.get() + end, sent.data() + end, kSection - end) == 0,
-                "what is behind the reply stays as it was");
+                "the bytes after the reply do not change");
         return true;
     }
 

@@ -27,7 +27,7 @@ void Check(const std::string& bytes) {
         Require(*reason.what() != '\0', "a refusal has a reason");
         return;
     }
-    Require(static_cast<uint64_t>(file.tellg()) == HeaderBytes(bytes), "the data begin behind the header");
+    Require(static_cast<uint64_t>(file.tellg()) == HeaderBytes(bytes), "the data begins after the header");
     Require(array.elementType != orvane::ElementType::Unknown, "the element type is known");
     Require(std::all_of(array.shape.begin(), array.shape.end(), [](int64_t dimension) { return dimension >= 0; }),
             "no dimension is negative");

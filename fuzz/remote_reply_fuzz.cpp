@@ -180,7 +180,7 @@ class Client {
         } catch (const std::runtime_error&) {
             result = kThrows;
         }
-        Require(result == expected, "a reply is read as it stands there");
+        Require(result == expected, "a reply is read without change");
         Require(wasAsked == hadHost, "only a host that there is is asked");
         return result.size();
     }

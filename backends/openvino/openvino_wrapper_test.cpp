@@ -64,7 +64,7 @@ TEST_F(OpenvinoWrapperTest, ShapesThatCannotBePrepared) {
     EXPECT_EQ(Set(0, 1), "Tensor 参数错误") << "the request is there, its buffers are not";
     Load(EchoModel({{"a", "f32", {"?", "?"}}}));
     ASSERT_TRUE(wrapper.SetTensorShape(TensorTypeInput, 0, {1, 1}).Ok());
-    EXPECT_EQ(Set(0, 4), "") << "its shape is told before the first data";
+    EXPECT_EQ(Set(0, 4), "") << "its shape is set before the first data";
     EXPECT_EQ(wrapper.Invoke().message, "");
 
     Load(EchoModel({{"a", "f32", {}}}));

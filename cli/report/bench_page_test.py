@@ -33,7 +33,7 @@ FRAME = """<meta charset="utf-8"><body>
 <iframe srcdoc="@PAGE@" style="width: 360px; height: 800px; border: 0"></iframe><script>
 onload = () => {
   const page = document.querySelector("iframe").contentDocument;
-  const all = (selector, tell) => [...page.querySelectorAll(selector)].map(tell);
+  const all = (selector, read) => [...page.querySelectorAll(selector)].map(read);
   const heading = cell => cell?.closest("table").querySelectorAll("thead th")[cell.cellIndex].textContent;
   const seen = {
     figures: all("data", data => [+data.value, data.textContent, heading(data.closest("td"))]),
@@ -59,7 +59,7 @@ def show(file, folder):
 
 
 def numbers(value, path=""):
-    """Every figure of some JSON, with the place where it stands."""
+    """Yields the path and the value of each number in some JSON."""
     if isinstance(value, (int, float)) and not isinstance(value, bool):
         yield path, value
     items = value.items() if isinstance(value, dict) else enumerate(value) if isinstance(value, list) else ()
@@ -75,7 +75,7 @@ def check_figures(page, expected, second):
         for text in texts:
             number, _, unit = text.partition(" ")
             said = float(number) * UNITS[unit] * (second if unit in TIMES else 1)
-            assert abs(said - value) <= 0.006 * abs(value), f"{path}: {value} stands on the page as {text}"
+            assert abs(said - value) <= 0.006 * abs(value), f"{path}: the page has {text} for {value}"
 
 
 def check_page(page):

@@ -47,7 +47,7 @@ host    unknown  unknown
 
 TEST(BenchReportTest, ARunBesideOtherWorkSaysSo) {
     const Platform::ProcessorTime start{100, 50, 10, 1};
-    EXPECT_FALSE(OtherWorkBetween(start, {100.4, 50.4, 10.1, 1})) << "too short to tell";
+    EXPECT_FALSE(OtherWorkBetween(start, {100.4, 50.4, 10.1, 1})) << "too short to measure";
     const auto quiet = OtherWorkBetween(start, {120, 61, 20.5, 2});
     ASSERT_TRUE(quiet);
     EXPECT_EQ((std::pair{quiet->others, quiet->stolen}), (std::pair{0.025, 0.05}));

@@ -241,7 +241,7 @@ TEST_F(HostProcessPosix, AForkedChildOwnsNothing) {
         [this] { interpreter.reset(); },
         [this] {
             EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);
-            EXPECT_EQ(Init(Params("echo 4")), kOk) << "a host of its own";
+            EXPECT_EQ(Init(Params("echo 4")), kOk) << "a separate host process";
             EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
             interpreter->Release();
         },
@@ -282,7 +282,7 @@ TEST_F(HostProcessPosix, AForkedChildNeverWaitsForAThreadOfItsParent) {
             EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseUnknown);
             static_cast<void>(interpreter->Interrupt());
             interpreter->SetTimeLimit(5000);
-            EXPECT_EQ(Init(Params("echo 4")), kOk) << "a host of its own";
+            EXPECT_EQ(Init(Params("echo 4")), kOk) << "a separate host process";
             EXPECT_EQ(RoundTrip(*interpreter, 0, 4, 1), kOk);
             EXPECT_TRUE(interpreter->Interrupt().Ok());
             EXPECT_EQ(Shown(interpreter->Invoke()), kHostExit);

@@ -237,7 +237,7 @@ TEST_F(SandboxFilter, RefusesProcessesAndWhatTheClientsDescriptorsAreFor) {
             EXPECT_EQ(Try(call.words), "EPERM") << call.harm << ": call " << call.words[0];
         }
         EXPECT_EQ(prctl(PR_GET_DUMPABLE), 0);
-        EXPECT_EQ(Outcome(lseek(log, 0, SEEK_SET)), "done") << "a file of its own";
+        EXPECT_EQ(Outcome(lseek(log, 0, SEEK_SET)), "done") << "a separate file";
         EXPECT_NE(mmap(nullptr, kPage, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, 0, 0), MAP_FAILED) << "no file";
     });
 }

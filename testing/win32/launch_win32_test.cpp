@@ -77,7 +77,7 @@ TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
                                            [](const auto& handle) { return handle.second == "view"; });
         EXPECT_TRUE(released) << call;
         EXPECT_EQ(Children().size(), left.size() > 1 ? 1U : 0U)
-            << "only what is in no job is left behind, deliberately";
+            << "deliberately, only a process that is in no job remains";
         for (const uint32_t child : Children()) {
             const Process host(child);
             EXPECT_TRUE(host.Lives(std::chrono::milliseconds(100))) << "it never ran";
