@@ -7,7 +7,7 @@
 // limits it. "Landlock" means that posix_sandbox.cpp decides which files the call may change.
 //
 // This file writes the instructions itself and does not use libseccomp. They are few, not every user's machine has that
-// library, and a static link would pass its LGPL on to everybody who ships the host program.
+// library, and a static link would apply its LGPL to every application that ships the host program.
 #include "host/posix_call_filter.h"
 
 #include <fcntl.h>
@@ -73,7 +73,7 @@ constexpr uint32_t kAllowed[] = {
     SYS_open, SYS_openat, SYS_openat2, SYS_creat, SYS_close, SYS_close_range,
 
     // Writing, also to the standard output and error, which the host process shares with the client. Libraries report
-    // there why they give up.
+    // fatal errors there.
     SYS_write, SYS_writev,
 
     // Waiting, and descriptors that only this process has.

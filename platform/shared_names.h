@@ -17,9 +17,8 @@ uint32_t ModuleWord();
 // Windows, where two processes share an object of the same name.
 bool RenewModuleWord(uint32_t error);
 
-// While this object exists, no other process with such an object forms names of shared objects. So this process can
-// find free names and take them. Empty, with the system's last error, if another process keeps its object for more than
-// 10 seconds. On Linux it locks nothing.
+// On Windows only one process at a time can have such an object. So it can find free names and use them. Empty, with
+// the system's last error, if another process keeps its object for more than 10 seconds. On Linux it locks nothing.
 class NamesHeld {
  public:
     NamesHeld();

@@ -24,7 +24,12 @@ PHRASES = {
     r"\bgo(es)? with\b": "works with",
     r"\bis to be had\b": "is available",
     r"\b(of|at) its own\b|\bof any two\b": "name the thing",
-    r"\bwhose every\b|\bwhat is not wanted\b|\bkeeps no\b": "write a plain sentence",
+    r"\bfetch(es|ed|ing)?\b": "download",
+    r"\bgoes on\b": "continues",
+    r"\btravels?\b": "is sent",
+    r"\bcomes? back\b": "is restored, is returned",
+    r"\bone that\b|\bof which there\b": "repeat the noun",
+    r"\bwhose every\b|\bwhat is not wanted\b|\bkeeps no\b|\blest\b": "write a plain sentence",
 }
 # Markdown has no curly quotes, and tables repeat words.
 CHECKS = DEFAULT["checks"] | {"typography": False, "lexical_illusions": False}

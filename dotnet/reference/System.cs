@@ -1,6 +1,6 @@
 // The part of .NET Standard 2.0 (and, with NETSTANDARD2_1, 2.1) that Orvane.dll uses, without code. Compiled against it,
 // Orvane.dll refers to `netstandard` and to nothing else, so that it runs on every .NET that has this interface. It is
-// never shipped: each .NET brings its own.
+// never shipped: each .NET contains this interface.
 //
 // A type or member is listed here if .NET Standard has it, with the same signature. forwards.py reads the lines that begin
 // with `namespace` and with `    public`.

@@ -16,7 +16,7 @@ namespace Orvane
         /// <summary>A call took longer than its time limit.</summary>
         TimeLimit = 4,
 
-        /// <summary>It sent an invalid reply, and was ended.</summary>
+        /// <summary>It sent an invalid reply, and the library ended it.</summary>
         BadReply = 5,
 
         /// <summary>The system does not say how it ended.</summary>

@@ -36,7 +36,7 @@ namespace Orvane
         /// <exception cref="ArgumentException">An option is wrong.</exception>
         /// <exception cref="OperationCanceledException"><see cref="ModelOptions.Progress"/> cancelled the load.</exception>
         /// <exception cref="DllNotFoundException">The native library, or a library that it needs, is missing.</exception>
-        /// <exception cref="PlatformNotSupportedException">This is no x64 process.</exception>
+        /// <exception cref="PlatformNotSupportedException">This is not an x64 process.</exception>
         public Model(string path, ModelOptions options = null) : this(path, options, CancellationToken.None)
         {
         }

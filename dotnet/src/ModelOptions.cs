@@ -29,8 +29,8 @@ namespace Orvane
         /// file.</summary>
         public byte[] Key { get; set; }
 
-        /// <summary>How long one call may wait for the host process. Then the host process is ended and the call throws a
-        /// <see cref="HostEndedException"/>. Null is no limit.</summary>
+        /// <summary>How long one call may wait for the host process. When the time is over, the library ends the host
+        /// process, and the call throws a <see cref="HostEndedException"/>. Null is no limit.</summary>
         public TimeSpan? TimeLimit { get; set; }
 
         /// <summary>The same for loading and restarting. Null is <see cref="TimeLimit"/>.</summary>

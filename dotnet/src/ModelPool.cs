@@ -7,7 +7,7 @@ namespace Orvane
 {
     /// <summary>
     /// Several copies of one model, each in a separate host process, for work from many threads. If a host process ends,
-    /// the pool starts a new one and tries the work again. All methods are thread-safe.
+    /// the pool starts a new one and runs the work again. All methods are thread-safe.
     /// </summary>
     public sealed class ModelPool : IDisposable
     {
@@ -18,7 +18,7 @@ namespace Orvane
 
         /// <summary>Loads the copies, all at once.</summary>
         /// <param name="path">The model file.</param>
-        /// <param name="size">The number of copies, at least 1. So much work can run at the same time.</param>
+        /// <param name="size">The number of copies, at least 1, and of pieces of work that can run at the same time.</param>
         /// <param name="options">How to run them; null for the CPU. The models run in host processes even if
         /// <see cref="ModelOptions.Host"/> is false. <see cref="ModelOptions.Progress"/> is called by several threads at
         /// once.</param>
@@ -38,7 +38,7 @@ namespace Orvane
         /// <summary>The number of copies.</summary>
         public int Size => models.Length;
 
-        /// <summary>How often work is tried again after its host process ended. The default is 1.</summary>
+        /// <summary>How often the pool runs work again after its host process ended. The default is 1.</summary>
         public int Retries { get; set; } = 1;
 
         /// <summary>Loads the copies on other threads, as <see cref="ModelPool(string, int, ModelOptions)"/>.</summary>

@@ -45,9 +45,9 @@ namespace {
 // at once and reaches no other memory.
 constexpr size_t kGuard = (size_t{1} << 32) + (size_t{1} << 16);
 
-// If the address space is limited, at most an eighth of what the view leaves, because the application needs the rest. 0
-// if the system does not report how much is left.
-size_t GuardBehind(size_t length) {
+// If the address space is limited, returns at most an eighth of what the view leaves, because the application needs the
+// rest. Returns 0 if the system does not report how much is left.
+size_t GuardAfter(size_t length) {
     rlimit limit{};
     if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
         return kGuard;
@@ -63,7 +63,7 @@ size_t GuardBehind(size_t length) {
 
 void* MapWithGuard(size_t length, size_t& mapped) {
     void* space = MAP_FAILED;
-    for (const size_t guard : {GuardBehind(length), size_t{0}}) {
+    for (const size_t guard : {GuardAfter(length), size_t{0}}) {
         if (space == MAP_FAILED) {
             mapped = length + guard;
             space = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);

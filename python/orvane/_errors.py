@@ -38,7 +38,7 @@ class HostEnd(enum.IntEnum):
     TIME_LIMIT = 4
     """A call reached its time limit."""
     BAD_REPLY = 5
-    """It sent an invalid reply, and was ended."""
+    """It sent an invalid reply, and the library ended it."""
     UNKNOWN = 6
     """The system does not say how it ended."""
 
