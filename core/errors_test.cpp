@@ -16,7 +16,7 @@ namespace {
 
 using Lines = std::vector<std::pair<uint32_t, std::string>>;
 
-TEST(ErrorStatus, IsLoggedBeforeItsMessageIsExamined) {
+TEST(ErrorStatus, ReplacesAnEmptyMessageAfterLoggingIt) {
     Testing::CapturedLog log;
     const Status nameless = MakeErrorStatus("", 5);
     EXPECT_EQ(nameless.message, "Unknown Error");
@@ -24,8 +24,8 @@ TEST(ErrorStatus, IsLoggedBeforeItsMessageIsExamined) {
     EXPECT_EQ(log.Take(), (Lines{{6, "[ORVANE]:error=, status=5"}}));
 }
 
-TEST(Log, FormatsFiltersAndDrops) {
-    EXPECT_EQ(Log(6, "nobody listens %d", 1), 0);
+TEST(Log, FormatsAndFiltersLines) {
+    EXPECT_EQ(Log(6, "no callback %d", 1), 0);
     Testing::CapturedLog log;
     const std::string longText(10'000, 'x');
     EXPECT_EQ(Log(3, "%s %d%%", longText.c_str(), -7), 0);
@@ -41,7 +41,7 @@ TEST(Log, FormatsFiltersAndDrops) {
     EXPECT_EQ(log.Take(), fails ? Lines{} : (Lines{{6, ""}}));
 }
 
-TEST(Log, LinesWaitForTheOutermostOfTheirThread) {
+TEST(Log, DefersLinesToTheEndOfTheOutermostScope) {
     Testing::CapturedLog log;
     {
         const DeferredLog outer;
@@ -58,7 +58,7 @@ TEST(Log, LinesWaitForTheOutermostOfTheirThread) {
     EXPECT_EQ(log.Take(), (Lines{{6, "third"}}));
 }
 
-TEST(Log, ThreadsLogWhileTheCallbackChanges) {
+TEST(Log, IsThreadSafeWhileTheCallbackChanges) {
     static std::atomic<int> received{0};
     std::atomic<bool> stop{false};
     std::thread other([&stop] {
@@ -66,7 +66,7 @@ TEST(Log, ThreadsLogWhileTheCallbackChanges) {
             Log(6, "line %d", 1);
         }
     });
-    while (received < 100) {
+    for (int round = 0; round < 100; ++round) {
         SetLogCallback([](uint32_t, const char* text) { received += std::string(text) == "line 1" ? 1 : 1'000'000; });
         Log(6, "line %d", 1);
         SetLogLevel(7);
@@ -75,7 +75,8 @@ TEST(Log, ThreadsLogWhileTheCallbackChanges) {
     }
     stop = true;
     other.join();
-    EXPECT_LT(received, 1'000'000) << "a line was garbled";
+    EXPECT_GE(received, 100);
+    EXPECT_LT(received, 1'000'000) << "a line had another text";
 }
 
 }  // namespace

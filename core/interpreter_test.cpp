@@ -28,7 +28,7 @@ class InterpreterTest : public testing::Test {
     Interpreter interpreter;
 };
 
-TEST_F(InterpreterTest, EveryFrameworkNumberGetsItsAnswer) {
+TEST_F(InterpreterTest, RefusesUnavailableFrameworks) {
     EXPECT_TRUE(interpreter.Init(Params(5)).Ok());
     EXPECT_TRUE(interpreter.Init(Params(9)).Ok());
     record->calls.clear();
@@ -56,34 +56,35 @@ TEST_F(InterpreterTest, EveryFrameworkNumberGetsItsAnswer) {
         EXPECT_EQ(interpreter.Init(Params(framework)).message, "OpenVINO is not enabled\n");
     }
     openvinoEnabled = true;
-    EXPECT_TRUE(interpreter) << "a refused framework leaves the model of before";
+    EXPECT_TRUE(interpreter) << "a refused framework keeps the earlier model";
     EXPECT_EQ(record->calls, Calls{});
 }
 
-TEST_F(InterpreterTest, OneModelReplacesAnother) {
+TEST_F(InterpreterTest, NewModelReplacesTheOldOne) {
     const OptionHandle option = CreateOption();
     option->SetString(OptionCommonModelPath, "first");
     option->SetString(OptionCommonHost, "host");
-    ASSERT_TRUE(interpreter.Init(*option).Ok()) << "a host is chosen whatever the framework, here 0";
+    ASSERT_TRUE(interpreter.Init(*option).Ok()) << "with a host, the framework may be 0";
     ASSERT_TRUE(interpreter.Init(Params(5, "second")).Ok());
     option->SetInt(OptionCommonFramework, 9);
     option->SetString(OptionOpenvinoMakeEncryptedKey, "abcde");
     EXPECT_FALSE(interpreter.Init(*option).Ok());
     EXPECT_EQ(interpreter.GetFramework(), 9U);
-    EXPECT_TRUE(interpreter) << "options that no backend ever sees leave the model of before";
+    EXPECT_TRUE(interpreter) << "options that are refused before a load keep the earlier model";
     interpreter.Release();
     record->answer = {"no model", 0};
-    EXPECT_EQ(interpreter.Init(Params(9, "third")).message, "no model") << "the message alone decides, not the code";
+    EXPECT_EQ(interpreter.Init(Params(9, "third")).message, "no model")
+        << "a message makes it a failure, even with the code 0";
     EXPECT_FALSE(interpreter);
     EXPECT_EQ(record->calls, (Calls{"create remote", "init remote first", "create openvino", "destroy remote",
                                     "init openvino second", "release openvino", "create openvino", "destroy openvino",
                                     "init openvino third", "destroy openvino"}));
 }
 
-TEST_F(InterpreterTest, AnEmptyInterpreterAnswersWithoutABackend) {
+TEST_F(InterpreterTest, EmptyInterpreterReturnsErrors) {
     record->outOfMemory = true;
     EXPECT_THROW(static_cast<void>(interpreter.Init(Params(9))), std::bad_alloc);
-    EXPECT_FALSE(interpreter) << "a backend that could not be initialised is not kept";
+    EXPECT_FALSE(interpreter) << "does not keep a backend whose load failed";
     interpreter.Release();
     EXPECT_EQ(interpreter.Invoke().message, "Not Init success!");
     EXPECT_EQ(interpreter.GetInputCount() + interpreter.GetOutputCount(), 0);
@@ -94,7 +95,7 @@ TEST_F(InterpreterTest, AnEmptyInterpreterAnswersWithoutABackend) {
     EXPECT_TRUE(interpreter.GetExtraInfo().empty());
 }
 
-TEST_F(InterpreterTest, TensorsAreFoundByPlaceAndName) {
+TEST_F(InterpreterTest, FindsTensorsByIndexAndName) {
     ASSERT_TRUE(interpreter.Init(Params(9)).Ok());
     EXPECT_EQ(interpreter.GetInputCount(), 3);
     EXPECT_EQ(interpreter.GetOutputCount(), 0);
@@ -102,9 +103,9 @@ TEST_F(InterpreterTest, TensorsAreFoundByPlaceAndName) {
     EXPECT_EQ(interpreter.GetOutput(), nullptr) << "a model without outputs";
     EXPECT_EQ(interpreter.GetTensor(TensorTypeInput, 2)->GetName(), "twice");
     EXPECT_EQ(interpreter.GetTensor(static_cast<TensorType>(2), 0), nullptr);
-    EXPECT_NE(interpreter.GetTensor(TensorTypeInput, 3), nullptr) << "whether it is there is the backend's to say";
+    EXPECT_NE(interpreter.GetTensor(TensorTypeInput, 3), nullptr) << "the backend decides whether a tensor exists";
     EXPECT_TRUE(interpreter.GetTensorByName(TensorTypeInput, "twice")->CopyFrom("", 1).Ok());
-    EXPECT_EQ(record->calls.back(), "set 1 1") << "the lower place wins";
+    EXPECT_EQ(record->calls.back(), "set 1 1") << "the lower index wins";
     EXPECT_EQ(interpreter.GetTensorByName(TensorTypeInput, "twic"), nullptr);
     EXPECT_EQ(interpreter.GetTensorByName(TensorTypeOutput, "a"), nullptr);
     EXPECT_EQ(interpreter.GetExtraInfo().at("kind"), "fake");

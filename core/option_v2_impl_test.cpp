@@ -13,10 +13,10 @@ using namespace std::string_literals;
 using Key = std::array<uint8_t, 4>;
 
 // `Deserialize` may read the form and the one byte after it. The sanitizers detect every other read.
-bool Load(OptionV2& option, const std::string& form, char next = 0) {
+bool Load(OptionV2& option, const std::string& form, char after = 0) {
     const auto block = std::make_unique<char[]>(form.size() + 1);
     std::memcpy(block.get(), form.data(), form.size());
-    block[form.size()] = next;
+    block[form.size()] = after;
     return option.Deserialize(block.get(), form.size());
 }
 
@@ -49,7 +49,7 @@ OptionHandle EveryType() {
     return option;
 }
 
-TEST(OptionV2, FlatFormIsExactAndACutOneIsRefused) {
+TEST(OptionV2, WritesTheExactFlatFormAndRefusesATruncatedOne) {
     EXPECT_EQ(Flat(*CreateOption()), std::string(8, '\0'));
     EXPECT_EQ(Flat(*EveryType()), kEveryType);
     const OptionHandle option = CreateOption();
@@ -62,29 +62,29 @@ TEST(OptionV2, FlatFormIsExactAndACutOneIsRefused) {
     EXPECT_EQ(Flat(*option), kEveryType);
 }
 
-TEST(OptionV2, OddEntriesOfAFormAreReadAsProducersRelyOn) {
+TEST(OptionV2, ReadsOddEntriesAsProducersExpect) {
     const OptionHandle option = EveryType();
     EXPECT_FALSE(Load(*option, std::string(7, '\0')));
-    EXPECT_EQ(Flat(*option), std::string(8, '\0')) << "a failed load leaves nothing of the old content";
+    EXPECT_EQ(Flat(*option), std::string(8, '\0')) << "a failed load removes the old content";
 
     const std::string one = "\1\0\0\0\0\0\0\0"s;
     const std::string two = "\2\0\0\0\0\0\0\0"s;
     const std::string falseAtK = one + one + "k\0\0"s;
     const std::string cases[][3] = {
         {one + one + "k\6\0\0\0\0"s, falseAtK, "a buffer without bytes leaves its key with the boolean false"},
-        {one + one + "k\6\xFF\xFF\xFF\xFF", falseAtK, "and so does a buffer with a negative length"},
+        {one + one + "k\6\xFF\xFF\xFF\xFF", falseAtK, "a negative length is the same"},
         {two + one + "m\7" + one + "k\0\0"s, falseAtK, "an unknown tag has no value and stores nothing"},
         {one + one + "k\0\2"s, one + one + "k\0\1"s, "every boolean but 0 is true"},
         {one + one + "k\5" + two + "v\0"s, one + one + "k\5" + one + "v", "a text ends at its zero byte"},
-        {one + two + "k\0\0\0"s, falseAtK, "a key too"},
-        {one + two + "k\0\6\1\0\0\0v"s, one + two + "k\0\6\1\0\0\0v"s, "but not that of a buffer"}};
+        {one + two + "k\0\0\0"s, falseAtK, "a key ends at its zero byte too"},
+        {one + two + "k\0\6\1\0\0\0v"s, one + two + "k\0\6\1\0\0\0v"s, "but the key of a buffer does not"}};
     for (const auto& [form, kept, rule] : cases) {
         ASSERT_TRUE(Load(*option, form)) << rule;
         EXPECT_EQ(Flat(*option), kept) << rule;
     }
     const std::string cut = one + one + "k";
-    EXPECT_FALSE(Load(*option, cut)) << "the tag is the byte after the form, here 0; its value is missing";
-    EXPECT_TRUE(Load(*option, cut, 7)) << "or an unknown one, which has no value";
+    EXPECT_FALSE(Load(*option, cut)) << "reads the tag after the end, here 0, whose value is missing";
+    EXPECT_TRUE(Load(*option, cut, 7)) << "an unknown tag has no value";
 }
 
 // The result of every getter for `key`. A question mark marks the default, which is 9 or true.
@@ -102,7 +102,7 @@ std::string Answers(const OptionV2& option, const char* key) {
     return text.str();
 }
 
-TEST(OptionV2, GettersConvertOnlyWhereTheyShould) {
+TEST(OptionV2, GettersConvertOnlyBetweenSomeTypes) {
     const std::pair<const char*, const char*> cases[] = {
         {"B", "1? 9? 9? 9? 9? bytes 3"}, {"a", "1 9? 9? 9? 9? 0"},    {"ab", "1? 1.5 1.5 9? 9? 0"},
         {"d", "1? -2.5 -2.5 9? 9? 0"},   {"i", "1? 9? 9? -2 -2 0"},   {"l", "1? 9? 9? 9? 4294967296 0"},
@@ -112,7 +112,7 @@ TEST(OptionV2, GettersConvertOnlyWhereTheyShould) {
     }
 }
 
-TEST(OptionV2, BuffersAreTheCallersUntilTheyComeFromAForm) {
+TEST(OptionV2, OwnsOnlyDeserializedBuffers) {
     const OptionHandle option = CreateOption();
     const char bytes[] = "caller's";
     uint32_t size = 0;
@@ -120,7 +120,8 @@ TEST(OptionV2, BuffersAreTheCallersUntilTheyComeFromAForm) {
     option->SetBuffer("B", nullptr, 9);
     option->SetString("s", nullptr);
     EXPECT_EQ(option->GetBuffer("B", size), bytes);
-    EXPECT_EQ(Flat(*option).size(), 8U + 8 + 1 + 1 + 4 + 4) << "a null text stores no key, a null buffer no bytes";
+    EXPECT_EQ(Flat(*option).size(), 8U + 8 + 1 + 1 + 4 + 4)
+        << "a null text stores no key, and a null buffer stores no bytes";
 
     ASSERT_TRUE(Load(*option, kEveryType));
     const auto* owned = static_cast<const unsigned char*>(option->GetBuffer("B", size));
@@ -154,7 +155,7 @@ std::string Letters(const OptionV2& option) {
     return letters;
 }
 
-TEST(OptionV2, ParamsTravelThroughTheSetByFramework) {
+TEST(OptionV2, CarriesTheParamsOfEachFramework) {
     Params params;
     char letter = 'a';
     for (const auto text : kTexts) {
@@ -180,7 +181,7 @@ TEST(OptionV2, ParamsTravelThroughTheSetByFramework) {
     }
 }
 
-TEST(OptionV2, ParamsHaveTheirOwnRules) {
+TEST(OptionV2, HandlesEmptyWrongAndTooLongParams) {
     const std::pair<uint32_t, std::string> emptyTexts[] = {
         {5, ""},
         {8, "OptionQnnFromCacheOptionQnnOutputPathOptionQnnStubPathOptionQnnSystemPath"},
@@ -192,17 +193,18 @@ TEST(OptionV2, ParamsHaveTheirOwnRules) {
         params.framework = framework;
         const OptionHandle option = CreateOption();
         option->FromParams(params);
-        EXPECT_EQ(Letters(*option), OptionCommonFramework + keys) << "empty texts but the common ones travel";
+        EXPECT_EQ(Letters(*option), OptionCommonFramework + keys) << "empty texts are stored, except the common ones";
     }
-    EXPECT_EQ(std::tie(params.reserved0, params.reserved4, params.reserved7), std::tuple(4, true, 2)) << "not zeros";
+    EXPECT_EQ(std::tie(params.reserved0, params.reserved4, params.reserved7), std::tuple(4, true, 2))
+        << "their defaults are not zero";
     const OptionHandle option = CreateOption();
     option->SetInt64(OptionCommonFramework, 9);
     ASSERT_TRUE(option->ToParams(params).Ok());
-    EXPECT_EQ(params.framework, 0U) << "its type is a 32-bit number";
+    EXPECT_EQ(params.framework, 0U) << "only a 32-bit number is read";
     option->SetInt(OptionCommonFramework, 9);
     option->SetString(OptionOpenvinoMakeEncryptedKey, "abcde");
     EXPECT_EQ(option->ToParams(params).message, "OptionOpenvinoMakeEncryptedKey is longer than 4 bytes");
-    EXPECT_EQ(params.openvinoMakeEncryptedKey, Key{}) << "refused, not cut";
+    EXPECT_EQ(params.openvinoMakeEncryptedKey, Key{}) << "a long key is refused, not truncated";
 }
 
 }  // namespace

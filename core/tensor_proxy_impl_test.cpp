@@ -18,7 +18,7 @@ class TensorTest : public testing::Test {
     Testing::FakeBackend backend;
 };
 
-TEST_F(TensorTest, DescribesItselfAsItWasWhenItWasMade) {
+TEST_F(TensorTest, KeepsItsFirstDescription) {
     backend.outputs = {{"first"}, {"分数", true, DataTypeFloat32, 7, {1, 3, 224, 224}}};
     TensorProxyImpl tensor(backend, 1, TensorTypeOutput);
     EXPECT_TRUE(tensor.Resize({5}).Ok());
@@ -30,7 +30,7 @@ TEST_F(TensorTest, DescribesItselfAsItWasWhenItWasMade) {
     EXPECT_EQ(tensor.GetByteSize(), 602'112U);
 }
 
-TEST_F(TensorTest, ByteSizeFollowsTypeAndShape) {
+TEST_F(TensorTest, ComputesByteSizeFromTypeAndShape) {
     const uint64_t bytesOfThree[] = {0, 12, 6, 12, 3, 24, 3, 6, 3, 24, 3};  // the index is the type's number
     for (uint32_t type = 0; type < std::size(bytesOfThree); ++type) {
         EXPECT_EQ(ByteSize(type, {3}), bytesOfThree[type]) << type;
@@ -42,7 +42,7 @@ TEST_F(TensorTest, ByteSizeFollowsTypeAndShape) {
     EXPECT_EQ(ByteSize(1, {INT64_MAX, 2}), 0xFFFFFFFFFFFFFFF8);
 }
 
-TEST_F(TensorTest, DataGoesOnlyTheWayOfItsSide) {
+TEST_F(TensorTest, CopiesOnlyIntoInputsAndOutOfOutputs) {
     backend.outputs = {{"y"}};
     TensorProxyImpl input(backend, 1, TensorTypeInput);
     TensorProxyImpl output(backend, 0, TensorTypeOutput);
@@ -60,7 +60,7 @@ TEST_F(TensorTest, DataGoesOnlyTheWayOfItsSide) {
     EXPECT_EQ(input.CopyFrom(data, 3).message, "backend's own");
     EXPECT_EQ(output.CopyTo(data, 4).code, 42);
     EXPECT_EQ(backend.record->calls, (std::vector<std::string>{"set 1 3", "copy 0 4"}))
-        << "refused ones do not reach it";
+        << "refused calls do not reach the backend";
     EXPECT_EQ(input.GetData(), &backend.inputs[1]);
 }
 
@@ -80,7 +80,7 @@ class ForeignTensor final : public TensorImpl {
     void* GetData() override { return nullptr; }
 };
 
-TEST_F(TensorTest, AForeignTensorIsRefused) {
+TEST_F(TensorTest, RefusesAForeignTensor) {
     ForeignTensor foreign;
     EXPECT_EQ(TensorProxyImpl(backend, 0, TensorTypeInput).Bind(foreign).message, "Tensor type is not equal!");
     std::shared_ptr<void> memory;

@@ -62,8 +62,8 @@ void Scramble(std::string& text) {
     }
 }
 
-// Writes to both until the input ends this. Positions stay within the written data: the streams do not define what a
-// gap in a file contains.
+// Writes to both until the input has no more steps. Positions stay within the written data: the streams do not define
+// what a gap in a file contains.
 void Write(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
     std::streamoff size = 0;
     std::streamoff left = kMostBytes;
@@ -77,36 +77,36 @@ void Write(Input& input, std::streambuf& scrambled, std::streambuf& plain) {
         switch (step) {
             case 0:
                 count = 1;
-                Require(scrambled.sputc(*data) == plain.sputc(*data), "a byte is written");
+                Require(scrambled.sputc(*data) == plain.sputc(*data), "both write a byte");
                 break;
             case 1:
                 count = std::min(TakeCount(input), kLargestFile - here);
-                Require(scrambled.sputn(data, count) == plain.sputn(data, count), "all bytes are written");
+                Require(scrambled.sputn(data, count) == plain.sputn(data, count), "both write all bytes");
                 break;
             case 2:
                 there = TakeBelow(input, size + 1);
-                Require(scrambled.pubseekpos(there, mode) == plain.pubseekpos(there, mode), "a place is reached");
+                Require(scrambled.pubseekpos(there, mode) == plain.pubseekpos(there, mode), "both seek to a position");
                 break;
             case 3:
                 there = TakeBelow(input, size + 1) - here;
                 Require(
                     scrambled.pubseekoff(there, std::ios::cur, mode) == plain.pubseekoff(there, std::ios::cur, mode),
-                    "a place from here is reached");
+                    "both seek from the current position");
                 break;
             case 4:
                 there = -TakeBelow(input, size + 1);
                 Require(
                     scrambled.pubseekoff(there, std::ios::end, mode) == plain.pubseekoff(there, std::ios::end, mode),
-                    "a place from the end is reached");
+                    "both seek from the end");
                 break;
             default:
-                Require(scrambled.pubsync() >= 0, "what is buffered is written");
+                Require(scrambled.pubsync() >= 0, "the buffered bytes are written");
                 break;
         }
         size = std::max(size, here + count);
         left -= count;
     }
-    Require(scrambled.pubsync() >= 0, "what is buffered is written in the end");
+    Require(scrambled.pubsync() >= 0, "the last buffered bytes are written");
 }
 
 // Reads from both. At the end of the file, reads may return one byte too many, at most once between two seeks.
@@ -128,28 +128,28 @@ class Readers {
         const std::streamsize got = scrambled.sgetn(read.data(), count);
         const std::streamsize there = plain.sgetn(expected.data(), count);
         const bool surplus = got == there + 1 && maySurplus;
-        Require(got == there || surplus, "as many bytes are read");
+        Require(got == there || surplus, "both read the same number of bytes");
         Require(read.compare(0, static_cast<size_t>(there), expected, 0, static_cast<size_t>(there)) == 0,
-                "the same bytes are read");
+                "both read the same bytes");
         maySurplus = maySurplus && there == count;
     }
 
     void Seek(std::streamoff offset, std::ios::seekdir from) {
         Require(scrambled.pubseekoff(offset, from, std::ios::in) == plain.pubseekoff(offset, from, std::ios::in),
-                "a place to read at is reached");
+                "both seek relative to a position");
         maySurplus = true;
     }
 
     void SeekTo(std::streamoff place) {
         Require(scrambled.pubseekpos(place, std::ios::in) == plain.pubseekpos(place, std::ios::in),
-                "a place is reached");
+                "both seek to a position");
         maySurplus = true;
     }
 
  private:
     // Returns whether the plain stream is at its end.
     bool CheckByte(int byte, int expected) {
-        Require(byte == expected || (expected == EOF && maySurplus), "the same byte is read");
+        Require(byte == expected || (expected == EOF && maySurplus), "both read the same byte");
         maySurplus = maySurplus && (expected != EOF || byte != EOF);
         return expected == EOF;
     }
@@ -203,7 +203,7 @@ void Check(Input input) {
     }
     std::string expected = plain.str();
     Scramble(expected);
-    Require(Testing::ReadBytes(name) == expected, "the file holds what was written, scrambled for its places");
+    Require(Testing::ReadBytes(name) == expected, "the file has the written bytes, each scrambled for its position");
 
     DecodeInputStreamBuf scrambled(path);
     Read(input, scrambled, plain);

@@ -177,16 +177,16 @@ class Session {
         try {
             Answer(host);
         } catch (const std::exception&) {
-            Require(throws, "a request that can be read is answered");
+            Require(throws, "the host replies to a request that it can read");
             return false;
         }
-        Require(!throws, "a request that cannot be read is not answered");
+        Require(!throws, "the host does not reply to a request that it cannot read");
         MessageBuffer& reply = host.channel.message;
         reply.Rewind();
-        Require((*check)(reply), "the reply has the results of the interpreter");
+        Require((*check)(reply), "the reply has the interpreter's result");
         const uint32_t end = kSection - reply.Room();
         Require(std::memcmp(section.get() + end, sent.data() + end, kSection - end) == 0,
-                "the bytes after the reply do not change");
+                "the bytes after the reply are unchanged");
         return true;
     }
 

@@ -21,9 +21,9 @@ bool Read(const Form& form, OptionValues& values) {
 
 Form Written(const OptionValues& values) {
     Form form(WriteFlatForm(values, nullptr, 0));
-    Require(WriteFlatForm(values, form.data(), form.size()) == form.size(), "a form takes what was measured");
+    Require(WriteFlatForm(values, form.data(), form.size()) == form.size(), "a form has the measured size");
     Form shorter(form.size() - 1);
-    Require(WriteFlatForm(values, shorter.data(), shorter.size()) == 0, "a form that does not fit is not written");
+    Require(WriteFlatForm(values, shorter.data(), shorter.size()) == 0, "a form is not written if it does not fit");
     return form;
 }
 
@@ -39,11 +39,11 @@ void Check(const Form& form) {
     Read(form, values);  // the entries before the end of a cut form count
     const Form written = Written(values);
     OptionValues back;
-    Require(Read(written, back), "a form that was written can be read");
+    Require(Read(written, back), "a written form can be read");
     const Form again = Written(back);
-    Require(again == written || WouldCutAKey(values), "what is read is what was written");
+    Require(again == written || WouldCutAKey(values), "reading returns the written options");
     OptionValues same;
-    Require(Read(again, same) && Written(same) == again, "what is read is what was written, once keys are cut");
+    Require(Read(again, same) && Written(same) == again, "after the keys are cut, reading returns the written options");
 
     OptionValues part;
     Require(!Read(Form(again.data(), again.data() + form.size() % again.size()), part),

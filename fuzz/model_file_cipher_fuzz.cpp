@@ -93,9 +93,10 @@ void Check(Fuzz::Input input) {
     const Bytes encrypted = Transformed(chunk, shift, cipher, &ModelFileCipher::Encrypt);
     const Bytes decrypted = Transformed(chunk, shift, cipher, &ModelFileCipher::Decrypt);
     if (chunk.size() >= kSmallBlock) {
-        Require(encrypted == Encrypted(chunk, cipher), "three rounds at once are three rounds");
-        Require(Transformed(encrypted, 0, cipher, &ModelFileCipher::Decrypt) == chunk, "what is encrypted comes back");
-        Require(Encrypted(decrypted, cipher) == chunk, "to decrypt is to undo");
+        Require(encrypted == Encrypted(chunk, cipher), "both ways to encrypt have the same result");
+        Require(Transformed(encrypted, 0, cipher, &ModelFileCipher::Decrypt) == chunk,
+                "decrypting restores an encrypted chunk");
+        Require(Encrypted(decrypted, cipher) == chunk, "encrypting restores a decrypted chunk");
     } else {
         Require(std::equal(chunk.begin() + static_cast<std::ptrdiff_t>(chunk.size() / 2), chunk.end(),
                            encrypted.begin() + static_cast<std::ptrdiff_t>(chunk.size() / 2)),

@@ -24,7 +24,7 @@ void Check(const std::string& bytes) {
     try {
         array = ReadNpyHeader(file);
     } catch (const UnreadableNpy& reason) {
-        Require(*reason.what() != '\0', "a refusal has a reason");
+        Require(*reason.what() != '\0', "a refusal has a text");
         return;
     }
     Require(static_cast<uint64_t>(file.tellg()) == HeaderBytes(bytes), "the data begins after the header");
@@ -35,8 +35,10 @@ void Check(const std::string& bytes) {
         const std::string header = NpyHeader(array);
         std::istringstream again(header);
         const NpyArray same = ReadNpyHeader(again);
-        Require(same.elementType == array.elementType && same.shape == array.shape, "what is written is read");
-        Require(header.size() % 64 == 0 && static_cast<size_t>(again.tellg()) == header.size(), "it is read whole");
+        Require(same.elementType == array.elementType && same.shape == array.shape,
+                "reading returns the written header");
+        Require(header.size() % 64 == 0 && static_cast<size_t>(again.tellg()) == header.size(),
+                "the whole header is read");
     } catch (const Failure&) {
         Require(array.shape.size() > 3000, "only a very long shape does not fit into a header");
     }

@@ -1,7 +1,7 @@
 // The client's readers of replies: they read a reply exactly as it is, or refuse it.
 #include "backends/remote/remote_wrapper.h"
+#include "fuzz/fake_host.h"
 #include "fuzz/fuzz_target.h"
-#include "fuzz/played_host.h"
 #include "ipc/call_protocol.h"
 
 #include <cstring>
@@ -25,9 +25,9 @@ const std::string kNothing = "nothing";  // a null pointer
 // Reads a reply without the client's code.
 class Reply {
  public:
-    struct PassesTheEnd {};
+    struct ExceedsTheSection {};
     struct HasAnotherTag {};
-    struct TakesLong {};  // to read: megabytes of zeros, as in many other replies
+    struct IsSlow {};  // to read: megabytes of zeros, as in many other replies
 
     explicit Reply(const uint8_t* memory) : section(memory) {}
 
@@ -50,10 +50,10 @@ class Reply {
  private:
     const uint8_t* Bytes(uint32_t size) {
         if (size > kSize - place) {
-            throw PassesTheEnd();
+            throw ExceedsTheSection();
         }
         if (size > kNear && size < kSize - kNear) {
-            throw TakesLong();
+            throw IsSlow();
         }
         return section + std::exchange(place, place + size);
     }
@@ -162,9 +162,9 @@ std::string ShownReply(uint32_t call, Reply& reply) {
 class Client {
  public:
     Client() {
-        Fuzz::playedHost = [this](uint8_t* section) { return Play(section); };
+        Fuzz::fakeHost = [this](uint8_t* section) { return AnswerIn(section); };
         Send(CallInit, "\4\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0"s);
-        Require(expected == kSuccess, "a client initialises");
+        Require(expected == kSuccess, "the client loads a model");
     }
 
     // Makes a call. The host sends this reply, or ends without one. Returns the size of the result.
@@ -180,16 +180,16 @@ class Client {
         } catch (const std::runtime_error&) {
             result = kThrows;
         }
-        Require(result == expected, "a reply is read without change");
-        Require(wasAsked == hadHost, "only a host that there is is asked");
+        Require(result == expected, "the client reads the reply exactly");
+        Require(wasAsked == hadHost, "the client sends a request if, and only if, it has a host");
         return result.size();
     }
 
  private:
-    bool Play(uint8_t* section) {
+    bool AnswerIn(uint8_t* section) {
         uint32_t call = 0;
         std::memcpy(&call, section + sizeof call, sizeof call);
-        Require(call == asked && !wasAsked, "a call is sent, and once");
+        Require(call == asked && !wasAsked, "the client sends each call once");
         wasAsked = true;
         hasHost = reply.has_value();
         if (!hasHost) {
@@ -199,11 +199,11 @@ class Client {
         Reply reader(section);
         try {
             expected = ShownReply(asked, reader);
-        } catch (const Reply::PassesTheEnd&) {
+        } catch (const Reply::ExceedsTheSection&) {
             hasHost = false;
         } catch (const Reply::HasAnotherTag&) {
             expected = kThrows;
-        } catch (const Reply::TakesLong&) {
+        } catch (const Reply::IsSlow&) {
             return hasHost = false;
         }
         pointed = section;
@@ -228,11 +228,11 @@ class Client {
                 return Of(wrapper.Invoke());
             case CallCopyOutputTo: {
                 const Status status = wrapper.CopyOutputTo(kIndex, output.get(), 4);
-                return status.Ok() ? std::string(output.get(), ReplysRun()) : Of(status);
+                return status.Ok() ? std::string(output.get(), OutputSize()) : Of(status);
             }
             case CallGetTensorData: {
                 const auto* data = static_cast<const char*>(wrapper.GetTensorData(TensorTypeOutput, kIndex));
-                return data != nullptr ? std::string(data, ReplysRun()) : kNothing;
+                return data != nullptr ? std::string(data, OutputSize()) : kNothing;
             }
             case CallGetExtraInfo:
                 return ShownPairs(wrapper.GetExtraInfo());
@@ -242,7 +242,7 @@ class Client {
     }
 
     // The number of output bytes according to the last reply.
-    uint32_t ReplysRun() const { return Reply(pointed).Word(); }
+    uint32_t OutputSize() const { return Reply(pointed).Word(); }
 
     uint32_t asked = 0;
     std::optional<std::string> reply;

@@ -43,23 +43,24 @@ class CacheStream : public testing::Test {
     Testing::TemporaryFolder folder;
 };
 
-TEST_F(CacheStream, OnlyWhatIsFlushedIsWritten) {
+TEST_F(CacheStream, WritesOnlyFlushedBytes) {
     {
         DecodeOutputStreamBuf buffer(Path("缓存"));
         buffer.sputn("kept", 4);
         EXPECT_EQ(buffer.pubsync(), 4);
         buffer.sputn("lost", 4);
-        EXPECT_EQ(buffer.pubseekoff(0, std::ios::beg, std::ios::in), 4) << "not a place to write at";
+        EXPECT_EQ(buffer.pubseekoff(0, std::ios::beg, std::ios::in), 4)
+            << "a read position does not move the write position";
     }
     EXPECT_EQ(Testing::ReadBytes(folder.Path("缓存")), Scrambled("kept"));
 }
 
-TEST_F(CacheStream, AFileThatTakesNothingFailsEveryFlush) {
+TEST_F(CacheStream, FailsEveryFlushWithoutAFile) {
     DecodeOutputStreamBuf buffer(Path("missing/缓存"));
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(buffer.sputn(Pattern(5000).data(), 5000), 4095) << "all but the byte that needs a flush";
+        EXPECT_EQ(buffer.sputn(Pattern(5000).data(), 5000), 4095) << "the next byte needs a flush";
     }
-    EXPECT_EQ(buffer.sputn(Pattern(700'000).data(), 700'000), 0) << "nothing of what does not go through the buffer";
+    EXPECT_EQ(buffer.sputn(Pattern(700'000).data(), 700'000), 0) << "larger than the buffer, so it is written directly";
     buffer.sputc('x');
     EXPECT_EQ(buffer.pubsync(), -1);
     buffer.sputc('x');
@@ -67,7 +68,7 @@ TEST_F(CacheStream, AFileThatTakesNothingFailsEveryFlush) {
 }
 
 // The fuzz target reads and writes at any position. This test is about a read that gets no bytes at the end.
-TEST_F(CacheStream, AReadOfNothingDeliversTheFirstByteOfTheLastBlockOnce) {
+TEST_F(CacheStream, RepeatsOneByteAfterAFullLastBlock) {
     for (const size_t size : {4095U, 4096U, 4097U, 65'536U, 700'000U}) {
         const std::string expected = Pattern(size);
         folder.Write("缓存", Scrambled(expected));
@@ -75,11 +76,12 @@ TEST_F(CacheStream, AReadOfNothingDeliversTheFirstByteOfTheLastBlockOnce) {
         const std::string surplus = size % 4096 == 0 ? expected.substr(size - 4096, 1) : "";
         EXPECT_EQ(ReadAll(buffer, size + 9), expected + surplus);
         EXPECT_EQ(buffer.sgetc(), EOF);
-        EXPECT_EQ(buffer.pubseekoff(1, std::ios::beg, std::ios::out), size) << "not a place to read at";
+        EXPECT_EQ(buffer.pubseekoff(1, std::ios::beg, std::ios::out), size)
+            << "a write position does not move the read position";
     }
 }
 
-TEST_F(CacheStream, AnEmptyOrUnopenableFileDeliversOneZeroAndEnds) {
+TEST_F(CacheStream, ReadsOneZeroFromAnEmptyOrMissingFile) {
     folder.Write("empty", "");
     for (const char* name : {"empty", "missing", ""}) {
         DecodeInputStreamBuf byByte(Path(name));

@@ -50,7 +50,7 @@ std::string Shown(const Bytes& bytes) {
 
 // testing/support/cipher_vectors.py computes the expected results. The fuzz target shows that every chunk of at least
 // one block is restored.
-TEST(ModelFileCipher, TransformsChunksToTheBit) {
+TEST(ModelFileCipher, MatchesTheReferenceVectors) {
     const std::tuple<size_t, ModelFileCipher, std::string, std::string> cases[] = {
         // Tails alone, blocks in both modes, a block and an unchanged tail, large blocks.
         {1, kLittle, "49", "01"},
@@ -67,7 +67,7 @@ TEST(ModelFileCipher, TransformsChunksToTheBit) {
     }
 }
 
-TEST(EncryptedModelFile, IsReadWholeWhateverItsSize) {
+TEST(EncryptedModelFile, ReadsFilesOfEverySize) {
     const Testing::TemporaryFolder folder;
     for (const size_t size : {size_t{100}, kChunk, 2 * kChunk - 1, 2 * kChunk, 5 * kChunk + 777}) {
         const Bytes plain = Pattern(size);

@@ -41,10 +41,10 @@ class OpenvinoWrapperTest : public testing::Test {
     OpenvinoWrapper wrapper;
 };
 
-TEST_F(OpenvinoWrapperTest, ReportsWhatTheRuntimeCannotTell) {
+TEST_F(OpenvinoWrapperTest, ReportsErrorsOfTheRuntime) {
     Load(EchoModel({{"", "f32", {"1"}}}));
     auto lines = log.Take();
-    ASSERT_EQ(lines.size(), 2U) << "once for the nameless input, once for the nameless output";
+    ASSERT_EQ(lines.size(), 2U) << "one for the input without a name, one for the output";
     EXPECT_EQ(lines[1].second.rfind("[ORVANE]:port.get_any_name() error:", 0), 0U);
 
     EXPECT_EQ(wrapper.GetTensorData(TensorTypeOutput, 0), nullptr);
@@ -58,13 +58,13 @@ TEST_F(OpenvinoWrapperTest, ReportsWhatTheRuntimeCannotTell) {
     EXPECT_NE(wrapper.CopyOutputTo(1, &none, 4).message, "");
 }
 
-TEST_F(OpenvinoWrapperTest, ShapesThatCannotBePrepared) {
+TEST_F(OpenvinoWrapperTest, RefusesShapesThatItCannotPrepare) {
     Load(EchoModel({{"a", "f32", {"?", "?"}}}));
     EXPECT_THROW(Set(0, 1), std::bad_alloc);
-    EXPECT_EQ(Set(0, 1), "Tensor 参数错误") << "the request is there, its buffers are not";
+    EXPECT_EQ(Set(0, 1), "Tensor 参数错误") << "the request exists, but its buffers do not";
     Load(EchoModel({{"a", "f32", {"?", "?"}}}));
     ASSERT_TRUE(wrapper.SetTensorShape(TensorTypeInput, 0, {1, 1}).Ok());
-    EXPECT_EQ(Set(0, 4), "") << "its shape is set before the first data";
+    EXPECT_EQ(Set(0, 4), "") << "its shape was set before the first data";
     EXPECT_EQ(wrapper.Invoke().message, "");
 
     Load(EchoModel({{"a", "f32", {}}}));
@@ -79,7 +79,7 @@ TEST_F(OpenvinoWrapperTest, ShapesThatCannotBePrepared) {
 }
 
 // With the C interface, an export uses the folder for temporary files.
-TEST_F(OpenvinoWrapperTest, AnExportThatFailsIsNoFailure) {
+TEST_F(OpenvinoWrapperTest, LoadsAModelWhenTheExportFails) {
     InterpreterParams params;
     params.modelPath = AddModel({10}).WriteTo(folder, "加法");
     params.openvinoCachePath = folder.Path("缓存");
@@ -92,7 +92,7 @@ TEST_F(OpenvinoWrapperTest, AnExportThatFailsIsNoFailure) {
     EXPECT_EQ(wrapper.Invoke().message, "");
 }
 
-TEST(AlignedBufferTest, StartsOnA64ByteBoundaryAndMovesWithItsBytes) {
+TEST(AlignedBufferTest, IsAlignedAndZeroFilled) {
     std::vector<AlignedBuffer> buffers;
     for (const uint64_t size : {0U, 1U, 63U, 64U, 1000U, 5'000'000U}) {
         buffers.push_back(AlignedBuffer::ForOverwrite(size));

@@ -27,7 +27,7 @@ std::string Text(orvane_error* error) {
     return text;
 }
 
-TEST(CInterfacePosix, AModelWithoutAddressSpaceSaysSo) {
+TEST(CInterfacePosix, ReportsTooLittleAddressSpace) {
     if (kInstrumented) {
         GTEST_SKIP() << "this build needs much address space";
     }
@@ -50,7 +50,7 @@ TEST(CInterfacePosix, AModelWithoutAddressSpaceSaysSo) {
     });
 }
 
-TEST(CInterfacePosix, ALoadLeavesTheThreadsSignalStack) {
+TEST(CInterfacePosix, LoadKeepsTheThreadsSignalStack) {
     const TemporaryFolder folder;
     const std::string model = AddModel({4}).WriteTo(folder, "add");
     stack_t before{};
@@ -75,7 +75,7 @@ struct Waiting {
 };
 
 // In the child's copy of the model that call never ends, and the model may be half changed.
-TEST(CInterfacePosix, AChildThatIsForkedDuringACallHasAHostOfItsOwn) {
+TEST(CInterfacePosix, ForkedChildStartsItsOwnHost) {
     for (const int32_t step : {ORVANE_LOAD_NONE, ORVANE_LOAD_STARTING_HOST}) {
         Waiting waiting;
         orvane_options options{};

@@ -10,7 +10,7 @@
 namespace Orvane {
 namespace {
 
-TEST(FullDisk, FailsAWriteThatIsCutShort) {
+TEST(FullDisk, FailsAnIncompleteWrite) {
     const Testing::TemporaryFolder folder;
     Testing::InChild([&] {
         std::signal(SIGXFSZ, SIG_IGN);
@@ -18,7 +18,7 @@ TEST(FullDisk, FailsAWriteThatIsCutShort) {
         setrlimit(RLIMIT_FSIZE, &room);
         DecodeOutputStreamBuf buffer(folder.Path("cache"));
         const std::string bytes(600'000, 'x');
-        EXPECT_EQ(buffer.sputn(bytes.data(), 600'000), 262'144) << "whole pieces only";
+        EXPECT_EQ(buffer.sputn(bytes.data(), 600'000), 262'144) << "only complete blocks are counted";
         EXPECT_EQ(buffer.sputn(bytes.data(), 600'000), 0);
     });
 }

@@ -77,17 +77,17 @@ class OrvaneProcess : public testing::Test {
     std::string json = folder.Path("结果.json");
 };
 
-TEST_F(OrvaneProcess, CtrlCEndsAMeasurementWithTheResultsSoFar) {
+TEST_F(OrvaneProcess, CtrlCPrintsTheResultsSoFar) {
     const pid_t bench = StartBench("5");
     ASSERT_TRUE(Within(60s, [bench] { return Catches(bench, SIGINT); }));
     ASSERT_EQ(kill(-bench, SIGINT), 0);
     EXPECT_EQ(End(bench), "exit 0");
     EXPECT_NE(ReadBytes(printed).find(" until Ctrl-C, "), std::string::npos) << ReadBytes(printed);
     EXPECT_NE(ReadBytes(json).find("\"interrupted\":true"), std::string::npos) << ReadBytes(json);
-    EXPECT_EQ(folder.Names().size(), 4U) << "the model's two files, and nothing beside the results";
+    EXPECT_EQ(folder.Names().size(), 4U) << "the model's two files, the results and the output";
 }
 
-TEST_F(OrvaneProcess, AHostThatEndsLeavesTheResultsSoFar) {
+TEST_F(OrvaneProcess, PrintsTheResultsSoFarWhenTheHostEnds) {
     const pid_t bench = StartBench("5");
     ASSERT_TRUE(Within(60s, [bench] { return Catches(bench, SIGINT); }));
     std::this_thread::sleep_for(100ms);  // some inferences
@@ -97,19 +97,19 @@ TEST_F(OrvaneProcess, AHostThatEndsLeavesTheResultsSoFar) {
     EXPECT_NE(ReadBytes(json).find("\"interrupted\":true"), std::string::npos) << ReadBytes(json);
 }
 
-TEST_F(OrvaneProcess, CtrlCBeforeItMeasuresKeepsNothing) {
+TEST_F(OrvaneProcess, CtrlCBeforeTheMeasurementPrintsNothing) {
     const pid_t bench = StartBench("4000000000");
     const auto children = [bench] { return Children(static_cast<uint32_t>(bench)); };
     ASSERT_TRUE(Within(60s, [&] { return !children().empty(); }));
     const Process host(children().at(0));
     ASSERT_EQ(kill(-bench, SIGINT), 0);
     EXPECT_EQ(End(bench), "signal 2");
-    EXPECT_FALSE(host.Lives(10s)) << "the host goes with it";
+    EXPECT_FALSE(host.Lives(10s)) << "the host ends too";
     EXPECT_EQ(folder.Names().size(), 3U);
     EXPECT_EQ(ReadBytes(printed), "");
 }
 
-TEST_F(OrvaneProcess, ATerminalShowsWhatALoadIsAtAndKeepsNoLineOfIt) {
+TEST_F(OrvaneProcess, ShowsAndErasesProgressOnATerminal) {
     const Platform::Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK));
     char name[64];
     ASSERT_TRUE(terminal && grantpt(terminal.Get()) == 0 && unlockpt(terminal.Get()) == 0 &&
@@ -120,20 +120,20 @@ TEST_F(OrvaneProcess, ATerminalShowsWhatALoadIsAtAndKeepsNoLineOfIt) {
     EXPECT_NE(text.find("\rthe host process is loading "), std::string::npos) << text;
     const size_t message = text.find("orvane: the host process ended");
     ASSERT_NE(message, std::string::npos) << text;
-    EXPECT_EQ(text.substr(message - 3, 3), "  \r") << "blanks over the line, and back";
+    EXPECT_EQ(text.substr(message - 3, 3), "  \r") << "blanks erase the line";
     std::istringstream lines(text.substr(0, message));
     for (std::string line; std::getline(lines, line, '\r');) {
         EXPECT_LT(line.size(), size.ws_col) << line;
     }
 }
 
-TEST_F(OrvaneProcess, WithoutATerminalThereIsNothingButTheMessage) {
+TEST_F(OrvaneProcess, ShowsNoProgressWithoutATerminal) {
     const std::string file = folder.Write("errors", "");
     const std::string text = ErrorsOfALoad(file, Platform::Descriptor(open(file.c_str(), O_RDONLY)));
     EXPECT_EQ(text.rfind("orvane: the host process ended", 0), 0U) << text;
 }
 
-TEST_F(OrvaneProcess, AModelIsWrittenWithItsWeightsOrNotAtAll) {
+TEST_F(OrvaneProcess, WritesAModelWithItsWeightsOrNotAtAll) {
     const std::string large = AddModel(std::vector<float>(40'000)).WriteTo(folder, "large");
     const std::string disk = folder.Path("disk");
     const std::string out = disk + "/out.xml";
@@ -164,7 +164,7 @@ TEST_F(OrvaneProcess, AModelIsWrittenWithItsWeightsOrNotAtAll) {
     });
     const std::string end = End(user);
     if (end == "exit 2") {
-        GTEST_SKIP() << "a full disk needs the right to mount";
+        GTEST_SKIP() << "this test fills a disk, which needs the right to mount";
     }
     EXPECT_EQ(end, "exit 0");
 }

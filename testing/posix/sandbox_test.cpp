@@ -134,7 +134,7 @@ struct Call {
 
 // The arguments are real: without the filter, each of these calls has the effect written beside it, or has it for the
 // superuser.
-TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
+TEST_F(SandboxFilter, RefusesArgumentsThatReachOtherProcesses) {
     Inside([] {
         const long parent = getppid();
         constexpr long kPage = 4096;
@@ -156,7 +156,7 @@ TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
             {{SYS_sched_setaffinity, parent, sizeof one, reinterpret_cast<long>(&one)}, "processors of the client"},
             {{SYS_move_pages, parent, 0, 0, 0, 0}, "memory of the client"},
             {{SYS_madvise, shared, kPage, MADV_REMOVE}, "the client ends by SIGBUS"},
-            {{SYS_madvise, shared, kPage, MADV_PAGEOUT}, "pages of the client go"},
+            {{SYS_madvise, shared, kPage, MADV_PAGEOUT}, "the client loses pages"},
             {{SYS_madvise, shared, kPage, MADV_MERGEABLE}, "pages in common with other processes"},
             {{SYS_madvise, shared, kPage, MADV_HWPOISON}, "memory of the machine"},
             {{SYS_futex, shared, FUTEX_REQUEUE, 1, 1, shared + 4}, "a waiter of the client sleeps elsewhere"},
@@ -164,7 +164,7 @@ TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
             {{SYS_ioctl, STDIN_FILENO, TIOCSTI, pointer}, "input for the shell"},
             {{SYS_ioctl, STDIN_FILENO, TIOCLINUX, pointer}, "the console's selection"},
             {{SYS_ioctl, STDIN_FILENO, TCSETS, pointer}, "the client's terminal"},
-            {{SYS_ioctl, STDIN_FILENO, TIOCSPGRP, pointer}, "who has the terminal"},
+            {{SYS_ioctl, STDIN_FILENO, TIOCSPGRP, pointer}, "the terminal's foreground process"},
             {{SYS_ioctl, STDIN_FILENO, FIONBIO, pointer}, "the client's reads fail"},
             {{SYS_ioctl, ends[0], FIOASYNC, pointer}, "signals to the client"},
             {{SYS_ioctl, ends[0], FIOSETOWN, pointer}, "signals to the client"},
@@ -176,15 +176,15 @@ TEST_F(SandboxFilter, RefusesWhatReachesOtherProcessesByAnArgument) {
         for (const Call& call : calls) {
             EXPECT_EQ(Try(call.words), "EPERM") << call.harm << ": call " << call.words[0];
         }
-        EXPECT_EQ(Try(SYS_futex, shared, FUTEX_WAKE, 1), "done") << "the events are made of it";
+        EXPECT_EQ(Try(SYS_futex, shared, FUTEX_WAKE, 1), "done") << "events need this call";
         EXPECT_EQ(Try(SYS_futex, shared, FUTEX_REQUEUE | FUTEX_PRIVATE_FLAG, 0, 0, shared + 4), "done");
         EXPECT_EQ(Try(SYS_madvise, shared, kPage, MADV_HUGEPAGE), "done");
     });
 }
 
-TEST_F(SandboxFilter, RefusesProcessesAndWhatTheClientsDescriptorsAreFor) {
+TEST_F(SandboxFilter, RefusesNewProcessesAndTheClientsDescriptors) {
     if (kInstrumented) {
-        GTEST_SKIP() << "the reports of sanitizers need processes, programs and descriptors";
+        GTEST_SKIP() << "the reports of sanitizers need these calls";
     }
     const TemporaryFolder folder;
     InChild([&] {
@@ -205,29 +205,29 @@ TEST_F(SandboxFilter, RefusesProcessesAndWhatTheClientsDescriptorsAreFor) {
             {{SYS_clone, kThread | CLONE_NEWUSER, 0, 0, 0, 0}, "a namespace"},
             {{SYS_execve}, "a program"},
             {{SYS_execveat}, "a program"},
-            {{SYS_ptrace}, "a look into a process"},
+            {{SYS_ptrace}, "memory of a process"},
             {{SYS_wait4}, "a process"},
-            {{SYS_prctl, PR_SET_PDEATHSIG, 0}, "life after the client"},
-            {{SYS_prctl, PR_SET_DUMPABLE, 1}, "a look into this process"},
-            {{SYS_prctl, PR_SET_PTRACER, parent}, "a look into this process"},
+            {{SYS_prctl, PR_SET_PDEATHSIG, 0}, "the host outlives the client"},
+            {{SYS_prctl, PR_SET_DUMPABLE, 1}, "memory of this process"},
+            {{SYS_prctl, PR_SET_PTRACER, parent}, "memory of this process"},
             {{SYS_prctl, PR_SCHED_CORE, 1, parent}, "processors of the client"},
             {{SYS_prctl, PR_SET_CHILD_SUBREAPER, 1}, "children of others"},
             {{SYS_fcntl, log, F_SETOWN, parent}, "signals to the client"},
             {{SYS_fcntl, log, F_SETOWN_EX, reinterpret_cast<long>(&owner)}, "signals to the client"},
-            {{SYS_fcntl, log, F_SETSIG, SIGKILL}, "which signals"},
+            {{SYS_fcntl, log, F_SETSIG, SIGKILL}, "other signals to the client"},
             {{SYS_fcntl, log, F_SETFL, O_ASYNC}, "signals to the foreground of a terminal"},
             {{SYS_fcntl, STDIN_FILENO, F_SETFL, O_NONBLOCK}, "the client's reads fail"},
-            {{SYS_fcntl, log, F_SETLEASE, F_WRLCK}, "who opens the file waits"},
-            {{SYS_fcntl, log, F_NOTIFY, DN_MODIFY}, "what others do in a folder"},
-            {{SYS_fcntl, log, F_SETLK, lock}, "who locks the file waits"},
-            {{SYS_fcntl, log, F_OFD_SETLK, lock}, "who locks the file waits"},
+            {{SYS_fcntl, log, F_SETLEASE, F_WRLCK}, "whoever opens the file waits"},
+            {{SYS_fcntl, log, F_NOTIFY, DN_MODIFY}, "reports about a folder"},
+            {{SYS_fcntl, log, F_SETLK, lock}, "whoever locks the file waits"},
+            {{SYS_fcntl, log, F_OFD_SETLK, lock}, "whoever locks the file waits"},
             {{SYS_fcntl, STDIN_FILENO, F_SETPIPE_SZ, kPage}, "the client's pipe"},
-            {{SYS_fcntl, STDIN_FILENO, F_DUPFD, 0}, "another number for what is the client's"},
+            {{SYS_fcntl, STDIN_FILENO, F_DUPFD, 0}, "another descriptor for a file of the client"},
             {{SYS_dup, STDIN_FILENO}, "the same"},
             {{SYS_dup2, STDIN_FILENO, log}, "the same"},
             {{SYS_read, STDIN_FILENO, 0, 0}, "the client's input"},
             {{SYS_preadv, STDIN_FILENO, 0, 0, 0}, "the client's input"},
-            {{SYS_lseek, STDIN_FILENO, 0, SEEK_SET}, "where the client writes"},
+            {{SYS_lseek, STDIN_FILENO, 0, SEEK_SET}, "the position at which the client writes"},
             {{SYS_pwrite64, STDIN_FILENO, 0, 0, 0}, "what the client wrote"},
             {{SYS_ftruncate, STDIN_FILENO, 0}, "what the client wrote"},
             {{SYS_fallocate, STDIN_FILENO, 0, 0, 1}, "what the client wrote"},
@@ -237,8 +237,9 @@ TEST_F(SandboxFilter, RefusesProcessesAndWhatTheClientsDescriptorsAreFor) {
             EXPECT_EQ(Try(call.words), "EPERM") << call.harm << ": call " << call.words[0];
         }
         EXPECT_EQ(prctl(PR_GET_DUMPABLE), 0);
-        EXPECT_EQ(Outcome(lseek(log, 0, SEEK_SET)), "done") << "a separate file";
-        EXPECT_NE(mmap(nullptr, kPage, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, 0, 0), MAP_FAILED) << "no file";
+        EXPECT_EQ(Outcome(lseek(log, 0, SEEK_SET)), "done") << "this process opened the file";
+        EXPECT_NE(mmap(nullptr, kPage, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, 0, 0), MAP_FAILED)
+            << "this maps no file";
     });
 }
 
@@ -257,7 +258,7 @@ TEST_F(SandboxFilter, RefusesCallsOfTheOtherArchitecture) {
     Inside([&] { EXPECT_EQ(getpid32(), -EPERM); });
 }
 
-TEST_F(SandboxFilter, BindsThreadsThatThereAreAlready) {
+TEST_F(SandboxFilter, AppliesToExistingThreads) {
     InChild([] {
         std::promise<void> entered;
         auto other = std::async(std::launch::async, [&entered] {
@@ -307,7 +308,7 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
             for (const int flags : {O_CREAT | O_EXCL, O_TRUNC}) {
                 EXPECT_EQ(Open(cache, O_WRONLY | flags), "done") << flags;
             }
-            EXPECT_EQ(Open(cacheFolder.Path("link"), O_WRONLY), "EACCES") << "a link that leads out of the folder";
+            EXPECT_EQ(Open(cacheFolder.Path("link"), O_WRONLY), "EACCES") << "a link out of the folder";
             EnterSandbox({});  // a second model without a cache removes no right
             EXPECT_EQ(Open(cache, O_WRONLY | O_TRUNC), "done");
         },
@@ -326,7 +327,7 @@ TEST_F(SandboxFiles, WritesOnlyInTheFolderOfTheCache) {
 }
 
 // Initialises one host process several times.
-TEST_F(Sandbox, OnlyAModelOnTheCpuIsFiltered) {
+TEST_F(Sandbox, FiltersCallsOnlyForAModelOnTheCpu) {
     const auto filtersOf = [](uint32_t process) { return InStatus(process, "Seccomp_filters"); };
     const std::string before = filtersOf(static_cast<uint32_t>(getpid()));
     const auto filtersWith = [&](const char* device) {
@@ -339,14 +340,14 @@ TEST_F(Sandbox, OnlyAModelOnTheCpuIsFiltered) {
     };
     EXPECT_EQ(filtersWith("GPU"), 0);
     if (before.empty() || !KernelHasFilters()) {
-        GTEST_SKIP() << kNoFilters << "; or it does not count them";
+        GTEST_SKIP() << kNoFilters << ", or it does not count them";
     }
     EXPECT_EQ(filtersWith("CPU"), 1);
-    EXPECT_EQ(filtersWith(""), 1) << "one on top of the other would cost more with each model";
+    EXPECT_EQ(filtersWith(""), 1) << "a second filter would make each call slower";
     EXPECT_EQ(filtersWith("GPU"), 1);
 }
 
-TEST_F(SandboxFiles, ALaterCacheElsewhereIsNotWrittenAndNoFailure) {
+TEST_F(SandboxFiles, LoadsAModelWhoseCacheItCannotWrite) {
     InterpreterParams params = Params(AddModel({10}).WriteTo(otherFolder, "model"), "", HostPathBesideProgram());
     const std::vector<std::string> before = otherFolder.Names();
     params.openvinoMakeCache = true;
@@ -356,12 +357,12 @@ TEST_F(SandboxFiles, ALaterCacheElsewhereIsNotWrittenAndNoFailure) {
         EXPECT_EQ(Shown(remote->Init(params)), kOk);
         EXPECT_EQ(remote->GetTensorCount(TensorTypeInput), 1);
     }
-    EXPECT_EQ(Children().size(), 1U) << "one host";
+    EXPECT_EQ(Children().size(), 1U) << "the same host loaded all models";
     EXPECT_EQ(otherFolder.Names(), before);
     EXPECT_EQ(cacheFolder.Names(), (std::vector<std::string>{"first", "second"}));
 }
 
-TEST_F(SandboxFiles, ACacheIsWrittenThroughLinksIntoAnotherFolder) {
+TEST_F(SandboxFiles, WritesACacheThroughLinksIntoAnotherFolder) {
     std::filesystem::create_symlink("next", otherFolder.Path("link"));
     std::filesystem::create_symlink(cacheFolder.Path("缓存"), otherFolder.Path("next"));
     InterpreterParams params = Params(AddModel({10}).WriteTo(otherFolder, "model"), "", HostPathBesideProgram());

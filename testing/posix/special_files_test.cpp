@@ -40,7 +40,7 @@ class SpecialFiles : public testing::Test {
     std::string model = Testing::AddModel({1, 2}).WriteTo(folder, "m");
 };
 
-TEST(SharedMemory, ThatIsTooSmallIsNamedWithWhatToDo) {
+TEST(SystemHints, NameSharedMemoryThatIsFull) {
     const auto hints = [](int system) {
         return SystemHints({orvane::Reason::System, "CreateFileMapping error", system});
     };
@@ -81,7 +81,7 @@ TEST_F(SpecialFiles, AreRefused) {
 }
 
 // The umask belongs to the whole process.
-TEST(PrivateFiles, AreMadeWithoutTheUmask) {
+TEST(PrivateFiles, DoNotDependOnTheUmask) {
     const Testing::TemporaryFolder folder;
     const std::string secret = folder.Write("secret", "secret");
     chmod(secret.c_str(), 0600);

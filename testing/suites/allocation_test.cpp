@@ -86,11 +86,11 @@ size_t CountInference(const std::string& model, const char* host, uint32_t size)
     return count;
 }
 
-TEST(Allocation, AClientAllocatesNothing) {
+TEST(Allocation, ClientAllocatesNothingInAnInference) {
     EXPECT_EQ(CountInference("echo 1000", kStubHost.c_str(), 1000), 0U);
 }
 
-TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
+TEST(Allocation, OnlyTheRuntimeAllocatesInThisProcess) {
     const TemporaryFolder folder;
     const std::string model = AddModel({10, 20}).WriteTo(folder, "add");
     ov::Core core("");
@@ -99,7 +99,7 @@ TEST(Allocation, AnInferenceInThisProcessAllocatesNoMoreThanTheRuntimeDoes) {
         core.compile_model(core.read_model(path, std::filesystem::path()), "CPU", ov::AnyMap{}).create_infer_request();
     const size_t runtime =
         CountAllocations([&] { request.infer(); }) + CountAllocations([&] { (void)request.get_output_tensor(0); });
-    EXPECT_EQ(CountInference(model, nullptr, 2 * sizeof(float)), runtime);
+    EXPECT_LE(CountInference(model, nullptr, 2 * sizeof(float)), runtime);
 }
 
 }  // namespace

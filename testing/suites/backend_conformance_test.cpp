@@ -81,10 +81,10 @@ class Backend : public testing::TestWithParam<const char*> {
     std::unique_ptr<IOrvane> backend = remote ? CreateRemoteBackend() : CreateLocalBackend(FrameworkTypeOpenvino);
 };
 
-TEST_P(Backend, RunsAModelFromEndToEnd) {
+TEST_P(Backend, RunsAModel) {
     ASSERT_EQ(Init(Params(addModel)), "");
     EXPECT_EQ(backend->GetTensorCount(TensorTypeInput), 1);
-    EXPECT_EQ(backend->GetTensorCount(static_cast<TensorType>(7)), 1) << "what is not the input side is the output";
+    EXPECT_EQ(backend->GetTensorCount(static_cast<TensorType>(7)), 1) << "every other type is an output";
     EXPECT_EQ(Input(0).name, "x");
     const auto [name, flag, dataType, format, shape] = backend->GetTensorInfo(TensorTypeOutput, 0);
     EXPECT_EQ(std::tuple(name, flag, dataType, format), std::tuple("y", false, DataTypeFloat32, 1U));
@@ -103,7 +103,7 @@ TEST_P(Backend, RunsAModelFromEndToEnd) {
     ASSERT_TRUE(backend->Invoke().Ok());
     const auto* data = static_cast<const float*>(backend->GetTensorData(TensorTypeOutput, 0));
     ASSERT_NE(data, nullptr);
-    EXPECT_EQ((Floats{data[0], data[1], data[2]}), (Floats{15, 22, 33})) << "a short input leaves the tail";
+    EXPECT_EQ((Floats{data[0], data[1], data[2]}), (Floats{15, 22, 33})) << "a short input keeps the last values";
 
     EXPECT_EQ(backend->SetInputData(0, Floats(4).data(), 13).message, "数据大小错误");
     y = {-1, -1, -1};
@@ -131,13 +131,14 @@ TEST_P(Backend, RunsOnInputMemoryWithoutACopy) {
         std::copy(own.begin(), own.end(), data);
         EXPECT_EQ(runOn(data), (Floats{11, 22, 33}));
         EXPECT_EQ(backend->SetInputData(0, y.data(), 12).message, "");
-        EXPECT_EQ(data[2], 33) << "it is where all data of the input arrives";
+        EXPECT_EQ(data[2], 33) << "the memory is the input's buffer";
     }
     ASSERT_EQ(runOn(own.data()), (Floats{11, 22, 33}));
-    EXPECT_EQ(runOn(backend->GetTensorData(TensorTypeOutput, 0)), (Floats{21, 42, 63})) << "an output is an input too";
+    EXPECT_EQ(runOn(backend->GetTensorData(TensorTypeOutput, 0)), (Floats{21, 42, 63}))
+        << "an output can be set as an input";
 
     EXPECT_EQ(backend->GetInputMemory(0, remote ? kMaxHostTensorBytes + 1 : 13, memory).message, "数据大小错误");
-    EXPECT_EQ(backend->GetInputMemory(1, 12, memory).Ok(), remote) << "a host is not asked";
+    EXPECT_EQ(backend->GetInputMemory(1, 12, memory).Ok(), remote) << "the host process is not asked";
     ASSERT_EQ(backend->GetInputMemory(0, 12, memory).message, "");
     std::shared_ptr<void> later;
     backend->Release();
@@ -191,7 +192,7 @@ TEST_P(Backend, LoadsOneModelAfterAnother) {
     params = Params(folder.Path(""));
     params.modelName = "加法.xml";
     params.openvinoDevice = "CPU";
-    EXPECT_EQ(InitAndRun(params), "11 22 33 ") << "the name follows the path as it is";
+    EXPECT_EQ(InitAndRun(params), "11 22 33 ") << "the name is appended to the path unchanged";
 }
 
 TEST_P(Backend, RunsEncryptedModelsWithoutTheirPlainFiles) {
@@ -217,16 +218,17 @@ TEST_P(Backend, RunsEncryptedModelsWithoutTheirPlainFiles) {
     EXPECT_NE(Init(params), "");
     params.openvinoMakeEncryptedKey = kCipher.key;
     params.modelPath = folder.Write("lonely.xml", encrypted.description);
-    EXPECT_NE(Init(params), "") << "its weights are missing";
+    EXPECT_NE(Init(params), "") << "without its weights";
     params.modelPath = folder.Path("missing.xml");
     EXPECT_NE(Init(params), "");
 }
 
-TEST_P(Backend, TheCacheReplacesTheModelFiles) {
+TEST_P(Backend, CacheReplacesTheModelFiles) {
     InterpreterParams params = Params(addModel);
     params.openvinoCachePath = folder.Path("缓存.blob");
     ASSERT_EQ(Init(params), "");
-    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"加法.bin", "加法.xml"})) << "written only when asked for";
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"加法.bin", "加法.xml"}))
+        << "the cache is written only on request";
     params.openvinoMakeCache = true;
     backend->Release();  // a host's first model decides what the host may write
     EXPECT_EQ(InitAndRun(params), "11 22 33 ");
@@ -245,19 +247,19 @@ TEST_P(Backend, TheCacheReplacesTheModelFiles) {
         EXPECT_NE(Init(params), "") << size;
     }
     params.openvinoCachePath = folder.Path("");
-    EXPECT_NE(Init(params), "") << "a folder is there, but no cache";
+    EXPECT_NE(Init(params), "") << "a folder is not a cache";
     params.openvinoCachePath = folder.Path(std::string(300, '*'));
-    EXPECT_NE(Init(params), "") << "only a name that does not exist is no cache, not one that cannot";
+    EXPECT_NE(Init(params), "") << "an invalid name is not a missing file";
     params.openvinoCachePath = folder.Path("missing/缓存.blob");
     EXPECT_EQ(InitAndRun(params), "11 22 33 ") << "a cache that cannot be written is no failure";
 }
 
-TEST_P(Backend, ADynamicDimensionTravelsUnsigned) {
+TEST_P(Backend, HostSendsADynamicDimensionUnsigned) {
     ASSERT_EQ(Init(Params(EchoModel({{"a", "f32", {"?", "4"}}}).WriteTo(folder, "dynamic"))), "");
     EXPECT_EQ(Input(0).shape, (std::vector<int64_t>{remote ? 4'294'967'295 : -1, 4}));
 }
 
-TEST_P(Backend, AShapeWithDimensionsEndsTheHost) {
+TEST_P(Backend, SettingAShapeEndsTheHost) {
     ASSERT_EQ(Init(Params(addModel)), "");
     EXPECT_EQ(backend->SetTensorShape(TensorTypeInput, 0, {}).message, "");
     EXPECT_EQ(Input(0).shape, std::vector<int64_t>());
@@ -265,14 +267,14 @@ TEST_P(Backend, AShapeWithDimensionsEndsTheHost) {
     EXPECT_EQ(Run(), remote ? "Orvane Host Exit" : "11 22 33 ");
 }
 
-TEST_P(Backend, TheOtherFrameworkNumberCarriesNoOptionsToAHost) {
+TEST_P(Backend, HostGetsNoOptionsWithTheOtherFrameworkNumber) {
     InterpreterParams params = Params(addModel);
     params.framework = FrameworkTypeOpenvinoPlain;
     params.openvinoDevice = "TPU";
     EXPECT_EQ(Init(params), remote ? "" : "不支持的设备类型");
 }
 
-TEST_P(Backend, ReleasingEndsTheHostOnly) {
+TEST_P(Backend, ReleaseEndsOnlyTheHost) {
     backend->Release();  // nothing to release yet
     EXPECT_EQ(InitAndRun(Params(addModel)), "11 22 33 ");
     backend->Release();

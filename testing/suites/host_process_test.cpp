@@ -29,7 +29,7 @@ const std::string kTooLargeSwitch = "--too-large";
 
 using HostProcess = HostFixture;
 
-TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
+TEST_F(HostProcess, DeadHostFailsTheCallAndTheNextLoadWorks) {
     const auto invoke = [this](const Process&) { return Shown(interpreter->Invoke()); };
     const char* const kKilled = "signal 9 \\(SIGKILL\\)|exit value 57005";
     const char* const kFailedFast = "signal 6 \\(SIGABRT\\)|exit value 0xC0000409 \\(fast fail\\)";
@@ -40,9 +40,9 @@ TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
         const char* end;
     } cases[] = {
         {"killed just before a call", "", [&](auto& host) { return host.Kill(), invoke(host); }, kKilled},
-        {"killed long before", "", [&](auto& host) { return host.Kill(), host.End(), invoke(host); }, kKilled},
-        {"stopped by a fault", "crash", invoke, kFailedFast},
-        {"stopped by an exception", "throw", invoke, kFailedFast},
+        {"killed long before a call", "", [&](auto& host) { return host.Kill(), host.End(), invoke(host); }, kKilled},
+        {"crashed", "crash", invoke, kFailedFast},
+        {"ended by an exception", "throw", invoke, kFailedFast},
     };
     for (const auto& [what, modelName, call, end] : cases) {
         const Process host = StartHost("echo 4", modelName);
@@ -56,7 +56,7 @@ TEST_F(HostProcess, DeathIsAFailedCallAndTheNextInitialisationWorks) {
     }
 }
 
-TEST_F(HostProcess, OneThatHangsIsEndedByAnyThread) {
+TEST_F(HostProcess, InterruptEndsAHostThatHangs) {
     EXPECT_EQ(Shown(interpreter->Interrupt()), "-1 不支持此操作") << "there is no host";
     const auto hang = [this](bool initialising) {
         const Status status = initialising ? interpreter->Init(Params("hang")) : interpreter->Invoke();
@@ -65,14 +65,12 @@ TEST_F(HostProcess, OneThatHangsIsEndedByAnyThread) {
     };
     for (const bool initialising : {false, true}) {
         EXPECT_EQ(Init(Params("echo 4", "sleep 50000")), kOk);
-        const auto interrupt = [this] {
-            std::this_thread::sleep_for(300ms);
-            return Shown(interpreter->Interrupt());
-        };
+        auto hanging = StartCall([&] { return hang(initialising); });
+        const auto interrupt = [this] { return Shown(interpreter->Interrupt()); };
         auto one = std::async(std::launch::async, interrupt);
         auto other = std::async(std::launch::async, interrupt);
-        EXPECT_EQ(hang(initialising), kHostExit);
         EXPECT_EQ(one.get() + other.get(), kOk + kOk);
+        EXPECT_EQ(hanging.get(), kHostExit);
         EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseInterrupted);
         EXPECT_EQ(interpreter->GetHostEnd().value, 0U);
     }
@@ -81,7 +79,7 @@ TEST_F(HostProcess, OneThatHangsIsEndedByAnyThread) {
     EXPECT_EQ(interpreter->GetHostEnd().cause, HostEndCauseNone);
 }
 
-TEST_F(HostProcess, InterruptsMeetStartsAndReleases) {
+TEST_F(HostProcess, InterruptsDuringStartsAndReleases) {
     std::atomic<bool> done{false};
     std::thread interrupting([&] {
         for (; !done; std::this_thread::sleep_for(1ms)) {
@@ -98,7 +96,7 @@ TEST_F(HostProcess, InterruptsMeetStartsAndReleases) {
     EXPECT_EQ(Init(Params("echo 4")), kOk);
 }
 
-TEST_F(HostProcess, AFailedStartIsReleased) {
+TEST_F(HostProcess, ReleasesAHostThatDoesNotStart) {
     const std::string notFound = "2 CreateProcessAsUser error";  // on both systems
     EXPECT_EQ(Shown(remote->Init(Params("echo 4", "", "no such host"))), notFound);
     EXPECT_EQ(Shown(remote->Invoke()), kHostExit);
@@ -106,11 +104,11 @@ TEST_F(HostProcess, AFailedStartIsReleased) {
     const Process host(Children().at(0));
     host.Kill();
     host.End();
-    EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk) << "a host whose end no call has noticed";
+    EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk) << "no call has noticed that the host ended";
 }
 
-TEST_F(HostProcess, NoneIsLeftByAFailedInitialisationOrABackendThatIsGone) {
-    const auto none = [] { return Within(2s, [] { return Children().empty(); }); };
+TEST_F(HostProcess, EndsTheHostAfterAFailedLoadOrWithItsBackend) {
+    const auto none = [] { return Within(10s, [] { return Children().empty(); }); };
     EXPECT_EQ(Init(Params("fail to load")), "-1  to load");
     EXPECT_TRUE(none());
     EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk);
@@ -136,7 +134,7 @@ void AskAtEachLine(uint32_t, const char*) {
     }
 }
 
-TEST_F(HostProcess, TheLogCallbackMayWaitForCallsOfOtherThreads) {
+TEST_F(HostProcess, LogCallbackMayWaitForCallsOfOtherThreads) {
     const auto afterDeath = [this](const std::function<Status()>& call) {
         EXPECT_TRUE(remote->Init(Params("echo 4")).Ok());
         const Process host(Children().at(0));
@@ -168,7 +166,7 @@ TEST_F(HostProcess, TheLogCallbackMayWaitForCallsOfOtherThreads) {
     }
 }
 
-TEST_F(HostProcess, IsStartedUnderAnyName) {
+TEST_F(HostProcess, StartsAHostWithAnyFileName) {
     const TemporaryFolder folder;
     const std::string name = "主机 100% 'x' & y";
     const std::filesystem::path stub = Platform::PathFromUtf8(kStubHost);
@@ -181,7 +179,7 @@ TEST_F(HostProcess, IsStartedUnderAnyName) {
     host.End();  // otherwise the folder cannot be removed
 }
 
-TEST_F(HostProcess, TheChannelBoundsATensor) {
+TEST_F(HostProcess, LimitsATensorToTheSizeOfTheChannel) {
     StartHost("echo " + std::to_string(kLargestInput));
     EXPECT_EQ(RoundTrip(*interpreter, 0, kLargestInput, 1), kOk);
 
@@ -211,7 +209,7 @@ void ExpectEach(Outcomes outcomes, const std::string& outcome) {
     }
 }
 
-TEST_F(HostProcess, EightThreadsHaveHostsOfTheirOwn) {
+TEST_F(HostProcess, EightThreadsUseSeparateHosts) {
     const auto startAndUse = [](uint32_t) {
         std::string outcome = kOk;
         for (int start = 0; start < 3 && outcome == kOk; ++start) {
@@ -224,7 +222,7 @@ TEST_F(HostProcess, EightThreadsHaveHostsOfTheirOwn) {
     ExpectEach(InThreads(8, startAndUse), kOk);
 }
 
-TEST_F(HostProcess, FourThreadsShareAHost) {
+TEST_F(HostProcess, FourThreadsShareOneHost) {
     const Process host = StartHost("echo 4096 4");
     ExpectEach(InThreads(4, [this](uint32_t i) { return RoundTrips(*interpreter, i, 250); }), kOk);
     Outcomes endless = InThreads(4, [this](uint32_t i) { return RoundTrips(*interpreter, i, SIZE_MAX); });

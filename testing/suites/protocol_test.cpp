@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 using namespace Testing;
 using namespace Testing::Wire;
 
-// --- The client, against a host that this program plays ---
+// --- The client, with this program as its host ---
 
 struct ClientCase {
     std::function<std::string(IOrvane&)> act;  // empty: load only
@@ -108,7 +108,7 @@ std::vector<ClientCase> ClientCases() {
 // Serves a client. The client's model name is a row's number and a behaviour: "answer", "damage" (of the first
 // size tag of the reply), "exit" or "crash". The load of a row with an `act` succeeds. Returns when the client sends
 // another request than the row's.
-int PlayHost(const std::string& arguments) {
+int ActAsHost(const std::string& arguments) {
     if (!std::regex_match(arguments, std::regex(R"(Result(_\d+d_\d+)\|Call\1\|Channel\1\|22021120)"))) {
         return 1;
     }
@@ -135,7 +135,7 @@ int PlayHost(const std::string& arguments) {
             next = cases.at(std::stoul(params.modelName));
             behaviour = params.modelName.substr(params.modelName.find(' ') + 1);
         } else if (request != expected) {
-            std::cerr << "not the expected request: " << testing::PrintToString(request) << "\n";
+            std::cerr << "unexpected request: " << testing::PrintToString(request) << "\n";
             return 1;
         }
         std::string reply = kSuccess;
@@ -160,8 +160,8 @@ int PlayHost(const std::string& arguments) {
 class Client : public HostFixture {
  protected:
     // Each call has its own thread: if an exception leaves a lock locked, the next call hangs.
-    std::string Play(size_t number, const std::string& behaviour) {
-        const auto play = [&]() -> std::string {
+    std::string ResultOf(size_t number, const std::string& behaviour) {
+        const auto act = [&]() -> std::string {
             try {
                 const std::string name = std::to_string(number) + " " + behaviour;
                 const Status status = remote->Init(Params("", name, Platform::ProgramBeside("protocol_test")));
@@ -170,41 +170,41 @@ class Client : public HostFixture {
                 return std::string("throws ") + error.what();
             }
         };
-        return std::async(std::launch::async, play).get();
+        return std::async(std::launch::async, act).get();
     }
 
     const std::vector<ClientCase> cases = ClientCases();
 };
 
-TEST_F(Client, WritesAndReadsTheseBytes) {
+TEST_F(Client, SendsTheExpectedRequestsAndReadsReplies) {
     for (size_t i = 0; i < cases.size(); ++i) {
-        EXPECT_EQ(Play(i, "answer"), cases[i].result) << "case " << i;
-        EXPECT_EQ(Play(i, "damage"), kThrows) << "case " << i;
+        EXPECT_EQ(ResultOf(i, "answer"), cases[i].result) << "case " << i;
+        EXPECT_EQ(ResultOf(i, "damage"), kThrows) << "case " << i;
     }
-    EXPECT_EQ(Children().size(), 1U) << "an answer, whatever it is, ends no host";
+    EXPECT_EQ(Children().size(), 1U) << "no reply ends the host";
 }
 
-TEST_F(Client, FailsWhereTheHostDiesAndWorksWithANewOne) {
+TEST_F(Client, FailsWhenTheHostEndsAndWorksWithANewHost) {
     for (size_t i = 0; i < cases.size(); ++i) {
         for (const char* behaviour : {"exit", "crash"}) {
             if (cases[i].hostDied.empty()) {
                 continue;
             }
-            EXPECT_EQ(Play(i, behaviour), cases[i].hostDied) << behaviour << " in case " << i;
+            EXPECT_EQ(ResultOf(i, behaviour), cases[i].hostDied) << behaviour << " in case " << i;
             for (const ClientCase& other : cases) {
                 EXPECT_TRUE(!other.act || other.hostDied.empty() || other.act(*remote) == other.hostDied)
                     << other.hostDied << ", without a host";
             }
-            EXPECT_EQ(Play(i, "answer"), cases[i].result) << "with a new host";
+            EXPECT_EQ(ResultOf(i, "answer"), cases[i].result) << "with a new host";
         }
     }
 }
 
-// --- The host program, against a client that this program plays ---
+// --- The host program, with this program as its client ---
 
 const std::string kRefused = Word(0xFFFFFFFF) + Text("refused");
 
-TEST(Host, AnswersWithTheseBytes) {
+TEST(Host, SendsTheExpectedReplies) {
     std::string cutOptions = InitRequest("echo 4");
     cutOptions[16] = 9;  // more entries than follow
     const struct {
@@ -220,7 +220,7 @@ TEST(Host, AnswersWithTheseBytes) {
         {Word(3) + Word(1) + Word(5) + "abcde", kRefused},
         {Word(4), kSuccess},
         {Word(5) + Word(0) + Word(4), Word(4) + "abcd" + kSuccess},
-        {Word(5) + Word(0) + Word(3), Word(3) + LittleEndian(4, 3) + kRefused},  // the old three bytes
+        {Word(5) + Word(0) + Word(3), Word(3) + LittleEndian(4, 3) + kRefused},  // three of the earlier bytes
         {Word(6) + Word(0), Word(4) + "abcd" + kSuccess},
         {Word(7), Word(1) + Text("kind") + Text("stub")},
         {Word(8) + Word(1) + Word(0) + Word(2) + Word(5) + Word(7), kSuccess},
@@ -247,11 +247,11 @@ TEST(Host, AnswersWithTheseBytes) {
     for (const auto& [request, reply] : cases) {
         ASSERT_TRUE(host.Answers(request, reply));
     }
-    EXPECT_EQ(host.End(), "0") << "and the model could look at its last data: it goes before the channel";
+    EXPECT_EQ(host.End(), "0") << "the model is destroyed before the channel, so it could read its last data";
     EXPECT_FALSE(host.AnswersAgain());
 }
 
-TEST(Host, EndsAsItsArgumentsSay) {
+TEST(Host, ReturnsAnExitValueForItsArguments) {
     const struct {
         std::string from, to;
         std::string end;
@@ -263,7 +263,7 @@ TEST(Host, EndsAsItsArgumentsSay) {
     for (const auto& [from, to, end] : cases) {
         HostUnderTest host(kStubHost, from, to);
         if (end != "-1") {
-            EXPECT_TRUE(host.Answers(Word(10), "")) << "a call without an answer needs no room";
+            EXPECT_TRUE(host.Answers(Word(10), "")) << "an unknown call needs no memory for a reply";
             EXPECT_EQ(host.Answers(InitRequest("echo 4")), end == "0") << to;
             EXPECT_EQ(end == "0", end == "0" && host.Answers(Word(9), "")) << to;
         }
@@ -271,7 +271,7 @@ TEST(Host, EndsAsItsArgumentsSay) {
     }
 }
 
-TEST(Host, DiesOfARequestThatItCannotServe) {
+TEST(Host, CrashesOnAnInvalidRequest) {
     const std::string tensorCalls[] = {Word(2) + Word(1) + Word(0), Word(3) + Word(0) + Word(0), Word(6) + Word(0),
                                        Word(5) + Word(0) + Word(0), Word(8) + Word(1) + Word(0) + Word(0)};
     std::vector<std::pair<std::string, std::string>> cases = {
@@ -297,7 +297,7 @@ TEST(Host, DiesOfARequestThatItCannotServe) {
     }
 }
 
-TEST(Host, ClearsTheRoomThatAWriteLacks) {
+TEST(Host, ClearsTheEndOfTheSectionWhenAReplyDoesNotFit) {
     HostUnderTest host(kStubHost);
     EXPECT_TRUE(host.Answers(InitRequest("echo 8169")));
     std::string request = Word(6) + Word(0);
@@ -312,7 +312,7 @@ TEST(Host, ClearsTheRoomThatAWriteLacks) {
 // This is also a host program; then its only argument describes the channel. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
     if (argc == 2 && std::strchr(argv[1], '|') != nullptr) {
-        return Orvane::PlayHost(argv[1]);
+        return Orvane::ActAsHost(argv[1]);
     }
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

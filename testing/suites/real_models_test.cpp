@@ -75,7 +75,7 @@ class RealModels : public testing::TestWithParam<std::tuple<std::string, bool>> 
 };
 
 // Uses an empty property map, as the SDK does.
-TEST_P(RealModels, GiveTheRuntimesOwnBitsAlsoFromTheirCacheAlone) {
+TEST_P(RealModels, MatchTheRuntimeBitForBit) {
     ov::Core core;
     RunDirectly(core.compile_model(model, "CPU", ov::AnyMap{}));
     const std::string cache = folder.Path("缓存.blob");

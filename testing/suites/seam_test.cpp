@@ -36,7 +36,7 @@ class Seam : public testing::Test {
     Testing::Watchdog watchdog;
 };
 
-TEST_F(Seam, AnEventReleasesOneWaitAndIsShared) {
+TEST_F(Seam, SharedEventReleasesOneWait) {
     Event event = Event::Create(kName);
     Event opened = Event::Open(kName);
     ASSERT_TRUE(event && opened);
@@ -44,17 +44,17 @@ TEST_F(Seam, AnEventReleasesOneWaitAndIsShared) {
     EXPECT_TRUE(event.Set());
     EXPECT_TRUE(opened.Set());
     EXPECT_TRUE(opened.Wait(0, kWork));
-    EXPECT_FALSE(event.Wait(0, kWork)) << "two sets are one";
+    EXPECT_FALSE(event.Wait(0, kWork)) << "two sets release one wait";
     EXPECT_FALSE(event.Wait(10, Platform::Awaited::Result));
     event = {};
-    EXPECT_TRUE(opened.Set()) << "it lives as long as anybody has it";
+    EXPECT_TRUE(opened.Set()) << "the event exists until its last handle is closed";
     EXPECT_TRUE(opened.Wait(Event::kForever, kWork));
     opened = {};
     EXPECT_FALSE(Event::Open(kName));
     EXPECT_EQ(Platform::LastError(), kNotFound);
 }
 
-TEST_F(Seam, EachSetReleasesOneOfTheThreadsThatWait) {
+TEST_F(Seam, EachSetReleasesOneThread) {
     Event event = Event::Create(kName);
     Event released = Event::Create(kName + "_released");
     const auto wait = [&] { event.Wait(Event::kForever, kWork), released.Set(); };
@@ -66,7 +66,7 @@ TEST_F(Seam, EachSetReleasesOneOfTheThreadsThatWait) {
     }
 }
 
-TEST_F(Seam, NoSetIsLostAndWhatWasWrittenBeforeIsSeenAfter) {
+TEST_F(Seam, EventLosesNoSetAndOrdersWrites) {
     Event call = Event::Create(kName + "_call");
     Event result = Event::Create(kName + "_result");
     constexpr int kRounds = 20'000;
@@ -87,7 +87,7 @@ TEST_F(Seam, NoSetIsLostAndWhatWasWrittenBeforeIsSeenAfter) {
     other.join();
 }
 
-TEST_F(Seam, AViewOutlivesItsSection) {
+TEST_F(Seam, ViewOutlivesItsSection) {
     Section section = Section::Create(kName, 4096);
     Section opened = Section::Open(kName);
     ASSERT_TRUE(section && opened);
@@ -96,7 +96,7 @@ TEST_F(Seam, AViewOutlivesItsSection) {
     const View whole = opened.Map(0);
     ASSERT_TRUE(view && whole);
     EXPECT_EQ(std::count(view.Data(), view.Data() + 4096, 0), 4096);
-    EXPECT_FALSE(opened.Map(4097)) << "it has the size that it was made with";
+    EXPECT_FALSE(opened.Map(4097)) << "larger than the section";
     View other = opened.Map(1);
     other.Data()[0] = 7;
     EXPECT_FALSE(opened.Map(~uint64_t{0}));
@@ -104,7 +104,7 @@ TEST_F(Seam, AViewOutlivesItsSection) {
     other = {};
     section = {};
     opened = {};
-    EXPECT_EQ(Platform::LastError(), error) << "closing keeps it";
+    EXPECT_EQ(Platform::LastError(), error) << "closing preserves the last error";
     EXPECT_EQ(view.Data()[0], 7);
     EXPECT_EQ(whole.Data()[0], 7);
     EXPECT_FALSE(Section::Open(kName));
@@ -127,7 +127,7 @@ class FirstChannel : public testing::Environment {
 };
 const testing::Environment* const kFirstChannel = testing::AddGlobalTestEnvironment(new FirstChannel);
 
-TEST_F(Seam, ChannelsAreNumberedFromOne) {
+TEST_F(Seam, NumbersChannelsFromOne) {
     const std::string& name = FirstChannel::name;
     EXPECT_EQ(FirstChannel::arguments, "Result" + name + "Call" + name + "Channel" + name + "4096");
 }
@@ -154,7 +154,7 @@ std::string NextName(const std::string& prefix) {
 
 // If a name is taken, Windows shares the object with that name, if it is of the same kind. Linux never uses an existing
 // object and takes other names.
-TEST_F(Seam, AChannelFindsItsNamesTaken) {
+TEST_F(Seam, ChannelHandlesTakenNames) {
     const bool shares = !Platform::RenewModuleWord(kExists);
     const std::tuple<const char*, bool, const char*> cases[] = {
         {"Result", true, "made"},
@@ -174,7 +174,7 @@ TEST_F(Seam, AChannelFindsItsNamesTaken) {
     }
 }
 
-TEST_F(Seam, TheNamesOfAChannelShareOneModuleWord) {
+TEST_F(Seam, NamesOfAChannelShareOneModuleWord) {
     std::atomic<bool> done{false};
     std::thread renewing([&done] {
         while (!done) {
@@ -191,7 +191,7 @@ TEST_F(Seam, TheNamesOfAChannelShareOneModuleWord) {
     renewing.join();
 }
 
-TEST_F(Seam, AChannelThatCannotBeOpenedSaysWhatIsMissing) {
+TEST_F(Seam, ReportsTheObjectThatCannotBeOpened) {
     const std::pair<std::string, std::string> cases[] = {{"Result", "OpenEvent result error"},
                                                          {"Call", "OpenEvent call error"},
                                                          {"Channel", "OpenFileMapping error"},

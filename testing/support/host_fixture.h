@@ -2,12 +2,16 @@
 
 #include <orvane/interpreter.h>
 
+#include "core/call_watch.h"
 #include "core/i_orvane.h"
 #include "platform/process.h"
 #include "testing/support/processes.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -64,6 +68,21 @@ inline std::string RoundTrips(Interpreter& interpreter, uint32_t index, size_t r
     for (size_t round = 0; round < rounds && outcome == kOk; ++round) {
         outcome = RoundTrip(interpreter, index, 4096, round * 7 + size_t{index} * 64);
     }
+    return outcome;
+}
+
+// Starts a call in another thread. Returns when the call waits for its host process.
+inline std::future<std::string> StartCall(const std::function<std::string()>& call) {
+    const auto waits = std::make_shared<std::atomic<bool>>(false);
+    std::future<std::string> outcome = std::async(std::launch::async, [waits, call] {
+        const auto progress = [](void* flag, int32_t step) {
+            *static_cast<std::atomic<bool>*>(flag) = step != static_cast<int32_t>(LoadStep::StartingHost);
+            return 0;
+        };
+        const CallWatch watch(0, progress, waits.get());
+        return call();
+    });
+    EXPECT_TRUE(Within(std::chrono::seconds(30), [&waits] { return waits->load(); }));
     return outcome;
 }
 

@@ -55,8 +55,8 @@ std::vector<uint32_t> Children(uint32_t parent = 0);
 // names.
 std::string LeftBehind();
 
-// Waits up to 2 seconds until a killed client has left nothing: no host, and no name that the next channel of this user
-// would not remove. The client's number and the module word of its names identify it. Returns what is left.
+// Waits up to 10 seconds until a killed client has left nothing: no host, and no name that the next channel of this
+// user would not remove. The client's number and the module word of its names identify it. Returns what is left.
 std::string LeftBehindBy(uint32_t client, uint32_t moduleWord);
 
 // Why tests do not kill a starting process or its client on this system. Empty if they can.

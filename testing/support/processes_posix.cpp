@@ -158,7 +158,7 @@ std::string LeftBehindBy(uint32_t /*client*/, uint32_t moduleWord) {
         Platform::RemoveAbandoned({"Result", "Call", "Channel"});
         return Names(moduleWord) == 0 && !hasHosts();
     };
-    return Within(std::chrono::seconds(2), hasNothing) ? "" : hasHosts() ? "hosts" : "names";
+    return Within(std::chrono::seconds(10), hasNothing) ? "" : hasHosts() ? "hosts" : "names";
 }
 
 std::string WhyNotKilledAtStart() {

@@ -126,7 +126,7 @@ std::string LeftBehind() {
 }
 
 std::string LeftBehindBy(uint32_t client, uint32_t /*moduleWord*/) {
-    return Within(std::chrono::seconds(2), [client] { return Children(client).empty(); }) ? "" : "hosts";
+    return Within(std::chrono::seconds(10), [client] { return Children(client).empty(); }) ? "" : "hosts";
 }
 
 std::string WhyNotKilledAtStart() {

@@ -59,18 +59,18 @@ class HostUnderTest {
     explicit HostUnderTest(const std::string& program, const std::string& from = "", const std::string& to = "")
         : process(program, Arguments(channel, from, to)) {}
 
-    // Sends the request, followed by zeros. Returns false if the host ends instead of replying. Waits up to 10 seconds.
+    // Sends the request, followed by zeros. Returns false if the host ends instead of replying. Waits up to 30 seconds.
     bool Answers(const std::string& request) {
         std::memset(channel.view->Data(), 0, kSize);
         std::memcpy(channel.view->Data(), request.data(), request.size());
         channel.callEvent.Set();
         bool answered = false;
-        EXPECT_TRUE(Within(std::chrono::seconds(10),
+        EXPECT_TRUE(Within(std::chrono::seconds(30),
                            [&] {
                                answered = channel.resultEvent.Wait(1, Platform::Awaited::Result);
                                return answered || !process.Lives();
                            }))
-            << "neither answer nor end: " << testing::PrintToString(request);
+            << "the host neither replies nor ends: " << testing::PrintToString(request);
         return answered || AnswersAgain();  // a host may end right after its last reply
     }
 
@@ -80,8 +80,8 @@ class HostUnderTest {
         EXPECT_TRUE(answers) << testing::PrintToString(request);
         const std::string sent = request + std::string(kSize - request.size(), '\0');
         const std::string expected = reply + sent.substr(reply.size());
-        EXPECT_TRUE(Region() == expected)
-            << testing::PrintToString(request) << " gives " << testing::PrintToString(Region().substr(0, reply.size()));
+        EXPECT_TRUE(Region() == expected) << testing::PrintToString(request) << " has the reply "
+                                          << testing::PrintToString(Region().substr(0, reply.size()));
         return answers;
     }
 

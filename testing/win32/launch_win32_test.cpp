@@ -50,7 +50,7 @@ class Launch : public HostFixture {
     std::string Init(const std::string& host = kStubHost) { return Shown(remote->Init(Params("echo 4", "", host))); }
 };
 
-TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
+TEST_F(Launch, ReportsTheTextAndTheSystemErrorOfEachFailure) {
     const struct {
         const char* call;
         const char* text;
@@ -76,11 +76,10 @@ TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
         const bool released = std::none_of(openHandles.begin(), openHandles.end(),
                                            [](const auto& handle) { return handle.second == "view"; });
         EXPECT_TRUE(released) << call;
-        EXPECT_EQ(Children().size(), left.size() > 1 ? 1U : 0U)
-            << "deliberately, only a process that is in no job remains";
+        EXPECT_EQ(Children().size(), left.size() > 1 ? 1U : 0U) << "a process that is in no job stays, deliberately";
         for (const uint32_t child : Children()) {
             const Process host(child);
-            EXPECT_TRUE(host.Lives(std::chrono::milliseconds(100))) << "it never ran";
+            EXPECT_TRUE(host.Lives(std::chrono::milliseconds(100))) << "its main thread was never resumed";
             host.Kill();
             host.End();
         }
@@ -96,7 +95,7 @@ TEST_F(Launch, EachFailureHasItsTextAndTheSystemsError) {
     EXPECT_EQ(Init(std::string(1000, 'x')), std::to_string(ERROR_FILENAME_EXCED_RANGE) + " CreateProcessAsUser error");
 }
 
-TEST_F(Launch, AReleaseWritesTheExitCall) {
+TEST_F(Launch, ReleaseWritesTheExitCall) {
     SharedChannel before;
     before.Create(4096);
     EXPECT_EQ(Init(), kOk);
@@ -110,7 +109,7 @@ TEST_F(Launch, AReleaseWritesTheExitCall) {
     EXPECT_EQ(std::memcmp(view.Data(), "\4\0\0\0\x09\0\0\0", 8), 0);
 }
 
-TEST_F(Launch, TheHostIsAProgramWithoutAConsole) {
+TEST_F(Launch, HostHasNoConsole) {
     for (const char* host : {"stub_host", "orvane_host"}) {
         std::ifstream file(Platform::PathFromUtf8(Platform::ProgramBeside(host)), std::ios::binary);
         IMAGE_DOS_HEADER start{};
@@ -121,7 +120,7 @@ TEST_F(Launch, TheHostIsAProgramWithoutAConsole) {
     }
 }
 
-TEST_F(Launch, AHostDiesWithoutADialogue) {
+TEST_F(Launch, HostDiesWithoutADialog) {
     for (const std::string way : {"abort", "throw-in-a-thread", "write-nowhere", "close-no-file"}) {
         ASSERT_EQ(Shown(remote->Init(Params("echo 4", way))), kOk);
         const Process host(Children().at(0));
@@ -135,7 +134,7 @@ TEST_F(Launch, AHostDiesWithoutADialogue) {
     }
 }
 
-TEST_F(Launch, ALivingHostIsGivenUpAfter55Hours) {
+TEST_F(Launch, ClientStopsWaitingAfter55Hours) {
     ASSERT_EQ(Shown(remote->Init(Params("echo 4", "sleep 50000"))), kOk);
     const Spy<"WaitForSingleObject", decltype(WaitForSingleObject)> wait;
     failingCall = "WaitForSingleObject";
@@ -144,7 +143,7 @@ TEST_F(Launch, ALivingHostIsGivenUpAfter55Hours) {
     EXPECT_EQ(lastNumber, 200U) << "milliseconds";
 }
 
-TEST_F(Launch, AHostLooksAtTheRequestWhateverItsWaitReturns) {
+TEST_F(Launch, HostReadsTheRequestAfterAFailedWait) {
     SharedChannel client;
     client.Create(4096);
     WriteRequest(client.message, CallExit);  // without setting the event

@@ -53,7 +53,7 @@ class OpenvinoInterface : public testing::Test {
     }
 
     // Other processes may export at the same time, but not for long.
-    bool NothingNewStays() {
+    bool NoNewFolderStays() {
         return Testing::Within(std::chrono::seconds(20), [this] {
             const std::set<fs::path> now = PrivateFolders();
             return std::includes(before.begin(), before.end(), now.begin(), now.end());
@@ -65,24 +65,24 @@ class OpenvinoInterface : public testing::Test {
     ov::Core core = ov::Core("");
 };
 
-TEST_F(OpenvinoInterface, ExportsLeaveNothingAndImportsStartWhereTheStreamStands) {
+TEST_F(OpenvinoInterface, ExportsAndImportsAtTheStreamsPosition) {
     ov::CompiledModel model = Compile("CPU");
-    std::stringstream behindText;
+    std::stringstream afterText;
     std::stringstream alone;
-    behindText << "before";
-    model.export_model(behindText);
+    afterText << "before";
+    model.export_model(afterText);
     model.export_model(alone);
-    EXPECT_EQ(behindText.str(), "before" + alone.str());
+    EXPECT_EQ(afterText.str(), "before" + alone.str());
     std::ostream broken(nullptr);
     model.export_model(broken);
     EXPECT_TRUE(broken.bad());
-    EXPECT_TRUE(NothingNewStays());
+    EXPECT_TRUE(NoNewFolderStays());
 
-    behindText.seekg(6);
-    EXPECT_EQ(core.import_model(behindText, "CPU", ov::AnyMap{}).inputs().size(), 1U);
+    afterText.seekg(6);
+    EXPECT_EQ(core.import_model(afterText, "CPU", ov::AnyMap{}).inputs().size(), 1U);
 }
 
-TEST_F(OpenvinoInterface, AFailedExportLeavesNothing) {
+TEST_F(OpenvinoInterface, RemovesTheFilesOfAFailedExport) {
     ov::CompiledModel model;
     const std::string failure = FailureOf([&] { model = Compile("MULTI:CPU"); });
     if (failure != "no failure") {
@@ -90,10 +90,10 @@ TEST_F(OpenvinoInterface, AFailedExportLeavesNothing) {
     }
     std::ostringstream stream;
     EXPECT_NE(FailureOf([&] { model.export_model(stream); }).find("Not Implemented"), std::string::npos);
-    EXPECT_TRUE(NothingNewStays());
+    EXPECT_TRUE(NoNewFolderStays());
 }
 
-TEST_F(OpenvinoInterface, EachFailureHasItsOwnText) {
+TEST_F(OpenvinoInterface, ReportsTheTextOfEachFailure) {
     const auto expectFailure = [](const std::string& text, const std::function<void()>& call) {
         const std::string failure = FailureOf(call);
         EXPECT_NE(failure.find(text), std::string::npos) << failure;
@@ -106,17 +106,18 @@ TEST_F(OpenvinoInterface, EachFailureHasItsOwnText) {
     expectFailure("CompiledModel was not initialized.", [] { ov::CompiledModel().create_infer_request(); });
     const std::string refused = FailureOf([] { ov::Tensor(ov::element::u8, {1}, static_cast<void*>(nullptr)); });
     EXPECT_NE(refused, "no failure");
-    EXPECT_EQ(refused.find("Unable to read the model."), std::string::npos) << "the text of an earlier failure";
+    EXPECT_EQ(refused.find("Unable to read the model."), std::string::npos)
+        << "it must not be the text of an earlier failure";
 }
 
-TEST(OpenvinoElementType, SizesInBytes) {
+TEST(OpenvinoElementType, ReturnsSizesInBytes) {
     const std::vector<size_t> sizes = {0, 1, 2, 2, 4, 8, 1, 1, 2, 4, 8, 1, 1, 1, 1, 1, 1, 2, 4, 8, 1, 1, 1, 32, 1, 1};
     for (size_t number = 0; number < sizes.size(); ++number) {
         EXPECT_EQ(ov::element::Type(static_cast<ov::element::Type_t>(number)).size(), sizes[number]) << number;
     }
 }
 
-TEST(PrivateFile, IsForTheUserOnlyAndGoesWithItsFolder) {
+TEST(PrivateFile, IsPrivateAndRemovedWithItsFolder) {
     fs::path folder;
     {
         const PrivateFile file;
@@ -138,7 +139,7 @@ struct OneWayStreamBuf : std::streambuf {
     explicit OneWayStreamBuf(std::string& text) { setg(text.data(), text.data(), text.data() + text.size()); }
 };
 
-TEST(StreamContent, IsAllThatTheStreamStillHas) {
+TEST(StreamContent, ReadsTheRestOfAStream) {
     const auto read = [](std::streambuf&& source, size_t start = 0) {
         std::istream stream(&source);
         stream.ignore(static_cast<std::streamsize>(start));

@@ -1,4 +1,4 @@
-#include "fuzz/played_host.h"
+#include "fuzz/fake_host.h"
 
 #include "platform/event.h"
 #include "platform/host_process.h"
@@ -21,7 +21,7 @@ bool hasReplied = false;
 
 }  // namespace
 
-std::function<bool(uint8_t*)> Fuzz::playedHost;
+std::function<bool(uint8_t*)> Fuzz::fakeHost;
 
 namespace Platform {
 
@@ -43,7 +43,7 @@ Event Event::Open(const std::string& name) {
 
 bool Event::Set() {
     if (state.Get()->isCall && lives) {
-        hasReplied = lives = Fuzz::playedHost(memory.get());
+        hasReplied = lives = Fuzz::fakeHost(memory.get());
     }
     return true;
 }
@@ -133,7 +133,7 @@ void HostProcess::Close() {
 }
 
 std::string Describe(const ProcessEnd& /*end*/) {
-    return "played";
+    return "ended";
 }
 
 // NOLINTEND(readability-convert-member-functions-to-static)
