@@ -9,8 +9,8 @@ namespace Orvane {
 /// The cipher of model files: a block cipher with a 4-byte key. Encrypted data has the same length. A file is encrypted
 /// in independent chunks of `kChunkSize` bytes; the last chunk may be shorter.
 ///
-/// `Decrypt` cannot restore a chunk of 1 to 15 bytes: the rule for these bytes loses bits. This is deliberate. Chunks
-/// of 16 bytes and more are always restored.
+/// The cipher loses bits of a chunk of 1 to 15 bytes, so `Decrypt` cannot restore it. This is deliberate: existing
+/// files need it. Chunks of 16 bytes and more are always restored.
 struct ModelFileCipher {
     /// The size of a chunk in bytes: 4 MiB.
     static constexpr uint32_t kChunkSize = 4'194'304;
@@ -21,10 +21,10 @@ struct ModelFileCipher {
     /// The key. A shorter key ends in zero bytes.
     std::array<uint8_t, 4> key{};
 
-    /// Encrypts `size` bytes in place, at most `kChunkSize`.
+    /// Encrypts one chunk of `size` bytes in place.
     void Encrypt(uint8_t* chunk, uint32_t size) const;
 
-    /// Decrypts `size` bytes in place, at most `kChunkSize`.
+    /// Decrypts one chunk of `size` bytes in place.
     void Decrypt(uint8_t* chunk, uint32_t size) const;
 
     /// Does the same as `Encrypt`. Returns false and leaves the chunk unchanged if `Decrypt` could not restore it.
