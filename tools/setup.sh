@@ -88,8 +88,8 @@ announceDownload() {
     printf './dev: downloading %s MB from PyPI to %s\n' "$1" "$2" >&2
 }
 
-# fetchWheels FOLDER LIST MEGABYTES PLATFORM...: downloads the wheels in LIST and unpacks them into FOLDER/unpacked.
-fetchWheels() {
+# downloadWheels FOLDER LIST MEGABYTES PLATFORM...: downloads the wheels in LIST and unpacks them into FOLDER/unpacked.
+downloadWheels() {
     local folder=$1 list=$2 wheels wheel platforms
     wheels=$folder/wheels-$(hashOf "$list" | head -c 12)
     platforms=("${@:4}")
@@ -125,7 +125,7 @@ setup_build() {
     local list=tools/deps/runtime.txt unpacked=.deps/unpacked
     installPackages "${buildPackages[@]}"
     complete .deps "$list" && return
-    fetchWheels .deps "$list" 116 manylinux_2_28_x86_64 manylinux2014_x86_64
+    downloadWheels .deps "$list" 116 manylinux_2_28_x86_64 manylinux2014_x86_64
     placeOpenvino .deps
     run mkdir "$unpacked/material"
     run cp "$unpacked"/mediapipe/modules/face_detection/face_detection_short_range.tflite \
@@ -151,7 +151,7 @@ setup_windows() {
         run cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$folder/share/cmake"
     fi
     complete "$folder" "$list" && return
-    fetchWheels "$folder" "$list" 82 win_amd64
+    downloadWheels "$folder" "$list" 82 win_amd64
     placeOpenvino "$folder"
     run rm -rf "$folder/unpacked"
     finish "$folder" "$list"
@@ -162,7 +162,7 @@ setup_ocr() {
     local folder=.deps/ocr list=examples/ocr/models.txt models
     installPackages "${buildPackages[@]}"
     complete "$folder" "$list" && return
-    fetchWheels "$folder" "$list" 29 manylinux2014_x86_64
+    downloadWheels "$folder" "$list" 29 manylinux2014_x86_64
     models=$folder/unpacked/rapidocr_onnxruntime/models
     run mv "$models/ch_PP-OCRv4_det_infer.onnx" "$folder/detection.onnx"
     run mv "$models/ch_ppocr_mobile_v2.0_cls_infer.onnx" "$folder/orientation.onnx"
@@ -209,7 +209,7 @@ setup_dotnet() {
     for system in linux windows; do
         platform=manylinux1_x86_64
         [ $system = linux ] || platform=win_amd64
-        fetchWheels "$folder/$system" "$list" 31 "$platform"
+        downloadWheels "$folder/$system" "$list" 31 "$platform"
         run rm -rf "$folder/$system/dotnetcore2"
         run mv "$folder/$system/unpacked/dotnetcore2" "$folder/$system"
         run rm -rf "$folder/$system/unpacked"
@@ -223,7 +223,7 @@ setup_models() {
     local folder=.deps/models list=tools/deps/models.txt
     setup_build
     complete "$folder" "$list" && return
-    fetchWheels "$folder" "$list" 128 manylinux_2_28_x86_64 manylinux2014_x86_64
+    downloadWheels "$folder" "$list" 128 manylinux_2_28_x86_64 manylinux2014_x86_64
     finish "$folder" "$list"
 }
 
@@ -239,7 +239,7 @@ setup_lint() {
     installPackages python3-venv
     environment .deps/prose 2 tools/deps/prose.txt
     complete "$folder" "$list" && return
-    fetchWheels "$folder" "$list" 43 manylinux_2_28_x86_64
+    downloadWheels "$folder" "$list" 43 manylinux_2_28_x86_64
     run rm -rf "$folder/clang_tidy"
     run mv "$folder/unpacked/clang_tidy" "$folder"
     run chmod +x "$folder/clang_tidy/data/bin/clang-tidy"
