@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -22,13 +21,5 @@ struct Failure : std::runtime_error {
 struct WrongUsage : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
-
-// Throws `WrongUsage` if the argument is given with an empty text.
-inline void RefuseEmpty(const std::string& argument, const std::optional<std::string>& given,
-                        const std::string& whatItTakes) {
-    if (given && given->empty()) {
-        throw WrongUsage(argument + " is empty; it takes " + whatItTakes);
-    }
-}
 
 }  // namespace Orvane::Cli

@@ -1,7 +1,8 @@
 // Inputs and outputs of `orvane run` other than .npy files and plain bytes.
 #include "cli/captured_run.h"
-#include "cli/files/exif.h"
+#include "cli/failure.h"
 #include "cli/files/npz.h"
+#include "cli/files/picture.h"
 #include "testing/support/tiny_models.h"
 
 #include <gmock/gmock.h>
@@ -44,11 +45,11 @@ std::string ContentOf(const std::string& archive) {
     std::istringstream file(archive);
     try {
         std::string content;
-        for (const NpzArray& array : ListNpz(file)) {
-            content += ReadNpz(file, array);
+        for (const NpzArray& array : ListNpz(file, "f")) {
+            content += ReadNpz(file, "f", array);
         }
         return content;
-    } catch (const UnreadableNpz& reason) {
+    } catch (const Failure& reason) {
         return std::string("refused: ") + reason.what();
     }
 }
@@ -143,6 +144,7 @@ TEST_F(InputFiles, TheLargestElementsAreShownWithTheirLabels) {
 
 TEST_F(InputFiles, WhatGoesNowhereIsRefused) {
     folder.Write("not.jpg", "JPEG");
+    folder.Write("p.webp", "");
     EchoModel({{"x", "f32", {"1", "3", "2", "2"}}}).WriteTo(folder, "e");
     EchoModel({{"x", "u8", {"1", "1", "2", "2"}}}).WriteTo(folder, "u");
     ExpectRefusals(std::vector<Refusal>{

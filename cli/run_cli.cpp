@@ -1,9 +1,7 @@
 #include "cli/run_cli.h"
 
-#include "cli/command_line.h"
-#include "cli/commands/commands.h"
+#include "cli/command.h"
 #include "cli/failure.h"
-#include "cli/help.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
 
@@ -26,24 +24,26 @@ bool IsHelpFlag(const std::string& word) {
     return word == "--help" || word == "-h";
 }
 
+// "orvane --help" is "orvane help", and "orvane run --help" is "orvane help run".
+std::vector<std::string> WithHelpCommand(const std::vector<std::string>& arguments) {
+    if (std::none_of(arguments.begin(), arguments.end(), IsHelpFlag)) {
+        return arguments;
+    }
+    return IsHelpFlag(arguments[0]) ? std::vector<std::string>{"help"} : std::vector{std::string("help"), arguments[0]};
+}
+
 void Execute(const Commands& commands, const std::vector<std::string>& arguments, std::ostream& out,
              std::ostream& err) {
     if (arguments.empty()) {
         throw WrongUsage("a command is missing");
     }
-    if (IsHelpFlag(arguments[0])) {
-        out << Overview(commands);
-    } else if (arguments[0] == "--version") {
+    if (arguments[0] == "--version") {
         out << "orvane " << orvane_version() << "\n";
     } else {
-        const Command& command = FindCommand(commands, arguments[0]);
-        const std::vector<std::string> words(arguments.begin() + 1, arguments.end());
-        if (std::any_of(words.begin(), words.end(), IsHelpFlag)) {
-            out << HelpOf(command);
-        } else {
-            ParseArguments(command, words);
-            command.execute(out, err);
-        }
+        const std::vector<std::string> words = WithHelpCommand(arguments);
+        const Command& command = FindCommand(commands, words[0]);
+        ParseArguments(command, {words.begin() + 1, words.end()});
+        command.execute(out, err);
     }
     if (!out.flush()) {
         throw Failure("the result could not be written to the standard output");

@@ -1,7 +1,7 @@
-#include "cli/commands/commands.h"
+#include "cli/command.h"
 
 #include "cli/failure.h"
-#include "cli/files/standard_input.h"
+#include "cli/files/bytes.h"
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
@@ -40,11 +40,6 @@ double Milliseconds(Clock::duration duration) {
 
 // Checks the options first, so that a mistake wastes no work.
 void Check(const BenchOptions& options) {
-    if (!(options.seconds > 0)) {  // also refuses NaN
-        throw WrongUsage("--seconds takes a number above 0");
-    }
-    RefuseEmpty("--json", options.json, "the file to write");
-    RefuseEmpty("--html", options.html, "the file to write");
     if (options.json && options.json == options.html) {
         throw WrongUsage("--json and --html name the same file");
     }
@@ -61,10 +56,7 @@ void WriteText(const std::string& path, const std::string& text, std::ostream& o
         out << text;
         return;
     }
-    Platform::WholeFile file(path);
-    file.Write(text.data(), text.size());
-    file.Close();
-    file.Commit();
+    WriteFile(path, text);
 }
 
 // Prints the results unless the standard output receives a file, and writes the files. The page also has the `earlier`
@@ -221,14 +213,14 @@ Command BenchCommand() {
     const auto options = std::make_shared<BenchOptions>();
     const std::vector<Argument> own = {
         {"--warmup", &options->warmup, "N", "Run N times before the measurement (default: 10)"},
-        {"--iterations", &options->iterations, "N", "Measure N runs", {.isAboveZero = true}},
+        {"--iterations", &options->iterations, "N", "Measure N runs", kAboveZero},
         {"--seconds",
          &options->seconds,
          "S",
          "Measure for S seconds instead (default: 5)",
-         {.excludes = "--iterations"}},
-        {"--json", &options->json, "FILE", "Write the results to this file as a JSON object", {.offer = Offer::Files}},
-        {"--html", &options->html, "FILE", "Write them to this file as a page for a browser", {.offer = Offer::Files}},
+         {.least = 0.001, .excludes = "--iterations"}},
+        {"--json", &options->json, "FILE", "Write the results to this file as a JSON object", kFile},
+        {"--html", &options->html, "FILE", "Write them to this file as a page for a browser", kFile},
         {"--compare",
          &options->compare,
          "FILE ...",

@@ -1,8 +1,9 @@
-#include "cli/commands/commands.h"
+#include "cli/command.h"
 #include "cli/failure.h"
-#include "cli/files/standard_input.h"
+#include "cli/files/bytes.h"
 #include "cli/model/key.h"
 #include "cli/report/progress_bar.h"
+#include "platform/file.h"
 #include "platform/interrupt.h"
 #include "platform/path.h"
 #include "platform/private_folder.h"
@@ -29,18 +30,14 @@ struct CipherOptions {
     bool pad = false;
 };
 
-std::vector<uint8_t> Key(const KeyOptions& options) {
-    const std::optional<std::string> key = ReadKey(options);
-    if (!key) {
+// Returns the key, after all checks of the options.
+std::vector<uint8_t> CheckedKey(const CipherOptions& options) {
+    RefuseSecondStandardInput({options.input, options.key.file.value_or("")});
+    std::vector<uint8_t> key = ReadKey(options.key);
+    if (key.empty()) {
         throw WrongUsage("--key K or --key-file FILE is required");
     }
-    return {key->begin(), key->end()};
-}
-
-void CheckUsage(const CipherOptions& options) {
-    RefuseEmpty("IN", options.input, "the file to read");
-    RefuseEmpty("OUT", options.output, "the file to write");
-    RefuseSecondStandardInput({options.input, options.key.file.value_or("")});
+    return key;
 }
 
 // The files of a command, or temporary files that replace the standard streams.
@@ -53,11 +50,7 @@ class CipherFiles {
         folder.emplace(std::filesystem::temp_directory_path() / "orvane");
         if (IsStandard(in)) {
             in = Platform::Utf8FromPath(folder->Path() / "in");
-            const std::string bytes = ReadInput("-");
-            Platform::WholeFile file(in);
-            file.Write(bytes.data(), bytes.size());
-            file.Close();
-            file.Commit();
+            WriteFile(in, ReadInput("-"));
         }
         if (IsStandard(out)) {
             out = Platform::Utf8FromPath(folder->Path() / "out");
@@ -107,8 +100,7 @@ void WithProgress(std::ostream& err, Transform transform) {
 }
 
 void Encrypt(const CipherOptions& options, std::ostream& out, std::ostream& err) {
-    CheckUsage(options);
-    const std::vector<uint8_t> key = Key(options.key);
+    const std::vector<uint8_t> key = CheckedKey(options);
     const CipherFiles files(options);
     const uint64_t before = files.InputBytes();
     try {
@@ -126,18 +118,16 @@ void Encrypt(const CipherOptions& options, std::ostream& out, std::ostream& err)
 }
 
 void Decrypt(const CipherOptions& options, std::ostream& out, std::ostream& err) {
-    CheckUsage(options);
-    const std::vector<uint8_t> key = Key(options.key);
+    const std::vector<uint8_t> key = CheckedKey(options);
     const CipherFiles files(options);
     WithProgress(err, [&](const auto& progress) { orvane::DecryptFile(files.in, files.out, key, progress); });
     files.PrintResult(out);
 }
 
 std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
-    const ArgumentRules file = {.isRequired = true, .offer = Offer::Files};
     return Joined(ArgumentsForKey(options.key, "The key, 1 to 4 bytes"),
-                  {{"IN", &options.input, "", "The file to read", file},
-                   {"OUT", &options.output, "", "The file to write; can be the same as IN", file}});
+                  {{"IN", &options.input, "", "The file to read", kRequiredFile},
+                   {"OUT", &options.output, "", "The file to write; can be the same as IN", kRequiredFile}});
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
-#include "cli/commands/commands.h"
+#include "cli/command.h"
 
+#include "cli/model/load_hints.h"
 #include "cli/printable.h"
 #include "cli/report/load_progress.h"
 #include "cli/report/print.h"
 
 #include <orvane/model_file.hpp>
 
-#include <algorithm>
 #include <memory>
 
 namespace Orvane::Cli {
@@ -15,20 +15,6 @@ namespace {
 std::vector<orvane::Device> ListDevices(std::ostream& err) {
     const LoadProgress progress("the devices", err);
     return orvane::Devices();
-}
-
-// Returns all names that --device accepts. If there are several devices of a kind, "GPU.0" and "GPU.1", the name of the
-// kind selects the first.
-std::vector<std::string> AcceptedNames(const std::vector<orvane::Device>& devices) {
-    std::vector<std::string> names;
-    for (const orvane::Device& device : devices) {
-        for (const std::string& name : {device.name.substr(0, device.name.find('.')), device.name}) {
-            if (std::find(names.begin(), names.end(), name) == names.end()) {
-                names.push_back(name);
-            }
-        }
-    }
-    return names;
 }
 
 void PrintDevices(bool asJson, std::ostream& out, std::ostream& err) {

@@ -1,4 +1,4 @@
-#include "cli/commands/commands.h"
+#include "cli/command.h"
 
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"

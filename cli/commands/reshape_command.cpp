@@ -1,4 +1,4 @@
-#include "cli/commands/commands.h"
+#include "cli/command.h"
 
 #include "cli/failure.h"
 #include "cli/model/load_model.h"
@@ -16,7 +16,6 @@ struct ReshapeOptions {
 };
 
 void ReshapeModel(const ReshapeOptions& options, std::ostream& err) {
-    RefuseEmpty("MODEL", options.model, "the path of a model file");
     if (!options.out.ends_with(".xml")) {
         throw WrongUsage("OUT is \"" + options.out + "\", and must end in .xml; the .bin is written beside it");
     }
@@ -29,18 +28,13 @@ void ReshapeModel(const ReshapeOptions& options, std::ostream& err) {
 
 Command ReshapeCommand() {
     const auto options = std::make_shared<ReshapeOptions>();
-    return {
-        "reshape",
-        "Write a model with fixed shapes, as an .xml and a .bin",
-        "orvane reshape detection.onnx fixed.xml --shape 0=1,3,640,640",
-        {{"MODEL", &options->model, "", "The model file, not encrypted", {.isRequired = true, .offer = Offer::Files}},
-         {"OUT",
-          &options->out,
-          "",
-          "The .xml file to write; its .bin is written beside it",
-          {.isRequired = true, .offer = Offer::Files}},
-         ArgumentForShapes(options->shapes)},
-        [options](std::ostream&, std::ostream& err) { ReshapeModel(*options, err); }};
+    return {"reshape",
+            "Write a model with fixed shapes, as an .xml and a .bin",
+            "orvane reshape detection.onnx fixed.xml --shape 0=1,3,640,640",
+            {{"MODEL", &options->model, "", "The model file, not encrypted", kRequiredFile},
+             {"OUT", &options->out, "", "The .xml file to write; its .bin is written beside it", kRequiredFile},
+             ArgumentForShapes(options->shapes)},
+            [options](std::ostream&, std::ostream& err) { ReshapeModel(*options, err); }};
 }
 
 }  // namespace Orvane::Cli

@@ -1,7 +1,7 @@
-#include "cli/commands/commands.h"
+#include "cli/command.h"
 
 #include "cli/failure.h"
-#include "cli/files/standard_input.h"
+#include "cli/files/bytes.h"
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
@@ -34,13 +34,6 @@ void CheckUsage(const RunOptions& options, const std::vector<TensorFileArgument>
     if (hasStandardOutput && (options.json || options.repeat > 1)) {
         throw WrongUsage("--output WHICH=- and --json or --repeat would all write to the standard output");
     }
-    RefuseEmpty("--labels", options.labels, "a file with a name on each line");
-    if (options.labels && options.top == 0) {
-        throw WrongUsage("--labels needs --top K: they name what that shows");
-    }
-    if (options.top != 0 && !options.outputs.empty()) {
-        throw WrongUsage("give --top or --output, not both: an output is shown or written");
-    }
     for (const std::vector<double>* numbers : {&options.pictures.mean, &options.pictures.scale}) {
         if (numbers->size() == 2 || numbers->size() > 3) {
             throw WrongUsage("--mean and --scale take one number or three");
@@ -51,7 +44,7 @@ void CheckUsage(const RunOptions& options, const std::vector<TensorFileArgument>
         throw WrongUsage("--scale divides, so it takes no 0");
     }
     const bool hasPicture = std::any_of(inputFiles.begin(), inputFiles.end(), [](const TensorFileArgument& input) {
-        return IsPicture(input.path) || IsStandard(input.path);
+        return FormatOf(input.path) == FileFormat::Picture || IsStandard(input.path);
     });
     std::vector<std::string> files = {options.model.model.value_or(""), options.model.key.file.value_or(""),
                                       options.labels.value_or("")};
@@ -115,18 +108,12 @@ Command RunCommand() {
     const auto options = std::make_shared<RunOptions>();
     PictureOptions& pictures = options->pictures;
     const std::vector<Argument> own = {
-        {"--input",
-         &options->inputs,
-         "WHICH=FILE",
+        {"--input", &options->inputs, "WHICH=FILE",
          "Read this input (index or name) from an .npy, .npz, .png or .jpg file, or from bare bytes; once per input. "
-         "An "
-         ".npz without WHICH= is read for the inputs that it names",
-         {.offer = Offer::Files}},
-        {"--output",
-         &options->outputs,
-         "WHICH=FILE",
-         "Write this output as .npy, or as bare bytes; without any --output, all outputs are summarised",
-         {.offer = Offer::Files}},
+         "An .npz without WHICH= is read for the inputs that it names",
+         kFile},
+        {"--output", &options->outputs, "WHICH=FILE",
+         "Write this output as .npy, or as bare bytes; without any --output, all outputs are summarised", kFile},
         {"--mean",
          &pictures.mean,
          "X[,X,X]",
@@ -142,13 +129,13 @@ Command RunCommand() {
          &options->top,
          "K",
          "Show the K largest elements of each output instead of a summary",
-         {.isAboveZero = true}},
+         {.least = 1, .excludes = "--output"}},
         {"--labels",
          &options->labels,
          "FILE",
          "Show the names of the elements with --top; the file has one per line",
-         {.offer = Offer::Files}},
-        {"--repeat", &options->repeat, "N", "Run N times and show the time (default: 1)", {.isAboveZero = true}},
+         {.needs = "--top", .offer = Offer::Files}},
+        {"--repeat", &options->repeat, "N", "Run N times and show the time (default: 1)", kAboveZero},
         {"--json", &options->json, "", "Print one JSON object"},
     };
     return {"run", "Run a model on files", "orvane run face.tflite --input 0=photo.png --mean 127.5 --scale 127.5",

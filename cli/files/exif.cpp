@@ -1,37 +1,29 @@
-#include "cli/files/exif.h"
+#include "cli/files/bytes.h"
+#include "cli/files/picture.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 namespace Orvane::Cli {
 namespace {
-
-// Missing bytes count as 0.
-uint32_t Number(std::string_view bytes, std::size_t offset, std::size_t size, bool isLittleEndian) {
-    uint32_t number = 0;
-    for (std::size_t i = 0; i < size && offset + i < bytes.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[offset + i]);
-        number |= static_cast<uint32_t>(byte) << (8 * (isLittleEndian ? i : size - 1 - i));
-    }
-    return number;
-}
 
 // Exif data have the format of a TIFF file.
 int OrientationTag(std::string_view tiff) {
     constexpr uint32_t kOrientation = 0x0112;
     constexpr std::size_t kEntryBytes = 12;
     const bool isLittle = tiff.starts_with("II");
-    const std::size_t directory = Number(tiff, 4, 4, isLittle);
-    const uint32_t count = Number(tiff, directory, 2, isLittle);
+    const std::size_t directory = NumberAt(tiff, 4, 4, isLittle);
+    const uint32_t count = NumberAt(tiff, directory, 2, isLittle);
     for (uint32_t i = 0; i < count; ++i) {
         const std::size_t entry = directory + 2 + i * kEntryBytes;
         if (entry + kEntryBytes > tiff.size()) {
             break;
         }
-        if (Number(tiff, entry, 2, isLittle) == kOrientation) {
-            return static_cast<int>(Number(tiff, entry + 8, 2, isLittle));
+        if (NumberAt(tiff, entry, 2, isLittle) == kOrientation) {
+            return static_cast<int>(NumberAt(tiff, entry + 8, 2, isLittle));
         }
     }
     return 1;
@@ -48,8 +40,8 @@ int ExifOrientation(std::string_view file) {
         return 1;
     }
     for (std::size_t place = kStart.size(); place + 4 < file.size();) {
-        const uint32_t marker = Number(file, place, 2, false);
-        const std::size_t length = Number(file, place + 2, 2, false);
+        const uint32_t marker = NumberAt(file, place, 2, false);
+        const std::size_t length = NumberAt(file, place + 2, 2, false);
         if (marker < 0xff00 || marker == kPixels || length < 2) {
             break;
         }

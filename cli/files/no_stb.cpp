@@ -1,6 +1,6 @@
 // Replaces stb.cpp in a build without stb.
 #include "cli/failure.h"
-#include "cli/files/stb.h"
+#include "cli/files/picture.h"
 
 namespace Orvane::Cli {
 namespace {

@@ -1,10 +1,11 @@
 #include "cli/files/npy.h"
 
 #include "cli/failure.h"
+#include "cli/files/bytes.h"
 
 #include <algorithm>
-#include <charconv>
-#include <iterator>
+#include <cstring>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -55,133 +56,60 @@ std::string ReadBytes(std::istream& file, std::size_t size) {
     return bytes;
 }
 
-std::size_t ReadHeaderLength(std::istream& file, std::size_t bytes) {
-    const std::string text = ReadBytes(file, bytes);
-    std::size_t length = 0;
-    for (std::size_t i = 0; i < bytes; ++i) {
-        length |= static_cast<std::size_t>(static_cast<unsigned char>(text[i])) << (8 * i);
+// Converts the header, a Python dictionary, to JSON: other quotes, brackets and words, and no comma at the end of a
+// list.
+std::string JsonOf(std::string_view header) {
+    std::string json;
+    for (const char letter : header) {
+        if (letter == ')' || letter == '}') {
+            json.erase(json.find_last_not_of(" \n") + 1);
+            if (json.ends_with(',')) {
+                json.pop_back();
+            }
+        }
+        json += letter == '\'' ? '"' : letter == '(' ? '[' : letter == ')' ? ']' : letter;
     }
-    return length;
+    for (const auto& [word, replacement] : {std::pair{"True", "true"}, std::pair{"False", "false"}}) {
+        if (const std::size_t place = json.find(word); place != std::string::npos) {
+            json.replace(place, std::strlen(word), replacement);
+        }
+    }
+    return json;
 }
 
-// Reads the header's text, a dictionary with exactly the keys descr, fortran_order and shape.
-class HeaderParser {
- public:
-    explicit HeaderParser(std::string_view header) : rest(header) {}
-
-    NpyArray Parse() {
-        Expect('{');
-        while (!Accept('}')) {
-            ParseEntry();
-            if (!Accept(',')) {
-                Expect('}');
-                break;
-            }
+std::vector<int64_t> ShapeOf(const nlohmann::json& list) {
+    std::vector<int64_t> shape;
+    for (const nlohmann::json& dimension : list) {
+        const bool isValid = dimension.is_number_unsigned() && dimension.get<uint64_t>() <= INT64_MAX;
+        if (!isValid) {
+            Refuse("its header is malformed");
         }
-        SkipBlanks();
-        if (!rest.empty()) {
-            Malformed();
-        }
-        if (!elementType || !fortranOrder || !shape) {
-            Refuse("its header lacks one of descr, fortran_order and shape");
-        }
-        return {*elementType, *shape, *fortranOrder};
+        shape.push_back(dimension.get<int64_t>());
     }
+    return shape;
+}
 
- private:
-    [[noreturn]] static void Malformed() { Refuse("its header is malformed"); }
-
-    void SkipBlanks() { rest.remove_prefix(std::min(rest.find_first_not_of(" \n"), rest.size())); }
-
-    bool Accept(char letter) {
-        SkipBlanks();
-        const bool matches = !rest.empty() && rest.front() == letter;
-        rest.remove_prefix(matches ? 1 : 0);
-        return matches;
+// The dictionary has exactly the keys descr, fortran_order and shape.
+NpyArray ParseHeader(std::string_view header) {
+    constexpr bool kThrows = false;
+    const nlohmann::json entries = nlohmann::json::parse(JsonOf(header), nullptr, kThrows);
+    if (!entries.is_object()) {
+        Refuse("its header is malformed");
     }
-
-    void Expect(char letter) {
-        if (!Accept(letter)) {
-            Malformed();
-        }
+    if (entries.size() != 3 || !entries.contains("descr") || !entries.contains("fortran_order") ||
+        !entries.contains("shape")) {
+        Refuse("its header does not have exactly descr, fortran_order and shape");
     }
-
-    void ParseEntry() {
-        const std::string key = ParseText();
-        Expect(':');
-        if (key == "descr" && !elementType) {
-            const std::string description = ParseText();
-            elementType = ElementTypeOf(description);
-            if (!elementType) {
-                Refuse("its elements are '" + description + "', which no tensor has");
-            }
-        } else if (key == "fortran_order" && !fortranOrder) {
-            fortranOrder = ParseBool();
-        } else if (key == "shape" && !shape) {
-            shape = ParseShape();
-        } else {
-            Malformed();
-        }
+    const nlohmann::json& description = entries["descr"];
+    if (!description.is_string() || !entries["fortran_order"].is_boolean() || !entries["shape"].is_array()) {
+        Refuse("its header is malformed");
     }
-
-    std::string ParseText() {
-        const char quote = Accept('\'') ? '\'' : '"';
-        if (quote == '"') {
-            Expect('"');
-        }
-        const std::size_t length = rest.find(quote);
-        if (length == std::string_view::npos) {
-            Malformed();
-        }
-        std::string text(rest.substr(0, length));
-        rest.remove_prefix(length + 1);
-        return text;
+    const std::optional<orvane::ElementType> elementType = ElementTypeOf(description.get<std::string>());
+    if (!elementType) {
+        Refuse("its elements are '" + description.get<std::string>() + "', which no tensor has");
     }
-
-    bool ParseBool() {
-        SkipBlanks();
-        for (const std::string_view word : {"True", "False"}) {
-            if (rest.starts_with(word)) {
-                rest.remove_prefix(word.size());
-                return word == "True";
-            }
-        }
-        Malformed();
-    }
-
-    std::vector<int64_t> ParseShape() {
-        std::vector<int64_t> dimensions;
-        Expect('(');
-        while (!Accept(')')) {
-            dimensions.push_back(ParseDimension());
-            // A tuple of one element ends with a comma, "(3,)"; "(3)" is a number.
-            if (!Accept(',')) {
-                if (dimensions.size() == 1) {
-                    Malformed();
-                }
-                Expect(')');
-                break;
-            }
-        }
-        return dimensions;
-    }
-
-    int64_t ParseDimension() {
-        SkipBlanks();
-        int64_t value = 0;
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
-        if (error != std::errc() || value < 0) {
-            Malformed();
-        }
-        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
-        return value;
-    }
-
-    std::string_view rest;
-    std::optional<orvane::ElementType> elementType;
-    std::optional<bool> fortranOrder;
-    std::optional<std::vector<int64_t>> shape;
-};
+    return {*elementType, ShapeOf(entries["shape"]), entries["fortran_order"].get<bool>()};
+}
 
 // Writes the shape as Python does: "()", "(3,)", "(1, 3)".
 std::string ShapeTuple(const std::vector<int64_t>& shape) {
@@ -203,12 +131,12 @@ NpyArray ReadNpyHeader(std::istream& file) {
     if (version != "\1\0"s && version != "\2\0"s && version != "\3\0"s) {
         Refuse("its format version is not 1.0, 2.0 or 3.0");
     }
-    const std::size_t length = ReadHeaderLength(file, version[0] == 1 ? 2 : 4);
+    const std::size_t lengthBytes = version[0] == 1 ? 2 : 4;
+    const std::size_t length = NumberAt(ReadBytes(file, lengthBytes), 0, lengthBytes);
     if (length > kMaxHeaderBytes) {
         Refuse("its header claims to be " + std::to_string(length) + " bytes long");
     }
-    const std::string header = ReadBytes(file, length);
-    return HeaderParser(header).Parse();
+    return ParseHeader(ReadBytes(file, length));
 }
 
 std::vector<uint8_t> InCOrder(const std::vector<uint8_t>& data, const NpyArray& array) {

@@ -72,11 +72,12 @@ TEST(Npy, RefusesWhatItCannotReadAndSaysWhy) {
         {"\x93NUMPY\2\0\xff\xff\xff\xff{"s, "claims to be 4294967295 bytes"},
         {Header(1, "{'descr': '>f4', 'fortran_order': False, 'shape': (2, 3), }"), "'>f4'"},
         {Header(1, "{'descr': '<f4', 'fortran_order': 0, 'shape': (2, 3), }"), "malformed"},
-        {Header(1, good + ", }"), "lacks one"},
-        {Header(1, good + ", 'descr': '<f4', 'shape': (2, 3), }"), "malformed"},
+        {Header(1, good + ", }"), "exactly"},
+        {Header(1, good + ", 'more': 1, 'shape': (2, 3), }"), "exactly"},
+        {Header(1, "{'descr': [('x', '<f4')], 'fortran_order': False, 'shape': (2, 3), }"), "malformed"},
         {Header(1, good + ", 'shape': (-2, 3), }"), "malformed"},
         {Header(1, good + ", 'shape': (99999999999999999999, 3), }"), "malformed"},
-        {Header(1, good + ", 'shape': (3), }"), "malformed"},
+        {Header(1, good + ", 'shape': 3, }"), "malformed"},
         {Header(1, good + ", 'shape': (2, 3), }{"), "malformed"}};
     for (const auto& [bytes, reason] : cases) {
         EXPECT_THAT([&header = bytes] { Read(header); },

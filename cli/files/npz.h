@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <istream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -18,16 +17,11 @@ struct NpzArray {
     uint32_t offset;
 };
 
-// A file cannot be read as an .npz file; the text says why.
-struct UnreadableNpz : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
+// Lists the archive's directory. `path` is for messages. Throws `Failure` for a file that is no such archive, is
+// damaged, or has 4 GiB or more.
+std::vector<NpzArray> ListNpz(std::istream& file, const std::string& path);
 
-// Lists the archive's directory. Throws `UnreadableNpz`, also for an archive of 4 GiB or more.
-std::vector<NpzArray> ListNpz(std::istream& file);
-
-// Returns the .npy file of an array. Throws `UnreadableNpz` if it is damaged, and `Failure` if this build cannot
-// unpack.
-std::string ReadNpz(std::istream& file, const NpzArray& array);
+// Returns the .npy file of an array. Throws `Failure` if it is damaged, or if this build cannot unpack.
+std::string ReadNpz(std::istream& file, const std::string& path, const NpzArray& array);
 
 }  // namespace Orvane::Cli

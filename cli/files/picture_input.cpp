@@ -1,14 +1,11 @@
 #include "cli/files/picture_input.h"
 
 #include "cli/failure.h"
-#include "cli/files/ending.h"
-#include "cli/files/exif.h"
-#include "cli/files/stb.h"
+#include "cli/files/picture.h"
 #include "cli/printable.h"
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <optional>
 
@@ -77,16 +74,6 @@ void Fill(std::vector<uint8_t>& data, const Picture& picture, const Layout& layo
 }
 
 }  // namespace
-
-bool IsPicture(const std::string& path) {
-    return EndsIn(path, ".png") || EndsIn(path, ".jpg") || EndsIn(path, ".jpeg");
-}
-
-bool IsUnreadPicture(const std::string& path) {
-    constexpr const char* kEndings[] = {".webp", ".gif", ".bmp", ".tif", ".tiff", ".heic", ".heif", ".avif"};
-    return std::any_of(std::begin(kEndings), std::end(kEndings),
-                       [&](const char* ending) { return EndsIn(path, ending); });
-}
 
 std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& path, const orvane::Tensor& input,
                                  const PictureOptions& options) {

@@ -18,12 +18,6 @@ struct PictureOptions {
     bool AnyGiven() const { return !mean.empty() || !scale.empty() || bgr; }
 };
 
-// Whether the ending of the path is that of a picture.
-bool IsPicture(const std::string& path);
-
-// Whether the ending of the path is that of a picture format that the program cannot read.
-bool IsUnreadPicture(const std::string& path);
-
 // Converts the picture in `bytes` to the data of an input: rotates it according to its Exif data, and scales it to the
 // input's height and width. The input must take one picture with one or three channels, first or last, of type float32
 // or uint8. Throws `Failure` for another input, and for bytes that are not a picture.

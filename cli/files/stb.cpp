@@ -1,4 +1,4 @@
-#include "cli/files/stb.h"
+#include "cli/files/picture.h"
 
 #include "cli/failure.h"
 

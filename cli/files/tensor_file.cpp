@@ -1,10 +1,9 @@
 #include "cli/files/tensor_file.h"
 
 #include "cli/failure.h"
-#include "cli/files/ending.h"
+#include "cli/files/bytes.h"
 #include "cli/files/npy.h"
 #include "cli/files/npz.h"
-#include "cli/files/standard_input.h"
 #include "cli/printable.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -13,7 +12,10 @@
 #include <charconv>
 #include <filesystem>
 #include <set>
+#include <span>
 #include <sstream>
+#include <string_view>
+#include <utility>
 
 namespace Orvane::Cli {
 namespace {
@@ -42,14 +44,6 @@ const orvane::Tensor* FindTensor(const std::string& which, const std::vector<orv
         hints.push_back("  " + tensor.Label() + " " + TypeText(tensor.type, tensor.shape));
     }
     throw Failure("the model has no " + SideName(side) + " " + (IsIndex(which) ? which : "\"" + which + "\""), hints);
-}
-
-bool IsNpy(const std::string& path) {
-    return EndsIn(path, ".npy");
-}
-
-bool IsNpz(const std::string& path) {
-    return EndsIn(path, ".npz");
 }
 
 NpyArray CheckNpy(std::istream& stream, const std::string& path, const orvane::Tensor& tensor) {
@@ -98,16 +92,6 @@ std::vector<uint8_t> ReadNpyData(std::istream& stream, const std::string& path, 
     return array.isFortran ? InCOrder(read(), array) : read();
 }
 
-// Calls `read` with the list of the archive's arrays, and names the file if it cannot be read.
-template <typename Read>
-auto WithNpz(std::istream& file, const std::string& path, Read read) {
-    try {
-        return read(ListNpz(file));
-    } catch (const UnreadableNpz& reason) {
-        throw Failure(path + " is not a readable .npz file: " + reason.what());
-    }
-}
-
 // Returns the array of the tensor's name, or the only array.
 const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string& path, const orvane::Tensor& tensor) {
     const auto found =
@@ -128,11 +112,10 @@ const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string
 }
 
 std::vector<uint8_t> ReadNpzData(std::istream& file, const std::string& path, const orvane::Tensor& tensor) {
-    return WithNpz(file, path, [&](const std::vector<NpzArray>& arrays) {
-        const NpzArray& array = FindArray(arrays, path, tensor);
-        std::istringstream npy(ReadNpz(file, array));
-        return ReadNpyData(npy, path + ", array " + array.name, tensor);
-    });
+    const std::vector<NpzArray> arrays = ListNpz(file, path);
+    const NpzArray& array = FindArray(arrays, path, tensor);
+    std::istringstream npy(ReadNpz(file, path, array));
+    return ReadNpyData(npy, path + ", array " + array.name, tensor);
 }
 
 std::vector<uint8_t> ReadBareData(std::istream& file, const std::string& path, const orvane::Tensor& tensor) {
@@ -141,29 +124,60 @@ std::vector<uint8_t> ReadBareData(std::istream& file, const std::string& path, c
                         ", or an .npy file, whose element type and shape are checked.");
 }
 
-// The first bytes determine the format, because there is no path with an ending.
-std::vector<uint8_t> ReadStandardInput(const orvane::Tensor& tensor, const PictureOptions& pictures) {
-    const std::string name = InputName("-");
-    const std::string bytes = ReadInput("-");
-    std::istringstream file(bytes);
-    if (bytes.starts_with("\x93NUMPY")) {
-        return ReadNpyData(file, name, tensor);
+std::vector<uint8_t> ReadAs(FileFormat format, std::istream& file, const std::string& name,
+                            const orvane::Tensor& tensor, const PictureOptions& pictures) {
+    switch (format) {
+        case FileFormat::Npy:
+            return ReadNpyData(file, name, tensor);
+        case FileFormat::Npz:
+            return ReadNpzData(file, name, tensor);
+        case FileFormat::Picture:
+            return PictureData(ReadAll(file, name), name, tensor, pictures);
+        case FileFormat::OtherPicture:
+            throw Failure(name + " is a kind of picture that orvane does not read", {"Give a PNG or JPEG file."});
+        default:
+            return ReadBareData(file, name, tensor);
     }
-    if (bytes.starts_with("PK\3\4")) {
-        return ReadNpzData(file, name, tensor);
-    }
-    if (bytes.starts_with("\x89PNG") || bytes.starts_with("\xff\xd8\xff")) {
-        return PictureData(bytes, name, tensor, pictures);
-    }
-    return ReadBareData(file, name, tensor);
+}
+
+// Ignores the case of ASCII letters; `ending` has small letters.
+bool EndsIn(std::string_view path, std::string_view ending) {
+    const auto small = [](char letter) { return letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter; };
+    return path.size() >= ending.size() &&
+           std::equal(ending.begin(), ending.end(), path.end() - static_cast<std::ptrdiff_t>(ending.size()),
+                      [&](char wanted, char letter) { return small(letter) == wanted; });
+}
+
+using Marks = std::span<const std::pair<std::string_view, FileFormat>>;
+
+constexpr Marks::value_type kEndings[] = {
+    {".npy", FileFormat::Npy},           {".npz", FileFormat::Npz},           {".png", FileFormat::Picture},
+    {".jpg", FileFormat::Picture},       {".jpeg", FileFormat::Picture},      {".webp", FileFormat::OtherPicture},
+    {".gif", FileFormat::OtherPicture},  {".bmp", FileFormat::OtherPicture},  {".tif", FileFormat::OtherPicture},
+    {".tiff", FileFormat::OtherPicture}, {".heic", FileFormat::OtherPicture}, {".heif", FileFormat::OtherPicture},
+    {".avif", FileFormat::OtherPicture}};
+constexpr Marks::value_type kFirstBytes[] = {{"\x93NUMPY", FileFormat::Npy},
+                                             {"PK\3\4", FileFormat::Npz},
+                                             {"\x89PNG", FileFormat::Picture},
+                                             {"\xff\xd8\xff", FileFormat::Picture},
+                                             {"GIF8", FileFormat::OtherPicture}};
+
+template <typename Matches>
+FileFormat FormatWith(Marks marks, Matches matches) {
+    const auto found = std::find_if(marks.begin(), marks.end(), [&](const auto& mark) { return matches(mark.first); });
+    return found == marks.end() ? FileFormat::Bytes : found->second;
 }
 
 }  // namespace
 
+FileFormat FormatOf(const std::string& path) {
+    return FormatWith(kEndings, [&](std::string_view ending) { return EndsIn(path, ending); });
+}
+
 std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>& texts) {
     std::vector<TensorFileArgument> arguments;
     for (const std::string& text : texts) {
-        if (IsNpz(text) && text.find('=') == std::string::npos) {
+        if (FormatOf(text) == FileFormat::Npz && text.find('=') == std::string::npos) {
             arguments.push_back({"", text});
             continue;
         }
@@ -179,7 +193,8 @@ std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>&
 void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments) {
     std::set<std::filesystem::path> places;
     for (const TensorFileArgument& argument : arguments) {
-        if (IsNpz(argument.path) || IsPicture(argument.path) || IsUnreadPicture(argument.path)) {
+        const FileFormat format = FormatOf(argument.path);
+        if (format != FileFormat::Npy && format != FileFormat::Bytes) {
             throw WrongUsage(argument.path + " cannot be written: an output is written as .npy or as bare bytes");
         }
         std::error_code ignored;
@@ -215,11 +230,9 @@ std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>
             continue;
         }
         std::ifstream file = Platform::OpenInputFile(argument.path);
-        WithNpz(file, argument.path, [&](const std::vector<NpzArray>& arrays) {
-            for (const NpzArray& array : arrays) {
-                all.push_back({array.name, argument.path});
-            }
-        });
+        for (const NpzArray& array : ListNpz(file, argument.path)) {
+            all.push_back({array.name, argument.path});
+        }
     }
     return all;
 }
@@ -227,22 +240,18 @@ std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>
 std::vector<uint8_t> ReadTensorFile(const std::string& path, const orvane::Tensor& tensor,
                                     const PictureOptions& pictures) {
     if (IsStandard(path)) {
-        return ReadStandardInput(tensor, pictures);
-    }
-    if (IsPicture(path)) {
-        return PictureData(ReadInput(path), path, tensor, pictures);
-    }
-    if (IsUnreadPicture(path)) {
-        throw Failure(path + " is a kind of picture that orvane does not read", {"Give a PNG or JPEG file."});
+        const std::string bytes = ReadInput(path);
+        const FileFormat format =
+            FormatWith(kFirstBytes, [&](std::string_view begin) { return bytes.starts_with(begin); });
+        std::istringstream file(bytes);
+        return ReadAs(format, file, InputName(path), tensor, pictures);
     }
     std::ifstream file = Platform::OpenInputFile(path);
-    return IsNpz(path)   ? ReadNpzData(file, path, tensor)
-           : IsNpy(path) ? ReadNpyData(file, path, tensor)
-                         : ReadBareData(file, path, tensor);
+    return ReadAs(FormatOf(path), file, path, tensor, pictures);
 }
 
 std::string TensorFileHeader(const std::string& path, const orvane::Tensor& tensor) {
-    return IsNpy(path) || IsStandard(path) ? NpyHeader({tensor.type, tensor.shape, false}) : "";
+    return FormatOf(path) == FileFormat::Npy || IsStandard(path) ? NpyHeader({tensor.type, tensor.shape, false}) : "";
 }
 
 }  // namespace Orvane::Cli

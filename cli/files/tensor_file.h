@@ -10,6 +10,18 @@
 
 namespace Orvane::Cli {
 
+// The formats of the files with a tensor's data.
+enum class FileFormat : uint8_t {
+    Bytes,
+    Npy,
+    Npz,
+    Picture,
+    OtherPicture,  // of a kind that this program cannot read
+};
+
+// Returns the format according to the ending of the path.
+FileFormat FormatOf(const std::string& path);
+
 // WHICH=FILE of the command line: the index or the name of a tensor, and the file for its data.
 struct TensorFileArgument {
     std::string which;  // empty: all arrays of an .npz file
@@ -27,9 +39,8 @@ void CheckOutputFiles(const std::vector<TensorFileArgument>& arguments);
 std::vector<const orvane::Tensor*> FindTensors(const std::vector<std::string>& named,
                                                const std::vector<orvane::Tensor>& tensors, orvane::Side side);
 
-// The ending of a path determines the format: an .npy array, an .npz archive with the tensor's name, a .png or .jpg
-// picture; otherwise plain bytes. The path "-" is the standard input, whose first bytes determine the format, or the
-// standard output, which receives an .npy array.
+// In the functions below the path "-" is the standard input, whose first bytes determine the format, or the standard
+// output, which receives an .npy array.
 
 // Replaces an .npz file without a tensor with all its arrays: each array is for the tensor of its name. Throws
 // `Failure` if the file cannot be read.

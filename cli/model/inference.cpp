@@ -1,7 +1,7 @@
 #include "cli/model/inference.h"
 
 #include "cli/failure.h"
-#include "cli/files/standard_input.h"
+#include "cli/files/bytes.h"
 #include "platform/whole_file.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 
 #include "cli/command.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,8 +18,8 @@ struct KeyOptions {
 // Returns --key and --key-file.
 std::vector<Argument> ArgumentsForKey(KeyOptions& options, const std::string& description);
 
-// Returns the key, or no value. Ignores a line end after the key in a file. Throws `Failure` if the file cannot be
-// read, and `WrongUsage` for an empty key.
-std::optional<std::string> ReadKey(const KeyOptions& options);
+// Returns the key; empty if no key is given. Ignores a line end after the key in a file. Throws `Platform::FileError`
+// if the file cannot be read, and `WrongUsage` if its key is empty.
+std::vector<uint8_t> ReadKey(const KeyOptions& options);
 
 }  // namespace Orvane::Cli

@@ -14,12 +14,8 @@
 namespace Orvane::Cli {
 namespace {
 
-// Returns why a file cannot be read. Does not open a pipe, because that would wait.
+// Returns why the system refuses to open a file.
 std::optional<std::string> WhyUnreadable(const std::string& path) {
-    std::error_code ignored;
-    if (std::filesystem::is_other(std::filesystem::status(Platform::PathFromUtf8(path), ignored))) {
-        return "only ordinary files are read";
-    }
     try {
         Platform::OpenInputFile(path);
         return std::nullopt;
@@ -37,14 +33,12 @@ bool IsCacheRead(const ModelOptions& options) {
     return options.cache && !Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
 }
 
-// Returns a fault of the cache file or the model files if it is certain.
+// Returns a fault of the cache file or the model files if it is certain. The SDK has checked that the file exists and
+// is no pipe.
 std::optional<std::string> CertainHint(const ModelOptions& options) {
     if (IsCacheRead(options)) {
         const std::optional<std::string> reason = WhyUnreadable(*options.cache);
         return reason ? std::optional("The cache cannot be read: " + *reason + ".") : std::nullopt;
-    }
-    if (!options.model) {
-        return "There is no cache file " + *options.cache + " yet: give MODEL, with --make-cache to write it.";
     }
     std::error_code ignored;
     if (std::filesystem::is_directory(Platform::PathFromUtf8(*options.model), ignored)) {
@@ -74,9 +68,8 @@ bool IsVirtualDevice(const std::string& device) {
     return kind == "AUTO" || kind == "MULTI" || kind == "HETERO" || kind == "BATCH";
 }
 
-// If there are several devices of a kind, "GPU.0" and "GPU.1", the name of the kind selects the first.
-std::string KindOf(const orvane::Device& device) {
-    return device.name.substr(0, device.name.find('.'));
+bool Contains(const std::vector<std::string>& names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 std::optional<std::string> DeviceHint(const std::optional<std::string>& given) {
@@ -87,12 +80,13 @@ std::optional<std::string> DeviceHint(const std::optional<std::string>& given) {
     if (IsVirtualDevice(device)) {
         return device + " means several devices, and a model runs on one: name one that orvane devices lists.";
     }
+    const std::vector<std::string> names = AcceptedNames(orvane::Devices());
+    if (Contains(names, device)) {
+        return std::nullopt;
+    }
     std::string listed;
-    for (const orvane::Device& known : orvane::Devices()) {
-        if (known.name == device || KindOf(known) == device) {
-            return std::nullopt;
-        }
-        listed += (listed.empty() ? "" : ", ") + known.name;
+    for (const std::string& name : names) {
+        listed += (listed.empty() ? "" : ", ") + name;
     }
     return "This machine has no device " + device + ", only " + listed + ": leave --device out for the CPU.";
 }
@@ -143,22 +137,27 @@ std::string LikelyHint(const ModelOptions& options, const std::string& text) {
 
 }  // namespace
 
-std::string DeviceName(const std::optional<std::string>& given) {
-    const auto capital = [](char letter) {
-        return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-    };
-    std::string name = given.value_or("");
-    if (std::all_of(name.begin(), name.end(), [&](char letter) { return capital(letter) == letter; })) {
-        return name;  // all devices of today have such names; this does not ask the runtime
-    }
-    std::string capitals = name;
-    std::transform(name.begin(), name.end(), capitals.begin(), capital);
-    for (const orvane::Device& known : orvane::Devices()) {
-        if (known.name == name || KindOf(known) == name) {
-            return name;
+std::vector<std::string> AcceptedNames(const std::vector<orvane::Device>& devices) {
+    std::vector<std::string> names;
+    for (const orvane::Device& device : devices) {
+        for (const std::string& name : {device.name.substr(0, device.name.find('.')), device.name}) {
+            if (!Contains(names, name)) {
+                names.push_back(name);
+            }
         }
     }
-    return capitals;
+    return names;
+}
+
+std::string DeviceName(const std::optional<std::string>& given) {
+    const std::string name = given.value_or("");
+    std::string capitals = name;
+    for (char& letter : capitals) {
+        letter = letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    }
+    // All devices of today have names in capitals, so this rarely asks the runtime.
+    const bool isListed = name != capitals && Contains(AcceptedNames(orvane::Devices()), name);
+    return isListed ? name : capitals;
 }
 
 void RefuseFolder(const ModelOptions& options) {
@@ -208,12 +207,14 @@ std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Er
         default:
             break;
     }
-    for (const std::optional<std::string>& hint : {DeviceHint(options.device), CertainHint(options)}) {
-        if (hint) {
-            return {*hint};
-        }
+    if (const std::optional<std::string> hint = DeviceHint(options.device)) {
+        return {*hint};
     }
-    return {LikelyHint(options, error.what())};
+    if (error.GetReason() == orvane::Reason::Refused) {
+        return {};
+    }
+    const std::optional<std::string> certain = CertainHint(options);
+    return {certain ? *certain : LikelyHint(options, error.what())};
 }
 
 }  // namespace Orvane::Cli

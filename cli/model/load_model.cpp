@@ -1,7 +1,7 @@
 #include "cli/model/load_model.h"
 
 #include "cli/failure.h"
-#include "cli/files/standard_input.h"
+#include "cli/files/bytes.h"
 #include "cli/model/load_hints.h"
 #include "cli/printable.h"
 #include "cli/report/load_progress.h"
@@ -80,10 +80,7 @@ std::string KeepStandardInput(const Platform::PrivateFolder& folder) {
     }
     const bool isTflite = bytes.size() > 8 && bytes.compare(4, 4, "TFL3") == 0;
     const std::string path = Platform::Utf8FromPath(folder.Path() / (isTflite ? "model.tflite" : "model.onnx"));
-    Platform::WholeFile file(path);
-    file.Write(bytes.data(), bytes.size());
-    file.Close();
-    file.Commit();
+    WriteFile(path, bytes);
     return path;
 }
 
@@ -111,6 +108,35 @@ void RefuseOtherModelsCache(const ModelOptions& options, const orvane::Model& lo
     }
 }
 
+// A model from the standard input has no age.
+void RefuseOlderCache(const ModelOptions& options) {
+    if (!options.model || IsStandard(*options.model) || !HasCache(options)) {
+        return;
+    }
+    std::error_code unknown;
+    const auto cacheTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.cache), unknown);
+    const auto modelTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.model), unknown);
+    if (!unknown && modelTime > cacheTime) {
+        RefuseCache(options, *options.model + " is newer");
+    }
+}
+
+LoadedModel LoadFromFile(const ModelOptions& options, std::ostream& err) {
+    RefuseFolder(options);
+    if (!options.shapes.empty()) {
+        return LoadWithShapes(options, err);
+    }
+    const orvane::Options given = OptionsFor(options);
+    if (options.makeCache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
+        return {nullptr, LoadAndMakeCache(options, given, err)};
+    }
+    LoadedModel loaded{nullptr, Load(options, given, err, nullptr)};
+    if (HasCache(options) && options.model && !options.IsEncrypted() && !options.HostProgram()) {
+        RefuseOtherModelsCache(options, loaded.model);
+    }
+    return loaded;
+}
+
 }  // namespace
 
 orvane::Options OptionsFor(const ModelOptions& options) {
@@ -120,24 +146,10 @@ orvane::Options OptionsFor(const ModelOptions& options) {
     made.cachePath = options.cache.value_or("");
     made.makeCache = options.makeCache;
     made.hostProgram = options.HostProgram();
-    if (const std::optional<std::string> key = ReadKey(options.key)) {
-        made.key.assign(key->begin(), key->end());
-    }
+    made.key = ReadKey(options.key);
     made.timeLimit = Milliseconds(options.timeout);
     made.loadTimeLimit = Milliseconds(options.loadTimeout);
     return made;
-}
-
-void RefuseStaleCache(const ModelOptions& options) {
-    if (!options.model || !HasCache(options)) {
-        return;
-    }
-    std::error_code unknown;
-    const auto cacheTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.cache), unknown);
-    const auto modelTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.model), unknown);
-    if (!unknown && modelTime > cacheTime) {
-        RefuseCache(options, *options.model + " is newer");
-    }
 }
 
 void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
@@ -160,29 +172,9 @@ void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shap
     }
 }
 
-namespace {
-
-LoadedModel LoadFromFile(const ModelOptions& options, std::ostream& err) {
-    RefuseFolder(options);
-    if (!options.shapes.empty()) {
-        return LoadWithShapes(options, err);
-    }
-    RefuseStaleCache(options);
-    const orvane::Options given = OptionsFor(options);
-    if (options.makeCache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
-        return {nullptr, LoadAndMakeCache(options, given, err)};
-    }
-    LoadedModel loaded{nullptr, Load(options, given, err, nullptr)};
-    if (HasCache(options) && options.model && !options.IsEncrypted() && !options.HostProgram()) {
-        RefuseOtherModelsCache(options, loaded.model);
-    }
-    return loaded;
-}
-
-}  // namespace
-
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
     CheckUsage(options);
+    RefuseOlderCache(options);
     if (!options.model || !IsStandard(*options.model)) {
         return LoadFromFile(options, err);
     }

@@ -27,9 +27,6 @@ LoadedModel LoadModel(const ModelOptions& options, std::ostream& err);
 // Returns the SDK's options for the load.
 orvane::Options OptionsFor(const ModelOptions& options);
 
-// Throws `Failure` if the cache file exists and the model file is newer.
-void RefuseStaleCache(const ModelOptions& options);
-
 // Writes the model with these shapes to `out`, an .xml, and its .bin. Throws as `LoadModel`.
 void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
              std::ostream& err);

@@ -1,7 +1,6 @@
 #include "cli/report/bench_page.h"
 
 #include "cli/failure.h"
-#include "cli/report/bench_page_template.h"
 #include "cli/report/bench_report.h"
 #include "platform/file.h"
 
@@ -12,6 +11,11 @@
 
 namespace Orvane::Cli {
 namespace {
+
+// The bytes of bench_page.html.
+constexpr char kTemplate[] = {
+#include "bench_page.inc"
+};
 
 // Returns a result with a value in each place.
 Json Example() {
@@ -78,7 +82,7 @@ std::string BenchPage(const std::vector<NamedResult>& results) {
         runs.push_back({{"label", named.name}, {"result", named.result}});
     }
     constexpr std::string_view kMark = "@RESULTS@";
-    std::string page(BenchPageTemplate());
+    std::string page(std::begin(kTemplate), std::end(kTemplate));
     return page.replace(page.find(kMark), kMark.size(), Embedded({{"runs", runs}}));
 }
 

@@ -1,10 +1,10 @@
-#include "cli/command_line.h"
+#include "cli/command.h"
 
 #include "cli/failure.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <limits>
+#include <cstdio>
 #include <type_traits>
 
 namespace Orvane::Cli {
@@ -51,11 +51,25 @@ CLI::Option* AddTo(CLI::App& app, const Argument& argument) {
         argument.target);
 }
 
+// Returns what is wrong with the text of a value, or an empty text. The parser refuses a text that should be a number
+// and is not.
+std::string Fault(const Argument& argument, const std::string& text) {
+    double number = 0;
+    if (text.empty()) {
+        return "the value is empty";
+    }
+    if (!argument.IsNumber() || !CLI::detail::lexical_cast(text, number)) {
+        return "";
+    }
+    const bool isInRange = number >= argument.rules.least && number <= argument.rules.most;  // false also for NaN
+    char range[128];
+    std::snprintf(range, sizeof range, "give a number from %.10g to %.10g, not ", argument.rules.least,
+                  argument.rules.most);
+    return isInRange ? "" : range + text;
+}
+
 void Apply(const ArgumentRules& rules, CLI::App& app, CLI::Option& option) {
     option.required(rules.isRequired);
-    if (rules.isAboveZero) {
-        option.check(CLI::Range(1U, std::numeric_limits<uint32_t>::max()).description(""));
-    }
     if (rules.separator != '\0') {
         option.delimiter(rules.separator);
     }
@@ -109,6 +123,9 @@ void ParseArguments(const Command& command, const std::vector<std::string>& word
     app.allow_extras();  // `RefuseExtra` refuses them with a better text
     for (const Argument& argument : command.arguments) {
         CLI::Option& option = *AddTo(app, argument);
+        if (!argument.IsFlag()) {
+            option.check([&argument](const std::string& text) { return Fault(argument, text); }, "");
+        }
         if (argument.IsList()) {
             option.allow_extra_args(argument.rules.takesSeveral);
         }

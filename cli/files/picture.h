@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
-// The functions of stb that this program uses. In a build without stb, each throws a `Failure` that says so.
 namespace Orvane::Cli {
 
 // Rows from the top, with `channels` bytes for each pixel: grey, or red, green and blue.
@@ -15,6 +15,15 @@ struct Picture {
     int channels;
     std::vector<uint8_t> pixels;
 };
+
+// Returns the orientation from the Exif data of a JPEG file: 1 (upright) to 8. Returns 1 for any other file, and if the
+// data are damaged or have no orientation.
+int ExifOrientation(std::string_view file);
+
+// Returns the picture, rotated and mirrored according to the orientation.
+Picture Upright(Picture picture, int orientation);
+
+// The functions below need stb. In a build without stb, each throws a `Failure` that says so.
 
 // Decodes the bytes of a PNG or JPEG file with any channels. Throws `Failure` for anything else; `path` is for the
 // message.

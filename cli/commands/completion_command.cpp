@@ -1,14 +1,13 @@
+#include "cli/command.h"
 #include "cli/failure.h"
-#include "cli/help.h"
 
+#include <memory>
 #include <ostream>
 #include <sstream>
 #include <string_view>
 
 namespace Orvane::Cli {
 namespace {
-
-constexpr std::string_view kShells = "bash zsh fish";
 
 std::string Names(const Commands& commands) {
     std::ostringstream names;
@@ -24,7 +23,7 @@ std::string Words(const Argument& argument, const Commands& commands) {
         case Offer::Commands:
             return Names(commands);
         case Offer::Shells:
-            return std::string(kShells);
+            return "bash zsh fish";
         default:
             return "";
     }
@@ -139,9 +138,7 @@ std::string Fish(const Commands& commands) {
     return script.str();
 }
 
-}  // namespace
-
-std::string CompletionScript(const Commands& commands, const std::string& shell) {
+std::string Script(const Commands& commands, const std::string& shell) {
     if (shell == "bash") {
         return Bash(commands);
     }
@@ -152,6 +149,17 @@ std::string CompletionScript(const Commands& commands, const std::string& shell)
         return Fish(commands);
     }
     throw WrongUsage("there is no completion for \"" + shell + "\", only for bash, zsh and fish");
+}
+
+}  // namespace
+
+Command CompletionCommand(const Commands& commands) {
+    const auto shell = std::make_shared<std::string>();
+    return {"completion",
+            "Print a script that completes these commands in a shell",
+            "source <(orvane completion bash)",
+            {{"SHELL", shell.get(), "", "bash, zsh or fish", {.isRequired = true, .offer = Offer::Shells}}},
+            [&commands, shell](std::ostream& out, std::ostream&) { out << Script(commands, *shell); }};
 }
 
 }  // namespace Orvane::Cli
