@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <type_traits>
 
@@ -51,21 +52,26 @@ CLI::Option* AddTo(CLI::App& app, const Argument& argument) {
         argument.target);
 }
 
-// Returns what is wrong with the text of a value, or an empty text. The parser refuses a text that should be a number
-// and is not.
+// Returns what is wrong with the text of a value, or an empty text.
 std::string Fault(const Argument& argument, const std::string& text) {
+    const ArgumentRules& rules = argument.rules;
     double number = 0;
     if (text.empty()) {
         return "the value is empty";
     }
-    if (!argument.IsNumber() || !CLI::detail::lexical_cast(text, number)) {
+    if (!argument.IsNumber() && !argument.Holds<std::vector<double>>()) {
         return "";
     }
-    const bool isInRange = number >= argument.rules.least && number <= argument.rules.most;  // false also for NaN
-    char range[128];
-    std::snprintf(range, sizeof range, "give a number from %.10g to %.10g, not ", argument.rules.least,
-                  argument.rules.most);
-    return isInRange ? "" : range + text;
+    const bool isNumber = CLI::detail::lexical_cast(text, number) && std::isfinite(number);
+    if (argument.IsList()) {
+        return isNumber ? "" : "give numbers, not " + text;
+    }
+    const bool isFit = isNumber && number >= rules.least && number <= rules.most &&
+                       (!argument.IsWholeNumber() || number == std::floor(number));
+    char wanted[128];
+    std::snprintf(wanted, sizeof wanted, "give a %snumber from %.10g to %.10g, not ",
+                  argument.IsWholeNumber() ? "whole " : "", rules.least, rules.most);
+    return isFit ? "" : wanted + text;
 }
 
 void Apply(const ArgumentRules& rules, CLI::App& app, CLI::Option& option) {
@@ -82,7 +88,8 @@ void Apply(const ArgumentRules& rules, CLI::App& app, CLI::Option& option) {
 }
 
 // Throws for the words that the parser did not accept, and names the mistake.
-void RefuseExtra(const Command& command, const std::vector<std::string>& extra) {
+void RefuseExtra(const Command& command, std::vector<std::string> extra) {
+    extra.erase(std::remove(extra.begin(), extra.end(), "--"), extra.end());  // only arguments follow it, no options
     if (extra.empty()) {
         return;
     }
@@ -123,7 +130,7 @@ void ParseArguments(const Command& command, const std::vector<std::string>& word
     app.allow_extras();  // `RefuseExtra` refuses them with a better text
     for (const Argument& argument : command.arguments) {
         CLI::Option& option = *AddTo(app, argument);
-        if (!argument.IsFlag()) {
+        if (!argument.Holds<bool>()) {
             option.check([&argument](const std::string& text) { return Fault(argument, text); }, "");
         }
         if (argument.IsList()) {
@@ -133,6 +140,9 @@ void ParseArguments(const Command& command, const std::vector<std::string>& word
     }
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string text = error.what();  // "--input: 1 required WHICH=FILE missing"
+        throw WrongUsage(text.substr(0, text.find(':')) + " needs a value");
     } catch (const CLI::ParseError& error) {
         RefuseExtra(command, app.remaining());
         throw WrongUsage(error.what());

@@ -44,20 +44,15 @@ struct Argument {
     ArgumentRules rules = {};
 
     bool IsOption() const { return name.starts_with("--"); }
-    bool IsFlag() const { return Holds<bool>(); }
-    bool IsList() const { return Holds<std::vector<std::string>>() || Holds<std::vector<double>>(); }
-    bool IsNumber() const {
-        return Holds<double>() || Holds<uint32_t>() || Holds<std::optional<double>>() ||
-               Holds<std::optional<uint32_t>>();
-    }
-    // Returns the argument as the help shows it: "--input WHICH=FILE".
-    std::string Call() const { return valueName.empty() ? name : name + " " + valueName; }
-
- private:
     template <typename T>
     bool Holds() const {
         return std::holds_alternative<T*>(target);
     }
+    bool IsList() const { return Holds<std::vector<std::string>>() || Holds<std::vector<double>>(); }
+    bool IsWholeNumber() const { return Holds<uint32_t>() || Holds<std::optional<uint32_t>>(); }
+    bool IsNumber() const { return IsWholeNumber() || Holds<double>() || Holds<std::optional<double>>(); }
+    // Returns the argument as the help shows it: "--input WHICH=FILE".
+    std::string Call() const { return valueName.empty() ? name : name + " " + valueName; }
 };
 
 inline std::vector<Argument> Joined(std::vector<Argument> first, const std::vector<Argument>& more) {

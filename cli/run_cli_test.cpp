@@ -126,10 +126,10 @@ TEST_F(RunCliTest, AStaleCacheIsNoticed) {
     ASSERT_EQ(Run(line + " --make-cache").err, "");
     const auto made = last_write_time(Platform::PathFromUtf8(folder.Path("c")));
     last_write_time(file, made + std::chrono::seconds(1));
-    EXPECT_THAT(Run(line).err, HasSubstr("m.xml is newer\nDelete it and give --make-cache"));
+    EXPECT_THAT(Run(line).err, HasSubstr("MODEL is newer\nDelete it and give --make-cache"));
     AddModel({1, 2}).WriteTo(folder, "m");
     last_write_time(file, made);
-    EXPECT_THAT(Run(line).err, HasSubstr("its inputs or outputs are not those of "));
+    EXPECT_THAT(Run(line).err, HasSubstr("its inputs or outputs are not those of MODEL"));
     EXPECT_EQ(Run("run --cache @c --input 0=@x").exitValue, 0) << "without MODEL the cache is what is wanted";
 }
 
@@ -220,6 +220,9 @@ const Refusal kRefusals[] = {
     {2, "info", "MODEL is missing"},
     {2, "info ''", "MODEL: the value is empty"},
     {2, "info @m.xml --device ''", "--device: the value is empty"},
+    {2, "info @m.xml --cache -", "--cache takes a file"},
+    {1, "info -- -m.xml", "there is no model file -m.xml"},
+    {1, "reshape - @out.xml", "the standard input is empty"},
     {2, "info @m.xml --cache ''", "--cache: the value is empty"},
     {2, "info @m.xml --host ''", "--host: the value is empty"},
     {2, "info @m.xml --make-cache", "--make-cache requires --cache"},
@@ -231,11 +234,14 @@ const Refusal kRefusals[] = {
     {2, "run @m.xml --input 0=@x --bgr", "for an --input that is a .png or .jpg picture"},
     {2, "run @m.xml --input 0=@x --labels @x", "--labels requires --top"},
     {2, "run @m.xml --input 0=@x --top 1 --output 0=@y", "--output excludes --top"},
-    {2, "run @m.xml --repeat 0", "--repeat: give a number from 1 to 4294967295, not 0"},
+    {2, "run @m.xml --repeat 0", "--repeat: give a whole number from 1 to 4294967295, not 0"},
     {2, "bench @m.xml --iterations 0", "--iterations"},
     {2, "bench @m.xml --iterations 1 --seconds 1", "excludes"},
-    {2, "bench @m.xml --warmup -1", "--warmup: give a number from 0"},
+    {2, "bench @m.xml --warmup -1", "--warmup: give a whole number from 0"},
     {2, "bench @m.xml --seconds 0", "--seconds: give a number from 0.001"},
+    {2, "bench @m.xml --warmup 1.5", "not 1.5"},
+    {2, "bench @m.xml --iterations", "--iterations needs a value"},
+    {2, "run @m.xml --mean 1,x", "--mean: give numbers, not x"},
     {2, "bench @m.xml --seconds nan", "--seconds: give a number from 0.001"},
     {2, "bench @m.xml --json ''", "--json: the value is empty"},
     {2, "bench @m.xml --json @y --html @y", "--json and --html name the same file"},

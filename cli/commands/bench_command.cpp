@@ -43,7 +43,9 @@ void Check(const BenchOptions& options) {
     if (options.json && options.json == options.html) {
         throw WrongUsage("--json and --html name the same file");
     }
-    RefuseSecondStandardInput({options.model.model.value_or(""), options.model.key.file.value_or("")});
+    std::vector<std::string> read = options.compare;
+    read.insert(read.end(), {options.model.model.value_or(""), options.model.key.file.value_or("")});
+    RefuseSecondStandardInput(read);
     for (const auto& file : {options.json, options.html}) {
         if (file && !IsStandard(*file)) {
             const Platform::WholeFile trial(*file);

@@ -125,9 +125,9 @@ void Decrypt(const CipherOptions& options, std::ostream& out, std::ostream& err)
 }
 
 std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
-    return Joined(ArgumentsForKey(options.key, "The key, 1 to 4 bytes"),
-                  {{"IN", &options.input, "", "The file to read", kRequiredFile},
-                   {"OUT", &options.output, "", "The file to write; can be the same as IN", kRequiredFile}});
+    return Joined({{"IN", &options.input, "", "The file to read", kRequiredFile},
+                   {"OUT", &options.output, "", "The file to write; can be the same as IN", kRequiredFile}},
+                  ArgumentsForKey(options.key, "The key, 1 to 4 bytes"));
 }
 
 }  // namespace
@@ -143,8 +143,8 @@ Command EncryptCommand() {
 
 Command DecryptCommand() {
     const auto options = std::make_shared<CipherOptions>();
-    return {"decrypt", "Decrypt a file that encrypt wrote", "orvane decrypt --key-file key.txt secret.onnx model.onnx",
-            ArgumentsForCipher(*options),
+    return {"decrypt", "Decrypt a file that orvane encrypt has written",
+            "orvane decrypt --key-file key.txt secret.onnx model.onnx", ArgumentsForCipher(*options),
             [options](std::ostream& out, std::ostream& err) { Decrypt(*options, out, err); }};
 }
 

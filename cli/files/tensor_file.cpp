@@ -159,8 +159,7 @@ constexpr Marks::value_type kEndings[] = {
 constexpr Marks::value_type kFirstBytes[] = {{"\x93NUMPY", FileFormat::Npy},
                                              {"PK\3\4", FileFormat::Npz},
                                              {"\x89PNG", FileFormat::Picture},
-                                             {"\xff\xd8\xff", FileFormat::Picture},
-                                             {"GIF8", FileFormat::OtherPicture}};
+                                             {"\xff\xd8\xff", FileFormat::Picture}};
 
 template <typename Matches>
 FileFormat FormatWith(Marks marks, Matches matches) {

@@ -88,7 +88,7 @@ std::optional<std::string> DeviceHint(const std::optional<std::string>& given) {
     for (const std::string& name : names) {
         listed += (listed.empty() ? "" : ", ") + name;
     }
-    return "This machine has no device " + device + ", only " + listed + ": leave --device out for the CPU.";
+    return "This machine has no device " + device + ", only " + listed + ".";
 }
 
 bool HasOneOf(const std::string& text, std::initializer_list<const char*> parts) {

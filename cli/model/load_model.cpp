@@ -71,17 +71,26 @@ LoadedModel LoadWithShapes(const ModelOptions& options, std::ostream& err) {
     return {std::move(files), std::move(model)};
 }
 
-// Writes a model from the standard input to a file whose ending fits its format.
-std::string KeepStandardInput(const Platform::PrivateFolder& folder) {
+// If the model comes from the standard input, writes it to a file in a new folder, and names that file in `options`.
+// The name's ending fits the model's format.
+std::unique_ptr<Platform::PrivateFolder> KeepStandardInput(ModelOptions& options) {
+    if (!options.model || !IsStandard(*options.model)) {
+        return nullptr;
+    }
     const std::string bytes = ReadInput("-");
+    if (bytes.empty()) {
+        throw Failure("the standard input is empty",
+                      {"Redirect a model file to it, as in orvane info - < model.onnx."});
+    }
     if (bytes.starts_with("<")) {
         throw Failure("the standard input holds an .xml, whose weights are in another file",
                       {"Give a model that is one file, such as .onnx or .tflite."});
     }
+    auto folder = TemporaryFolder();
     const bool isTflite = bytes.size() > 8 && bytes.compare(4, 4, "TFL3") == 0;
-    const std::string path = Platform::Utf8FromPath(folder.Path() / (isTflite ? "model.tflite" : "model.onnx"));
-    WriteFile(path, bytes);
-    return path;
+    options.model = Platform::Utf8FromPath(folder->Path() / (isTflite ? "model.tflite" : "model.onnx"));
+    WriteFile(*options.model, bytes);
+    return folder;
 }
 
 bool HasCache(const ModelOptions& options) {
@@ -104,7 +113,7 @@ bool HasSameTensors(const std::vector<orvane::Tensor>& left, const std::vector<o
 void RefuseOtherModelsCache(const ModelOptions& options, const orvane::Model& loaded) {
     const orvane::FileTensors file = orvane::DescribeFile(*options.model);
     if (!HasSameTensors(file.inputs, loaded.Inputs()) || !HasSameTensors(file.outputs, loaded.Outputs())) {
-        RefuseCache(options, "its inputs or outputs are not those of " + *options.model);
+        RefuseCache(options, "its inputs or outputs are not those of MODEL");
     }
 }
 
@@ -117,7 +126,7 @@ void RefuseOlderCache(const ModelOptions& options) {
     const auto cacheTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.cache), unknown);
     const auto modelTime = std::filesystem::last_write_time(Platform::PathFromUtf8(*options.model), unknown);
     if (!unknown && modelTime > cacheTime) {
-        RefuseCache(options, *options.model + " is newer");
+        RefuseCache(options, "MODEL is newer");
     }
 }
 
@@ -154,16 +163,18 @@ orvane::Options OptionsFor(const ModelOptions& options) {
 
 void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
              std::ostream& err) {
-    RefuseFolder(options);
-    const LoadProgress progress(*options.model, err);
+    ModelOptions kept = options;
+    const auto folder = KeepStandardInput(kept);
+    RefuseFolder(kept);
+    const LoadProgress progress(*kept.model, err);
     orvane::InputShapes resolved;
     try {
-        resolved = ResolveShapes(shapes, orvane::DescribeFile(*options.model).inputs);
+        resolved = ResolveShapes(shapes, orvane::DescribeFile(*kept.model).inputs);
     } catch (const orvane::Error& error) {
-        throw Failure(error.what(), LoadHints(options, error));
+        throw Failure(error.what(), LoadHints(kept, error));
     }
     try {
-        orvane::ReshapeFile(*options.model, resolved, out);
+        orvane::ReshapeFile(*kept.model, resolved, out);
     } catch (const orvane::Error& error) {
         if (error.GetReason() != orvane::Reason::Runtime) {
             throw;
@@ -175,14 +186,10 @@ void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shap
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
     CheckUsage(options);
     RefuseOlderCache(options);
-    if (!options.model || !IsStandard(*options.model)) {
-        return LoadFromFile(options, err);
-    }
-    auto folder = TemporaryFolder();
     ModelOptions kept = options;
-    kept.model = KeepStandardInput(*folder);
+    auto folder = KeepStandardInput(kept);
     LoadedModel loaded = LoadFromFile(kept, err);
-    return {std::move(folder), std::move(loaded.model)};
+    return {folder ? std::move(folder) : std::move(loaded.files), std::move(loaded.model)};
 }
 
 LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) : stream(err) {

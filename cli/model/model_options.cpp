@@ -1,6 +1,7 @@
 #include "cli/model/model_options.h"
 
 #include "cli/failure.h"
+#include "cli/files/bytes.h"
 #include "platform/process.h"
 
 namespace Orvane::Cli {
@@ -23,7 +24,7 @@ std::vector<Argument> ArgumentsForModel(ModelOptions& options, const std::vector
          kFile}};
     const std::vector<Argument> about = {
         ArgumentForShapes(options.shapes),
-        {"--device", &options.device, "NAME", "Run the model on this device (default: CPU); see orvane devices"},
+        {"--device", &options.device, "NAME", "Run the model on this device (default: CPU); orvane devices lists them"},
         {"--cache", &options.cache, "FILE", "Load the compiled model from this file if it exists, instead of MODEL",
          kFile},
         {"--make-cache",
@@ -33,11 +34,11 @@ std::vector<Argument> ArgumentsForModel(ModelOptions& options, const std::vector
          {.needs = "--cache"}},
     };
     const std::vector<Argument> host = {
-        {"--remote", &options.remote, "", "Run the model in a host process, orvane_host beside this program"},
+        {"--remote", &options.remote, "", "Run the model in a host process: orvane_host, in the folder of orvane"},
         {"--host",
          &options.host,
          "PROGRAM",
-         "Run the model in a host process of this program",
+         "The same with this host program",
          {.excludes = "--remote", .offer = Offer::Files}},
         {"--timeout", &options.timeout, "SECONDS", "End the host process if a call takes longer (default: no limit)",
          kSeconds},
@@ -57,6 +58,9 @@ Argument ArgumentForShapes(std::vector<std::string>& shapes) {
 void CheckUsage(const ModelOptions& options) {
     if (!options.model && !options.cache) {
         throw WrongUsage("MODEL is missing; only --cache can replace it");
+    }
+    if (options.cache && IsStandard(*options.cache)) {
+        throw WrongUsage("--cache takes a file, and not -");
     }
     if ((options.timeout || options.loadTimeout) && !options.HostProgram()) {
         throw WrongUsage(

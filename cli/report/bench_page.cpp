@@ -1,8 +1,8 @@
 #include "cli/report/bench_page.h"
 
 #include "cli/failure.h"
+#include "cli/files/bytes.h"
 #include "cli/report/bench_report.h"
-#include "platform/file.h"
 
 #include <algorithm>
 #include <iterator>
@@ -66,9 +66,8 @@ std::string Embedded(const Json& object) {
 }  // namespace
 
 NamedResult ReadBenchResult(const std::string& path) {
-    std::ifstream file = Platform::OpenInputFile(path);
     constexpr bool kThrows = false;
-    NamedResult named{path, Json::parse(file, nullptr, kThrows)};
+    NamedResult named{path, Json::parse(ReadInput(path), nullptr, kThrows)};
     if (const auto fault = Fault(named.result)) {
         throw Failure(path + " holds no result of this version of orvane: " + *fault,
                       {"Give a file that `orvane bench --json FILE` has written."});
