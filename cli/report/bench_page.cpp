@@ -10,12 +10,11 @@
 #include <string_view>
 
 namespace Orvane::Cli {
-namespace {
 
-// The bytes of bench_page.html.
-constexpr char kTemplate[] = {
-#include "bench_page.inc"
-};
+// Returns the bytes of bench_page.html. CMake writes the source of this function.
+std::string_view BenchPageTemplate();
+
+namespace {
 
 // Returns a result with a value in each place.
 Json Example() {
@@ -81,7 +80,7 @@ std::string BenchPage(const std::vector<NamedResult>& results) {
         runs.push_back({{"label", named.name}, {"result", named.result}});
     }
     constexpr std::string_view kMark = "@RESULTS@";
-    std::string page(std::begin(kTemplate), std::end(kTemplate));
+    std::string page(BenchPageTemplate());
     return page.replace(page.find(kMark), kMark.size(), Embedded({{"runs", runs}}));
 }
 
