@@ -87,7 +87,7 @@ case "$*" in
         deep=$*
         run ./dev setup lint
         lintQuickly
-        run .deps/prose/bin/python tools/check_prose.py README.md CONTRIBUTING.md CHANGELOG.md python/README.md docs/*.md
+        run .deps/prose/bin/python tools/check_prose.py README.md CONTRIBUTING.md CHANGELOG.md {python,dotnet}/README.md docs/*.md
         lintThoroughly
         ;;
     --quick)
