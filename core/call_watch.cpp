@@ -63,7 +63,7 @@ void CallWatch::AskProgress() {
         return;
     }
     if (progress(user, static_cast<int32_t>(step)) != 0) {
-        throw CallGivenUp();
+        throw CallCancelled();
     }
     nextProgress = Clock::now() + kBetweenProgress;
 }

@@ -14,7 +14,7 @@ enum class LoadStep : int32_t { None, Reading, Compiling, Importing, Writing, St
 struct CallStopped : std::exception {
     const char* what() const noexcept override { return "the call was stopped"; }
 };
-struct CallGivenUp : CallStopped {};
+struct CallCancelled : CallStopped {};
 struct CallTimedOut : CallStopped {};
 
 // While a watch exists, all operations of its thread share one deadline for their waits for host processes, and
@@ -33,10 +33,10 @@ class CallWatch {
 
     // Operations call these functions, which do nothing if this thread has no watch.
 
-    // Call this when a load begins `step`. Throws `CallGivenUp` if `progress` cancels.
+    // Call this when a load begins `step`. Throws `CallCancelled` if `progress` cancels.
     static void Enter(LoadStep step);
 
-    // Throws `CallTimedOut` after the deadline. Calls `progress` if it is due, and throws `CallGivenUp` if that
+    // Throws `CallTimedOut` after the deadline. Calls `progress` if it is due, and throws `CallCancelled` if that
     // cancels.
     static void Look();
 

@@ -6,6 +6,10 @@
 
 namespace Orvane {
 
+// How a host process ended that the client ended: by an interrupt, a wrong reply, or a time limit in milliseconds (0:
+// the limit of 55 hours). `cause` names the case.
+HostEnd EndedByClient(HostEndCause cause, uint32_t timeLimit = 0);
+
 // Controls the host process of a backend, for threads that must not wait for the backend's operations. Thread-safe,
 // also while an operation runs or the backend is being destroyed.
 class HostControl {

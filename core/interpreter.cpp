@@ -132,7 +132,7 @@ HostEnd Interpreter::GetHostEnd() const {
         return host->GetEnd();
     }
     return shared != nullptr && shared->hasHost
-               ? HostEnd{HostEndCauseUnknown, 0, "only the process that this one was forked from has it"}
+               ? HostEnd{HostEndCauseUnknown, 0, "only the parent of this forked process knows it"}
                : HostEnd();
 }
 

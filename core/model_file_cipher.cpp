@@ -167,7 +167,7 @@ void ModelFileCipher::Encrypt(uint8_t* chunk, uint32_t size) const {
     }
 }
 
-bool ModelFileCipher::EncryptIfItComesBack(std::vector<uint8_t>& chunk) const {
+bool ModelFileCipher::EncryptIfReversible(std::vector<uint8_t>& chunk) const {
     const auto size = static_cast<uint32_t>(chunk.size());
     std::vector<uint8_t> secret = chunk;
     Encrypt(secret.data(), size);

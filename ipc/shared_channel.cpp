@@ -37,7 +37,7 @@ int32_t NextChannelNumber() {
     return ++last;
 }
 
-std::atomic<bool> passesOverTakenNames{false};
+std::atomic<bool> skipsTakenNames{false};
 
 Platform::Event CreateEvent(const std::string& name, const char* failure) {
     Platform::Event event = Platform::Event::Create(name);
@@ -65,14 +65,14 @@ std::shared_ptr<Platform::View> MapView(const Platform::Section& section, uint64
 
 }  // namespace
 
-void PassOverTakenNames() {
-    passesOverTakenNames = true;
+void SkipTakenNames() {
+    skipsTakenNames = true;
 }
 
 void SharedChannel::Create(uint32_t size) {
     Platform::RemoveAbandoned({"Result", "Call", "Channel"});
     std::optional<Platform::NamesHeld> held;
-    if (passesOverTakenNames && !held.emplace()) {
+    if (skipsTakenNames && !held.emplace()) {
         ThrowSystemError("CreateMutex error");
     }
     int32_t number = NextChannelNumber();

@@ -17,7 +17,7 @@ constexpr const char* kSectionError = "CreateFileMapping error";
 // Makes the channels of this process skip numbers whose names another process uses. On Windows, two running copies of
 // one program form the same names. If their clients do not call this function, they share a channel. This is
 // deliberate.
-void PassOverTakenNames();
+void SkipTakenNames();
 
 // Connects one client to one host process. The section holds a request or its reply. Two events pass the section to the
 // other side: only the client uses it until the client sets the Call event; then only the host process uses it until

@@ -59,7 +59,8 @@ class HostProcess {
     Owned<State> state;
 };
 
-// "signal 4 (SIGILL)", "exit value 127", "exit value 0xC0000005 (access violation)".
+// How the process ended and, if the system's number suggests a reason, that reason: "signal 11 (SIGSEGV)",
+// "signal 4 (SIGILL), the processor lacks an instruction that the runtime used", "exit value 0xC0000409, fast fail".
 std::string Describe(const ProcessEnd& end);
 
 }  // namespace Orvane::Platform

@@ -26,7 +26,7 @@ std::filesystem::path FinalPlace(const std::string& path) {
     }
     const std::filesystem::file_status status = std::filesystem::status(place, ignored);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw FileError(path + (std::filesystem::is_directory(status) ? " is a folder" : " is no ordinary file") +
+        throw FileError(path + (std::filesystem::is_directory(status) ? " is a folder" : " is not an ordinary file") +
                         "; name a file to write");
     }
     if (place.has_parent_path() && IsMissing(place.parent_path())) {

@@ -65,20 +65,10 @@ void RunningHost::NoteEnd(HostEndCause cause) {
     if (own.isInterrupted) {
         cause = HostEndCauseInterrupted;
     }
-    switch (cause) {
-        case HostEndCauseInterrupted:
-            own.end = {cause, 0, "interrupted"};
-            break;
-        case HostEndCauseTimeLimit:
-            own.end = {
-                cause, timeLimit,
-                timeLimit != 0 ? "time limit of " + std::to_string(timeLimit) + " ms" : "no answer for 55 hours"};
-            break;
-        case HostEndCauseBadReply:
-            own.end = {cause, 0, "a reply that cannot be one"};
-            break;
-        default:
-            own.end = own.process ? EndOf(own.process.End()) : HostEnd();
+    if (cause != HostEndCauseUnknown) {
+        own.end = EndedByClient(cause, timeLimit);
+    } else {
+        own.end = own.process ? EndOf(own.process.End()) : HostEnd();
     }
 }
 
@@ -91,7 +81,7 @@ bool RunningHost::Terminate() {
     const std::string error = std::to_string(Platform::LastError());
     own.end.cause = own.end.cause == HostEndCauseNone ? HostEndCauseUnknown : own.end.cause;
     own.end.text += (own.end.text.empty() ? "" : ", ") +
-                    ("only asked to end: the system does not let this process end it, error " + error);
+                    ("the system refused to end it, with error " + error + ", so it was asked to exit");
     return false;
 }
 

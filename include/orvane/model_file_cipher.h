@@ -28,7 +28,7 @@ struct ModelFileCipher {
     void Decrypt(uint8_t* chunk, uint32_t size) const;
 
     /// Does the same as `Encrypt`. Returns false and leaves the chunk unchanged if `Decrypt` could not restore it.
-    bool EncryptIfItComesBack(std::vector<uint8_t>& chunk) const;
+    bool EncryptIfReversible(std::vector<uint8_t>& chunk) const;
 
     /// Pads a chunk of 1 to 15 bytes to 16 bytes, with blanks if it is text and with zeros otherwise: readers of models
     /// skip both. Returns the number of bytes that it added.

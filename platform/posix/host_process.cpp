@@ -237,16 +237,24 @@ void HostProcess::Close() {
 }
 
 std::string Describe(const ProcessEnd& end) {
-    switch (end.kind) {
-        case ProcessEnd::Kind::ExitValue:
-            return "exit value " + std::to_string(end.value);
-        case ProcessEnd::Kind::Signal: {
-            const char* name = sigabbrev_np(static_cast<int>(end.value));
-            return "signal " + std::to_string(end.value) + (name != nullptr ? std::string(" (SIG") + name + ")" : "");
-        }
-        default:
-            return "unknown";
+    const std::string value = std::to_string(end.value);
+    if (end.kind == ProcessEnd::Kind::ExitValue) {
+        return "exit value " + value + (end.value == 127 ? ", a library that it needs was not found" : "");
     }
+    if (end.kind != ProcessEnd::Kind::Signal) {
+        return "unknown";
+    }
+    const std::pair<uint32_t, const char*> reasons[] = {
+        {SIGILL, ", the processor lacks an instruction that the runtime used"},
+        {SIGABRT, ", it aborted, for instance because there was not enough memory"},
+        {SIGKILL, ", a user or program killed it, or the system did when memory ran out"},
+    };
+    const char* name = sigabbrev_np(static_cast<int>(end.value));
+    std::string text = "signal " + value + (name != nullptr ? std::string(" (SIG") + name + ")" : "");
+    for (const auto& [signal, reason] : reasons) {
+        text += signal == end.value ? reason : "";
+    }
+    return text;
 }
 
 }  // namespace Orvane::Platform

@@ -104,16 +104,22 @@ std::string Describe(const ProcessEnd& end) {
     if (end.value < 0xC0000000) {
         return "exit value " + std::to_string(static_cast<int32_t>(end.value));
     }
-    const std::pair<uint32_t, const char*> names[] = {
-        {0xC0000005, "access violation"}, {0xC0000017, "no memory"},        {0xC000001D, "illegal instruction"},
-        {0xC00000FD, "stack overflow"},   {0xC0000135, "a DLL is missing"}, {0xC0000139, "a DLL is of another version"},
-        {0xC000013A, "Ctrl-C"},           {0xC0000374, "heap corruption"},  {0xC0000409, "fast fail"},
+    const std::pair<uint32_t, const char*> reasons[] = {
+        {0xC0000005, ", access violation"},
+        {0xC0000017, ", there was not enough memory"},
+        {0xC000001D, ", the processor lacks an instruction that the runtime used"},
+        {0xC00000FD, ", stack overflow"},
+        {0xC0000135, ", a DLL that it needs was not found"},
+        {0xC0000139, ", a DLL that it needs has another version"},
+        {0xC000013A, ", Ctrl-C"},
+        {0xC0000374, ", heap corruption"},
+        {0xC0000409, ", fast fail"},
     };
     char number[16];
     std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned int>(end.value));
     std::string text = std::string("exit value ") + number;
-    for (const auto& [value, name] : names) {
-        text += value == end.value ? std::string(" (") + name + ")" : "";
+    for (const auto& [value, reason] : reasons) {
+        text += value == end.value ? reason : "";
     }
     return text;
 }

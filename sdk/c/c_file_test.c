@@ -23,9 +23,9 @@ void TestFiles(const char* host) {
     MISSES(orvane_encrypt_file("missing", secret, key, 4, 1, NULL, NULL), "there is no file missing");
     FAILS(orvane_encrypt_file(model, ".", key, 4, 1, NULL, NULL), ORVANE_REFUSED, "is a folder");
     FAILS(orvane_encrypt_file(Write("short", "abc"), secret, key, 4, 0, NULL, NULL), ORVANE_REFUSED,
-          "would not come back");
+          "could not be restored");
     FAILS(orvane_encrypt_file(Write("face.TFLite", "long enough to come back"), secret, key, 4, 0, NULL, NULL),
-          ORVANE_REFUSED, "face.TFLite could not be read back: only .xml with its .bin and .onnx can be encrypted");
+          ORVANE_REFUSED, "face.TFLite could not be read again: only .xml with its .bin, and .onnx, can be encrypted");
     EXPECT(fopen(secret, "rb") == NULL);
     SUCCEEDS(orvane_encrypt_file(model, secret, key, 4, 1, NULL, NULL));
     SUCCEEDS(orvane_decrypt_file(secret, "back.xml", key, 4, NULL, NULL));

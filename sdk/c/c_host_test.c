@@ -26,9 +26,10 @@ static void TestEnds(const char* stub) {
     } kEnds[] = {
         {"echo 4;sleep 20000", ORVANE_HOST_END_TIME_LIMIT, "time limit of 1000 ms; restart the model, or"},
         {"echo 4;crash", isWindows ? ORVANE_HOST_END_EXIT : ORVANE_HOST_END_SIGNAL,
-         isWindows ? "(fast fail); restart the model"
-                   : "signal 6 (SIGABRT), it gave up, for instance because there was not enough memory; restart"},
-        {"echo 4;exit 127", ORVANE_HOST_END_EXIT, "exit value 127, a library that it needs was not found; restart"},
+         isWindows ? ", fast fail; restart the model"
+                   : "signal 6 (SIGABRT), it aborted, for instance because there was not enough memory; restart"},
+        {"echo 4;exit 127", ORVANE_HOST_END_EXIT,
+         isWindows ? "exit value 127; restart" : "exit value 127, a library that it needs was not found; restart"},
         {"echo 4;exit -1073741515", ORVANE_HOST_END_EXIT,
          isWindows ? ", a DLL that it needs was not found; restart" : "exit value 53; restart"},
         {"echo 4;exit -1073741801", ORVANE_HOST_END_EXIT,
@@ -88,12 +89,12 @@ static void TestProgress(const char* stub) {
     SUCCEEDS(orvane_run(model));
     EXPECT(progress.calls[ORVANE_LOAD_NONE] >= 3 && progress.calls[ORVANE_LOAD_NONE] <= 7);  // in 1.3 s
 
-    progress.givenUpAtCall = progress.calls[ORVANE_LOAD_NONE] + 1;
-    FAILS(orvane_run(model), ORVANE_CANCELLED, "gave the call up, and the host process was ended");
-    ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "because the progress function gave a call up");
-    progress.givenUpAtStep = ORVANE_LOAD_STARTING_HOST;
-    progress.givenUpAtCall = progress.calls[ORVANE_LOAD_STARTING_HOST] + 1;
-    FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function gave up loading the model");
+    progress.cancelAtCall = progress.calls[ORVANE_LOAD_NONE] + 1;
+    FAILS(orvane_run(model), ORVANE_CANCELLED, "cancelled the call, and the host process was ended");
+    ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "because the progress function cancelled a call");
+    progress.cancelAtStep = ORVANE_LOAD_STARTING_HOST;
+    progress.cancelAtCall = progress.calls[ORVANE_LOAD_STARTING_HOST] + 1;
+    FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function cancelled the load of the model");
     ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "restart");
     SUCCEEDS(orvane_restart(model));
     SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
@@ -105,9 +106,9 @@ static void TestProgress(const char* stub) {
     options = StubOptions("hang", stub);
     options.progress = CountSteps;
     options.progress_user = &progress;
-    progress.givenUpAtStep = ORVANE_LOAD_IN_HOST;
-    progress.givenUpAtCall = 3;  // one call at the step, the others during the wait
-    FAILS(TryOpen(options), ORVANE_CANCELLED, "the progress function gave up loading the model");
+    progress.cancelAtStep = ORVANE_LOAD_IN_HOST;
+    progress.cancelAtCall = 3;  // one call at the step, the others during the wait
+    FAILS(TryOpen(options), ORVANE_CANCELLED, "the progress function cancelled the load of the model");
 }
 
 // Each reply takes less than the time limit, and all together take more.
@@ -138,9 +139,9 @@ static void TestTheReaderOfACache(const char* stub) {
     options.load_time_limit_ms = 0;
     options.progress = CountSteps;
     options.progress_user = &progress;
-    progress.givenUpAtStep = ORVANE_LOAD_IN_HOST;
-    progress.givenUpAtCall = 4;
-    FAILS(TryOpen(options), ORVANE_CANCELLED, "gave up loading");
+    progress.cancelAtStep = ORVANE_LOAD_IN_HOST;
+    progress.cancelAtCall = 4;
+    FAILS(TryOpen(options), ORVANE_CANCELLED, "cancelled the load");
     EXPECT(progress.calls[ORVANE_LOAD_STARTING_HOST] == 2);
     EXPECT(fopen("read_for_ever", "rb") == NULL);
 }
@@ -172,8 +173,8 @@ static void TestWrongReplies(const char* stub) {
         orvane_close(model);
     }
     // The status has a value of another type, or begins after the end of the section.
-    static const char* const kNoReplies[][2] = {{"echo 4;claim 8", "it sent what cannot be a reply"},
-                                                {"echo 4;claim -16", "a reply that cannot be one"}};
+    static const char* const kNoReplies[][2] = {{"echo 4;claim 8", "it sent an invalid reply"},
+                                                {"echo 4;claim -16", "it sent an invalid reply"}};
     for (size_t i = 0; i < sizeof kNoReplies / sizeof kNoReplies[0]; ++i) {
         model = Open(StubOptions(kNoReplies[i][0], stub));
         for (int round = 0; round < 2; ++round) {

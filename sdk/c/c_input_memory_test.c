@@ -64,7 +64,7 @@ static void TestRefusals(const char* host) {
     // Every other call makes the memory invalid.
     FAILS(orvane_set_input(model, 0, memory, 8), ORVANE_BAD_ARGUMENT, "in input memory that is not valid for it");
     FAILS(orvane_get_output(model, 0, memory + 1, 4), ORVANE_BAD_ARGUMENT, "has 8 bytes");
-    FAILS(orvane_get_output(model, 0, memory, 8), ORVANE_BAD_ARGUMENT, "is input memory: pass memory of your own");
+    FAILS(orvane_get_output(model, 0, memory, 8), ORVANE_BAD_ARGUMENT, "is input memory: pass other memory");
     if (host != NULL) {  // in this process the output of this model is the buffer of its input
         SUCCEEDS(orvane_view_output(model, 0, &view, &bytes));
         SUCCEEDS(orvane_set_input(model, 0, view, 8));

@@ -293,9 +293,9 @@ static void TestProgressInThisProcess(void) {
     options.progress_user = &progress;
     orvane_model* model = Open(options);
     EXPECT(progress.calls[ORVANE_LOAD_READING] == 1 && progress.calls[ORVANE_LOAD_COMPILING] == 1);
-    progress.givenUpAtStep = ORVANE_LOAD_COMPILING;
-    progress.givenUpAtCall = 2;
-    FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function gave up loading the model");
+    progress.cancelAtStep = ORVANE_LOAD_COMPILING;
+    progress.cancelAtCall = 2;
+    FAILS(orvane_restart(model), ORVANE_CANCELLED, "the progress function cancelled the load of the model");
     SUCCEEDS(orvane_infer(model, &input, 1, &output, 1));
     EXPECT(received[1] == 2);
     orvane_close(model);

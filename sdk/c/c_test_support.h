@@ -36,12 +36,12 @@ orvane_model* Open(orvane_options options);
 orvane_error* TryOpen(orvane_options options);
 orvane_tensor Describe(const orvane_model* model, int32_t side);
 
-// The calls of a progress function, and when it gives up.
+// The calls of a progress function, and when it cancels.
 typedef struct Progress {
-    int calls[7];           // by step
-    int32_t givenUpAtStep;  // gives up at this step,
-    int givenUpAtCall;      // at the call of this number for that step; 0: never
-    orvane_model* model;    // unless null, the function runs and then interrupts this model
+    int calls[7];          // by step
+    int32_t cancelAtStep;  // cancels at this step,
+    int cancelAtCall;      // at the call of this number for that step; 0: never
+    orvane_model* model;   // unless null, the function runs and then interrupts this model
 } Progress;
 
 int32_t CountSteps(void* user, int32_t step);

@@ -25,7 +25,7 @@ void Transform(const std::string& in, const std::string& out, const FileProgress
     uint64_t done = 0;
     Platform::TransformFile(in, out, ModelFileCipher::kChunkSize, [&](Chunk& chunk) {
         if (progress.progress != nullptr && progress.progress(progress.user, done, total) != 0) {
-            throw Failure(ORVANE_CANCELLED, "the progress function gave up; " + out + " was not written");
+            throw Failure(ORVANE_CANCELLED, "the progress function cancelled the call; " + out + " was not written");
         }
         done += chunk.size();
         transform(chunk);
@@ -41,7 +41,7 @@ void RefuseOtherFormats(const std::string& path) {
     for (const char* other : {".tflite", ".pb", ".pdmodel", ".pdiparams"}) {
         if (ending == other) {
             throw Refused(path +
-                          " could not be read back: only .xml with its .bin and .onnx can be encrypted; write the "
+                          " could not be read again: only .xml with its .bin, and .onnx, can be encrypted; write the "
                           "model as .xml first");
         }
     }
@@ -56,11 +56,11 @@ void EncryptFile(const std::string& in, const std::string& out, const ModelFileC
         if (pad) {
             ModelFileCipher::Pad(chunk);
         }
-        if (!cipher.EncryptIfItComesBack(chunk)) {
-            throw Refused(in + " would not come back whole: its last piece of 4 MiB has only " +
+        if (!cipher.EncryptIfReversible(chunk)) {
+            throw Refused(in + " could not be restored: its last piece of 4 MiB has only " +
                           std::to_string(chunk.size()) +
-                          " bytes, and the format loses bits of a piece of 1 to 15 bytes; let it be padded to 16 bytes "
-                          "with blanks or zeros, which a reader of models skips");
+                          " bytes, and the format loses bits of a piece of 1 to 15 bytes; pad it to 16 bytes with "
+                          "blanks or zeros, which readers of models skip");
         }
     });
 }

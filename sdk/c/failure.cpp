@@ -10,7 +10,6 @@
 #include <new>
 #include <string_view>
 #include <system_error>
-#include <tuple>
 #include <utility>
 
 namespace Orvane::C {
@@ -108,26 +107,6 @@ int32_t CauseOf(const HostEnd& end) {
     }
 }
 
-// Returns a likely reason for the end of a host process.
-const char* MeaningOf(const HostEnd& end) {
-    // Only Linux has signals, and only Windows has large exit values.
-    static constexpr std::tuple<HostEndCause, uint32_t, const char*> kMeanings[] = {
-        {HostEndCauseExit, 127, ", a library that it needs was not found"},
-        {HostEndCauseExit, 0xC0000135, ", a DLL that it needs was not found"},
-        {HostEndCauseSignal, 4, ", the processor lacks an instruction that the runtime used"},
-        {HostEndCauseExit, 0xC000001D, ", the processor lacks an instruction that the runtime used"},
-        {HostEndCauseSignal, 6, ", it gave up, for instance because there was not enough memory"},
-        {HostEndCauseSignal, 9, ", somebody killed it, or the system did when memory ran out"},
-        {HostEndCauseExit, 0xC0000017, ", there was not enough memory"},
-    };
-    for (const auto& [cause, value, meaning] : kMeanings) {
-        if (cause == end.cause && value == end.value) {
-            return meaning;
-        }
-    }
-    return "";
-}
-
 const char* AdviceFor(const HostEnd& end, bool isLoaded) {
     switch (end.cause) {
         case HostEndCauseTimeLimit:
@@ -148,9 +127,8 @@ Failure FailureOf(const Status& status) {
     const std::string text = status.message.substr(0, status.message.find_last_not_of("\n ") + 1);
     if (reason == ORVANE_SYSTEM) {
         return {reason,
-                Explained(
-                    "the system cannot give what a host process needs: " + std::system_category().message(status.code),
-                    text),
+                Explained("the system lacks what a host process needs: " + std::system_category().message(status.code),
+                          text),
                 status.code};
     }
     if (const Shortage* shortage = ShortageOf(text); shortage != nullptr) {
@@ -179,7 +157,7 @@ Failure HostStartFailure(const std::string& program, const Status& status) {
 Failure HostEndedFailure(const HostEnd& end, bool isLoaded) {
     std::string text =
         isLoaded ? "the host process has ended: " : "the host process ended before the model was loaded: ";
-    text.append(end.text.empty() ? "the system does not say how" : end.text).append(MeaningOf(end));
+    text.append(end.text.empty() ? "the system does not say how" : end.text);
     text.append("; ").append(AdviceFor(end, isLoaded));
     return {ORVANE_HOST_ENDED, Explained(text, kHostExit), 0, CauseOf(end)};
 }
@@ -198,7 +176,7 @@ orvane_error* CaughtError() noexcept {
         } catch (const std::exception& error) {
             return MakeError(ORVANE_RUNTIME, 0, error.what());
         } catch (...) {
-            return MakeError(ORVANE_RUNTIME, 0, "the inference runtime failed without saying why");
+            return MakeError(ORVANE_RUNTIME, 0, "the inference runtime failed and gave no reason");
         }
     } catch (...) {
         return NoMemory();

@@ -39,7 +39,7 @@ void InputMemory::CheckSource(const Port& input, const void* data) const {
 void InputMemory::CheckTarget(const Port& output, const void* data, uint64_t bytes) const {
     for (const auto& [index, own] : lent) {
         if (own.Overlaps(data, bytes)) {
-            throw BadArgument("the memory for " + output.Label() + " is input memory: pass memory of your own");
+            throw BadArgument("the memory for " + output.Label() + " is input memory: pass other memory");
         }
     }
 }

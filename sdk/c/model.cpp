@@ -1,5 +1,6 @@
 #include "sdk/c/model.h"
 
+#include "core/host_control.h"
 #include "sdk/c/load.h"
 
 #include <algorithm>
@@ -17,7 +18,7 @@ constexpr uint64_t kMostDescriptionBytes = 64'000'000;
 constexpr size_t kMostNames = 10;
 
 Failure BadReply(bool isLoaded) {
-    return HostEndedFailure({HostEndCauseBadReply, 0, "it sent what cannot be a reply"}, isLoaded);
+    return HostEndedFailure(EndedByClient(HostEndCauseBadReply), isLoaded);
 }
 
 // Returns the index and name of each tensor, for a message: `0 "x", 1 "y"`.
@@ -38,7 +39,7 @@ Model::Call::Call(Model& which, uint32_t milliseconds, bool hasProgress)
         model.end = HostEndedFailure(model.interpreter.GetHostEnd(), true);
     } else if (model.inCall) {
         throw BadArgument(
-            "the model is used by the call that its progress function belongs to: in that function only interrupt it, "
+            "the model is in the call that runs this progress function: until it returns, only interrupt this model, "
             "or "
             "use other models");
     }
@@ -64,10 +65,9 @@ void Model::RethrowCaught() {
         }
         throw;
     } catch (const CallTimedOut&) {
-        EndHost(HostEndedFailure({HostEndCauseTimeLimit, limit, "time limit of " + std::to_string(limit) + " ms"},
-                                 isLoaded));
-    } catch (const CallGivenUp&) {
-        GiveUp();
+        EndHost(HostEndedFailure(EndedByClient(HostEndCauseTimeLimit, limit), isLoaded));
+    } catch (const CallCancelled&) {
+        Cancel();
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception&) {
@@ -84,26 +84,26 @@ void Model::EndHost(const Failure& failure) {
     throw Failure(failure);
 }
 
-void Model::GiveUp() {
+void Model::Cancel() {
     if (isInterrupted) {
-        EndHost(HostEndedFailure({HostEndCauseInterrupted, 0, "interrupted"}, isLoaded));
+        EndHost(HostEndedFailure(EndedByClient(HostEndCauseInterrupted), isLoaded));
     }
     if (!IsRemote()) {
-        throw Failure(ORVANE_CANCELLED, "the progress function gave up loading the model");
+        throw Failure(ORVANE_CANCELLED, "the progress function cancelled the load of the model");
     }
     interpreter.Release();
     end = Failure(ORVANE_HOST_ENDED,
-                  "the host process was ended, because the progress function gave a call up; restart the model", 0,
+                  "the host process was ended, because the progress function cancelled a call; restart the model", 0,
                   ORVANE_HOST_END_INTERRUPTED);
     throw Failure(ORVANE_CANCELLED, isLoaded
-                                        ? "the progress function gave the call up, and the host process was ended; "
+                                        ? "the progress function cancelled the call, and the host process was ended; "
                                           "restart the model"
-                                        : "the progress function gave up loading the model");
+                                        : "the progress function cancelled the load of the model");
 }
 
 Model::Model(LoadRequest loadRequest) : request(std::move(loadRequest)) {
     const Call call = Call::ForLoad(*this);
-    ports = Talk([this] { return Load(interpreter); });
+    ports = UseInterpreter([this] { return Load(interpreter); });
     isLoaded = true;
 }
 
@@ -139,7 +139,7 @@ void Model::Restart() {
         end.reset();
         isLoaded = false;
         try {
-            ports = Talk([this] { return Load(interpreter); });
+            ports = UseInterpreter([this] { return Load(interpreter); });
         } catch (const std::exception& error) {
             interpreter.Release();
             const int32_t cause = end ? end->HostEnd() : int32_t{ORVANE_HOST_END_UNKNOWN};
@@ -149,7 +149,7 @@ void Model::Restart() {
         }
     } else {
         Interpreter next;
-        Ports described = Talk([&] { return Load(next); });
+        Ports described = UseInterpreter([&] { return Load(next); });
         ports = {};
         interpreter = std::move(next);
         ports = std::move(described);
@@ -211,7 +211,7 @@ uint32_t Model::Count(int32_t side) const {
 
 const Port& Model::PortAt(int32_t side, uint32_t index) const {
     if (side != ORVANE_INPUT && side != ORVANE_OUTPUT) {
-        throw BadArgument("there is no side " + std::to_string(side) + ": 0 is the inputs and 1 the outputs");
+        throw BadArgument("there is no side " + std::to_string(side) + ": pass 0 for the inputs or 1 for the outputs");
     }
     const std::vector<Port>& all = side == ORVANE_INPUT ? ports.inputs : ports.outputs;
     if (index >= all.size()) {
@@ -232,7 +232,8 @@ void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
             "first");
     }
     if (isPrepared) {
-        throw Refused("a shape is set before the first data: restart the model, then set shapes and inputs again");
+        throw Refused(
+            "a shape can only be set before the first data: restart the model, then set shapes and inputs again");
     }
     if (dimensions == nullptr && rank != 0) {
         throw BadArgument("the dimensions for " + port.Label() + " are null: pass their address");

@@ -91,7 +91,7 @@ class Model {
     // Runs work that uses the interpreter. If it throws an exception that leaves the host process unusable, ends the
     // host process.
     template <typename Work>
-    std::invoke_result_t<Work> Talk(Work work) {
+    std::invoke_result_t<Work> UseInterpreter(Work work) {
         try {
             return work();
         } catch (...) {
@@ -100,7 +100,7 @@ class Model {
     }
     [[noreturn]] void RethrowCaught();
     [[noreturn]] void EndHost(const Failure& failure);
-    [[noreturn]] void GiveUp();
+    [[noreturn]] void Cancel();
 
     Ports Load(Interpreter& target);
     std::vector<Port> Describe(Interpreter& target, TensorType side, uint64_t& budget) const;
@@ -109,7 +109,7 @@ class Model {
     template <typename Work>
     void Prepare(Work work);
     void ReloadUnlessPrepared();
-    void CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes);
+    void CopyAnySize(Port& port, void* data, uint32_t bytes);
 
     const LoadRequest request;
     Interpreter interpreter;

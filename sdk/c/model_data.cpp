@@ -63,7 +63,7 @@ void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const 
     if (port.bytes != 0 ? bytes != port.bytes : bytes == 0 || bytes > UINT32_MAX) {
         throw BadArgument(port.Label() +
                           (port.bytes != 0 ? " has " + std::to_string(port.bytes) + " bytes, not "
-                                           : " has a size that each run decides, but not ") +
+                                           : " has a size that each run decides, which cannot be ") +
                           std::to_string(bytes) + ": pass memory for all of them");
     }
     if (data == nullptr) {
@@ -76,7 +76,7 @@ void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const 
 template <typename Work>
 void Model::Prepare(Work work) {
     try {
-        Talk([&] { Check(work()); });
+        UseInterpreter([&] { Check(work()); });
     } catch (const Failure& failure) {
         if (failure.Reason() != ORVANE_SYSTEM) {  // ORVANE_SYSTEM: the data did not reach the host process
             ReloadUnlessPrepared();
@@ -110,7 +110,7 @@ void Model::Run() {
     if (!hasInput) {
         throw Refused("no input was set: set the inputs before the run");
     }
-    Talk([this] { Check(interpreter.Invoke()); });
+    UseInterpreter([this] { Check(interpreter.Invoke()); });
     hasRun = true;
 }
 
@@ -122,21 +122,21 @@ void Model::GetOutput(uint32_t index, void* data, uint64_t bytes) {
     }
     Port& port = ports.outputs[index];
     const auto size = static_cast<uint32_t>(bytes);
-    Talk([&] {
+    UseInterpreter([&] {
         if (!IsRemote()) {
             Check(port.handle->CopyTo(data, size));
         } else if (const void* sent = port.handle->GetData(); sent != nullptr) {
             Platform::CopyData(data, sent, size);  // the section has so many bytes, whatever the host process claims
         } else {
             RequireLivingHost(interpreter);
-            CopyWhatTheHostSends(port, data, size);
+            CopyAnySize(port, data, size);
         }
     });
 }
 
 // `CopyTo` returns why there is no output, but copies as many bytes as the host process claims. So its memory has the
 // size of the largest possible claim.
-void Model::CopyWhatTheHostSends(Port& port, void* data, uint32_t bytes) {
+void Model::CopyAnySize(Port& port, void* data, uint32_t bytes) {
     std::vector<uint8_t> sent(RemoteWrapper::kChannelSize);
     Check(port.handle->CopyTo(sent.data(), bytes));
     Platform::CopyData(data, sent.data(), bytes);
@@ -151,11 +151,11 @@ const void* Model::ViewOutput(uint32_t index) {
     if (!hasRun) {
         throw Refused("the model has not run since it was loaded: run it first");
     }
-    return Talk([&]() -> const void* {
+    return UseInterpreter([&]() -> const void* {
         const void* data = port.handle->GetData();
         if (data == nullptr) {
             RequireLivingHost(interpreter);
-            throw Failure(ORVANE_RUNTIME, port.Label() + " cannot be viewed in place: copy it, which also says why");
+            throw Failure(ORVANE_RUNTIME, port.Label() + " cannot be viewed in place: copy it, and the copy says why");
         }
         return data;
     });

@@ -33,7 +33,7 @@ void CheckCombination(const LoadRequest& request) {
     const auto* const zero = std::find(key.begin(), key.end(), uint8_t{0});
     if (!params.host.empty() && std::any_of(zero, key.end(), [](uint8_t byte) { return byte != 0; })) {
         throw Refused(
-            "a key with a zero byte in front of others does not reach a host process: encrypt the model with another "
+            "a key with a zero byte before other bytes does not reach a host process: encrypt the model with another "
             "key, or run it in this process");
     }
 }
@@ -81,7 +81,7 @@ void RequireFile(const std::string& path, const std::string& name) {
     }
     std::error_code ignored;
     if (std::filesystem::is_other(std::filesystem::status(file, ignored))) {
-        throw Refused(path + " is no ordinary file: models and caches are read from files");
+        throw Refused(path + " is not an ordinary file: models and caches are read from files");
     }
 }
 

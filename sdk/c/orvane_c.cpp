@@ -144,7 +144,7 @@ orvane_error* orvane_open(const orvane_options* options, orvane_model** model) {
     return Guarded([&] {
         RequireNotNull(model, "the place for the model");
         *model = nullptr;
-        Orvane::PassOverTakenNames();
+        Orvane::SkipTakenNames();
         *model = new orvane_model(Orvane::C::ReadOptions(options));
     });
 }

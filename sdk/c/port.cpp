@@ -70,7 +70,7 @@ std::string PortDescription::Problem() const {
     }
     if (IsDynamic()) {
         return subject + (side == TensorTypeInput
-                              ? " with a dynamic dimension: give it a fixed shape before its data"
+                              ? " with a dynamic dimension: set its shape before its data"
                               : " with a dynamic dimension, so each run decides its size: copy it into memory of that "
                                 "size, or export the model with a fixed shape");
     }

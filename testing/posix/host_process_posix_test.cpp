@@ -194,7 +194,7 @@ TEST_F(HostProcessPosix, ReleasesAHostThatItHasNoRightToEnd) {
         EXPECT_EQ(setresuid(kNobody, kNobody, kNobody), 0);
         interpreter->Release();
         EXPECT_EQ(interpreter->GetHostEnd().text,
-                  "only asked to end: the system does not let this process end it, error 1");
+                  "the system refused to end it, with error 1, so it was asked to exit");
         EXPECT_FALSE(host.Lives(10s)) << "the host was asked to end";
     });
 }
