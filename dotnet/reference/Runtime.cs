@@ -168,9 +168,7 @@ namespace System.Runtime.InteropServices
 #if NETSTANDARD2_1
     public static class MemoryMarshal
     {
-        public static Span<byte> AsBytes<T>(Span<T> span) where T : struct => throw null;
         public static ReadOnlySpan<byte> AsBytes<T>(ReadOnlySpan<T> span) where T : struct => throw null;
-        public static ref T GetReference<T>(Span<T> span) => throw null;
         public static ref T GetReference<T>(ReadOnlySpan<T> span) => throw null;
     }
 #endif

@@ -192,7 +192,11 @@ namespace System
     }
     public sealed class ParamArrayAttribute : Attribute { }
 #if NETSTANDARD2_1
-    public ref struct Span<T> { public int Length => throw null; }
+    public ref struct Span<T>
+    {
+        public int Length => throw null;
+        public static implicit operator ReadOnlySpan<T>(Span<T> span) => throw null;
+    }
     public ref struct ReadOnlySpan<T> { public int Length => throw null; }
 #endif
 }

@@ -10,12 +10,9 @@ namespace Orvane
     {
         /// <summary>Copies a span into an input.</summary>
         /// <inheritdoc cref="SetInput{T}(int, T[])"/>
-        public unsafe void SetInput<T>(int index, ReadOnlySpan<T> data) where T : struct
+        public void SetInput<T>(int index, ReadOnlySpan<T> data) where T : struct
         {
-            ulong bytes = (ulong)data.Length * (ulong)Elements.SizeOf<T>(InputAt(index), nameof(data));
-            using (Enter(CancellationToken.None))
-            fixed (byte* address = &MemoryMarshal.GetReference(MemoryMarshal.AsBytes(data)))
-                Check(NativeMethods.orvane_set_input(handle, (uint)index, (IntPtr)address, bytes));
+            Copy(CopyIn, index, InputAt(index), data, nameof(data));
         }
 
         /// <summary>Copies a span into the input with a name.</summary>
@@ -27,12 +24,9 @@ namespace Orvane
 
         /// <summary>Copies an output of the last run into your span.</summary>
         /// <inheritdoc cref="GetOutput{T}(int, T[])"/>
-        public unsafe void GetOutput<T>(int index, Span<T> destination) where T : struct
+        public void GetOutput<T>(int index, Span<T> destination) where T : struct
         {
-            ulong bytes = (ulong)destination.Length * (ulong)Elements.SizeOf<T>(OutputAt(index), nameof(destination));
-            using (Enter(CancellationToken.None))
-            fixed (byte* address = &MemoryMarshal.GetReference(MemoryMarshal.AsBytes(destination)))
-                Check(NativeMethods.orvane_get_output(handle, (uint)index, (IntPtr)address, bytes));
+            Copy<T>(CopyOut, index, OutputAt(index), destination, nameof(destination));
         }
 
         /// <summary>Copies the output with a name into your span.</summary>
@@ -40,6 +34,15 @@ namespace Orvane
         public void GetOutput<T>(string name, Span<T> destination) where T : struct
         {
             GetOutput(IndexOf(Outputs, "output", name), destination);
+        }
+
+        private unsafe void Copy<T>(NativeMethods.CopyFunction copy, int index, Tensor tensor, ReadOnlySpan<T> span,
+                                    string parameter) where T : struct
+        {
+            ulong bytes = (ulong)span.Length * (ulong)Elements.SizeOf<T>(tensor, parameter);
+            using (Enter(CancellationToken.None))
+            fixed (byte* address = &MemoryMarshal.GetReference(MemoryMarshal.AsBytes(span)))
+                Check(copy(handle, (uint)index, (IntPtr)address, bytes));
         }
     }
 }

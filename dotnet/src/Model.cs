@@ -24,6 +24,10 @@ namespace Orvane
         private const int InputSide = 0;
         private const int OutputSide = 1;
 
+        // Made once: C# would make a new delegate at each use of a method as one.
+        private static readonly NativeMethods.CopyFunction CopyIn = NativeMethods.orvane_set_input;
+        private static readonly NativeMethods.CopyFunction CopyOut = NativeMethods.orvane_get_output;
+
         private readonly CallGuard guard = new CallGuard();
         private readonly ModelHandle handle;
         private int isInUse;
@@ -101,22 +105,7 @@ namespace Orvane
         /// </exception>
         public void SetInput<T>(int index, T[] data) where T : struct
         {
-            Tensor tensor = InputAt(index);
-            if (data == null)
-                throw new ArgumentNullException(nameof(data));
-            ulong bytes = (ulong)data.Length * (ulong)Elements.SizeOf<T>(tensor, nameof(data));
-            using (Enter(CancellationToken.None))
-            {
-                GCHandle pin = GCHandle.Alloc(data, GCHandleType.Pinned);
-                try
-                {
-                    Check(NativeMethods.orvane_set_input(handle, (uint)index, pin.AddrOfPinnedObject(), bytes));
-                }
-                finally
-                {
-                    pin.Free();
-                }
-            }
+            Copy(CopyIn, index, InputAt(index), data, nameof(data));
         }
 
         /// <summary>Copies an array into the input with a name.</summary>
@@ -153,22 +142,7 @@ namespace Orvane
         /// </exception>
         public void GetOutput<T>(int index, T[] destination) where T : struct
         {
-            Tensor tensor = OutputAt(index);
-            if (destination == null)
-                throw new ArgumentNullException(nameof(destination));
-            ulong bytes = (ulong)destination.Length * (ulong)Elements.SizeOf<T>(tensor, nameof(destination));
-            using (Enter(CancellationToken.None))
-            {
-                GCHandle pin = GCHandle.Alloc(destination, GCHandleType.Pinned);
-                try
-                {
-                    Check(NativeMethods.orvane_get_output(handle, (uint)index, pin.AddrOfPinnedObject(), bytes));
-                }
-                finally
-                {
-                    pin.Free();
-                }
-            }
+            Copy(CopyOut, index, OutputAt(index), destination, nameof(destination));
         }
 
         /// <summary>Copies the output with a name into your array.</summary>
@@ -261,7 +235,7 @@ namespace Orvane
                 }
                 catch (ObjectDisposedException)
                 {
-                    // Another thread was faster.
+                    // Another thread has disposed of the model.
                 }
             }
             handle.Dispose();
@@ -297,8 +271,28 @@ namespace Orvane
         {
             if (index < 0 || index >= tensors.Count)
                 throw new ArgumentOutOfRangeException(
-                    nameof(index), index, $"The model has no such {side}. Their number is {tensors.Count}.");
+                    nameof(index), index, $"The model has no {side} {index}. It has {tensors.Count} {side}s.");
             return tensors[index];
+        }
+
+        private void Copy<T>(NativeMethods.CopyFunction copy, int index, Tensor tensor, T[] array, string parameter)
+            where T : struct
+        {
+            if (array == null)
+                throw new ArgumentNullException(parameter);
+            ulong bytes = (ulong)array.Length * (ulong)Elements.SizeOf<T>(tensor, parameter);
+            using (Enter(CancellationToken.None))
+            {
+                GCHandle pin = GCHandle.Alloc(array, GCHandleType.Pinned);
+                try
+                {
+                    Check(copy(handle, (uint)index, pin.AddrOfPinnedObject(), bytes));
+                }
+                finally
+                {
+                    pin.Free();
+                }
+            }
         }
 
         private Tensor InputAt(int index)
@@ -362,7 +356,7 @@ namespace Orvane
             return new Turn(this);
         }
 
-        /// <summary>The time of one call, in which no other may begin.</summary>
+        /// <summary>One call: no other call may begin until its end.</summary>
         private struct Turn : IDisposable
         {
             private readonly Model model;

@@ -4,7 +4,7 @@ using System.Diagnostics;
 using System.Linq;
 using System.Threading;
 
-/// <summary>What the tests state. A statement that does not hold throws.</summary>
+/// <summary>Checks of the tests. A check that fails throws.</summary>
 internal static class Expect
 {
     private static readonly TimeSpan Patience = TimeSpan.FromSeconds(20);
@@ -12,7 +12,7 @@ internal static class Expect
     internal static void True(bool holds, string what)
     {
         if (!holds)
-            throw new Exception("does not hold: " + what);
+            throw new Exception("not true: " + what);
     }
 
     internal static void Equal<T>(T wanted, T got)
@@ -26,7 +26,7 @@ internal static class Expect
         Equal(string.Join(" ", wanted), string.Join(" ", got));
     }
 
-    /// <summary>Exactly this exception, with these words in its message.</summary>
+    /// <summary>Expects exactly this exception, with these words in its message.</summary>
     internal static TException Throws<TException>(Action action, params string[] words) where TException : Exception
     {
         try
@@ -41,13 +41,13 @@ internal static class Expect
                                                                  exception is OperationCanceledException))
                 throw new Exception($"expected {typeof(TException).Name}, got {exception}");
             foreach (string word in words)
-                True(exception.Message.Contains(word), $"\"{exception.Message}\" names \"{word}\"");
+                True(exception.Message.Contains(word), $"\"{exception.Message}\" contains \"{word}\"");
             return (TException)exception;
         }
         throw new Exception("expected " + typeof(TException).Name);
     }
 
-    /// <summary>Soon, and at the latest when the patience ends.</summary>
+    /// <summary>Waits until the condition is true, but not longer than <see cref="Patience"/>.</summary>
     internal static void Soon(Func<bool> holds, string what)
     {
         Stopwatch watch = Stopwatch.StartNew();

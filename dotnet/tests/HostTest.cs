@@ -5,13 +5,13 @@ using System.Threading;
 using System.Threading.Tasks;
 using Orvane;
 
-/// <summary>Host processes that end, calls that are given up, and threads.</summary>
+/// <summary>Host processes that end, cancelled calls, and threads.</summary>
 internal static class HostTest
 {
     private static readonly float[] Silence = new float[576];
     private static readonly TimeSpan Quick = TimeSpan.FromSeconds(5);
 
-    public static void AKilledHostIsAnExceptionUntilTheRestart()
+    public static void RunThrowsUntilARestartAfterTheHostProcessWasKilled()
     {
         using (Model model = Material.InHost(Material.Voice))
         {
@@ -67,7 +67,7 @@ internal static class HostTest
         }
     }
 
-    public static void ATimeLimitEndsARun()
+    public static void TimeLimitEndsARun()
     {
         using (Model model = Material.InHost(Material.Slow, TimeSpan.FromMilliseconds(300), TimeSpan.FromSeconds(60)))
         {
@@ -79,7 +79,7 @@ internal static class HostTest
             () => Material.InHost(Material.Slow, null, TimeSpan.FromMilliseconds(1))).Cause);
     }
 
-    public static void OneCallAtATime()
+    public static void SecondCallThrowsDuringARun()
     {
         using (Model model = Material.InHost(Material.Slow))
         {
@@ -93,7 +93,7 @@ internal static class HostTest
         }
     }
 
-    public static void DisposingDuringARunIsSafe()
+    public static void DisposeEndsARun()
     {
         Model model = Material.InHost(Material.Slow);
         model.SetInput(0, new float[Material.SlowSize]);
@@ -108,7 +108,7 @@ internal static class HostTest
         Expect.Throws<ObjectDisposedException>(() => model.Restart());
     }
 
-    public static void AForgottenModelIsCollected()
+    public static void CollectorEndsTheHostProcessOfAnUnusedModel()
     {
         Forget();
         Expect.Soon(() =>
@@ -116,10 +116,10 @@ internal static class HostTest
             GC.Collect();
             GC.WaitForPendingFinalizers();
             return !Material.Hosts().Any();
-        }, "the host of a model that nothing refers to ends");
+        }, "the host process of the unused model ends");
     }
 
-    public static void APoolOutlivesItsHosts()
+    public static void PoolRetriesInANewHostProcess()
     {
         using (var pool = new ModelPool(Material.Voice, 2) { Retries = 20 })
         {
@@ -140,7 +140,7 @@ internal static class HostTest
         }
     }
 
-    public static void APoolsWorkCanBeCancelled()
+    public static void CancellingEndsWorkOfAPool()
     {
         using (ModelPool pool = ModelPool.LoadAsync(Material.Slow, 1).Result)
         using (var source = new CancellationTokenSource(300))
@@ -164,7 +164,7 @@ internal static class HostTest
     [MethodImpl(MethodImplOptions.NoInlining)]
     private static void Forget()
     {
-        // On another thread, whose stack does not keep the model.
+        // On another thread, because this thread's stack could keep the model alive.
         var thread = new Thread(() => GC.KeepAlive(Material.InHost(Material.Voice)));
         thread.Start();
         thread.Join();

@@ -14,7 +14,7 @@ internal static class Material
     /// <summary>A real model: inputs input [1, 576] and state [2, 1, 128].</summary>
     internal static string Voice { get; private set; }
 
-    /// <summary>A folder for files, with a name that no code page has as a whole.</summary>
+    /// <summary>A folder for files. No code page contains all characters of its name.</summary>
     internal static string Folder { get; private set; }
 
     /// <summary>Elements of the slow model's input.</summary>
@@ -23,7 +23,7 @@ internal static class Material
     /// <summary>A model whose run takes seconds: t0 [1024, 1024], multiplied with itself many times.</summary>
     internal static string Slow { get; private set; }
 
-    /// <summary>The first part of a real model.</summary>
+    /// <summary>A file with only the first part of a real model.</summary>
     internal static string Broken { get; private set; }
 
     /// <summary>Input t0 [?, 2], which is the output too.</summary>
@@ -69,7 +69,7 @@ internal static class Material
             catch (Exception exception) when (exception is ArgumentException || exception is InvalidOperationException ||
                                               exception is System.ComponentModel.Win32Exception)
             {
-                // It has ended meanwhile.
+                // The process has ended meanwhile.
             }
     }
 
@@ -87,7 +87,7 @@ internal static class Material
         }
     }
 
-    /// <summary>OpenVINO's own format, which needs no weights: a parameter, layers of MatMul, a result.</summary>
+    /// <summary>Writes a model without weights: a parameter, layers of MatMul, a result.</summary>
     private static string Write(string name, string shape, int layers)
     {
         string dimensions = string.Concat(shape.Split(',').Select(dimension => $"<dim>{dimension}</dim>"));

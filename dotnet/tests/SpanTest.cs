@@ -2,7 +2,7 @@ using System;
 using System.Linq;
 using Orvane;
 
-/// <summary>What the assembly for .NET Standard 2.1 has besides.</summary>
+/// <summary>The methods that only the assembly for .NET Standard 2.1 has.</summary>
 internal static class SpanTest
 {
     public static void SpansAreCopied()

@@ -1,10 +1,11 @@
-"""Looks for faces in all pieces of pictures, on a Ray cluster. Each worker is a Ray actor with one host.
+"""Looks for faces in all pieces of pictures, on a Ray cluster. Each worker is a Ray actor with one host
+process.
 
     python examples/cluster/faces.py PICTURE...                          starts a cluster on this machine
     python examples/cluster/faces.py --address HEAD:6379 PICTURE...      uses a running cluster
 
-If a host ends, its worker starts a new one. If a worker ends, Ray starts a new
-one. Pieces without an answer run again.
+If a host process ends, its worker starts a new one. If a worker ends, Ray
+starts a new one. Pieces without an answer run again.
 """
 
 from __future__ import annotations
@@ -33,10 +34,10 @@ SIDE = 128  # pixels of the model's square input
 FACE = 0.5  # the least score of a piece with a face
 
 AHEAD = 2  # pieces that a worker has at a time: it runs one while the next arrives
-RETRIES = 3  # new attempts for a piece if its host or its worker ends
+RETRIES = 3  # new attempts for a piece if its host process or its worker ends
 RESTARTS = 3  # how often Ray starts a worker again
-TIME_LIMIT = 60.0  # seconds for one call of a host
-STORE = 80 << 20  # bytes for pieces and outputs on their way, in a cluster on this machine
+TIME_LIMIT = 60.0  # seconds for one call of a host process
+STORE = 80 << 20  # bytes for pieces and outputs in transit, in a cluster on this machine
 PATIENCE = 300.0  # seconds to wait for an answer of any worker
 
 
@@ -45,11 +46,11 @@ class Processes(NamedTuple):
 
     node: str  # Ray's id of the machine
     worker: int  # process id of the worker
-    host: int  # process id of its host
+    host: int  # process id of its host process
 
 
 class Worker:
-    """A process on a machine of the cluster, which owns a host."""
+    """A process on a machine of the cluster, which owns a host process."""
 
     def __init__(self, model: str) -> None:
         self._model = orvane.Model(model, host=True, retries=RETRIES, time_limit=TIME_LIMIT)

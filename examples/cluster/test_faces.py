@@ -1,4 +1,4 @@
-"""Runs a cluster of two nodes on this machine, and kills a host and a worker that have unanswered pieces."""
+"""Runs a cluster of two nodes on this machine, and kills a host process and a worker that have unanswered pieces."""
 
 from __future__ import annotations
 
@@ -30,11 +30,11 @@ pytestmark = [
 
 @pytest.fixture(scope="module")
 def cluster() -> Iterator[Cluster]:
-    """Two nodes. At the end all their processes must be gone."""
+    """Starts two nodes. At the end, checks that all their processes have ended."""
     with pytest.MonkeyPatch.context() as patch, tempfile.TemporaryDirectory(prefix="ray") as folder:
         patch.setenv("RAY_USAGE_STATS_ENABLED", "0")
         patch.setenv("RAY_TMPDIR", folder)  # other clusters on this machine have another folder
-        patch.setenv("PYTHONPATH", str(PROGRAM.parent))  # so that the workers find the class of the actors
+        patch.setenv("PYTHONPATH", str(PROGRAM.parent))  # where the workers find the class of the actors
         node: dict[str, Any] = {"num_cpus": 2, "object_store_memory": 80 << 20}
         started = Cluster()
         try:
@@ -51,7 +51,7 @@ def cluster() -> Iterator[Cluster]:
             assert not left
 
 
-def test_each_piece_is_answered_once_if_a_host_and_a_worker_end(cluster: Cluster) -> None:
+def test_each_piece_has_one_answer_if_a_host_process_and_a_worker_end(cluster: Cluster) -> None:
     pieces = dict(piece for path in PICTURES for piece in faces.cut(path))
     workers = faces.start_workers(2, faces.MODEL)
     before = [ray.get(worker.processes.remote(), timeout=100) for worker in workers]
@@ -59,7 +59,7 @@ def test_each_piece_is_answered_once_if_a_host_and_a_worker_end(cluster: Cluster
     first_host, second_host = (psutil.Process(each.host) for each in before)
 
     answers = []
-    # The test suspends a host some answers before it kills the host or its worker. So a piece is unanswered then.
+    # The test suspends a host process some answers before the kill. So its piece has no answer at the kill.
     at = {5: first_host.suspend, 10: first_host.kill,
           20: second_host.suspend, 30: psutil.Process(before[1].worker).kill}
     for answer in faces.infer_all(pieces.items(), workers):
@@ -80,7 +80,7 @@ def test_each_piece_is_answered_once_if_a_host_and_a_worker_end(cluster: Cluster
         ray.kill(worker)
 
 
-def test_the_program_finds_the_one_face(cluster: Cluster) -> None:
+def test_program_finds_the_one_face(cluster: Cluster) -> None:
     done = subprocess.run([sys.executable, PROGRAM, "--address", cluster.address, *PICTURES], timeout=200,
                           capture_output=True, text=True)
     assert done.returncode == 0, done.stderr

@@ -1,8 +1,8 @@
 // FaceFinder MODEL [PICTURE]: finds faces in a picture. MODEL is face_detection_short_range.tflite from the package
 // mediapipe.
 //
-// The model runs in a host process. "End the host" ends that process, as a crash of the model would. The window stays.
-// With "a new host when it ends", the program starts a new host. It awaits each load and run, so the window always
+// The model runs in a host process. "End the host process" ends it, as a crash of the model would. The window stays.
+// If "restart it" is checked, the program starts a new host process. It awaits each load and run, so the window always
 // answers. The status line shows the longest pause. The program also writes status lines to the standard output.
 using System;
 using System.Collections.Generic;
@@ -24,10 +24,10 @@ internal sealed class FaceFinder : Form
     private readonly PictureBox view = new PictureBox { Dock = DockStyle.Fill, SizeMode = PictureBoxSizeMode.Zoom };
     private readonly Label status = new Label { Dock = DockStyle.Bottom, AutoSize = false, Height = 44, Padding = new Padding(8) };
     private readonly Button open = new Button { Text = "Open a picture...", AutoSize = true };
-    private readonly Button endHost = new Button { Text = "End the host", AutoSize = true, Enabled = false };
+    private readonly Button endHost = new Button { Text = "End the host process", AutoSize = true, Enabled = false };
     private readonly CheckBox newHost = new CheckBox
     {
-        Text = "a new host when it ends", AutoSize = true, Margin = new Padding(8, 8, 0, 0)
+        Text = "restart it", AutoSize = true, Margin = new Padding(8, 8, 0, 0)
     };
     private readonly Timer heartbeat = new Timer { Interval = 20 };
 

@@ -40,7 +40,7 @@ TEST(FaceDecoder, PlacesBoxesAtTheAnchors) {
     }
 }
 
-TEST(FaceDecoder, KeepsTheBestOfWhatShowsAFace) {
+TEST(FaceDecoder, KeepsTheBestBoxOfEachFace) {
     const std::vector<Face> scored = Decode({{0, -0.01F}, {10, 0}, {20, 2}});
     ASSERT_EQ(scored.size(), 2U);
     EXPECT_FLOAT_EQ(scored[0].score, 0.880797F);

@@ -1,5 +1,5 @@
 // Finds the faces in a picture and draws a frame around each.
-// This file has everything that an application does with the SDK, in the order in which it happens.
+// This file contains all uses of the SDK, in the order of the calls.
 
 #include "face_decoder.h"
 #include "picture.h"
@@ -25,7 +25,7 @@ orvane::Model LoadModel(const std::string& path, const std::string& host) {
     try {
         return orvane::Model(options);
     } catch (const orvane::Error& error) {
-        throw std::runtime_error("cannot load " + path + ", give the face detector's model file" +
+        throw std::runtime_error("cannot load " + path + ", pass the face detector's model file" +
                                  (host.empty() ? "" : " and the path of orvane_host") + ":\n" + error.what());
     }
 }
@@ -50,7 +50,7 @@ std::vector<Face> DetectFaces(orvane::Model& model, const Picture& picture) {
         model.Get("regressors", regressors);
         model.Get("classificators", classificators);
     } catch (const orvane::Error& error) {
-        throw std::runtime_error(std::string("cannot run the model, give the face detector's model file:\n") +
+        throw std::runtime_error(std::string("cannot run the model, pass the face detector's model file:\n") +
                                  error.what());
     }
     std::vector<Face> faces = DecodeFaces(regressors, classificators);
@@ -80,8 +80,8 @@ int main(int argc, char** argv) {
     if (arguments.size() < 2 || arguments.size() > 4) {
         std::fprintf(stderr,
                      "usage: face_detection MODEL PICTURE [OUT.png [HOST]]\n"
-                     "Finds the faces in PICTURE; OUT.png becomes a copy of it with a frame around each.\n"
-                     "HOST is the path of the host program, orvane_host; the model then runs in a process of it.\n");
+                     "Finds the faces in PICTURE, and writes a copy with a frame around each to OUT.png.\n"
+                     "HOST is the path of orvane_host: the model then runs in a host process.\n");
         return 2;
     }
     try {

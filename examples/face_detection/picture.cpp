@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kChannels = 3;
 
-// On every system a path from char8_t is UTF-8. A path from char is not.
+// A path made from char8_t is UTF-8 on every system. A path made from char is not.
 std::filesystem::path PathFromUtf8(const std::string& text) {
     return std::filesystem::path(std::u8string(text.begin(), text.end()));
 }
@@ -93,8 +93,8 @@ Picture LoadPicture(const std::string& path) {
                               kChannels),
         stbi_image_free);
     if (!pixels) {
-        throw std::runtime_error(path + " is no picture that can be read (" + stbi_failure_reason() +
-                                 "): give a PNG, JPEG or BMP file");
+        throw std::runtime_error(path + " is not a picture that can be read (" + stbi_failure_reason() +
+                                 "): pass a PNG, JPEG or BMP file");
     }
     const size_t size = static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height) * kChannels;
     picture.pixels.assign(pixels.get(), pixels.get() + size);
@@ -122,7 +122,7 @@ Picture FitIntoSquare(const Picture& picture, int side) {
     uint8_t* corner = square.pixels.data() + ptrdiff_t{place.top} * rowBytes + ptrdiff_t{place.left} * kChannels;
     if (stbir_resize_uint8(picture.pixels.data(), picture.width, picture.height, picture.width * kChannels, corner,
                            place.width, place.height, rowBytes, kChannels) == 0) {
-        throw std::runtime_error("the picture does not fit into memory: give a smaller one");
+        throw std::runtime_error("the picture does not fit into memory: pass a smaller one");
     }
     return square;
 }

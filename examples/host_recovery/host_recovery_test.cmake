@@ -6,7 +6,7 @@ set(models ${MATERIAL}/face_detection_short_range.tflite ${MATERIAL}/silero_vad_
 need(${models})
 
 string(CONCAT story "^In this process: the model runs\nIn a host process: the same bits\n"
-    "Running until the host process dies\nCrashing the host process\n"
+    "Running until the host process ends\nCrashing the host process\n"
     "A call failed: [a-z' ]+: Orvane Host Exit\nIn a new host process: the same bits\n$")
 foreach(model ${models})
     expect(0 "${story}" ${PROGRAM} --crash ${model})

@@ -1,5 +1,5 @@
-// Survives a crash of the inference runtime: runs a model in a host process, loses that process, and continues with a
-// new one. Compares the results, bit for bit, with those of the model in this process.
+// Runs a model in a host process until that process ends, and continues with a new one. Compares the results, bit for
+// bit, with those of the model in this process.
 
 #include <orvane/orvane.h>
 
@@ -44,7 +44,7 @@ void CheckSize(const Orvane::TensorImpl& tensor) {
     const std::vector<int64_t> shape = tensor.GetShape();
     const bool dynamic = std::any_of(shape.begin(), shape.end(), [](int64_t dimension) { return dimension < 0; });
     if (dynamic || tensor.GetByteSize() > Orvane::kMaxHostTensorBytes) {
-        throw std::runtime_error("a tensor has a dynamic dimension or more than 21 MiB, give another model");
+        throw std::runtime_error("a tensor has a dynamic dimension or more than 21 MiB, pass another model");
     }
 }
 
@@ -100,12 +100,12 @@ void InferUntilHostExit(Model& model) {
         std::cout << "A call failed: " << failure.what() << "\n";
         return;
     }
-    throw std::runtime_error("the host process did not die within 30 s, end it while this program runs");
+    throw std::runtime_error("the host process did not end within 30 s, end it while this program runs");
 }
 
 void CheckSame(const Outputs& outputs, const Outputs& expected) {
     if (outputs != expected) {
-        throw std::runtime_error("the host process gave other bits than this process");
+        throw std::runtime_error("the host process returned other bits than this process");
     }
 }
 
@@ -116,7 +116,7 @@ void CrashHost(Orvane::TensorImpl& tensor) {
     tensor.Resize({1}).Ok();
 }
 
-void LoseHostAndRecover(const std::string& path, const std::string& host, bool crashes) {
+void RunAgainAfterHostEnd(const std::string& path, const std::string& host, bool crashes) {
     Model local;
     Load(local, path, "");
     const Outputs expected = Infer(local);
@@ -127,7 +127,7 @@ void LoseHostAndRecover(const std::string& path, const std::string& host, bool c
     CheckSame(Infer(remote), expected);
     std::cout << "In a host process: the same bits\n";
 
-    std::cout << "Running until the host process dies\n";
+    std::cout << "Running until the host process ends\n";
     {
         std::future<void> crash;  // the end of this block waits for it
         if (crashes) {
@@ -151,15 +151,15 @@ int main(int argc, char** argv) {
     }
     if (arguments.size() != 1 && arguments.size() != 2) {
         std::cerr << "usage: host_recovery [--crash] MODEL [HOST]\n"
-                     "Runs MODEL in a process of the program HOST until that process dies, then in a new one.\n"
-                     "HOST is orvane_host beside this program unless given.\n"
-                     "--crash lets the process crash; without it, end it while this program runs.\n";
+                     "Runs MODEL in a process of the program HOST until that process ends, then in a new one.\n"
+                     "By default, HOST is orvane_host beside this program.\n"
+                     "--crash crashes the process; without it, end the process while this program runs.\n";
         return 2;
     }
     std::cout << std::unitbuf;  // prints each line at once
     try {
         const std::string host = arguments.size() == 2 ? arguments[1] : Orvane::HostPathBesideProgram();
-        LoseHostAndRecover(arguments[0], host, crashes);
+        RunAgainAfterHostEnd(arguments[0], host, crashes);
         return 0;
     } catch (const std::exception& error) {
         std::cerr << "host_recovery: " << error.what() << "\n";

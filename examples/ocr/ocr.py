@@ -2,7 +2,7 @@
 
     python examples/ocr/ocr.py PAGE --out PICTURE
 
-With --kill it kills a host while it reads, and prints the same lines.
+With --kill it kills a host process while it reads. It still prints the same lines.
 """
 
 from __future__ import annotations
@@ -21,10 +21,10 @@ from PIL import Image, ImageDraw
 from page import ORIENTATION_WIDTH, READING_WIDTHS, STRIP_HEIGHT, Array, Box, line_boxes, read_off, square, strip
 
 MATERIAL = pathlib.Path(__file__).resolve().parents[2] / ".deps" / "ocr"
-HOSTS = 2  # hosts that read lines at the same time
-RETRIES = 2  # new attempts to read a line if its host crashes
+HOSTS = 2  # host processes that read lines at the same time
+RETRIES = 2  # new attempts to read a line if its host process crashes
 SURE = 0.5  # lines with a lower confidence, from 0 to 1, are not printed
-TIME_LIMIT = 60.0  # seconds for one call of a host
+TIME_LIMIT = 60.0  # seconds for one call of a host process
 
 
 def in_host(model: pathlib.Path, shape: tuple[int, ...]) -> orvane.Model:
@@ -54,23 +54,23 @@ def read_alphabet(model: pathlib.Path) -> list[str]:
 
 
 def running_hosts() -> set[int]:
-    """Returns the process ids of this program's hosts."""
+    """Returns the ids of this program's host processes."""
     return {child.pid for child in psutil.Process().children() if child.name().startswith("orvane_host")}
 
 
 def kill_a_host_halfway(strips: list[Array]) -> Iterator[Array]:
-    """Yields the strips, and kills a host after half of them."""
+    """Yields the strips, and kills a host process after half of them."""
     for number, planes in enumerate(strips):
         if number == len(strips) // 2:
             victim = min(running_hosts())
             psutil.Process(victim).kill()
-            print(f"killed host {victim} after {number} of {len(strips)} lines were handed over", file=sys.stderr)
+            print(f"killed host process {victim} after {number} of {len(strips)} lines", file=sys.stderr)
         yield planes
 
 
 def read_lines(strips: list[Array], models: pathlib.Path, kill: bool) -> list[tuple[str, float]]:
     """Returns the text of each strip, and the confidence of the model. A pool reads all strips of one width. With
-    ``kill``, it kills a host while it reads the largest of these groups."""
+    ``kill``, it kills a host process while it reads the largest of these groups."""
     alphabet = read_alphabet(models / "recognition.onnx")
     groups: dict[tuple[int, ...], list[int]] = {}
     for number, planes in enumerate(strips):
@@ -85,7 +85,7 @@ def read_lines(strips: list[Array], models: pathlib.Path, kill: bool) -> list[tu
             for number, (scores,) in zip(numbers, pool.map(kill_a_host_halfway(group) if is_victim else group)):
                 texts[number] = read_off(scores, alphabet)
             for host in running_hosts() - hosts:
-                print(f"host {host} took over", file=sys.stderr)
+                print(f"started host process {host} instead", file=sys.stderr)
         kill = kill and not is_victim
     return texts
 
@@ -104,7 +104,7 @@ def draw(page: Image.Image, boxes: list[Box], out: pathlib.Path) -> None:
 
 
 def check(out: pathlib.Path | None, models: pathlib.Path) -> None:
-    """Raises early for mistakes that would otherwise show only after all the work."""
+    """Raises at once for mistakes that would otherwise fail after all the work."""
     if out and out.suffix.lower() not in Image.registered_extensions():
         raise ValueError(f"{out} is not the name of a picture file: choose an extension such as .png")
     if out and not out.parent.is_dir():
@@ -137,7 +137,8 @@ def main() -> int:
                         help="a picture of a page of text, which may be upside down")
     parser.add_argument("--out", metavar="PICTURE", type=pathlib.Path,
                         help="write the page with a frame around each line")
-    parser.add_argument("--kill", action="store_true", help="kill a host in the middle: the lines stay the same")
+    parser.add_argument("--kill", action="store_true",
+                        help="kill a host process in the middle: the lines stay the same")
     parser.add_argument("--models", metavar="FOLDER", type=pathlib.Path, default=MATERIAL,
                         help="the folder with detection.onnx, orientation.onnx and recognition.onnx; ./dev setup ocr "
                              "downloads them to .deps/ocr")

@@ -12,7 +12,7 @@ from scipy import ndimage
 
 Array = np.ndarray[Any, np.dtype[np.float32]]
 
-SIDES = (640, 960, 1280)  # pixels of the square for the detection model; 1280 still fits into a host's section
+SIDES = (640, 960, 1280)  # pixels of the square for the detection model; a host process takes no larger input
 STRIP_HEIGHT = 48
 READING_WIDTHS = (320, 640, 960, 1280)
 ORIENTATION_WIDTH = 192

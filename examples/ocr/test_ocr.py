@@ -1,4 +1,5 @@
-"""Runs the program on a photographed page, also with a killed host, and tests reading order and text on small cases."""
+"""Runs the program on a photographed page, also with a killed host process. Tests reading order and text on small
+cases."""
 
 from __future__ import annotations
 
@@ -27,7 +28,7 @@ def ocr(*arguments: object) -> subprocess.CompletedProcess[str]:
 
 @needs_models
 @pytest.mark.timeout(700)
-def test_lines_are_the_same_if_a_host_is_killed_or_the_page_is_upside_down(tmp_path: pathlib.Path) -> None:
+def test_program_prints_the_same_lines_after_a_kill_and_upside_down(tmp_path: pathlib.Path) -> None:
     plain, killed, turned = (tmp_path / f"{name}.png" for name in ("plain", "killed", "turned"))
     page = Image.open(MATERIAL / "page.png")
     page.transpose(Image.Transpose.ROTATE_180).save(turned)
@@ -42,7 +43,7 @@ def test_lines_are_the_same_if_a_host_is_killed_or_the_page_is_upside_down(tmp_p
     assert marked is not None and marked[2] - marked[0] > page.width * 0.9
 
     interrupted = ocr("--kill", "--out", killed)
-    assert re.search(r"killed host \d+ after [1-9]\d* of \d+ lines were handed over\nhost \d+ took over",
+    assert re.search(r"killed host process \d+ after [1-9]\d* of \d+ lines\nstarted host process \d+ instead",
                      interrupted.stderr)
     assert interrupted.stdout == whole.stdout
     assert killed.read_bytes() == plain.read_bytes()
@@ -52,7 +53,7 @@ def test_lines_are_the_same_if_a_host_is_killed_or_the_page_is_upside_down(tmp_p
 
 @needs_models
 @pytest.mark.timeout(300)
-def test_wrong_arguments_are_named_and_leave_no_file(tmp_path: pathlib.Path) -> None:
+def test_error_names_the_wrong_argument_and_leaves_no_file(tmp_path: pathlib.Path) -> None:
     text = tmp_path / "page.txt"
     text.write_text("no picture")
     for arguments, reason in ((["--out", tmp_path / "lines"], "choose an extension"),
@@ -65,13 +66,13 @@ def test_wrong_arguments_are_named_and_leave_no_file(tmp_path: pathlib.Path) -> 
     assert list(tmp_path.iterdir()) == [text]
 
 
-def test_boxes_are_read_row_by_row() -> None:
+def test_boxes_come_row_by_row() -> None:
     second, first = Box(60, 10, 90, 30), Box(0, 14, 50, 34)
     below, far_below = Box(0, 26, 90, 50), Box(0, 60, 90, 80)
     assert in_reading_order([far_below, below, second, first]) == [first, second, below, far_below]
 
 
-def test_repeated_steps_are_one_character_unless_separated() -> None:
+def test_repeated_steps_make_one_character_unless_separated() -> None:
     alphabet = ["", "a", "b", " "]
     steps = [1, 1, 0, 1, 3, 2, 2, 0, 0]
     scores = np.zeros((1, len(steps), len(alphabet)), np.float32)

@@ -82,7 +82,7 @@ def test_backend_refuses_other_models_and_devices() -> None:
     reshape = make(helper.make_node("Reshape", ["x", "to"], ["y"]), {"x": (F, [6]), "to": (TensorProto.INT64, [2])},
                    ["a", "b"])
     assert not orvane.onnx_backend.is_compatible(reshape)
-    with pytest.raises(orvane.Error, match="each run decides its size"):
+    with pytest.raises(orvane.Error, match="output 0 "):
         orvane.onnx_backend.run_model(reshape, [np.zeros(6, np.float32), np.array([2, 3])])
     no_operator = make(helper.make_node("Nothing", ["x"], ["y"]), {"x": (F, [6])}, [6])
     assert not orvane.onnx_backend.is_compatible(no_operator)

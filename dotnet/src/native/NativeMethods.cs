@@ -24,6 +24,9 @@ namespace Orvane.Native
         [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
         internal delegate void TensorCallback(IntPtr user, int side, ref NativeTensor tensor);
 
+        /// <summary>The type of <see cref="orvane_set_input"/> and <see cref="orvane_get_output"/>.</summary>
+        internal delegate IntPtr CopyFunction(ModelHandle model, uint index, IntPtr data, ulong bytes);
+
         [DllImport(Dll, CallingConvention = CallingConvention.Cdecl)]
         internal static extern uint orvane_abi();
 
