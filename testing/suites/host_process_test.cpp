@@ -226,7 +226,7 @@ TEST_F(HostProcess, FourThreadsShareOneHost) {
     const Process host = StartHost("echo 4096 4");
     ExpectEach(InThreads(4, [this](uint32_t i) { return RoundTrips(*interpreter, i, 250); }), kOk);
     Outcomes endless = InThreads(4, [this](uint32_t i) { return RoundTrips(*interpreter, i, SIZE_MAX); });
-    std::this_thread::sleep_for(200ms);
+    std::this_thread::sleep_for(200ms);  // the threads run endlessly until the kill
     host.Kill();
     ExpectEach(std::move(endless), kHostExit);
 }
