@@ -17,7 +17,7 @@
 
 // What an inference through a channel cannot avoid, and nothing else. Two processes, each on one processor, copy the
 // input into shared memory and from there into the model's memory, and the output back. Three exchanges set the input,
-// run, and fetch the output; each hands over to the other side and back.
+// run, and copy the output; each hands over to the other side and back.
 namespace {
 
 using Orvane::Bench::Infer;

@@ -29,8 +29,8 @@ using OptionValues = std::map<std::string, OptionValue, std::less<>>;
 // Returns the size of the form in bytes, or 0 if `capacity` is too small. If `buffer` is null, only measures.
 uint64_t WriteFlatForm(const OptionValues& values, void* buffer, uint64_t capacity);
 
-// Adds the entries of the form to `values` and keeps no pointer into `data`. Returns false if the form is truncated or
-// a length exceeds it; `values` then has the entries before the fault.
+// Adds the entries of the form to `values`. Copies the data. Returns false if the form is truncated or a length exceeds
+// it; `values` then has the entries before the fault.
 // Texts, and keys of all types but buffers, end at their first zero byte. An empty buffer becomes a boolean false. An
 // entry with an unknown tag is dropped, but its value is read as the next entry. May read the byte after `data`.
 bool ReadFlatForm(const void* data, uint64_t size, OptionValues& values);

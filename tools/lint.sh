@@ -1,9 +1,9 @@
 # shellcheck shell=bash
 #: lint --quick        run clang-format and shellcheck, and compile each header
 #:                     alone
-#: lint                the same; also check the English of the pages, run
-#:                     clang-tidy over all sources, and parse the sources for
-#:                     Windows as Visual Studio's compiler does
+#: lint                the same; also check the English of pages and comments,
+#:                     run clang-tidy over all sources, and parse the sources
+#:                     for Windows as Visual Studio's compiler does
 #: lint --deep         the same, but clang-tidy follows every path; takes 10
 #:                     minutes more
 
@@ -87,7 +87,8 @@ case "$*" in
         deep=$*
         run ./dev setup lint
         lintQuickly
-        run .deps/prose/bin/python tools/check_prose.py README.md CONTRIBUTING.md CHANGELOG.md {python,dotnet}/README.md docs/*.md
+        { git ls-files '*.md' '*.cs' '*.py' '*.sh' '*.cmake' '*CMakeLists.txt' && sources; } | grep -v tools/check_prose.py |
+            run xargs .deps/prose/bin/python tools/check_prose.py
         lintThoroughly
         ;;
     --quick)

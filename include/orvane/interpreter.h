@@ -95,7 +95,7 @@ class Interpreter {
     /// count; the SDK does not check it.
     TensorHandle GetTensor(TensorType type, uint32_t index);
 
-    /// Returns texts of the backend about the model. With OpenVINO there are none.
+    /// Returns texts of the backend about the model. OpenVINO does not provide any.
     std::unordered_map<std::string, std::string> GetExtraInfo();
 
     /// Returns the framework number of the last `Init`, also if that `Init` failed.

@@ -27,7 +27,7 @@ NamesHeld::NamesHeld() {
     }
 }
 
-// An object of another kind, or one that this process may not open, also uses the name.
+// An object of another kind, or an object that this process may not open, also uses the name.
 bool IsNameTaken(const std::string& name) {
     const Handle object(OpenEventW(SYNCHRONIZE, FALSE, WideFromUtf8(name).c_str()));
     return object || GetLastError() != ERROR_FILE_NOT_FOUND;

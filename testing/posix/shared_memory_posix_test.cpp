@@ -140,7 +140,7 @@ TEST_F(SharedMemoryPosix, LocksAnObjectBeforeItHasAName) {
     close(watch);
 }
 
-// Two clients over one /dev/shm. Each is process 1 of its own process namespace, as in two containers.
+// Two clients over one /dev/shm. Each is process 1 in a separate process namespace, as in two containers.
 TEST_F(SharedMemoryPosix, ClientsOfTwoProcessNamespacesDoNotInterfere) {
     constexpr int kNoNamespace = 2;
     const auto startInNamespace = [] {
