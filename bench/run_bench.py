@@ -30,6 +30,7 @@ STUB_VARIANTS = ("remote", "limit", "limit, spinning", *measure.PEERS)
 SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
 MUCH_OTHER_WORK = 0.05  # of the processors, as for `orvane bench`
 TEMPLATE = "cli/report/bench_page.html"  # the page of `orvane bench --html`
+SCRIPT = "bench/bench_page.js"  # what the page of this program has in addition
 
 
 def plan(quick):
@@ -166,7 +167,8 @@ def print_table(results):
 
 def page(results):
     """One HTML file that needs no other file. A "<" could end the script that contains the results, or begin a comment."""
-    return (SOURCE / TEMPLATE).read_text(encoding="utf-8").replace("@RESULTS@", json.dumps(results).replace("<", "\\u003c"))
+    template, script = ((SOURCE / file).read_text(encoding="utf-8") for file in (TEMPLATE, SCRIPT))
+    return template.replace("// @SCRIPT@", script).replace("@RESULTS@", json.dumps(results).replace("<", "\\u003c"))
 
 
 def parse_arguments():
