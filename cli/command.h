@@ -55,9 +55,12 @@ struct Argument {
     std::string Call() const { return valueName.empty() ? name : name + " " + valueName; }
 };
 
-inline std::vector<Argument> Joined(std::vector<Argument> first, const std::vector<Argument>& more) {
-    first.insert(first.end(), more.begin(), more.end());
-    return first;
+inline std::vector<Argument> Joined(const std::vector<std::vector<Argument>>& parts) {
+    std::vector<Argument> all;
+    for (const std::vector<Argument>& part : parts) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    return all;
 }
 
 // The parser, the help, the manual page and the completions use this table.

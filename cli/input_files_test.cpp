@@ -71,7 +71,7 @@ class InputFiles : public CommandLineTest {
     std::string picture = folder.Write("p.PNG", kPicture);
 };
 
-TEST_F(InputFiles, AnArchiveGivesItsArraysByName) {
+TEST_F(InputFiles, ReadsTheArraysOfAnArchiveByName) {
     folder.Write("stored.npz", kStored);
     folder.Write("packed.npz", kCompressed);
     for (const std::string argument : {"x=@stored.npz", "0=@packed.npz", "@packed.npz"}) {
@@ -82,7 +82,7 @@ TEST_F(InputFiles, AnArchiveGivesItsArraysByName) {
     EXPECT_THAT(Run("run @a.xml --input @packed.npz").err, HasSubstr("the model has no input \"x\""));
 }
 
-TEST_F(InputFiles, ADamagedArchiveIsRefused) {
+TEST_F(InputFiles, RefusesADamagedArchive) {
     const std::string whole = ContentOf(kCompressed);
     ASSERT_THAT(whole, AllOf(EndsWith("\xf0\xc1"), SizeIs(140)));
     EXPECT_EQ(ContentOf(kStored), whole);
@@ -97,7 +97,7 @@ TEST_F(InputFiles, ADamagedArchiveIsRefused) {
     }
 }
 
-TEST_F(InputFiles, PixelsGoWhereTheInputHasThem) {
+TEST_F(InputFiles, CopiesPixelsInTheLayoutOfTheInput) {
     using Bytes = std::vector<uint8_t>;
     using Floats = std::vector<float>;
     EXPECT_EQ(Pixels<uint8_t>("u8", {"1", "2", "2", "3"}), (Bytes{255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255}));
@@ -109,7 +109,7 @@ TEST_F(InputFiles, PixelsGoWhereTheInputHasThem) {
     EXPECT_EQ(Floats(larger.begin(), larger.begin() + 6), (Floats{255, 0, 0, 0, 255, 0}));
 }
 
-TEST(Exif, APictureIsTurnedAsItsDataSay) {
+TEST(Exif, TurnsAPictureUpright) {
     // The result for the rows 012 and 345, for orientations 1 to 8.
     const std::string expected[] = {"012345", "210543", "543210", "345012", "031425", "304152", "524130", "251403"};
     for (int orientation = 1; orientation <= 8; ++orientation) {
@@ -132,7 +132,7 @@ TEST(Exif, APictureIsTurnedAsItsDataSay) {
     }
 }
 
-TEST_F(InputFiles, TheLargestElementsAreShownWithTheirLabels) {
+TEST_F(InputFiles, ShowsTheLargestElementsWithLabels) {
     folder.Write("labels", "one\r\ntwo\nthree\n");
     folder.Write("x", BytesOf({10, NAN, 30}));
     const std::string line = "run @m.xml --input 0=@x --top 5 --labels @labels";
@@ -142,7 +142,7 @@ TEST_F(InputFiles, TheLargestElementsAreShownWithTheirLabels) {
     EXPECT_THAT(Run(line).err, HasSubstr("--labels has 1 lines, and no output"));
 }
 
-TEST_F(InputFiles, WhatGoesNowhereIsRefused) {
+TEST_F(InputFiles, RefusesPicturesAndOptionsThatDoNotFit) {
     folder.Write("not.jpg", "JPEG");
     folder.Write("p.webp", "");
     EchoModel({{"x", "f32", {"1", "3", "2", "2"}}}).WriteTo(folder, "e");

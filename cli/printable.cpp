@@ -1,6 +1,7 @@
 #include "cli/printable.h"
 
 #include <cstddef>
+#include <cstdio>
 #include <string_view>
 #include <utility>
 
@@ -40,6 +41,16 @@ std::string ShapeText(const std::vector<int64_t>& shape) {
 
 std::string TypeText(orvane::ElementType type, const std::vector<int64_t>& shape) {
     return std::string(orvane::NameOf(type)) + " " + ShapeText(shape);
+}
+
+std::string Formatted(const char* format, double value) {
+    char text[128];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+std::vector<std::string> TensorCells(const orvane::Tensor& tensor) {
+    return {std::to_string(tensor.index), Printable(tensor.name), orvane::NameOf(tensor.type), ShapeText(tensor.shape)};
 }
 
 std::string SideName(orvane::Side side) {

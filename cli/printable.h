@@ -21,6 +21,12 @@ std::string ShapeText(const std::vector<int64_t>& shape);
 // Returns "float32 [1, 3, ?]".
 std::string TypeText(orvane::ElementType type, const std::vector<int64_t>& shape);
 
+// Returns a number as printf shows it. `format` is for a double.
+std::string Formatted(const char* format, double value);
+
+// Returns the index, name, type and shape of a tensor, as cells of a table.
+std::vector<std::string> TensorCells(const orvane::Tensor& tensor);
+
 // Returns "input" or "output".
 std::string SideName(orvane::Side side);
 

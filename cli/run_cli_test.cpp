@@ -40,7 +40,7 @@ TEST_F(RunCliTest, InfoListsTensorsOfEveryKind) {
     EXPECT_EQ(Run("info --json @two.xml").out, R"({"inputs":)" + tensors + R"(,"outputs":)" + tensors + "}\n");
 }
 
-TEST_F(RunCliTest, OutputsAreWrittenBitForBit) {
+TEST_F(RunCliTest, RunWritesOutputsBitForBit) {
     const CapturedRun run = Run("run @m.xml --input x=@x --output y=@结果.npy");
     EXPECT_EQ(run.out + run.err, "");
     EXPECT_EQ(Held("结果.npy"), NpyHeader({orvane::ElementType::Float32, {1, 3}}) + BytesOf({11, 22, -27}));
@@ -50,7 +50,7 @@ TEST_F(RunCliTest, OutputsAreWrittenBitForBit) {
     EXPECT_THAT(folder.Names(), ElementsAre("m.bin", "m.xml", "x", "结果.npy"));
 }
 
-TEST_F(RunCliTest, WithoutOutputItPrintsASummary) {
+TEST_F(RunCliTest, RunPrintsASummaryWithoutOutputFiles) {
     EXPECT_THAT(Run("run @m.xml --input 0=@x --repeat 3").out,
                 StartsWith("0  y  float32  [1, 3]  min -27  max 22  mean 2  max at 1\n3 inferences in "));
     EXPECT_THAT(
@@ -62,7 +62,7 @@ TEST_F(RunCliTest, WithoutOutputItPrintsASummary) {
               "0  y  float32  [1, 3]  min -inf  max inf  mean nan  max at 0  1 NaN\n");
 }
 
-TEST_F(RunCliTest, ShapesAreGivenOnTheWayOrForGood) {
+TEST_F(RunCliTest, ShapeOptionAndReshapeSetShapes) {
     EchoModel({{"x", "f32", {"?", "3"}}, {"n", "f32", {}}}).WriteTo(folder, "any");
     const std::string inputs = " --input x=@x --input n=@n";
     folder.Write("n", BytesOf({7}));
@@ -98,7 +98,7 @@ TEST_F(RunCliTest, ShapesAreGivenOnTheWayOrForGood) {
                 ElementsAre("any.bin", "any.xml", "fixed.bin", "fixed.xml", "m.bin", "m.xml", "n", "x"));
 }
 
-TEST_F(RunCliTest, DevicesListsWhatTheDeviceOptionTakes) {
+TEST_F(RunCliTest, DevicesListsTheNamesForTheDeviceOption) {
     const json listed = json::parse(Run("devices --json").out);
     EXPECT_THAT(listed.at("accepted"), Contains("CPU"));
     EXPECT_NE(listed.at("devices").at(0).at("full_name"), "");
@@ -119,7 +119,7 @@ TEST_F(RunCliTest, ADashIsTheStandardInputOrOutput) {
     EXPECT_THAT(Run("info -", "<net/>").err, HasSubstr("weights are in another file"));
 }
 
-TEST_F(RunCliTest, AStaleCacheIsNoticed) {
+TEST_F(RunCliTest, RefusesAStaleCache) {
     using std::filesystem::last_write_time;
     const std::filesystem::path file = Platform::PathFromUtf8(model);
     const std::string line = "run @m.xml --cache @c --input 0=@x";
@@ -130,10 +130,10 @@ TEST_F(RunCliTest, AStaleCacheIsNoticed) {
     AddModel({1, 2}).WriteTo(folder, "m");
     last_write_time(file, made);
     EXPECT_THAT(Run(line).err, HasSubstr("its inputs or outputs are not those of MODEL"));
-    EXPECT_EQ(Run("run --cache @c --input 0=@x").exitValue, 0) << "without MODEL the cache is what is wanted";
+    EXPECT_EQ(Run("run --cache @c --input 0=@x").exitValue, 0) << "without MODEL the cache is not stale";
 }
 
-TEST_F(RunCliTest, BenchMeasuresInThisProcessAndInAHost) {
+TEST_F(RunCliTest, BenchMeasuresInThisProcessAndInAHostProcess) {
     for (const bool remote : {false, true}) {
         const std::string host = remote ? " --remote" : "";
         const CapturedRun run = Run("bench @m.xml --warmup 3 --iterations 25 --json @结果.json" + host);
@@ -182,7 +182,7 @@ std::string Secret(std::string bytes) {
     return bytes;
 }
 
-TEST_F(RunCliTest, EncryptedFilesOfEveryLengthComeBackOrAreRefusedOrPadded) {
+TEST_F(RunCliTest, EncryptRestoresRefusesOrPadsFilesOfEveryLength) {
     const auto zeros = [](size_t count) { return std::string(count, '\0'); };
     folder.Write("key", "k3y\r\n");
     const std::pair<std::string, std::string> plainAndPadding[] = {
@@ -297,7 +297,7 @@ const Refusal kRefusals[] = {
     {1, "encrypt --key k @ @old", "is a folder"},
 };
 
-TEST_F(RunCliTest, WhatFailsSaysWhyAndWritesNothing) {
+TEST_F(RunCliTest, FailuresHaveAReasonAndWriteNothing) {
     const std::string npy = NpyHeader({orvane::ElementType::Float32, {1, 3}}) + std::string(12, 'd');
     folder.Write("long.npy", npy + "d");
     folder.Write("cut.npy", npy.substr(0, 50));
@@ -323,7 +323,7 @@ TEST_F(RunCliTest, WhatFailsSaysWhyAndWritesNothing) {
                 HasSubstr(" ended before the model was loaded"));
 }
 
-TEST_F(RunCliTest, LogLinesComeWhenAskedForAndHoldTheWholeMessage) {
+TEST_F(RunCliTest, LogLinesHaveTheWholeMessage) {
     const std::string err = Run("info --log-level 6 @x").err;
     const std::string before = "[ORVANE]:error=";
     const std::string message = err.substr(before.size(), err.find(", status=-1\n") - before.size());

@@ -124,13 +124,6 @@ void Measure(Inference& inference, const BenchOptions& options, BenchReport& rep
     report.otherWork = before && after ? OtherWorkBetween(*before, *after) : std::nullopt;
 }
 
-Transfer Zeros(const orvane::Tensor& input) {
-    if (!input.problem.empty()) {
-        throw Failure(input.problem);
-    }
-    return {&input, std::vector<uint8_t>(static_cast<std::size_t>(input.byteSize)), std::nullopt};
-}
-
 void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream& err) {
     const LogLines lines(options.model.logLevel, err);
     const auto start = Clock::now();
@@ -142,7 +135,7 @@ void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream
     RefuseDynamicInputs(options.model, inputs);
     const std::vector<orvane::Tensor>& outputs = model.Outputs();
     Inference inference{model, {}, PrepareOutputs({}, outputs)};
-    std::transform(inputs.begin(), inputs.end(), std::back_inserter(inference.inputs), Zeros);
+    std::transform(inputs.begin(), inputs.end(), std::back_inserter(inference.inputs), TransferFor);
 
     report.firstInference = TimeInference(inference);
     WarmUp(inference, options.warmup, err);

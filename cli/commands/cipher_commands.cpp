@@ -125,9 +125,9 @@ void Decrypt(const CipherOptions& options, std::ostream& out, std::ostream& err)
 }
 
 std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
-    return Joined({{"IN", &options.input, "", "The file to read", kRequiredFile},
-                   {"OUT", &options.output, "", "The file to write; can be the same as IN", kRequiredFile}},
-                  ArgumentsForKey(options.key, "The key, 1 to 4 bytes"));
+    return Joined({{{"IN", &options.input, "", "The file to read", kRequiredFile},
+                    {"OUT", &options.output, "", "The file to write; can be the same as IN", kRequiredFile}},
+                   ArgumentsForKey(options.key, "The key, 1 to 4 bytes")});
 }
 
 }  // namespace
@@ -137,7 +137,7 @@ Command EncryptCommand() {
     const Argument pad = {"--pad", &options->pad, "",
                           "Pad a file whose length the cipher cannot restore, with up to 15 bytes"};
     return {"encrypt", "Encrypt a model file", "orvane encrypt --key-file key.txt model.onnx secret.onnx",
-            Joined(ArgumentsForCipher(*options), {pad}),
+            Joined({ArgumentsForCipher(*options), {pad}}),
             [options](std::ostream& out, std::ostream& err) { Encrypt(*options, out, err); }};
 }
 

@@ -27,9 +27,9 @@ Json ToJson(const std::vector<orvane::Tensor>& tensors) {
 
 void AddRows(const std::vector<orvane::Tensor>& tensors, std::vector<std::vector<std::string>>& rows) {
     for (const orvane::Tensor& tensor : tensors) {
-        rows.push_back({SideName(tensor.side), std::to_string(tensor.index), Printable(tensor.name),
-                        orvane::NameOf(tensor.type), ShapeText(tensor.shape),
-                        (tensor.byteSize == 0 ? "?" : std::to_string(tensor.byteSize)) + " bytes"});
+        std::vector<std::string>& row = rows.emplace_back(TensorCells(tensor));
+        row.insert(row.begin(), SideName(tensor.side));
+        row.push_back((tensor.byteSize == 0 ? "?" : std::to_string(tensor.byteSize)) + " bytes");
     }
 }
 

@@ -22,7 +22,7 @@ NpyArray Read(const std::string& bytes) {
     return ReadNpyHeader(file);
 }
 
-TEST(Npy, HeaderIsWrittenAsFormat1WithDataAt64Bytes) {
+TEST(Npy, WritesAHeaderOfFormat1ThatEndsAt64Bytes) {
     EXPECT_EQ(NpyHeader({orvane::ElementType::Float32, {1, 576}}),
               "\x93NUMPY\x01\x00\x76\x00{'descr': '<f4', 'fortran_order': False, 'shape': (1, 576), }"s +
                   std::string(56, ' ') + "\n");
@@ -52,7 +52,7 @@ TEST(Npy, ReadsEveryVersionTypeAndSpelling) {
     }
 }
 
-TEST(Npy, FortranOrderIsTurnedIntoCOrder) {
+TEST(Npy, ConvertsFortranOrderToCOrder) {
     // The shape is (2, 3, 2). Each element is the number of its place in C order.
     const std::vector<uint8_t> fortran = {0, 6, 2, 8, 4, 10, 1, 7, 3, 9, 5, 11};
     std::vector<uint8_t> ordered(12);
@@ -64,7 +64,7 @@ TEST(Npy, FortranOrderIsTurnedIntoCOrder) {
     EXPECT_TRUE(read.isFortran && read.shape == (Shape{2, 3}));
 }
 
-TEST(Npy, RefusesWhatItCannotReadAndSaysWhy) {
+TEST(Npy, RefusesUnreadableFilesWithAReason) {
     const std::string good = "{'descr': '<f4', 'fortran_order': False";
     const std::pair<std::string, std::string> cases[] = {
         {"\x89PNG\r\n\x1a\n0123456789", "does not begin like one"},

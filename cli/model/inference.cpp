@@ -40,6 +40,11 @@ void CheckCopyable(const orvane::Tensor& tensor) {
 
 }  // namespace
 
+Transfer TransferFor(const orvane::Tensor& tensor) {
+    CheckCopyable(tensor);
+    return {&tensor, std::vector<uint8_t>(static_cast<std::size_t>(tensor.byteSize)), std::nullopt};
+}
+
 std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given,
                                  const std::vector<orvane::Tensor>& inputs, const PictureOptions& pictures) {
     const std::vector<TensorFileArgument> arguments = WithArrays(given);
@@ -58,16 +63,13 @@ std::vector<Transfer> PrepareOutputs(const std::vector<TensorFileArgument>& argu
     std::vector<Transfer> transfers;
     const std::vector<const orvane::Tensor*> named = FindTensors(NamesOf(arguments), outputs, orvane::Side::Output);
     for (std::size_t i = 0; i < named.size(); ++i) {
-        CheckCopyable(*named[i]);
-        transfers.push_back({named[i], {}, arguments[i].path});
+        transfers.push_back(TransferFor(*named[i]));
+        transfers.back().path = arguments[i].path;
     }
     for (const orvane::Tensor& tensor : outputs) {
         if (arguments.empty() && tensor.problem.empty()) {
-            transfers.push_back({&tensor, {}, std::nullopt});
+            transfers.push_back(TransferFor(tensor));
         }
-    }
-    for (Transfer& transfer : transfers) {
-        transfer.data.resize(static_cast<std::size_t>(transfer.tensor->byteSize));
     }
     return transfers;
 }

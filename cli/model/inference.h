@@ -19,6 +19,9 @@ struct Transfer {
     std::optional<std::string> path;  // the file for an output
 };
 
+// Returns memory with zeros for a tensor's data. Throws `Failure` if the data cannot be copied.
+Transfer TransferFor(const orvane::Tensor& tensor);
+
 // Reads the file of every input. Throws `Failure` unless each input is given exactly once and its file fits.
 std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given,
                                  const std::vector<orvane::Tensor>& inputs, const PictureOptions& pictures);

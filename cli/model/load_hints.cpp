@@ -189,10 +189,11 @@ std::vector<std::string> SystemHints(const orvane::Error& error) {
     }
     const std::filesystem::space_info space = std::filesystem::space(sharedMemory, ignored);
     constexpr std::uintmax_t kMegabyte = 1'000'000;
-    return {"/dev/shm, through which data goes to and from a host process, has " +
-            std::to_string(space.available / kMegabyte) + " MB left of " + std::to_string(space.capacity / kMegabyte) +
-            ", and a host takes up to 22. Give a container more, with --shm-size=256m for instance, or run without "
-            "--host and --remote."};
+    return {
+        "/dev/shm, through which data goes to and from a host process, has " +
+        std::to_string(space.available / kMegabyte) + " MB left of " + std::to_string(space.capacity / kMegabyte) +
+        ", and a host process takes up to 22 MB. Give a container more, as in --shm-size=256m, or run without --remote "
+        "and --host."};
 }
 
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error) {

@@ -47,7 +47,7 @@ std::vector<Argument> ArgumentsForModel(ModelOptions& options, const std::vector
         {"--log-level", &options.logLevel, "N", "Show log lines of this level and above; errors have level 6"},
     };
     const auto key = ArgumentsForKey(options.key, "The model files are encrypted with this key of 1 to 4 bytes");
-    return Joined(Joined(Joined(Joined(model, own), about), key), host);
+    return Joined({model, own, about, key, host});
 }
 
 Argument ArgumentForShapes(std::vector<std::string>& shapes) {

@@ -1,10 +1,11 @@
 #include "cli/report/bench_report.h"
 
+#include "cli/printable.h"
+
 #include <orvane/orvane.hpp>
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 #include <iterator>
 #include <numeric>
 #include <ostream>
@@ -61,23 +62,17 @@ SteadyState SteadyStateOf(const std::vector<InferenceTimes>& inferences) {
             Quantiles(inferences)};
 }
 
-std::string Text(const char* format, double value) {
-    char text[128];
-    std::snprintf(text, sizeof text, format, value);
-    return text;
-}
-
 std::vector<std::string> Row(const std::string& name, const Distribution& times) {
     std::vector<std::string> row = {name};
     for (const double value : {times.minimum, times.p50, times.p90, times.p99, times.p999, times.maximum, times.mean}) {
-        row.push_back(Text("%.4f", value));
+        row.push_back(Formatted("%.4f", value));
     }
     return row;
 }
 
 std::vector<std::string> Row(const std::string& name, const std::optional<Platform::MemoryUse>& memory) {
     constexpr double kMegabyte = 1e6;
-    const auto text = [](uint64_t bytes) { return Text("%.1f MB", static_cast<double>(bytes) / kMegabyte); };
+    const auto text = [](uint64_t bytes) { return Formatted("%.1f MB", static_cast<double>(bytes) / kMegabyte); };
     return {name, memory ? text(memory->resident) : "unknown", memory ? text(memory->peak) : "unknown"};
 }
 
@@ -132,10 +127,10 @@ std::optional<OtherWork> OtherWorkBetween(const Platform::ProcessorTime& start, 
 void PrintBenchReport(std::ostream& out, const BenchReport& report) {
     std::vector<std::vector<std::string>> start;
     if (report.host) {
-        start.push_back({"host launch", report.launch ? Text("%.3f ms", *report.launch) : "unknown"});
+        start.push_back({"host process start", report.launch ? Formatted("%.3f ms", *report.launch) : "unknown"});
     }
-    start.push_back({"initialisation", Text("%.3f ms", report.initialisation)});
-    start.push_back({"first inference", Text("%.3f ms", Whole(report.firstInference))});
+    start.push_back({"initialisation", Formatted("%.3f ms", report.initialisation)});
+    start.push_back({"first inference", Formatted("%.3f ms", Whole(report.firstInference))});
     PrintTable(out, start);
 
     const SteadyState steady = SteadyStateOf(report.inferences);
@@ -144,7 +139,7 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
         << (report.interrupted ? " until Ctrl-C"
             : report.hostEnd   ? " until the host process ended"
                                : "")
-        << ", " << Text("%.1f", steady.perSecond) << " per second\n";
+        << ", " << Formatted("%.1f", steady.perSecond) << " per second\n";
     PrintTable(out, {{"ms", "min", "p50", "p90", "p99", "p99.9", "max", "mean"},
                      Row("inference", steady.inference),
                      Row("copy in", steady.copyIn),
@@ -153,13 +148,13 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
 
     std::vector<std::vector<std::string>> memory = {{"memory", "now", "peak"}, Row("orvane", report.ownMemory)};
     if (report.host) {
-        memory.push_back(Row("host", report.hostMemory));
+        memory.push_back(Row("host process", report.hostMemory));
     }
     out << "\n";
     PrintTable(out, memory);
     if (report.otherWork && report.otherWork->IsMuch()) {
-        out << Text("\nDISTURBED: other programs used %.0f %% of the processors", report.otherWork->others * 100)
-            << Text(", and other virtual machines %.0f %%.\n", report.otherWork->stolen * 100)
+        out << Formatted("\nDISTURBED: other programs used %.0f %% of the processors", report.otherWork->others * 100)
+            << Formatted(", and other virtual machines %.0f %%.\n", report.otherWork->stolen * 100)
             << "Measure again when there is little else to do.\n";
     }
 }

@@ -10,7 +10,7 @@ namespace Orvane::Cli {
 namespace {
 
 // A percentile P is the smallest measurement that at least P % of the measurements do not exceed.
-TEST(BenchReportTest, EveryFigureStandsInItsPlace) {
+TEST(BenchReportTest, PrintsEveryFigure) {
     BenchReport report;
     report.host = "host";
     report.initialisation = 1.5;
@@ -22,9 +22,9 @@ TEST(BenchReportTest, EveryFigureStandsInItsPlace) {
     }
     std::ostringstream text;
     PrintBenchReport(text, report);
-    EXPECT_EQ(text.str(), R"(host launch      unknown
-initialisation   1.500 ms
-first inference  6.000 ms
+    EXPECT_EQ(text.str(), R"(host process start  unknown
+initialisation      1.500 ms
+first inference     6.000 ms
 
 1001 inferences until Ctrl-C, 0.6 per second
 ms         min     p50        p90        p99        p99.9      max        mean
@@ -33,9 +33,9 @@ copy in    1.0000  501.0000   901.0000   991.0000   1000.0000  1001.0000  501.00
 compute    2.0000  1002.0000  1802.0000  1982.0000  2000.0000  2002.0000  1002.0000
 copy out   0.5000  250.5000   450.5000   495.5000   500.0000   500.5000   250.5000
 
-memory  now      peak
-orvane  12.3 MB  45.6 MB
-host    unknown  unknown
+memory        now      peak
+orvane        12.3 MB  45.6 MB
+host process  unknown  unknown
 )");
     const Json steady = BenchReportJson(report).at("steady_state");
     EXPECT_EQ(steady.at("copy_out_ms"), Json::parse(R"(
@@ -45,7 +45,7 @@ host    unknown  unknown
     EXPECT_EQ((Json{quantiles.at(0), quantiles.at(99), quantiles.at(198)}), (Json{21.0, 1753.5, 3486.0}));
 }
 
-TEST(BenchReportTest, ARunBesideOtherWorkSaysSo) {
+TEST(BenchReportTest, SaysWhenOtherProgramsRan) {
     const Platform::ProcessorTime start{100, 50, 10, 1};
     EXPECT_FALSE(OtherWorkBetween(start, {100.4, 50.4, 10.1, 1})) << "too short to measure";
     const auto quiet = OtherWorkBetween(start, {120, 61, 20.5, 2});

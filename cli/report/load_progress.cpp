@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <iostream>
 #include <string_view>
 
@@ -16,12 +15,6 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t kLongestPath = 40;
 constexpr std::string_view kDots = "...";
-
-std::string Seconds(std::chrono::steady_clock::duration time) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f s", std::chrono::duration<double>(time).count());
-    return text;
-}
 
 std::string NameOf(orvane::LoadStep step) {
     switch (step) {
@@ -80,7 +73,8 @@ void LoadProgress::Run(const std::string& what, std::ostream& terminal) {
     std::unique_lock lock(mutex);
     for (auto pause = 500ms; !ended.wait_for(lock, pause, [this] { return isOver; }); pause = 100ms) {
         const std::string begin = NameOf(step);
-        const std::string end = "  " + Seconds(std::chrono::steady_clock::now() - start);
+        const std::string end =
+            "  " + Formatted("%.1f s", std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
         const std::size_t room = Platform::TerminalWidth() - 1;  // the last column stays free
         const std::size_t others = begin.size() + end.size() + kDots.size();
         std::string line = begin;

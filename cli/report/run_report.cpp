@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <optional>
 #include <ostream>
 
@@ -18,9 +17,7 @@ std::string Text(double value) {
     if (std::isnan(value)) {
         return "nan";  // the mean of both infinities; some systems print a sign
     }
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value);
-    return text;
+    return Formatted("%.6g", value);
 }
 
 std::string Text(const Number& number) {
@@ -39,10 +36,8 @@ Json ToJson(const Number& number) {
 }
 
 std::vector<std::string> SummaryRow(const Transfer& transfer) {
-    const orvane::Tensor& tensor = *transfer.tensor;
-    std::vector<std::string> row = {std::to_string(tensor.index), Printable(tensor.name), orvane::NameOf(tensor.type),
-                                    ShapeText(tensor.shape)};
-    const TensorSummary summary = Summarise(tensor.type, transfer.data);
+    std::vector<std::string> row = TensorCells(*transfer.tensor);
+    const TensorSummary summary = Summarise(transfer.tensor->type, transfer.data);
     if (const auto& range = summary.range) {
         row.insert(row.end(), {"min " + Text(range->minimum), "max " + Text(range->maximum),
                                "mean " + Text(range->mean), "max at " + std::to_string(range->indexOfMaximum)});
@@ -72,8 +67,7 @@ std::optional<std::string> LabelOf(const TopOptions& top, const orvane::Tensor& 
 
 void PrintTop(std::ostream& out, const Transfer& transfer, const TopOptions& top) {
     const orvane::Tensor& tensor = *transfer.tensor;
-    out << tensor.index << "  " << Printable(tensor.name) << "  " << orvane::NameOf(tensor.type) << "  "
-        << ShapeText(tensor.shape) << "\n";
+    PrintTable(out, {TensorCells(tensor)});
     std::vector<std::vector<std::string>> rows;
     for (const RankedElement& element : Largest(tensor.type, transfer.data, top.count)) {
         rows.push_back({"", std::to_string(element.index), Text(element.value),
