@@ -68,7 +68,7 @@ def numbers(value, path=""):
 
 
 def check_figures(page, expected, second):
-    """`second`: how many units of the times in the JSON make one."""
+    """`second`: the number of the JSON's time units in a second."""
     for path, value in expected:
         texts = {text for figure, text, _ in page.figures if figure == value}
         assert texts, f"{path}: {value} is not on the page"
@@ -165,7 +165,7 @@ def check_benchmark(folder):
 def main(model, folder, *orvane):
     folder = pathlib.Path(folder)
     if not shutil.which("chromium"):
-        print("SKIPPED: there is no chromium to look at a page with; `./dev test` installs it")
+        print("SKIPPED: there is no chromium to show a page; `./dev test` installs it")
         return
     if not pathlib.Path(model).exists():
         print(f"SKIPPED: {model} is missing; `./dev setup` downloads it")
