@@ -14,6 +14,9 @@ constexpr int64_t kIdleWaitsPerWatch = 25;
 
 constexpr int64_t kMostWakeUp = 1'000'000;
 
+// If watches lose more than this against sleeping, the machine is busy.
+constexpr int64_t kWakeUpsPerSign = 16;
+
 constexpr uint32_t kWaitsPerPlan = 8;
 constexpr size_t kEarliest = 3;  // a watch may begin for one of the shortest times, up to this index
 
@@ -34,6 +37,21 @@ class TryLock {
     std::atomic_flag& flag;
     bool holds;
 };
+
+// If the other side had to sleep, it sets the event one wake-up later. A watch from the start of a wait also covers
+// that time. In idle waits, watches that see no set must remain a small part of all waits.
+WaitPlan CoverWakeUp(WaitPlan plan, int64_t wakeUp, const RecentTimes& took, bool isIdleWait) {
+    if (plan.watchUntil == 0 || plan.watchFrom != 0) {
+        return plan;
+    }
+    const int64_t longer = plan.watchUntil + wakeUp;
+    int64_t allowed = 0;
+    const std::array<int64_t, RecentTimes::kMost> times = took.Sorted();
+    for (size_t i = 0; i < took.Count(); ++i) {
+        allowed += times[i] / kIdleWaitsPerWatch - (times[i] > longer ? longer : 0);
+    }
+    return {0, isIdleWait && allowed < 0 ? plan.watchUntil : longer};
+}
 
 }  // namespace
 
@@ -56,12 +74,17 @@ void MachineWaits::LearnOfWakeUp(int64_t time) {
 }
 
 void MachineWaits::LearnOfWatch(int64_t late) {
-    if (late > kWatchesPerWakeUp * WakeUp()) {
+    const int64_t lost = loss.load(std::memory_order_relaxed) + late - WakeUp();
+    if (lost > kWakeUpsPerSign * WakeUp()) {
         const uint32_t count = sleepsAtNextSign.load(std::memory_order_relaxed);
         sleeps.store(count, std::memory_order_relaxed);
         sleepsAtNextSign.store(std::min(4 * count, kMostSleeps), std::memory_order_relaxed);
         timely.store(0, std::memory_order_relaxed);
-    } else if (timely.fetch_add(1, std::memory_order_relaxed) == kManyTimely) {
+        loss.store(0, std::memory_order_relaxed);
+        return;
+    }
+    loss.store(std::max<int64_t>(lost, 0), std::memory_order_relaxed);
+    if (timely.fetch_add(1, std::memory_order_relaxed) == kManyTimely) {
         sleepsAtNextSign.store(kFewestSleeps, std::memory_order_relaxed);
     }
 }
@@ -81,7 +104,7 @@ WaitPlan WaitPolicy::Plan(uint32_t kind, bool isIdleWait) {
     }
     Kind& known = kinds[kind % kKinds];
     if (known.untilNextPlan == 0) {
-        known.plan = Cheapest(known, isIdleWait);
+        known.plan = CoverWakeUp(Cheapest(known, isIdleWait), machine.WakeUp(), known.took, isIdleWait);
         known.untilNextPlan = kWaitsPerPlan;
     }
     return known.plan;

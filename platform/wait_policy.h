@@ -40,12 +40,13 @@ class MachineWaits {
     int64_t WakeUp() const { return wakeUp.load(std::memory_order_relaxed); }
     void LearnOfWakeUp(int64_t time);
 
-    // `late`: how long after a set a watch saw it. If other threads want the processor, a thread that yielded gets it
-    // back whole time slices later, but a sleeper is woken at once. So after a late watch some waits sleep. Each
-    // further late watch multiplies their number by four. Many timely watches reset that number.
+    // `late`: how long after a set a watch that yielded saw it. If other threads want the processor, a thread that
+    // yielded gets it back whole time slices later, but a sleeper is woken at once. So if watches see sets later than
+    // sleepers would, by several wake-ups in all, this is a sign of a busy machine: some waits sleep. Each further sign
+    // multiplies their number by four. Many timely watches reset that number.
     void LearnOfWatch(int64_t late);
 
-    // True while late watches make the next waits sleep.
+    // True while such signs make the next waits sleep.
     bool IsBusy() const { return sleeps.load(std::memory_order_relaxed) != 0; }
 
     // True if the next wait may watch. Otherwise this counts the wait as one that sleeps.
@@ -59,7 +60,8 @@ class MachineWaits {
     std::atomic<int64_t> wakeUp{0};
     std::atomic<uint32_t> sleeps{0};  // how many of the next waits sleep at once
     std::atomic<uint32_t> sleepsAtNextSign{kFewestSleeps};
-    std::atomic<uint32_t> timely{0};  // timely watches since the last late one
+    std::atomic<uint32_t> timely{0};  // watches since the last sign
+    std::atomic<int64_t> loss{0};     // what recent watches lost against sleeping
     std::atomic_flag isLearning{};
     RecentTimes wakeUps;
 };

@@ -91,6 +91,28 @@ TEST_F(WaitPolicyTest, IsAwakeBeforeTheSetAndGivesUpAfterIt) {
     EXPECT_LE(plan.watchUntil, 505 + kWakeUp);
 }
 
+TEST_F(WaitPolicyTest, WatchesUntilASleepingPeerCouldAnswer) {
+    struct Case {
+        std::string what;
+        std::vector<int64_t> series;
+        bool isIdleWait;
+        bool coversWakeUp;
+    };
+    const Case cases[] = {
+        {"a result", Repeat(20, {8, 10, 12}), false, true},
+        {"work", Repeat(20, {8, 10, 12}), true, true},
+        {"work that seldom comes later", Repeat(20, {2, 10, 12, 90'000}), true, true},
+        {"work that every second time comes after 25 wake-ups", Repeat(20, {12, 1'000}), true, false},
+    };
+    for (const auto& [what, series, isIdleWait, coversWakeUp] : cases) {
+        const WaitPlan plan = Learner().After(series, isIdleWait);
+        EXPECT_EQ(plan.watchFrom, 0) << what;
+        EXPECT_GT(plan.watchUntil, 12) << what;
+        EXPECT_LT(plan.watchUntil, 12 + 2 * kWakeUp) << what;
+        EXPECT_EQ(plan.watchUntil >= 12 + kWakeUp, coversWakeUp) << what;
+    }
+}
+
 TEST_F(WaitPolicyTest, FollowsAChange) {
     Learner learner;
     EXPECT_EQ(Of(learner.After(Repeat(100, {10}))), Decision::Watches);
@@ -133,9 +155,14 @@ TEST_F(WaitPolicyTest, ABusyMachineIsNotWatched) {
     EXPECT_FALSE(machine.IsBusy());
     timely(1);
     EXPECT_EQ(sleeps(), 0U);
+    machine.LearnOfWatch(10 * kWakeUp);
+    EXPECT_EQ(sleeps(), 0U) << "one watch that is a little late";
+    machine.LearnOfWatch(10 * kWakeUp);
+    EXPECT_EQ(sleeps(), 32U) << "it is not the only one";
+    timely(1'001);
     late();
     EXPECT_TRUE(machine.IsBusy());
-    EXPECT_EQ(sleeps(), 32U);
+    EXPECT_EQ(sleeps(), 32U) << "a very late one";
     EXPECT_FALSE(machine.IsBusy());
     late();
     EXPECT_EQ(sleeps(), 128U) << "a further sign";

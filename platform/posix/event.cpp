@@ -78,17 +78,21 @@ bool Watch(Word& word, int64_t end, Awaited awaited) {
     int64_t now = start;
     // A copy of a common size takes less time than a yield.
     const int64_t aloneUntil = together ? now : now + machine.WakeUp() / 8;
+    bool hasYielded = false;
     for (; !Take(word); now = Now()) {
         if (now >= end) {
             return false;
         }
-        if (now >= aloneUntil) {
+        hasYielded = now >= aloneUntil;
+        if (hasYielded) {
             sched_yield();  // for example to a thread of the awaited inference
         } else {
             _mm_pause();
         }
     }
-    machine.LearnOfWatch(SinceSet(word, start, now));
+    if (hasYielded) {
+        machine.LearnOfWatch(SinceSet(word, start, now));
+    }
     return true;
 }
 
@@ -100,14 +104,14 @@ bool Sleep(Word& word, int64_t end) {
     const int64_t atMost = std::max<int64_t>(end - start, 0);
     const timespec limit{atMost / kSecond, atMost % kSecond};
     word.waiters.fetch_add(1);
-    syscall(SYS_futex, &word.signalled, FUTEX_WAIT, 0, end == kNever ? nullptr : &limit, nullptr, 0);
+    const bool isWoken =
+        syscall(SYS_futex, &word.signalled, FUTEX_WAIT, 0, end == kNever ? nullptr : &limit, nullptr, 0) == 0;
     word.waiters.fetch_sub(1);
     if (!Take(word)) {
         return false;
     }
-    const int64_t now = Now();
-    if (const int64_t woken = SinceSet(word, start, now); woken < now - start) {
-        machine.LearnOfWakeUp(woken);
+    if (isWoken) {  // otherwise the set came before this thread slept, or after the timer
+        machine.LearnOfWakeUp(SinceSet(word, start, Now()));
     }
     return true;
 }
