@@ -52,15 +52,26 @@ bool SharesProcessor(const Word& word) {
     return word.setter.load(std::memory_order_relaxed) == static_cast<uint32_t>(sched_getcpu()) + 1;
 }
 
-// Moves this thread to another processor that it may run on; false if there is no other. Restores the affinity.
-bool StepAside() {
+enum class Place { WithPeer, Elsewhere };
+
+// Moves this thread to the processor on which the peer last set the word, or away from it. False if the thread may not
+// run there. Restores the affinity.
+bool MoveTo(Place place, const Word& word) {
+    // The peer may have written any number. `CPU_SET` and `CPU_CLR` ignore those that are too large.
+    const size_t peer = word.setter.load(std::memory_order_relaxed) - size_t{1};
     cpu_set_t allowed;
     if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) {
         return false;
     }
-    cpu_set_t others = allowed;
-    CPU_CLR(static_cast<size_t>(sched_getcpu()), &others);
-    return sched_setaffinity(0, sizeof others, &others) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
+    cpu_set_t wanted = allowed;
+    if (place == Place::Elsewhere) {
+        CPU_CLR(peer, &wanted);
+    } else {
+        CPU_ZERO(&wanted);
+        CPU_SET(peer, &wanted);
+        CPU_AND(&wanted, &wanted, &allowed);
+    }
+    return sched_setaffinity(0, sizeof wanted, &wanted) == 0 && sched_setaffinity(0, sizeof allowed, &allowed) == 0;
 }
 
 // How long ago the word was set, at most since `start`. The other process may have written any value.
@@ -73,7 +84,7 @@ bool Watch(Word& word, int64_t end, Awaited awaited) {
     // Systems tend to keep two processes that wake each other on one processor, where an exchange takes ten times as
     // long. Only the side that waits for the result moves away, because two sides that move could meet again. If both
     // stay on one processor, watching delays the peer, so each look is followed by a yield.
-    const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !StepAside());
+    const bool together = SharesProcessor(word) && (awaited == Awaited::Work || !MoveTo(Place::Elsewhere, word));
     const int64_t start = Now();
     int64_t now = start;
     // A copy of a common size takes less time than a yield.
@@ -200,6 +211,10 @@ bool Event::Wait(uint32_t milliseconds, Awaited awaited, uint32_t kind) {
     const int64_t end = milliseconds == kForever ? kNever : start + int64_t{milliseconds} * 1'000'000;
     const bool peerIsBusy = word.isBusy.load(std::memory_order_relaxed) != 0;
     const bool mayWatch = machine.MayWatch() && !peerIsBusy;
+    // If all processors are in use, a sleeper runs again soonest on the processor of the thread that wakes it.
+    if (!mayWatch && awaited == Awaited::Result && !SharesProcessor(word)) {
+        MoveTo(Place::WithPeer, word);
+    }
     const WaitPlan plan = mayWatch ? policy.Plan(kind, awaited == Awaited::Work) : WaitPlan();
     bool taken = false;
     if (const int64_t watchFrom = start + plan.watchFrom; plan.watchFrom != 0 && watchFrom < end) {

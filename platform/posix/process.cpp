@@ -23,15 +23,15 @@ namespace {
 struct alignas(4096) ForkClearedPage {
     std::atomic<pid_t> process;
 };
-ForkClearedPage page;
-const bool isClearedByFork = madvise(&page, sizeof page, MADV_WIPEONFORK) == 0;
+ForkClearedPage forkClearedPage;
+const bool isClearedByFork = madvise(&forkClearedPage, sizeof forkClearedPage, MADV_WIPEONFORK) == 0;
 
 pid_t ThisProcess() noexcept {
-    pid_t process = page.process.load(std::memory_order_relaxed);
+    pid_t process = forkClearedPage.process.load(std::memory_order_relaxed);
     if (process == 0) {
         process = getpid();
         if (isClearedByFork) {
-            page.process.store(process, std::memory_order_relaxed);
+            forkClearedPage.process.store(process, std::memory_order_relaxed);
         }
     }
     return process;
