@@ -18,6 +18,8 @@ set(notices "CLI11 libcli11-dev" "nlohmann-json nlohmann-json3-dev" "stb libstb-
 if(WIN32)
     list(APPEND notices "GCC gcc-mingw-w64-base" "MinGW-w64 mingw-w64-common")
     install(FILES ${orvaneRuntimeFolder}/openvino_c.lib DESTINATION lib)
+    # Windows has no manual pages.
+    install(FILES docs/command-line.md docs/command-line-reference.md DESTINATION doc)
 endif()
 foreach(notice IN LISTS notices)
     separate_arguments(notice)
