@@ -52,13 +52,13 @@ size_t GuardAfter(size_t length) {
     if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
         return kGuard;
     }
-    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const auto pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     size_t usedPages = 0;
     if (!(std::ifstream("/proc/self/statm") >> usedPages)) {
         return 0;
     }
-    const size_t used = usedPages * page + length;
-    return limit.rlim_cur > used ? std::min(kGuard, (limit.rlim_cur - used) / 8 / page * page) : 0;
+    const size_t used = usedPages * pageSize + length;
+    return limit.rlim_cur > used ? std::min(kGuard, (limit.rlim_cur - used) / 8 / pageSize * pageSize) : 0;
 }
 
 void* MapWithGuard(size_t length, size_t& mapped) {
