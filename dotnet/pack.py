@@ -13,7 +13,7 @@ HERE = pathlib.Path(__file__).parent
 
 
 def native_files(sdk, system):
-    """What runs a model, in one folder: the library, the host program, and the runtime."""
+    """Returns the library, the host program and the runtime, which must be in one folder."""
     if system == "windows":
         programs = [*sdk.glob("bin/*.dll"), sdk / "bin/orvane_host.exe"]
         return {file.name: file for file in programs if file.name != "orvane_client_c.dll"}
@@ -22,7 +22,7 @@ def native_files(sdk, system):
 
 
 def contents(built):
-    """The place of each file in the package, and where its bytes are."""
+    """Returns the files of the package: the path in the package, and the path of the file to copy."""
     files = {"README.md": HERE / "README.md"}
     for folder in "build", "buildTransitive":
         files[f"{folder}/Orvane.targets"] = HERE / "msbuild/Orvane.targets"
@@ -41,7 +41,8 @@ def contents(built):
 
 
 def content_types(names):
-    """The part that every such package has: a type for each extension, and for each file without one."""
+    """Returns [Content_Types].xml, which every such package has: a type for each extension, and for each file without
+    extension."""
     suffixes = {pathlib.PurePath(name).suffix[1:] for name in names}
     entries = ['<Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/>']
     entries += [f'<Default Extension={quoteattr(suffix)} ContentType="application/octet"/>'

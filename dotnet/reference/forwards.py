@@ -1,8 +1,8 @@
-"""forwards.py KEY_OF FOLDER: what compiling against this folder needs and Debian does not have.
+"""forwards.py KEY_OF FOLDER: writes two files that compiling against this folder needs and Debian does not have.
 
 Writes FOLDER/netstandard.snk, the public key of the assembly KEY_OF, which identifies `netstandard` everywhere, and
-FOLDER/forwards.cs. Compiled, that is the `netstandard` of Mono, which Debian's Mono lacks: it forwards each type that is
-listed in this folder to Mono's own.
+FOLDER/forwards.cs. Compiled, that is the `netstandard` of Mono, which Debian's Mono lacks: it forwards each type in this
+folder's lists to Mono's type.
 """
 
 import pathlib

@@ -8,7 +8,7 @@ namespace Orvane
     {
         private static readonly object Gate = new object();
 
-        // One delegate for the life of the process: the library may still be calling it when the last handler leaves.
+        // One delegate for the life of the process: the library may still call it after you remove the last handler.
         private static readonly NativeMethods.LogCallback Callback = OnLine;
 
         private static EventHandler<LogEventArgs> handlers;

@@ -13,7 +13,7 @@ namespace Orvane
         /// <summary>The host process has ended. The exception is a <see cref="HostEndedException"/>.</summary>
         HostEnded = 4,
 
-        /// <summary>The operating system cannot do it. <see cref="OrvaneException.SystemError"/> has its error
+        /// <summary>The operating system refused. <see cref="OrvaneException.SystemError"/> has its error
         /// number.</summary>
         System = 5,
 

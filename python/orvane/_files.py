@@ -75,5 +75,6 @@ def describe(path: PathLike) -> Tensors:
 
     # A thread, because a signal handler that raises in a callback would go unnoticed; other threads run no handlers.
     with concurrent.futures.ThreadPoolExecutor(1) as threads:
-        threads.submit(lambda: check(library.orvane_describe_file(encode(path, "path"), TensorSink(add), None))).result()
+        call = threads.submit(library.orvane_describe_file, encode(path, "path"), TensorSink(add), None)
+        check(call.result())
     return Tensors(*map(tuple, sides))

@@ -164,7 +164,7 @@ def set_log(line: Optional[Callable[[int, str], None]]) -> None:
     library.orvane_set_log(_DROP if line is None else _FORWARD, None)
 
 
-atexit.register(set_log, None)  # a later line would find no Python
+atexit.register(set_log, None)  # the library may log after the end of Python
 
 
 def version() -> str:

@@ -59,7 +59,8 @@ def _describe(handle: int, side: int, index: int) -> Tensor:
 def _options(path: PathLike, host: Union[bool, PathLike], device: Optional[str], cache: Optional[PathLike],
              make_cache: bool, key: Optional[bytes], time_limit: Optional[float],
              load_time_limit: Optional[float]) -> Options:
-    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path, "path"), make_cache=make_cache, progress=ASK)
+    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path, "path"), make_cache=make_cache,
+                      progress=ASK)
     if host is not False:
         options.host_program = b"" if host is True else encode(host, "host", "True, False or a path")
     if device is not None:

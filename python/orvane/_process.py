@@ -13,7 +13,7 @@ calling: set[object] = set()
 
 _forks = 0
 _is_ending = False
-_LONGEST_WAIT = 2.0  # seconds
+_LONGEST_WAIT = 2.0  # seconds; a run in this process cannot be cancelled
 
 
 def _count_fork() -> None:

@@ -76,8 +76,8 @@ import orvane
 orvane.Model({str(path)!r}, shapes={{0: (4, 3), 1: (4, 3)}})
 assert "openvino_telemetry" not in sys.modules
 """
-    done = subprocess.run([sys.executable, "-c", program], env={**os.environ, "HOME": str(tmp_path)}, capture_output=True,
-                          text=True, timeout=60, check=False)
+    done = subprocess.run([sys.executable, "-c", program], env={**os.environ, "HOME": str(tmp_path)},
+                          capture_output=True, text=True, timeout=60, check=False)
     assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
     assert not (tmp_path / "intel").exists()
 
