@@ -247,7 +247,7 @@ std::string Describe(const ProcessEnd& end) {
     const std::pair<uint32_t, const char*> reasons[] = {
         {SIGILL, ", the processor lacks an instruction that the runtime used"},
         {SIGABRT, ", it aborted, for instance because there was not enough memory"},
-        {SIGKILL, ", a user or program killed it, or the system did when memory ran out"},
+        {SIGKILL, ", a user or program killed it, or the system did because memory ran out"},
     };
     const char* name = sigabbrev_np(static_cast<int>(end.value));
     std::string text = "signal " + value + (name != nullptr ? std::string(" (SIG") + name + ")" : "");

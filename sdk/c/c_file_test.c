@@ -23,9 +23,9 @@ void TestFiles(const char* host) {
     MISSES(orvane_encrypt_file("missing", secret, key, 4, 1, NULL, NULL), "there is no file missing");
     FAILS(orvane_encrypt_file(model, ".", key, 4, 1, NULL, NULL), ORVANE_REFUSED, "is a folder");
     FAILS(orvane_encrypt_file(Write("short", "abc"), secret, key, 4, 0, NULL, NULL), ORVANE_REFUSED,
-          "could not be restored");
+          "cannot be restored");
     FAILS(orvane_encrypt_file(Write("face.TFLite", "long enough to come back"), secret, key, 4, 0, NULL, NULL),
-          ORVANE_REFUSED, "face.TFLite could not be read again: only .xml with its .bin, and .onnx, can be encrypted");
+          ORVANE_REFUSED, "face.TFLite cannot be encrypted: only .onnx, and .xml with its .bin, can");
     EXPECT(fopen(secret, "rb") == NULL);
     SUCCEEDS(orvane_encrypt_file(model, secret, key, 4, 1, NULL, NULL));
     SUCCEEDS(orvane_decrypt_file(secret, "back.xml", key, 4, NULL, NULL));
@@ -63,7 +63,7 @@ void TestModelFiles(int isClient) {
     FAILS(orvane_list_devices(NULL, NULL), ORVANE_BAD_ARGUMENT, "the function for the devices is null");
     FAILS(orvane_describe_file(model, NULL, NULL), ORVANE_BAD_ARGUMENT, "the function for the tensors is null");
     FAILS(orvane_describe_file(NULL, SeeTensor, &seen), ORVANE_BAD_ARGUMENT, "the model path is empty");
-    FAILS(orvane_reshape_file(model, shapes, 2, NULL), ORVANE_BAD_ARGUMENT, "input 0 is given twice");
+    FAILS(orvane_reshape_file(model, shapes, 2, NULL), ORVANE_BAD_ARGUMENT, "input 0 is set twice");
     FAILS(orvane_reshape_file(model, NULL, 1, NULL), ORVANE_BAD_ARGUMENT, "the address of a shape is null");
     FAILS(orvane_reshape_file(model, shapes, 1, "fixed.onnx"), ORVANE_BAD_ARGUMENT, "does not end in .xml");
     shapes[0].dimensions = bad;

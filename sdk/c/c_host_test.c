@@ -90,7 +90,7 @@ static void TestProgress(const char* stub) {
     EXPECT(progress.calls[ORVANE_LOAD_NONE] >= 2 && progress.calls[ORVANE_LOAD_NONE] <= 100);  // in 1.3 s or more
 
     progress.cancelAtCall = progress.calls[ORVANE_LOAD_NONE] + 1;
-    FAILS(orvane_run(model), ORVANE_CANCELLED, "cancelled the call, and the host process was ended");
+    FAILS(orvane_run(model), ORVANE_CANCELLED, "cancelled the call, which ended the host process");
     ExpectEnded(model, ORVANE_HOST_END_INTERRUPTED, "because the progress function cancelled a call");
     progress.cancelAtStep = ORVANE_LOAD_STARTING_HOST;
     progress.cancelAtCall = progress.calls[ORVANE_LOAD_STARTING_HOST] + 1;

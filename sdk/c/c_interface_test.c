@@ -63,6 +63,8 @@ static void TestOptions(const char* host) {
         FAILS(TryOpen(Options(kNotUtf8[i], host)), ORVANE_BAD_ARGUMENT, "the model path is not UTF-8");
     }
     FAILS(TryOpen(Options(longText, host)), ORVANE_BAD_ARGUMENT, "the model path is longer than");
+    longText[300] = '\0';
+    FAILS(TryOpen(Options(longText, host)), ORVANE_SYSTEM, "model file xxxxx");
     FAILS(TryOpen(Options(NULL, host)), ORVANE_BAD_ARGUMENT, "neither a model path nor a cache path");
     MISSES(TryOpen(Options("missing.xml", host)), "there is no model file missing.xml: check");
     options = Options(NULL, host);
@@ -71,7 +73,7 @@ static void TestOptions(const char* host) {
     options = Options(model, host);
     options.device = "TPU";
     FAILS(TryOpen(options), ORVANE_REFUSED,
-          "OpenVINO lists no such device on this machine: name another one, or none for the CPU "
+          "OpenVINO lists no device \"TPU\" on this machine: name another one, or none for the CPU "
           "(\xE4\xB8\x8D\xE6\x94\xAF\xE6\x8C\x81\xE7\x9A\x84");
     options = Options(model, host);
     options.make_cache = 1;

@@ -41,8 +41,8 @@ void RefuseOtherFormats(const std::string& path) {
     for (const char* other : {".tflite", ".pb", ".pdmodel", ".pdiparams"}) {
         if (ending == other) {
             throw Refused(path +
-                          " could not be read again: only .xml with its .bin, and .onnx, can be encrypted; write the "
-                          "model as .xml first");
+                          " cannot be encrypted: only .onnx, and .xml with its .bin, can be read encrypted; "
+                          "write the model as .xml first");
         }
     }
 }
@@ -57,10 +57,9 @@ void EncryptFile(const std::string& in, const std::string& out, const ModelFileC
             ModelFileCipher::Pad(chunk);
         }
         if (!cipher.EncryptIfReversible(chunk)) {
-            throw Refused(in + " could not be restored: its last piece of 4 MiB has only " +
+            throw Refused(in + " cannot be restored after encryption: its last piece of 4 MiB has only " +
                           std::to_string(chunk.size()) +
-                          " bytes, and the format loses bits of a piece of 1 to 15 bytes; pad it to 16 bytes with "
-                          "blanks or zeros, which readers of models skip");
+                          " bytes, and the cipher needs 16; pad it with blanks or zeros, which readers of models skip");
         }
     });
 }

@@ -29,7 +29,6 @@ orvane_error* MakeError(int32_t reason, int32_t system, const char* message, int
 const char* ExplanationOf(std::string_view text) {
     static constexpr std::pair<std::string_view, const char*> kExplanations[] = {
         {kWrongModel, "the model cannot be loaded: name a model file, or a cache file that exists"},
-        {kWrongDevice, "OpenVINO lists no such device on this machine: name another one, or none for the CPU"},
         {kWrongDataSize, "the data has the wrong size: pass exactly as many bytes as the tensor has"},
         {kWrongTensor, "the model has no such input: use an index below the number of inputs"},
         {kNotSupported, "this is not supported"},
@@ -122,7 +121,7 @@ const char* AdviceFor(const HostEnd& end, bool isLoaded) {
 
 }  // namespace
 
-Failure FailureOf(const Status& status) {
+Failure FailureOf(const Status& status, const std::string& device) {
     const int32_t reason = ReasonOf(status.reason);
     const std::string text = status.message.substr(0, status.message.find_last_not_of("\n ") + 1);
     if (reason == ORVANE_SYSTEM) {
@@ -133,6 +132,11 @@ Failure FailureOf(const Status& status) {
     }
     if (const Shortage* shortage = ShortageOf(text); shortage != nullptr) {
         return {shortage->reason, Explained(shortage->explanation, text), static_cast<int32_t>(shortage->system)};
+    }
+    if (text == kWrongDevice) {
+        return {reason, Explained("OpenVINO lists no device \"" + device +
+                                      "\" on this machine: name another one, or none for the CPU",
+                                  text)};
     }
     const char* explanation = ExplanationOf(text);
     return {reason, explanation != nullptr ? Explained(explanation, text) : text};
@@ -176,7 +180,7 @@ orvane_error* CaughtError() noexcept {
         } catch (const std::exception& error) {
             return MakeError(ORVANE_RUNTIME, 0, error.what());
         } catch (...) {
-            return MakeError(ORVANE_RUNTIME, 0, "the inference runtime failed and gave no reason");
+            return MakeError(ORVANE_RUNTIME, 0, "the inference runtime failed without a message");
         }
     } catch (...) {
         return NoMemory();

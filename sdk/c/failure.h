@@ -44,7 +44,8 @@ inline Failure Refused(const std::string& text) {
 
 // Returns the failure for a status of the SDK's classes, which says in English what was wrong and what to do. A fixed
 // text of the classes follows in parentheses if it does not say this.
-Failure FailureOf(const Status& status);
+// `device` is the device that the caller asked for, if any.
+Failure FailureOf(const Status& status, const std::string& device = "");
 
 // Returns the failure for a host program that the system did not start: why, and what to do.
 Failure HostStartFailure(const std::string& program, const Status& status);

@@ -31,7 +31,7 @@ void PlaceCache(const std::filesystem::path& made, const std::filesystem::path& 
 }
 
 void LogNoCache(const LoadRequest& request, const std::exception& error) {
-    Log(kLogLevelError, "[ORVANE]:the cache file %s was not made: %s", request.params.openvinoCachePath.c_str(),
+    Log(kLogLevelError, "[ORVANE]:the cache file %s was not written: %s", request.params.openvinoCachePath.c_str(),
         error.what());
 }
 

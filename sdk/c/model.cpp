@@ -39,9 +39,7 @@ Model::Call::Call(Model& which, uint32_t milliseconds, bool hasProgress)
         model.end = HostEndedFailure(model.interpreter.GetHostEnd(), true);
     } else if (model.inCall) {
         throw BadArgument(
-            "the model is in the call that runs this progress function: until it returns, only interrupt this model, "
-            "or "
-            "use other models");
+            "a progress function cannot use its own model, except to interrupt it: use the model after the call");
     }
     model.inCall.emplace();
     model.limit = milliseconds;
@@ -95,10 +93,9 @@ void Model::Cancel() {
     end = Failure(ORVANE_HOST_ENDED,
                   "the host process was ended, because the progress function cancelled a call; restart the model", 0,
                   ORVANE_HOST_END_INTERRUPTED);
-    throw Failure(ORVANE_CANCELLED, isLoaded
-                                        ? "the progress function cancelled the call, and the host process was ended; "
-                                          "restart the model"
-                                        : "the progress function cancelled the load of the model");
+    throw Failure(ORVANE_CANCELLED,
+                  isLoaded ? "the progress function cancelled the call, which ended the host process; restart the model"
+                           : "the progress function cancelled the load of the model");
 }
 
 Model::Model(LoadRequest loadRequest) : request(std::move(loadRequest)) {
@@ -118,7 +115,7 @@ void Model::Check(const Status& status) {
     if (status.reason == FailureReasonHostStart) {
         throw HostStartFailure(request.params.host, status);
     }
-    throw FailureOf(status);
+    throw FailureOf(status, request.params.openvinoDevice);
 }
 
 void Model::RequireHost() const {
@@ -232,8 +229,7 @@ void Model::Resize(uint32_t input, const int64_t* dimensions, uint32_t rank) {
             "first");
     }
     if (isPrepared) {
-        throw Refused(
-            "a shape can only be set before the first data: restart the model, then set shapes and inputs again");
+        throw Refused("a shape must be set before the first data: restart the model, then set shapes and inputs again");
     }
     if (dimensions == nullptr && rank != 0) {
         throw BadArgument("the dimensions for " + port.Label() + " are null: pass their address");

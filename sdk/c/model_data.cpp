@@ -63,7 +63,7 @@ void Model::CheckOutput(uint32_t index, const void* data, uint64_t bytes) const 
     if (port.bytes != 0 ? bytes != port.bytes : bytes == 0 || bytes > UINT32_MAX) {
         throw BadArgument(port.Label() +
                           (port.bytes != 0 ? " has " + std::to_string(port.bytes) + " bytes, not "
-                                           : " has a size that each run decides, which cannot be ") +
+                                           : " has dynamic dimensions, and its size cannot be ") +
                           std::to_string(bytes) + ": pass memory for all of them");
     }
     if (data == nullptr) {

@@ -22,7 +22,7 @@ void Check(const Status& status) {
     }
 }
 
-void Tell(const std::vector<TensorInfo>& infos, TensorType side, TensorSink sink, void* user) {
+void PassTensors(const std::vector<TensorInfo>& infos, TensorType side, TensorSink sink, void* user) {
     uint32_t index = 0;
     for (const TensorInfo& info : infos) {
         const PortDescription port{side, index++, AsUtf8(info.name), info.dataType, info.shape};
@@ -77,7 +77,7 @@ void Place(const std::filesystem::path& folder, const std::filesystem::path& des
 }
 
 // The runtime does not say why it could not write the model to `folder`. This writes another file there to find out.
-[[noreturn]] void ThrowWhyNotWritten(const std::filesystem::path& folder, const std::string& out) {
+[[noreturn]] void ThrowWriteFailure(const std::filesystem::path& folder, const std::string& out) {
     constexpr size_t kProbe = 1 << 20;
     try {
         Platform::WholeFile probe(Platform::Utf8FromPath(folder / "probe"));
@@ -91,7 +91,7 @@ void Place(const std::filesystem::path& folder, const std::filesystem::path& des
 
 }  // namespace
 
-void TellDevices(DeviceSink sink, void* user) {
+void ForEachDevice(DeviceSink sink, void* user) {
     std::vector<Device> devices;
     Check(ListDevices(devices));
     for (const Device& device : devices) {
@@ -99,12 +99,12 @@ void TellDevices(DeviceSink sink, void* user) {
     }
 }
 
-void TellTensors(const std::string& path, TensorSink sink, void* user) {
+void ForEachTensor(const std::string& path, TensorSink sink, void* user) {
     CheckModelPath(path);
     FileTensors tensors;
     Check(DescribeModelFile(path, tensors));
-    Tell(tensors.inputs, TensorTypeInput, sink, user);
-    Tell(tensors.outputs, TensorTypeOutput, sink, user);
+    PassTensors(tensors.inputs, TensorTypeInput, sink, user);
+    PassTensors(tensors.outputs, TensorTypeOutput, sink, user);
 }
 
 InputShapes ReadShapes(const orvane_shape* first, uint32_t count) {
@@ -119,11 +119,11 @@ InputShapes ReadShapes(const orvane_shape* first, uint32_t count) {
         const std::vector<int64_t> dimensions(shape.dimensions, shape.dimensions + shape.rank);
         for (const int64_t dimension : dimensions) {
             if (dimension < 1) {
-                throw BadArgument(label + " has the dimension " + std::to_string(dimension) + ": give at least 1");
+                throw BadArgument(label + " has the dimension " + std::to_string(dimension) + ": set at least 1");
             }
         }
         if (!shapes.emplace(shape.input, dimensions).second) {
-            throw BadArgument(label + " is given twice: give one");
+            throw BadArgument(label + " is set twice: set it once");
         }
     });
     return shapes;
@@ -143,7 +143,7 @@ void Reshape(const std::string& path, const InputShapes& shapes, const std::stri
     const Platform::PrivateFolder folder(place);
     const Status status = ReshapeModelFile(path, shapes, Platform::Utf8FromPath(folder.Path() / "model.xml"));
     if (status.reason == FailureReasonSystem) {
-        ThrowWhyNotWritten(folder.Path(), out);
+        ThrowWriteFailure(folder.Path(), out);
     }
     Check(status);
     Place(folder.Path(), place, weights);

@@ -13,8 +13,8 @@ namespace Orvane::C {
 using TensorSink = void (*)(void* user, int32_t side, const orvane_tensor* tensor);
 using DeviceSink = void (*)(void* user, const char* name, const char* fullName);
 
-void TellDevices(DeviceSink sink, void* user);
-void TellTensors(const std::string& path, TensorSink sink, void* user);
+void ForEachDevice(DeviceSink sink, void* user);
+void ForEachTensor(const std::string& path, TensorSink sink, void* user);
 
 // Reads and checks the caller's shapes.
 InputShapes ReadShapes(const orvane_shape* first, uint32_t count);

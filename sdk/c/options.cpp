@@ -22,7 +22,7 @@ void CheckCombination(const LoadRequest& request) {
         throw BadArgument("there is neither a model path nor a cache path: name the file to load");
     }
     if (params.openvinoMakeCache && params.openvinoCachePath.empty()) {
-        throw BadArgument("a cache file is to be written, but there is no cache path: name the file");
+        throw BadArgument("the options ask for a new cache file, but there is no cache path: set it");
     }
     if (const uint32_t limit = std::max(request.timeLimit, request.loadTimeLimit); limit != 0 && params.host.empty()) {
         throw BadArgument("there is a time limit of " + std::to_string(limit) +
@@ -33,8 +33,9 @@ void CheckCombination(const LoadRequest& request) {
     const auto* const zero = std::find(key.begin(), key.end(), uint8_t{0});
     if (!params.host.empty() && std::any_of(zero, key.end(), [](uint8_t byte) { return byte != 0; })) {
         throw Refused(
-            "a key with a zero byte before other bytes does not reach a host process: encrypt the model with another "
-            "key, or run it in this process");
+            "a host process cannot receive a key with a zero byte before other bytes: encrypt the model with another "
+            "key, "
+            "or run it in this process");
     }
 }
 
@@ -57,7 +58,7 @@ std::string ReadText(const char* text, const std::string& name) {
         throw BadArgument(name + " is longer than " + std::to_string(kLongestText) + " bytes: pass a shorter one");
     }
     if (!IsUtf8({text, end})) {
-        throw BadArgument(name + " is not UTF-8: convert it before you pass it");
+        throw BadArgument(name + " is not UTF-8: convert the text, or rename the file");
     }
     return {text, end};
 }
@@ -79,8 +80,12 @@ void RequireFile(const std::string& path, const std::string& name) {
     if (Platform::IsMissing(file)) {
         throw Failure(ORVANE_SYSTEM, "there is no " + name + " " + path + ": check its name and folder", kNoSuchFile);
     }
-    std::error_code ignored;
-    if (std::filesystem::is_other(std::filesystem::status(file, ignored))) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(file, error);
+    if (status.type() == std::filesystem::file_type::none) {  // for instance, its name is too long
+        throw Failure(ORVANE_SYSTEM, "cannot read the " + name + " " + path + ": " + error.message(), error.value());
+    }
+    if (std::filesystem::is_other(status)) {
         throw Refused(path + " is not an ordinary file: models and caches are read from files");
     }
 }

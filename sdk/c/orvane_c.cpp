@@ -284,7 +284,7 @@ orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t
 orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name), void* user) {
     return Guarded([&] {
         RequireNotNull(device, "the function for the devices");
-        Orvane::C::TellDevices(device, user);
+        Orvane::C::ForEachDevice(device, user);
     });
 }
 
@@ -292,7 +292,7 @@ orvane_error* orvane_describe_file(const char* model_path,
                                    void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor), void* user) {
     return Guarded([&] {
         RequireNotNull(tensor, "the function for the tensors");
-        Orvane::C::TellTensors(ReadText(model_path, "the model path"), tensor, user);
+        Orvane::C::ForEachTensor(ReadText(model_path, "the model path"), tensor, user);
     });
 }
 
