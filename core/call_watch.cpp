@@ -1,20 +1,18 @@
 #include "core/call_watch.h"
 
-#include <algorithm>
-
 namespace Orvane {
 
 namespace {
 
-constexpr std::chrono::milliseconds kBetweenProgress{200};
+constexpr uint32_t kBetweenProgress = 200;  // milliseconds
 
 thread_local CallWatch* current = nullptr;
 
 }  // namespace
 
 CallWatch::CallWatch(uint32_t limit, Progress whichProgress, void* whichUser)
-    : deadline(limit != 0 ? Clock::now() + std::chrono::milliseconds(limit) : Clock::time_point::max()),
-      nextProgress(whichProgress != nullptr ? Clock::now() + kBetweenProgress : Clock::time_point::max()),
+    : deadline(limit),
+      nextProgress(whichProgress != nullptr ? Deadline(kBetweenProgress) : Deadline()),
       progress(whichProgress),
       user(whichUser),
       outer(current) {
@@ -25,36 +23,27 @@ CallWatch::~CallWatch() {
     current = outer;
 }
 
-void CallWatch::Enter(LoadStep step) {
+void CallWatch::BeginStep(LoadStep step) {
     if (current != nullptr) {
         current->step = step;
         current->AskProgress();
     }
 }
 
-void CallWatch::Look() {
-    if (current == nullptr || std::min(current->deadline, current->nextProgress) == Clock::time_point::max()) {
+void CallWatch::Check() {
+    if (current == nullptr) {
         return;
     }
-    const Clock::time_point now = Clock::now();
-    if (now >= current->deadline) {
+    if (current->deadline.IsOver()) {
         throw CallTimedOut();
     }
-    if (now >= current->nextProgress) {
+    if (current->nextProgress.IsOver()) {
         current->AskProgress();
     }
 }
 
-uint32_t CallWatch::Within(uint32_t atMost) {
-    if (current == nullptr) {
-        return atMost;
-    }
-    const Clock::time_point next = std::min(current->deadline, current->nextProgress);
-    if (next == Clock::time_point::max()) {
-        return atMost;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
-    return static_cast<uint32_t>(std::clamp<int64_t>(left, 0, atMost));
+uint32_t CallWatch::UntilCheck(uint32_t atMost) {
+    return current != nullptr ? current->nextProgress.Left(current->deadline.Left(atMost)) : atMost;
 }
 
 // `progress` may create another watch, but that watch is destroyed before `progress` returns.
@@ -65,7 +54,7 @@ void CallWatch::AskProgress() {
     if (progress(user, static_cast<int32_t>(step)) != 0) {
         throw CallCancelled();
     }
-    nextProgress = Clock::now() + kBetweenProgress;
+    nextProgress = Deadline(kBetweenProgress);
 }
 
 }  // namespace Orvane

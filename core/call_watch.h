@@ -1,6 +1,7 @@
 #pragma once
 
-#include <chrono>
+#include "core/deadline.h"
+
 #include <cstdint>
 #include <exception>
 
@@ -34,22 +35,20 @@ class CallWatch {
     // Operations call these functions, which do nothing if this thread has no watch.
 
     // Call this when a load begins `step`. Throws `CallCancelled` if `progress` cancels.
-    static void Enter(LoadStep step);
+    static void BeginStep(LoadStep step);
 
     // Throws `CallTimedOut` after the deadline. Calls `progress` if it is due, and throws `CallCancelled` if that
     // cancels.
-    static void Look();
+    static void Check();
 
-    // Milliseconds until the next `Look` is due, but at most `atMost`.
-    static uint32_t Within(uint32_t atMost);
+    // Milliseconds until the next `Check` is due, but at most `atMost`.
+    static uint32_t UntilCheck(uint32_t atMost);
 
  private:
-    using Clock = std::chrono::steady_clock;
-
     void AskProgress();
 
-    Clock::time_point deadline;
-    Clock::time_point nextProgress;
+    Deadline deadline;
+    Deadline nextProgress;
     Progress progress;
     void* user;
     LoadStep step = LoadStep::None;

@@ -117,7 +117,7 @@ OptionValue ReadBuffer(Reader& reader) {
     return copy;
 }
 
-std::string UpToZero(std::string text) {
+std::string CutAtZero(std::string text) {
     text.resize(std::strlen(text.c_str()));
     return text;
 }
@@ -141,7 +141,7 @@ void ReadEntry(Reader& reader, OptionValues& values) {
             values[key.c_str()] = reader.Read<int64_t>();
             break;
         case 5:
-            values[key.c_str()] = UpToZero(reader.ReadText());
+            values[key.c_str()] = CutAtZero(reader.ReadText());
             break;
         case 6:
             values[key] = ReadBuffer(reader);

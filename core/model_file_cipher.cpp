@@ -50,7 +50,7 @@ uint32_t Hash(uint32_t group) {
     return (byte(0) * (k * k * k) + byte(1) * (k * k)) + (byte(2) * k + byte(3));
 }
 
-uint32_t InModesOrder(uint32_t hash, uint8_t mode) {
+uint32_t InByteOrderOf(uint32_t hash, uint8_t mode) {
     return mode == kLittleEndian ? hash : hash << 24 | (hash & 0xFF00) << 8 | (hash >> 8 & 0xFF00) | hash >> 24;
 }
 
@@ -79,7 +79,7 @@ void DecryptRound(uint8_t* block, Rounds& rounds, uint32_t key, uint8_t mode) {
     uint8_t* const place = block + SecondPlace<kSize>(Hash(rounds.first));
     const uint32_t mask = RotateWords<-kRotation>(rounds.mask);
     const uint32_t second = RotateWords<kTurn>(Load(place)) ^ mask ^ rounds.first;
-    rounds.mask = mask ^ InModesOrder(Hash(second), mode);
+    rounds.mask = mask ^ InByteOrderOf(Hash(second), mode);
     Store(place, RotateWords<-kTurn>(second ^ rounds.mask));
 }
 
@@ -88,7 +88,7 @@ void EncryptRound(uint8_t* block, Rounds& rounds, uint32_t key, uint8_t mode) {
     constexpr int kTurn = kRotation * kRound;
     uint8_t* const place = block + SecondPlace<kSize>(Hash(rounds.first));
     const uint32_t second = RotateWords<kTurn - kRotation>(Load(place)) ^ rounds.mask;
-    rounds.mask = RotateWords<kRotation>(rounds.mask ^ InModesOrder(Hash(second), mode));
+    rounds.mask = RotateWords<kRotation>(rounds.mask ^ InByteOrderOf(Hash(second), mode));
     Store(place, RotateWords<-kTurn>(RotateWords<kRotation>(rounds.first ^ second) ^ rounds.mask));
     rounds.first = RotateWords<kRotation>(rounds.first ^ key);
 }

@@ -94,9 +94,9 @@ bool RenewModuleWord(uint32_t /*error*/) {
     return false;
 }
 
-struct NamesHeld::State {};
+struct NamesLock::State {};
 
-NamesHeld::NamesHeld() : state(new State) {}
+NamesLock::NamesLock() : state(new State) {}
 
 bool IsNameTaken(const std::string& /*name*/) {
     return false;

@@ -71,7 +71,7 @@ void SkipTakenNames() {
 
 void SharedChannel::Create(uint32_t size) {
     Platform::RemoveAbandoned({"Result", "Call", "Channel"});
-    std::optional<Platform::NamesHeld> held;
+    std::optional<Platform::NamesLock> held;
     if (skipsTakenNames && !held.emplace()) {
         ThrowSystemError("CreateMutex error");
     }

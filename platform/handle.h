@@ -40,7 +40,7 @@ class UniqueHandle {
 
     void Close() noexcept {
         if (*this) {
-            const LastErrorKept kept;
+            const LastErrorGuard guard;
             Policy::Close(Release());
         }
     }
@@ -70,7 +70,7 @@ class Owned {
         void (*close)(State*) noexcept = nullptr;
 
         void operator()(State* last) const noexcept {
-            const LastErrorKept kept;
+            const LastErrorGuard guard;
             close(last);
         }
     };

@@ -8,12 +8,12 @@ namespace Orvane::Platform {
 uint32_t LastError() noexcept;
 
 // Restores the last error when it is destroyed.
-class LastErrorKept {
+class LastErrorGuard {
  public:
-    LastErrorKept() noexcept : error(LastError()) {}
-    ~LastErrorKept();
-    LastErrorKept(const LastErrorKept&) = delete;
-    LastErrorKept& operator=(const LastErrorKept&) = delete;
+    LastErrorGuard() noexcept : error(LastError()) {}
+    ~LastErrorGuard();
+    LastErrorGuard(const LastErrorGuard&) = delete;
+    LastErrorGuard& operator=(const LastErrorGuard&) = delete;
 
  private:
     uint32_t error;

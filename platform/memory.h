@@ -13,6 +13,6 @@ void PreferLargePages(void* memory, uint64_t size) noexcept;
 
 // Asks the system to leave these bytes out of core files. Works on whole pages: bytes in pages shared with other data
 // may still be written.
-void LeaveOutOfCoreFiles(void* memory, uint64_t size) noexcept;
+void ExcludeFromCoreFiles(void* memory, uint64_t size) noexcept;
 
 }  // namespace Orvane::Platform

@@ -19,9 +19,9 @@ bool RenewModuleWord(uint32_t error);
 
 // On Windows only one process at a time can have such an object. So it can find free names and use them. Empty, with
 // the system's last error, if another process keeps its object for more than 10 seconds. On Linux it locks nothing.
-class NamesHeld {
+class NamesLock {
  public:
-    NamesHeld();
+    NamesLock();
 
     explicit operator bool() const { return static_cast<bool>(state); }
 

@@ -10,21 +10,21 @@ namespace Orvane::Platform {
 // that stack while it loads, and frees its own when it is unloaded, perhaps on another thread. Signal handlers of the
 // application would then run on freed memory. If the system refuses to restore the stack, because the processor's
 // registers have outgrown it, the thread keeps the library's. Does nothing on Windows, which has no such stacks.
-class SignalStackKept {
+class SignalStackGuard {
  public:
 #ifdef _WIN32
-    SignalStackKept() {}   // NOLINT(modernize-use-equals-default): as on Linux, no warning about an unused variable
-    ~SignalStackKept() {}  // NOLINT(modernize-use-equals-default)
+    SignalStackGuard() {}   // NOLINT(modernize-use-equals-default): as on Linux, no warning about an unused variable
+    ~SignalStackGuard() {}  // NOLINT(modernize-use-equals-default)
 #else
-    SignalStackKept() {
+    SignalStackGuard() {
         sigaltstack(nullptr, &before);
     }
-    ~SignalStackKept() {
+    ~SignalStackGuard() {
         sigaltstack(&before, nullptr);
     }
 #endif
-    SignalStackKept(const SignalStackKept&) = delete;
-    SignalStackKept& operator=(const SignalStackKept&) = delete;
+    SignalStackGuard(const SignalStackGuard&) = delete;
+    SignalStackGuard& operator=(const SignalStackGuard&) = delete;
 
 #ifndef _WIN32
  private:

@@ -51,7 +51,7 @@ class EncryptedModelFile {
 std::string ReadEncryptedDescription(const std::string& path, const ModelFileCipher& cipher) {
     EncryptedModelFile file(path);
     std::string text(file.Size(), '\0');
-    Platform::LeaveOutOfCoreFiles(text.data(), text.size());
+    Platform::ExcludeFromCoreFiles(text.data(), text.size());
     file.Read(reinterpret_cast<uint8_t*>(text.data()), cipher);
     return text;
 }
@@ -59,7 +59,7 @@ std::string ReadEncryptedDescription(const std::string& path, const ModelFileCip
 AlignedBuffer ReadEncryptedWeights(const std::string& path, const ModelFileCipher& cipher) {
     EncryptedModelFile file(path);
     AlignedBuffer bytes = AlignedBuffer::ForOverwrite(file.Size());
-    Platform::LeaveOutOfCoreFiles(bytes.Data(), bytes.Size());
+    Platform::ExcludeFromCoreFiles(bytes.Data(), bytes.Size());
     file.Read(bytes.Data(), cipher);
     return bytes;
 }

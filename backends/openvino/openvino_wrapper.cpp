@@ -51,7 +51,7 @@ std::unique_ptr<IOrvane> CreateOpenvinoBackend() {
 }
 
 Status OpenvinoWrapper::Init(const InterpreterParams& params) {
-    const Platform::SignalStackKept signalStack;
+    const Platform::SignalStackGuard signalStack;
     try {
         // Frees the earlier model first: this load may replace the weights that it uses.
         inferRequest = {};
@@ -68,7 +68,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
         if (!cachePath.empty() && !Platform::IsMissing(cachePath)) {
             // If the cache file exists but cannot be imported, the load fails. It does not fall back to the model
             // files.
-            CallWatch::Enter(LoadStep::Importing);
+            CallWatch::BeginStep(LoadStep::Importing);
             DecodeInputStreamBuf buffer(cachePath);
             std::istream stream(&buffer);
             compiledModel = core->import_model(stream, device, ov::AnyMap{});
@@ -78,7 +78,7 @@ Status OpenvinoWrapper::Init(const InterpreterParams& params) {
             }
             compiledModel = Compile(params, device);
             if (params.openvinoMakeCache && !cachePath.empty()) {
-                CallWatch::Enter(LoadStep::Writing);
+                CallWatch::BeginStep(LoadStep::Writing);
                 WriteCache(cachePath);
             }
         }
@@ -206,9 +206,9 @@ bool OpenvinoWrapper::HasDevice(const std::string& device) {
 
 // Frees the model that it read, so that its memory is free while the cache is written.
 ov::CompiledModel OpenvinoWrapper::Compile(const InterpreterParams& params, const std::string& device) {
-    CallWatch::Enter(LoadStep::Reading);
+    CallWatch::BeginStep(LoadStep::Reading);
     const std::shared_ptr<ov::Model> model = ReadModel(params);
-    CallWatch::Enter(LoadStep::Compiling);
+    CallWatch::BeginStep(LoadStep::Compiling);
     return core->compile_model(model, device, ov::AnyMap{});
 }
 

@@ -3,6 +3,7 @@
 #include <orvane/option_v2.h>
 
 #include "core/call_watch.h"
+#include "core/deadline.h"
 #include "core/deferred_log.h"
 #include "core/errors.h"
 #include "core/i_orvane.h"
@@ -12,7 +13,6 @@
 #include "platform/process.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <memory>
 
@@ -50,29 +50,6 @@ auto Request(Call call, Fields... fields) {
     return [=](MessageBuffer& message) { WriteRequest(message, call, fields...); };
 }
 
-// A time limit that starts now. 0 is no limit.
-class TimeLimit {
- public:
-    explicit TimeLimit(uint32_t milliseconds)
-        : end(milliseconds != 0 ? Clock::now() + std::chrono::milliseconds(milliseconds) : Clock::time_point::max()) {}
-
-    bool IsOver() const { return end != Clock::time_point::max() && Clock::now() >= end; }
-
-    // Milliseconds that are left, but at most `atMost`.
-    uint32_t Within(uint32_t atMost) const {
-        if (end == Clock::time_point::max()) {
-            return atMost;
-        }
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-        return static_cast<uint32_t>(std::clamp<int64_t>(left, 0, atMost));
-    }
-
- private:
-    using Clock = std::chrono::steady_clock;
-
-    Clock::time_point end;
-};
-
 // Bytes of a tensor's data in a channel, at most the size of the channel.
 uint32_t BytesInChannel(const TensorInfo& info) {
     uint64_t size = DataTypeSize(info.dataType);
@@ -96,52 +73,52 @@ template <typename Write, typename Read, typename Fail>
 std::invoke_result_t<Read, MessageBuffer&> RemoteWrapper::Exchange(uint32_t dataSize, Write write, Read read,
                                                                    Fail fail) {
     if (!owner.IsThisProcess()) {
-        return fail(Obstacle::NoHost);
+        return fail(NoReply::NoHost);
     }
     const DeferredLog log;
     const std::lock_guard guard(*channel.lock);
     if (!channel.EnsureMemory(dataSize)) {
-        return fail(Obstacle::NoMemory);
+        return fail(NoReply::NoMemory);
     }
     if (!channel.message.IsAttached()) {
-        return fail(Obstacle::NoHost);
+        return fail(NoReply::NoHost);
     }
     write(channel.message);
     try {
-        return Transact() ? read(channel.message) : fail(Obstacle::NoHost);
+        return Transact() ? read(channel.message) : fail(NoReply::NoHost);
     } catch (const MessageBuffer::OverrunError&) {
         ReleaseFor(HostEndCauseBadReply);
-        return fail(Obstacle::NoHost);
+        return fail(NoReply::NoHost);
     }
 }
 
 template <typename Write>
 Status RemoteWrapper::ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost) {
-    return Exchange(dataSize, write, ReadStatus, [noHost](Obstacle obstacle) { return Failed(obstacle, noHost); });
+    return Exchange(dataSize, write, ReadStatus, [noHost](NoReply why) { return Failed(why, noHost); });
 }
 
-Status RemoteWrapper::Failed(Obstacle obstacle, const char* noHost) {
-    if (obstacle == Obstacle::NoMemory) {
+Status RemoteWrapper::Failed(NoReply why, const char* noHost) {
+    if (why == NoReply::NoMemory) {
         return MakeErrorStatus(kSectionError, static_cast<int32_t>(Platform::LastError()), FailureReasonSystem);
     }
     return MakeErrorStatus(noHost, kErrorCode, FailureReasonHostEnded);
 }
 
 bool RemoteWrapper::Transact() {
-    CallWatch::Look();
-    const TimeLimit limit(host->TimeLimit());
+    CallWatch::Check();
+    const Deadline limit(host->TimeLimit());
     channel.message.Rewind();
     const uint32_t call = channel.message.ReadUInt32();
     channel.callEvent.Set();
     for (int64_t budget = kWaitBudget;
-         !channel.resultEvent.Wait(CallWatch::Within(limit.Within(kWaitSlice)), Platform::Awaited::Result, call);
+         !channel.resultEvent.Wait(CallWatch::UntilCheck(limit.Left(kWaitSlice)), Platform::Awaited::Result, call);
          budget -= kWaitSlice) {
         const bool isAlive = host->IsAlive();
         if (!isAlive || limit.IsOver() || budget < 1) {
             ReleaseFor(isAlive ? HostEndCauseTimeLimit : HostEndCauseUnknown);
             return false;
         }
-        CallWatch::Look();
+        CallWatch::Check();
     }
     channel.message.Rewind();
     return true;
@@ -154,7 +131,7 @@ void RemoteWrapper::ReleaseFor(HostEndCause cause) {
 
 // The child has copies of everything but owns nothing: it must not touch the host process or the content of the
 // section. If another thread held the lock during the fork, the lock stays locked in the child.
-void RemoteWrapper::ForgetTheParents() {
+void RemoteWrapper::ForgetParent() {
     // Deliberately leaks: a thread that held the lock and forked in a callback still unlocks it.
     [[maybe_unused]] const std::recursive_mutex* const kept = channel.lock.release();
     channel.lock = std::make_unique<std::recursive_mutex>();
@@ -164,7 +141,7 @@ void RemoteWrapper::ForgetTheParents() {
 
 Status RemoteWrapper::Init(const InterpreterParams& params) {
     if (!owner.IsThisProcess()) {
-        ForgetTheParents();
+        ForgetParent();
     }
     host->BeginInitialisation();
     const DeferredLog log;
@@ -173,11 +150,11 @@ Status RemoteWrapper::Init(const InterpreterParams& params) {
     option->FromParams(params);
     const auto size = static_cast<uint32_t>(option->Serialize(nullptr, 0));
     outputBytes.clear();
-    CallWatch::Enter(LoadStep::StartingHost);
+    CallWatch::BeginStep(LoadStep::StartingHost);
     if (Status status = EnsureHost(params.host, size); !status.Ok()) {
         return status;
     }
-    CallWatch::Enter(LoadStep::InHost);
+    CallWatch::BeginStep(LoadStep::InHost);
     return ExchangeForStatus(size, [&option, size](MessageBuffer& message) {
         WriteRequest(message, CallInit, size);
         const uint32_t room = message.Room();
@@ -214,7 +191,7 @@ Status RemoteWrapper::EnsureHost(const std::string& program, uint32_t dataSize) 
 
 void RemoteWrapper::Release() {
     if (!owner.IsThisProcess()) {
-        ForgetTheParents();
+        ForgetParent();
         return;
     }
     const std::lock_guard guard(*channel.lock);
@@ -231,7 +208,7 @@ void RemoteWrapper::Release() {
 int32_t RemoteWrapper::GetTensorCount(TensorType type) {
     return Exchange(
         0, Request(CallGetTensorCount, uint32_t{type}),
-        [](MessageBuffer& reply) { return static_cast<int32_t>(reply.ReadUInt32()); }, [](Obstacle) { return 0; });
+        [](MessageBuffer& reply) { return static_cast<int32_t>(reply.ReadUInt32()); }, [](NoReply) { return 0; });
 }
 
 TensorInfo RemoteWrapper::GetTensorInfo(TensorType type, uint32_t index) {
@@ -244,7 +221,7 @@ TensorInfo RemoteWrapper::GetTensorInfo(TensorType type, uint32_t index) {
             }
             return info;
         },
-        [](Obstacle) { return TensorInfo(); });
+        [](NoReply) { return TensorInfo(); });
 }
 
 // If the data is in the section, such as an output, moves it to its place in the request. Otherwise the request's other
@@ -269,7 +246,7 @@ Status RemoteWrapper::SetInputData(uint32_t index, const void* data, uint32_t si
 
 Status RemoteWrapper::GetInputMemory(uint32_t /*index*/, uint32_t size, std::shared_ptr<void>& memory) {
     if (!owner.IsThisProcess()) {
-        return Failed(Obstacle::NoHost, kHostExit);
+        return Failed(NoReply::NoHost, kHostExit);
     }
     const DeferredLog log;
     const std::lock_guard guard(*channel.lock);
@@ -277,10 +254,10 @@ Status RemoteWrapper::GetInputMemory(uint32_t /*index*/, uint32_t size, std::sha
         return MakeErrorStatus(kWrongDataSize);
     }
     if (!channel.EnsureMemory(size)) {
-        return Failed(Obstacle::NoMemory, kHostExit);
+        return Failed(NoReply::NoMemory, kHostExit);
     }
     if (channel.view == nullptr) {
-        return Failed(Obstacle::NoHost, kHostExit);
+        return Failed(NoReply::NoHost, kHostExit);
     }
     memory = std::shared_ptr<void>(channel.view, channel.view->Data() + kInputDataOffset);
     return MakeSuccessStatus();
@@ -301,7 +278,7 @@ Status RemoteWrapper::CopyOutputTo(uint32_t index, void* data, uint32_t size) {
             }
             return status;
         },
-        [](Obstacle obstacle) { return Failed(obstacle, kHostExit); });
+        [](NoReply why) { return Failed(why, kHostExit); });
 }
 
 void* RemoteWrapper::GetTensorData(TensorType type, uint32_t index) {
@@ -314,12 +291,12 @@ void* RemoteWrapper::GetTensorData(TensorType type, uint32_t index) {
             const MessageBuffer::Bytes output = reply.ReadBytes();
             return reply.ReadStatus().Ok() ? output.data : nullptr;
         },
-        [](Obstacle) { return nullptr; });
+        [](NoReply) { return nullptr; });
 }
 
 std::unordered_map<std::string, std::string> RemoteWrapper::GetExtraInfo() {
     return Exchange(0, Request(CallGetExtraInfo), ReadExtraInfo,
-                    [](Obstacle) { return std::unordered_map<std::string, std::string>(); });
+                    [](NoReply) { return std::unordered_map<std::string, std::string>(); });
 }
 
 // Returns the size that the host process described, or the size of a channel if the output was not described.

@@ -64,7 +64,7 @@ class RemoteWrapper final : public IOrvane {
 
  private:
     // Why an exchange did not take place or got no reply.
-    enum class Obstacle { NoMemory, NoHost };
+    enum class NoReply { NoMemory, NoHost };
 
     // Runs one operation under the lock. Commits memory for `dataSize` bytes of data. Then `write` writes the request,
     // the host process answers it, and `read` returns the result from the reply. If there is no reply, `fail` returns
@@ -76,12 +76,12 @@ class RemoteWrapper final : public IOrvane {
     template <typename Write>
     Status ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost = kHostExit);
 
-    static Status Failed(Obstacle obstacle, const char* noHost);
+    static Status Failed(NoReply why, const char* noHost);
     uint32_t OutputBytes(uint32_t index);
     const void* MoveWithinSection(const void* data, uint32_t size);
     bool Transact();
     void ReleaseFor(HostEndCause cause);
-    void ForgetTheParents();
+    void ForgetParent();
     Status EnsureHost(const std::string& program, uint32_t dataSize);
 
     struct Closing {

@@ -8,7 +8,7 @@ uint32_t LastError() noexcept {
     return static_cast<uint32_t>(errno);
 }
 
-LastErrorKept::~LastErrorKept() {
+LastErrorGuard::~LastErrorGuard() {
     errno = static_cast<int>(error);
 }
 

@@ -14,7 +14,7 @@ void Advise(void* memory, uint64_t size, int advice) {
     const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
     const uintptr_t beforeFirstPage = (page - reinterpret_cast<uintptr_t>(memory) % page) % page;
     if (beforeFirstPage < size) {
-        const LastErrorKept kept;
+        const LastErrorGuard guard;
         madvise(static_cast<uint8_t*>(memory) + beforeFirstPage, size - beforeFirstPage, advice);
     }
 }
@@ -25,11 +25,11 @@ void PreferLargePages(void* memory, uint64_t size) noexcept {
     Advise(memory, size, MADV_HUGEPAGE);
 }
 
-void LeaveOutOfCoreFiles(void* memory, uint64_t size) noexcept {
+void ExcludeFromCoreFiles(void* memory, uint64_t size) noexcept {
     const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
-    const uint64_t behindLastPage = (reinterpret_cast<uintptr_t>(memory) + size) % page;
-    if (size > page + behindLastPage) {
-        Advise(memory, size - behindLastPage, MADV_DONTDUMP);
+    const uint64_t inLastPage = (reinterpret_cast<uintptr_t>(memory) + size) % page;
+    if (size > page + inLastPage) {
+        Advise(memory, size - inLastPage, MADV_DONTDUMP);
     }
 }
 

@@ -75,9 +75,9 @@ bool RenewModuleWord(uint32_t error) {
     return error == EEXIST;
 }
 
-struct NamesHeld::State {};
+struct NamesLock::State {};
 
-NamesHeld::NamesHeld() : state(new State) {}
+NamesLock::NamesLock() : state(new State) {}
 
 bool IsNameTaken(const std::string& /*name*/) {
     return false;

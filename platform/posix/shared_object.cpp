@@ -110,7 +110,7 @@ Descriptor OpenSharedObject(const std::string& name) {
 }
 
 void RemoveSharedObjectName(const std::string& name, const Descriptor& object) {
-    const LastErrorKept kept;
+    const LastErrorGuard guard;
     struct stat named {};
     struct stat own {};
     if (lstat(("/dev/shm/" + name).c_str(), &named) == 0 && fstat(object.Get(), &own) == 0 &&

@@ -41,7 +41,7 @@ bool StartSuspended(HANDLE token, const std::string& program, const std::string&
     const UINT previousMode = SetErrorMode(SEM_FAILCRITICALERRORS);
     const BOOL started = CreateProcessAsUserW(token, nullptr, commandLine.data(), nullptr, nullptr, FALSE,
                                               CREATE_SUSPENDED, nullptr, nullptr, &startup, &created);
-    const LastErrorKept kept;
+    const LastErrorGuard guard;
     SetErrorMode(previousMode);
     return started != 0;
 }

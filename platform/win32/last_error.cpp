@@ -8,7 +8,7 @@ uint32_t LastError() noexcept {
     return GetLastError();
 }
 
-LastErrorKept::~LastErrorKept() {
+LastErrorGuard::~LastErrorGuard() {
     SetLastError(error);
 }
 

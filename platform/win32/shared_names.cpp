@@ -7,13 +7,13 @@
 
 namespace Orvane::Platform {
 
-struct NamesHeld::State {
+struct NamesLock::State {
     ~State() { ReleaseMutex(mutex.Get()); }
 
     Handle mutex;
 };
 
-NamesHeld::NamesHeld() {
+NamesLock::NamesLock() {
     constexpr DWORD kLongestWait = 10'000;
     Handle mutex(CreateMutexW(nullptr, FALSE, L"Orvane_channel_names"));
     if (!mutex) {
