@@ -148,10 +148,10 @@ TEST_F(InputFiles, RefusesPicturesAndOptionsThatDoNotFit) {
     EchoModel({{"x", "f32", {"1", "3", "2", "2"}}}).WriteTo(folder, "e");
     EchoModel({{"x", "u8", {"1", "1", "2", "2"}}}).WriteTo(folder, "u");
     ExpectRefusals(std::vector<Refusal>{
-        {1, "run @e.xml --input x=@not.jpg", "is no picture that can be read"},
+        {1, "run @e.xml --input x=@not.jpg", "is not a picture that orvane can read"},
         {1, "run @e.xml --input x=@p.webp", "is a kind of picture that orvane does not read"},
-        {1, "run @m.xml --input x=@p.PNG", "input 0 \"x\" is float32 [1, 3], which takes no picture"},
-        {1, "run @u.xml --input x=@p.PNG --mean 1", "takes the pixels as they are"},
+        {1, "run @m.xml --input x=@p.PNG", "input 0 \"x\" is float32 [1, 3], and cannot take a picture"},
+        {1, "run @u.xml --input x=@p.PNG --mean 1", "the pixels are copied unchanged"},
         {1, "run @u.xml --input x=@p.PNG --mean 1,2,3", "has 1 channel"},
         {2, "run @e.xml --input x=@p.PNG --mean 1,2", "one number or three"},
         {2, "run @e.xml --input x=@p.PNG --scale 0", "takes no 0"}});

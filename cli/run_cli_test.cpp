@@ -198,7 +198,7 @@ TEST_F(RunCliTest, EncryptRestoresRefusesOrPadsFilesOfEveryLength) {
         EXPECT_EQ(Run("encrypt --key k3y @f @f --pad").err,
                   padding.empty()
                       ? ""
-                      : "appended " + std::to_string(padding.size()) + " bytes, which a reader of models skips\n");
+                      : "appended " + std::to_string(padding.size()) + " bytes, which readers of models ignore\n");
         EXPECT_TRUE(Held("f") == Secret(plain + padding)) << plain.size();
         EXPECT_EQ(Run("decrypt --key-file @key @f @f").err, "") << plain.size();
         EXPECT_TRUE(Held("f") == plain + padding) << plain.size();
@@ -220,7 +220,7 @@ const Refusal kRefusals[] = {
     {2, "info", "MODEL is missing"},
     {2, "info ''", "MODEL: the value is empty"},
     {2, "info @m.xml --device ''", "--device: the value is empty"},
-    {2, "info @m.xml --cache -", "--cache takes a file"},
+    {2, "info @m.xml --cache -", "--cache needs a file"},
     {1, "info -- -m.xml", "there is no model file -m.xml"},
     {1, "reshape - @out.xml", "the standard input is empty"},
     {2, "info @m.xml --cache ''", "--cache: the value is empty"},
@@ -266,7 +266,7 @@ const Refusal kRefusals[] = {
     {1, "info @any.xml --shape 0=1", "--shape gives 1 dimension\nGive 2."},
     {1, "info @m.xml --shape 0=1,4", "does not take these shapes"},
     {1, "info @x", "Check MODEL"},
-    {1, "info @", "is a folder, but not a SavedModel"},
+    {1, "info @", "is not a SavedModel"},
     {1, "reshape @ @out.xml", "Name the file of the model. It holds "},
     {1, "info @cut.xml", "damaged"},
     {1, "info @operator.xml", "does not support"},
@@ -292,7 +292,7 @@ const Refusal kRefusals[] = {
     {1, "bench @any.xml", "orvane bench \"@any.xml\" --shape x=1,2\n"},
     {1, "bench @m.xml --html @no/page", "no folder for"},
     {1, "bench @m.xml --html @old --compare @none", "there is no file"},
-    {1, "bench @m.xml --html @old --compare @x", "@x holds no result of this version of orvane: it is no JSON object"},
+    {1, "bench @m.xml --html @old --compare @x", "@x has no result of this version of orvane: it is not a JSON object"},
     {1, "bench @m.xml --html @old --compare @half.json", "it has no string /version"},
     {1, "encrypt --key k @ @old", "is a folder"},
 };

@@ -198,7 +198,7 @@ void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
     report.date = Now();
     ShowResults(options, report, std::move(earlier), out);
     if (report.hostEnd) {
-        throw Failure(*report.hostEnd, {"The results above are those until then."});
+        throw Failure(*report.hostEnd, {"The results above are from before that."});
     }
 }
 

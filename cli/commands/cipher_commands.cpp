@@ -113,7 +113,7 @@ void Encrypt(const CipherOptions& options, std::ostream& out, std::ostream& err)
     }
     files.PrintResult(out);
     if (const uint64_t after = files.OutputBytes(); after > before) {
-        err << "appended " << after - before << " bytes, which a reader of models skips\n";
+        err << "appended " << after - before << " bytes, which readers of models ignore\n";
     }
 }
 

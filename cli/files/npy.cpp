@@ -106,7 +106,7 @@ NpyArray ParseHeader(std::string_view header) {
     }
     const std::optional<orvane::ElementType> elementType = ElementTypeOf(description.get<std::string>());
     if (!elementType) {
-        Refuse("its elements are '" + description.get<std::string>() + "', which no tensor has");
+        Refuse("its element type is '" + description.get<std::string>() + "', which no tensor has");
     }
     return {*elementType, ShapeOf(entries["shape"]), entries["fortran_order"].get<bool>()};
 }
@@ -125,7 +125,7 @@ std::string ShapeTuple(const std::vector<int64_t>& shape) {
 
 NpyArray ReadNpyHeader(std::istream& file) {
     if (ReadBytes(file, kMagic.size()) != kMagic) {
-        Refuse("it does not begin like one");
+        Refuse("its first bytes are not those of an .npy file");
     }
     const std::string version = ReadBytes(file, 2);
     if (version != "\1\0"s && version != "\2\0"s && version != "\3\0"s) {

@@ -67,7 +67,7 @@ TEST(Npy, ConvertsFortranOrderToCOrder) {
 TEST(Npy, RefusesUnreadableFilesWithAReason) {
     const std::string good = "{'descr': '<f4', 'fortran_order': False";
     const std::pair<std::string, std::string> cases[] = {
-        {"\x89PNG\r\n\x1a\n0123456789", "does not begin like one"},
+        {"\x89PNG\r\n\x1a\n0123456789", "its first bytes are not"},
         {Header(4, good + ", 'shape': (2, 3), }"), "version"},
         {"\x93NUMPY\2\0\xff\xff\xff\xff{"s, "claims to be 4294967295 bytes"},
         {Header(1, "{'descr': '>f4', 'fortran_order': False, 'shape': (2, 3), }"), "'>f4'"},

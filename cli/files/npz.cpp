@@ -25,7 +25,7 @@ std::string ReadAt(std::istream& file, const std::string& path, uint64_t offset,
     file.seekg(static_cast<std::streamoff>(offset));
     std::string bytes = ReadAll(file, path, size);
     if (bytes.size() < size) {
-        Refuse(path, "it is cut, or no zip archive");
+        Refuse(path, "it is not a zip archive, or its end is missing");
     }
     return bytes;
 }
@@ -39,7 +39,7 @@ std::string FindEndRecord(std::istream& file, const std::string& path) {
     const std::string tail = ReadAt(file, path, size - looked, static_cast<std::size_t>(looked));
     const std::size_t place = tail.rfind(kEndRecord);
     if (place == std::string::npos || tail.size() - place < kRecordBytes) {
-        Refuse(path, "it is cut, or no zip archive");
+        Refuse(path, "it is not a zip archive, or its end is missing");
     }
     return tail.substr(place, kRecordBytes);
 }

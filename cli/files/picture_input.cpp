@@ -52,7 +52,7 @@ void CheckOptions(const orvane::Tensor& input, const Layout& layout, const Pictu
         }
     }
     if (input.type == orvane::ElementType::UInt8 && !(options.mean.empty() && options.scale.empty())) {
-        throw Failure(input.Label() + " is uint8, which takes the pixels as they are",
+        throw Failure(input.Label() + " has elements of type uint8: the pixels are copied unchanged",
                       {"Leave --mean and --scale out."});
     }
 }
@@ -80,9 +80,10 @@ std::vector<uint8_t> PictureData(const std::string& bytes, const std::string& pa
     const std::optional<Layout> layout = LayoutOf(input.shape);
     const bool isFloat = input.type == orvane::ElementType::Float32;
     if (!layout || (!isFloat && input.type != orvane::ElementType::UInt8)) {
-        throw Failure(input.Label() + " is " + TypeText(input.type, input.shape) + ", which takes no picture",
-                      {"One goes into float32 or uint8 of [1, C, H, W] or [1, H, W, C] with 1 or 3 channels. Give an "
-                       ".npy file."});
+        throw Failure(
+            input.Label() + " is " + TypeText(input.type, input.shape) + ", and cannot take a picture",
+            {"A picture needs an input of type float32 or uint8 and shape [1, C, H, W] or [1, H, W, C], with 1 or "
+             "3 channels. Give an .npy file."});
     }
     CheckOptions(input, *layout, options);
     Picture picture = Upright(DecodePicture(bytes, static_cast<int>(layout->channels), path), ExifOrientation(bytes));

@@ -28,7 +28,7 @@ Picture DecodePicture(const std::string& bytes, int channels, const std::string&
              : nullptr,
         stbi_image_free);
     if (!pixels) {
-        throw Failure(path + " is no picture that can be read: " + (fits ? stbi_failure_reason() : "too large"),
+        throw Failure(path + " is not a picture that orvane can read: " + (fits ? stbi_failure_reason() : "too large"),
                       {"Give a PNG or JPEG file."});
     }
     const auto size = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);

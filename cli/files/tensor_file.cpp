@@ -107,7 +107,7 @@ const NpzArray& FindArray(const std::vector<NpzArray>& arrays, const std::string
         names += " ";
         names += array.name;
     }
-    throw Failure(path + " has no array of the name of " + tensor.Label() + ", but these:" + names,
+    throw Failure(path + " has no array with the name of " + tensor.Label() + "; its arrays are:" + names,
                   {"Save it with the names of the inputs: numpy.savez(FILE, **{\"" + tensor.name + "\": array})."});
 }
 
@@ -182,7 +182,8 @@ std::vector<TensorFileArgument> ParseTensorFiles(const std::vector<std::string>&
         }
         const std::size_t split = text.find('=');
         if (split == std::string::npos || split == 0 || split + 1 == text.size()) {
-            throw WrongUsage("\"" + text + "\" is not of the form WHICH=FILE, an index or a name and a file");
+            throw WrongUsage("\"" + text +
+                             "\" is not WHICH=FILE: give the index or name of a tensor, an equals sign and a file");
         }
         arguments.push_back({text.substr(0, split), text.substr(split + 1)});
     }

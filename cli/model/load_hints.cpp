@@ -175,7 +175,7 @@ void RefuseFolder(const ModelOptions& options) {
             found += Platform::Utf8FromPath(entry.path().filename());
         }
     }
-    throw Failure(*options.model + " is a folder, but not a SavedModel of TensorFlow, which has a saved_model.pb",
+    throw Failure(*options.model + " is a folder without saved_model.pb, so it is not a SavedModel of TensorFlow",
                   {"Name the file of the model." + found + (found.empty() ? "" : ".")});
 }
 
@@ -199,7 +199,7 @@ std::vector<std::string> SystemHints(const orvane::Error& error) {
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error) {
     switch (error.GetReason()) {
         case orvane::Reason::HostEnded:
-            return {"See whether the model loads without --remote and --host, or with a longer --load-timeout."};
+            return {"Try without --remote and --host, or with a longer --load-timeout."};
         case orvane::Reason::System:
             return SystemHints(error);
         case orvane::Reason::BadArgument:

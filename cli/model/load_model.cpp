@@ -48,7 +48,7 @@ orvane::Model LoadAndMakeCache(const ModelOptions& options, const orvane::Option
     orvane::Model model = Load(options, given, err, &interrupt);
     if (Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
         throw Failure("the cache file " + *options.cache + " could not be written",
-                      {"Check that its folder exists, may be written to and has room."});
+                      {"Check that its folder exists, that you may write to it, and that the disk is not full."});
     }
     return model;
 }

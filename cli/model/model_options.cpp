@@ -60,7 +60,7 @@ void CheckUsage(const ModelOptions& options) {
         throw WrongUsage("MODEL is missing; only --cache can replace it");
     }
     if (options.cache && IsStandard(*options.cache)) {
-        throw WrongUsage("--cache takes a file, and not -");
+        throw WrongUsage("--cache needs a file; - is not possible here");
     }
     if ((options.timeout || options.loadTimeout) && !options.HostProgram()) {
         throw WrongUsage(
@@ -68,8 +68,9 @@ void CheckUsage(const ModelOptions& options) {
     }
     if (!options.shapes.empty() && (options.cache || options.IsEncrypted())) {
         throw WrongUsage(
-            "--shape works with a plain MODEL only: write one with the shapes with orvane reshape, then encrypt it or "
-            "make the cache from it");
+            "--shape works with a plain MODEL only: set the shapes with orvane reshape, then encrypt the result or "
+            "make "
+            "the cache from it");
     }
 }
 

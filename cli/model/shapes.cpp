@@ -99,8 +99,7 @@ std::vector<ShapeArgument> ParseShapes(const std::vector<std::string>& texts) {
         }
         const bool isWrong = std::any_of(argument.shape.begin(), argument.shape.end(), [](int64_t d) { return d < 1; });
         if (split == std::string::npos || split == 0 || isWrong) {
-            throw WrongUsage("--shape takes an input and its dimensions, as in 0=1,3,640,640, and not \"" + text +
-                             "\"");
+            throw WrongUsage("--shape takes an input and its dimensions, as in 0=1,3,640,640, not \"" + text + "\"");
         }
         argument.which = text.substr(0, split);
         arguments.push_back(argument);

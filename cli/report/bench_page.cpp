@@ -39,7 +39,7 @@ bool IsUnknown(const Json& flat, const std::string& place) {
 // Returns what the page's script misses in a result; no value if the result is complete.
 std::optional<std::string> Fault(const Json& result) {
     if (!result.is_object()) {
-        return "it is no JSON object";
+        return "it is not a JSON object";
     }
     const Json flat = result.flatten();
     const Json examples = Example().flatten();
@@ -68,7 +68,7 @@ NamedResult ReadBenchResult(const std::string& path) {
     constexpr bool kThrows = false;
     NamedResult named{path, Json::parse(ReadInput(path), nullptr, kThrows)};
     if (const auto fault = Fault(named.result)) {
-        throw Failure(path + " holds no result of this version of orvane: " + *fault,
+        throw Failure(path + " has no result of this version of orvane: " + *fault,
                       {"Give a file that `orvane bench --json FILE` has written."});
     }
     return named;

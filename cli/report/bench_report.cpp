@@ -155,7 +155,7 @@ void PrintBenchReport(std::ostream& out, const BenchReport& report) {
     if (report.otherWork && report.otherWork->IsMuch()) {
         out << Formatted("\nDISTURBED: other programs used %.0f %% of the processors", report.otherWork->others * 100)
             << Formatted(", and other virtual machines %.0f %%.\n", report.otherWork->stolen * 100)
-            << "Measure again when there is little else to do.\n";
+            << "Measure again when the machine is idle.\n";
     }
 }
 
