@@ -114,7 +114,7 @@ void SetTensorShape(HostSession& session) {
     ReplyStatus(message, TensorOf(session, type, index)->Resize(shape));
 }
 
-// By their numbers. `CallExit` and unknown numbers get no reply: the client reads its own request.
+// The index is the number of the call. `CallExit` and unknown numbers get no reply: the client reads its own request.
 constexpr void (*kCalls[])(HostSession&) = {Init,         GetTensorCount, GetTensorInfo, SetInputData,  Invoke,
                                             CopyOutputTo, GetTensorData,  GetExtraInfo,  SetTensorShape};
 static_assert(std::size(kCalls) == CallExit);

@@ -124,7 +124,7 @@ void AnswerIf(Instructions& filter, uint16_t comparison, uint32_t word, uint32_t
     Answer(filter, answer);
 }
 
-// An answer by the low half of an argument. The kernel reads only that half of the arguments checked here.
+// The answer for a value of an argument's low half. The kernel reads only that half of the arguments checked here.
 struct Case {
     uint32_t argument;
     uint16_t comparison;

@@ -20,7 +20,7 @@ enum HostEndCause : uint32_t {
 struct HostEnd {
     HostEndCause cause = HostEndCauseNone;  ///< why it ended
     uint32_t value = 0;                     ///< depends on the cause
-    std::string text;                       ///< for a person: "signal 11 (SIGSEGV)"; empty without a cause
+    std::string text;                       ///< for a person: how, and a likely reason; empty without a cause
 };
 
 }  // namespace Orvane

@@ -60,8 +60,8 @@ struct Options {
 
     std::vector<uint8_t> key;  ///< the key of encrypted model files, 1 to 4 bytes
 
-    /// How long one call may wait for its host processes; 0: no limit. When the time is over, the library ends the host
-    /// process, and the call throws `HostEnded`. A negative limit is refused, and so is a limit without a host program.
+    /// How long one call may wait for its host processes; 0: about 55 hours. When the time is over, the library ends
+    /// the host process, and the call throws `HostEnded`. A limit needs a host program, and must not be negative.
     std::chrono::milliseconds timeLimit{0};
 
     /// The limit for the constructor and for `Restart`; 0: the value of `timeLimit`.

@@ -102,7 +102,7 @@ enum orvane_element_type {
 typedef struct orvane_options {
     uint64_t struct_size;    ///< the size of this structure in bytes
     const char* model_path;  ///< the model file; may be null if the cache file exists
-    const char* device;      ///< the name of a device of OpenVINO; null: the CPU
+    const char* device;      ///< the name of a device of OpenVINO; null or "": the CPU
     const char* cache_path;  ///< the file of the compiled model; if it exists, the model files are not read
 
     /// Null: the model runs in this process. Otherwise the model runs in a host process, and this is the path of the
@@ -117,7 +117,8 @@ typedef struct orvane_options {
     uint32_t make_cache;
 
     /// How many milliseconds one call may wait for its host processes. When the time is over, the library ends the host
-    /// process, and the call fails with `ORVANE_HOST_ENDED`. 0: no limit. A limit needs a host program.
+    /// process, and the call fails with `ORVANE_HOST_ENDED`. 0: only the library's own limit of about 55 hours applies.
+    /// Another limit needs a host program.
     uint32_t time_limit_ms;
 
     /// The limit for `orvane_open` and `orvane_restart`, which take much longer. 0: the value of `time_limit_ms`.

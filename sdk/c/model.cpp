@@ -12,7 +12,7 @@ namespace Orvane::C {
 
 namespace {
 
-// No model has so many. If a host process claims more, its reply is invalid.
+// No model has this many tensors. If a host process claims more, its reply is invalid.
 constexpr int32_t kMostTensors = 65'536;
 constexpr uint64_t kMostDescriptionBytes = 64'000'000;
 constexpr size_t kMostNames = 10;
