@@ -166,8 +166,8 @@ class Model:
         """Calls a function of the library. Raises its error, or the exception that a signal handler, ``progress`` or
         ``check_on`` has raised meanwhile."""
         self._watch.check_on = check_on
-        calling.add(self)
         try:
+            calling.add(self)
             check_end()
             error = function(*arguments)
         finally:
