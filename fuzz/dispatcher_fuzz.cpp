@@ -59,10 +59,10 @@ class Model final : public Testing::MemoryBackend {
 // Returns whether a reply is the expected one.
 using Check = std::function<bool(MessageBuffer& reply)>;
 
-Check Says(const Status& status) {
+Check HasStatus(const Status& status) {
     return [status](MessageBuffer& reply) {
-        const Status said = reply.ReadStatus();
-        return said.code == status.code && said.message == status.message;
+        const Status received = reply.ReadStatus();
+        return received.code == status.code && received.message == status.message;
     };
 }
 
@@ -76,15 +76,15 @@ std::optional<Check> CheckOfOutput(TensorImpl& tensor, uint32_t size) {
     return [data, status](MessageBuffer& reply) {
         const MessageBuffer::Bytes output = reply.ReadBytes();
         const bool same = output.size == data.size() && std::memcmp(output.data, data.data(), output.size) == 0;
-        return Says(status)(reply) && (same || !status.Ok());
+        return HasStatus(status)(reply) && (same || !status.Ok());
     };
 }
 
-std::optional<Check> CheckOfTensor(Interpreter& asked, uint32_t call, MessageBuffer& request) {
+std::optional<Check> CheckOfTensor(Interpreter& local, uint32_t call, MessageBuffer& request) {
     const bool hasType = call == CallGetTensorInfo || call == CallSetTensorShape;
     const auto side = call == CallSetInputData ? TensorTypeInput : TensorTypeOutput;
     const auto type = hasType ? static_cast<TensorType>(request.ReadUInt32()) : side;
-    const TensorHandle tensor = asked.GetTensor(type, request.ReadUInt32());
+    const TensorHandle tensor = local.GetTensor(type, request.ReadUInt32());
     constexpr size_t kMostDimensions = kSection / 16;
     if (tensor == nullptr || tensor->GetShape().size() > kMostDimensions) {
         return std::nullopt;
@@ -99,7 +99,7 @@ std::optional<Check> CheckOfTensor(Interpreter& asked, uint32_t call, MessageBuf
             };
         case CallSetInputData: {
             const MessageBuffer::Bytes data = request.ReadBytes();
-            return Says(tensor->CopyFrom(data.data, data.size));
+            return HasStatus(tensor->CopyFrom(data.data, data.size));
         }
         case CallCopyOutputTo:
             return CheckOfOutput(*tensor, request.ReadUInt32());
@@ -111,44 +111,44 @@ std::optional<Check> CheckOfTensor(Interpreter& asked, uint32_t call, MessageBuf
                 shape.push_back(request.ReadUInt32());
             }
             shape.insert(shape.begin(), shape.size(), 0);
-            return Says(tensor->Resize(shape));
+            return HasStatus(tensor->Resize(shape));
         }
     }
 }
 
-Status Initialise(std::unique_ptr<Interpreter>& asked, const MessageBuffer::Bytes& flatForm) {
+Status Initialise(std::unique_ptr<Interpreter>& local, const MessageBuffer::Bytes& flatForm) {
     const OptionHandle option = CreateOption();
     option->Deserialize(flatForm.data, flatForm.size);
     InterpreterParams params;
     const Status status = option->ToParams(params);
     params.host.clear();
-    asked = std::make_unique<Interpreter>();
-    return status.Ok() ? asked->Init(params) : status;
+    local = std::make_unique<Interpreter>();
+    return status.Ok() ? local->Init(params) : status;
 }
 
-// Does what the request says with `asked`. Returns a check of the reply.
-std::optional<Check> CheckOf(MessageBuffer& request, std::unique_ptr<Interpreter>& asked) {
+// Does what the request says with `local`. Returns a check of the reply.
+std::optional<Check> CheckOf(MessageBuffer& request, std::unique_ptr<Interpreter>& local) {
     const uint32_t call = request.ReadUInt32();
     if (call == CallInit) {
-        return Says(Initialise(asked, request.ReadBytes()));
+        return HasStatus(Initialise(local, request.ReadBytes()));
     }
     if (call >= CallExit) {
         return [](MessageBuffer&) { return true; };
     }
-    if (asked == nullptr) {
+    if (local == nullptr) {
         return std::nullopt;
     }
     switch (call) {
         case CallGetTensorCount: {
-            const int32_t count = request.ReadUInt32() != 0 ? asked->GetOutputCount() : asked->GetInputCount();
+            const int32_t count = request.ReadUInt32() != 0 ? local->GetOutputCount() : local->GetInputCount();
             return [count](MessageBuffer& reply) { return reply.ReadUInt32() == static_cast<uint32_t>(count); };
         }
         case CallInvoke:
-            return Says(asked->Invoke());
+            return HasStatus(local->Invoke());
         case CallGetExtraInfo:
-            return [info = asked->GetExtraInfo()](MessageBuffer& reply) { return ReadExtraInfo(reply) == info; };
+            return [info = local->GetExtraInfo()](MessageBuffer& reply) { return ReadExtraInfo(reply) == info; };
         default:
-            return CheckOfTensor(*asked, call, request);
+            return CheckOfTensor(*local, call, request);
     }
 }
 
@@ -167,7 +167,7 @@ class Session {
         std::optional<Check> check;
         bool throws = false;
         try {
-            check = CheckOf(message, asked);
+            check = CheckOf(message, local);
         } catch (const std::exception&) {
             throws = true;
         }
@@ -194,7 +194,7 @@ class Session {
     // Has one more byte, because the reader of a flat form may read the byte after it.
     std::unique_ptr<uint8_t[]> section = std::make_unique<uint8_t[]>(kSection + 1);
     HostSession host;
-    std::unique_ptr<Interpreter> asked;
+    std::unique_ptr<Interpreter> local;
 };
 
 }  // namespace

@@ -168,12 +168,12 @@ class Client {
     }
 
     // Makes a call. The host sends this reply, or ends without one. Returns the size of the result.
-    size_t Send(uint32_t call, std::optional<std::string> hostsReply) {
-        asked = call;
-        reply = std::move(hostsReply);
+    size_t Send(uint32_t call, std::optional<std::string> replyOfHost) {
+        sentCall = call;
+        reply = std::move(replyOfHost);
         expected = WithoutHost(call);
         const bool hadHost = hasHost || call == CallInit;
-        wasAsked = false;
+        wasCalled = false;
         std::string result;
         try {
             result = Called(call);
@@ -181,7 +181,7 @@ class Client {
             result = kThrows;
         }
         Require(result == expected, "the client reads the reply exactly");
-        Require(wasAsked == hadHost, "the client sends a request if, and only if, it has a host");
+        Require(wasCalled == hadHost, "the client sends a request if, and only if, it has a host");
         return result.size();
     }
 
@@ -189,8 +189,8 @@ class Client {
     bool AnswerIn(uint8_t* section) {
         uint32_t call = 0;
         std::memcpy(&call, section + sizeof call, sizeof call);
-        Require(call == asked && !wasAsked, "the client sends each call once");
-        wasAsked = true;
+        Require(call == sentCall && !wasCalled, "the client sends each call once");
+        wasCalled = true;
         hasHost = reply.has_value();
         if (!hasHost) {
             return false;
@@ -198,7 +198,7 @@ class Client {
         std::copy(reply->begin(), reply->end(), section);
         Reply reader(section);
         try {
-            expected = ShownReply(asked, reader);
+            expected = ShownReply(sentCall, reader);
         } catch (const Reply::ExceedsTheSection&) {
             hasHost = false;
         } catch (const Reply::HasAnotherTag&) {
@@ -244,10 +244,10 @@ class Client {
     // The number of output bytes according to the last reply.
     uint32_t OutputSize() const { return Reply(pointed).Word(); }
 
-    uint32_t asked = 0;
+    uint32_t sentCall = 0;
     std::optional<std::string> reply;
     std::string expected;
-    bool wasAsked = false;
+    bool wasCalled = false;
     bool hasHost = false;
     const uint8_t* pointed = nullptr;
     RemoteWrapper wrapper;

@@ -287,8 +287,8 @@ TEST(RealHost, FreesItsModelAndExits) {
     const Testing::TemporaryFolder folder;
     Testing::Wire::HostUnderTest host(HostPathBesideProgram());
     const std::string init = Testing::Wire::InitRequest(AddModel({10}).WriteTo(folder, "加法"));
-    ASSERT_TRUE(host.Answers(init, Testing::Wire::kSuccess));
-    ASSERT_TRUE(host.Answers(Testing::Wire::Word(9), ""));
+    ASSERT_TRUE(host.RepliesTo(init, Testing::Wire::kSuccess));
+    ASSERT_TRUE(host.RepliesTo(Testing::Wire::Word(9), ""));
     EXPECT_EQ(host.End(), "0");
 }
 

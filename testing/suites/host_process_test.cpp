@@ -118,19 +118,19 @@ TEST_F(HostProcess, EndsTheHostAfterAFailedLoadOrWithItsBackend) {
     control->Interrupt();
 }
 
-// The work that a log callback gives to another thread, and whether it was done when the callback returned.
-struct Asked {
-    std::function<void()> work;
+// Work that a log callback starts in another thread, and whether it was done when the callback returned.
+struct CallbackWork {
+    std::function<void()> run;
     std::future<void> done;
     int lines = 0;
     bool wasDone = false;
 };
-Asked* asked;
+CallbackWork* callbackWork;
 
-void AskAtEachLine(uint32_t, const char*) {
-    if (asked->lines++ == 0) {
-        asked->done = std::async(std::launch::async, asked->work);
-        asked->wasDone = asked->done.wait_for(5s) == std::future_status::ready;
+void RunWorkAtFirstLine(uint32_t, const char*) {
+    if (callbackWork->lines++ == 0) {
+        callbackWork->done = std::async(std::launch::async, callbackWork->run);
+        callbackWork->wasDone = callbackWork->done.wait_for(10s) == std::future_status::ready;
     }
 }
 
@@ -149,20 +149,20 @@ TEST_F(HostProcess, LogCallbackMayWaitForCallsOfOtherThreads) {
     };
     for (const auto& [outcome, call] : cases) {
         remote = CreateRemoteBackend();
-        Asked ask;
-        ask.work = [this] {
+        CallbackWork work;
+        work.run = [this] {
             const std::shared_ptr<HostControl> control = remote->GetHostControl();
             control->SetTimeLimit(1000);
             control->Interrupt();
             static_cast<void>(control->GetEnd());
             remote->GetTensorCount(TensorTypeInput);
         };
-        asked = &ask;
-        SetLogCallback(AskAtEachLine);
+        callbackWork = &work;
+        SetLogCallback(RunWorkAtFirstLine);
         EXPECT_EQ(Shown(call()), outcome);
         SetLogCallback(nullptr);
-        EXPECT_TRUE(ask.wasDone) << outcome;
-        EXPECT_EQ(ask.lines, 1) << outcome;
+        EXPECT_TRUE(work.wasDone) << outcome;
+        EXPECT_EQ(work.lines, 1) << outcome;
     }
 }
 

@@ -245,10 +245,10 @@ TEST(Host, SendsTheExpectedReplies) {
     };
     HostUnderTest host(kStubHost);
     for (const auto& [request, reply] : cases) {
-        ASSERT_TRUE(host.Answers(request, reply));
+        ASSERT_TRUE(host.RepliesTo(request, reply));
     }
     EXPECT_EQ(host.End(), "0") << "the model is destroyed before the channel, so it could read its last data";
-    EXPECT_FALSE(host.AnswersAgain());
+    EXPECT_FALSE(host.RepliesAgain());
 }
 
 TEST(Host, ReturnsAnExitValueForItsArguments) {
@@ -263,9 +263,9 @@ TEST(Host, ReturnsAnExitValueForItsArguments) {
     for (const auto& [from, to, end] : cases) {
         HostUnderTest host(kStubHost, from, to);
         if (end != "-1") {
-            EXPECT_TRUE(host.Answers(Word(10), "")) << "an unknown call needs no memory for a reply";
-            EXPECT_EQ(host.Answers(InitRequest("echo 4")), end == "0") << to;
-            EXPECT_EQ(end == "0", end == "0" && host.Answers(Word(9), "")) << to;
+            EXPECT_TRUE(host.RepliesTo(Word(10), "")) << "an unknown call needs no memory for a reply";
+            EXPECT_EQ(host.RepliesTo(InitRequest("echo 4")), end == "0") << to;
+            EXPECT_TRUE(end != "0" || host.RepliesTo(Word(9), "")) << to;
         }
         EXPECT_EQ(host.End(), end) << from << " -> " << to;
     }
@@ -290,8 +290,8 @@ TEST(Host, CrashesOnAnInvalidRequest) {
     }
     for (const auto& [before, request] : cases) {
         HostUnderTest host(kStubHost);
-        EXPECT_TRUE(before.empty() || host.Answers(before));
-        EXPECT_FALSE(host.Answers(request)) << testing::PrintToString(request);
+        EXPECT_TRUE(before.empty() || host.RepliesTo(before));
+        EXPECT_FALSE(host.RepliesTo(request)) << testing::PrintToString(request);
         const std::string end = host.End();
         EXPECT_TRUE(end != "0" && end != "-1") << end << " after " << testing::PrintToString(request);
     }
@@ -299,11 +299,11 @@ TEST(Host, CrashesOnAnInvalidRequest) {
 
 TEST(Host, ClearsTheEndOfTheSectionWhenAReplyDoesNotFit) {
     HostUnderTest host(kStubHost);
-    EXPECT_TRUE(host.Answers(InitRequest("echo 8169")));
+    EXPECT_TRUE(host.RepliesTo(InitRequest("echo 8169")));
     std::string request = Word(6) + Word(0);
     request.resize(HostUnderTest::kSize, 'x');
-    EXPECT_FALSE(host.Answers(request));
-    EXPECT_EQ(host.Region().substr(8181), LittleEndian(0, 4) + LittleEndian(1, 4) + std::string(3, '\0'));
+    EXPECT_FALSE(host.RepliesTo(request));
+    EXPECT_EQ(host.SectionBytes().substr(8181), LittleEndian(0, 4) + LittleEndian(1, 4) + std::string(3, '\0'));
 }
 
 }  // namespace

@@ -60,33 +60,33 @@ class HostUnderTest {
         : process(program, Arguments(channel, from, to)) {}
 
     // Sends the request, followed by zeros. Returns false if the host ends instead of replying. Waits up to 30 seconds.
-    bool Answers(const std::string& request) {
+    bool RepliesTo(const std::string& request) {
         std::memset(channel.view->Data(), 0, kSize);
         std::memcpy(channel.view->Data(), request.data(), request.size());
         channel.callEvent.Set();
-        bool answered = false;
+        bool replied = false;
         EXPECT_TRUE(Within(std::chrono::seconds(30),
                            [&] {
-                               answered = channel.resultEvent.Wait(1, Platform::Awaited::Result);
-                               return answered || !process.Lives();
+                               replied = channel.resultEvent.Wait(1, Platform::Awaited::Result);
+                               return replied || !process.Lives();
                            }))
             << "the host neither replies nor ends: " << testing::PrintToString(request);
-        return answered || AnswersAgain();  // a host may end right after its last reply
+        return replied || RepliesAgain();  // a host may end right after its last reply
     }
 
     // The same, but the host must reply with these bytes and leave the rest of the section unchanged.
-    bool Answers(const std::string& request, const std::string& reply) {
-        const bool answers = Answers(request);
-        EXPECT_TRUE(answers) << testing::PrintToString(request);
+    bool RepliesTo(const std::string& request, const std::string& reply) {
+        const bool replies = RepliesTo(request);
+        EXPECT_TRUE(replies) << testing::PrintToString(request);
         const std::string sent = request + std::string(kSize - request.size(), '\0');
         const std::string expected = reply + sent.substr(reply.size());
-        EXPECT_TRUE(Region() == expected) << testing::PrintToString(request) << " has the reply "
-                                          << testing::PrintToString(Region().substr(0, reply.size()));
-        return answers;
+        EXPECT_TRUE(SectionBytes() == expected) << testing::PrintToString(request) << " has the reply "
+                                                << testing::PrintToString(SectionBytes().substr(0, reply.size()));
+        return replies;
     }
 
-    std::string Region() const { return {reinterpret_cast<const char*>(channel.view->Data()), kSize}; }
-    bool AnswersAgain() { return channel.resultEvent.Wait(0, Platform::Awaited::Result); }
+    std::string SectionBytes() const { return {reinterpret_cast<const char*>(channel.view->Data()), kSize}; }
+    bool RepliesAgain() { return channel.resultEvent.Wait(0, Platform::Awaited::Result); }
     std::string End() const { return process.End(); }
 
  private:
