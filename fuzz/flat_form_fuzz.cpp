@@ -49,7 +49,7 @@ void Check(const Form& form) {
     Require(!Read(Form(again.data(), again.data() + form.size() % again.size()), part),
             "a form that is cut is refused");
     Require(std::includes(back.begin(), back.end(), part.begin(), part.end(), back.value_comp()),
-            "a form that is cut gives what stood before");
+            "a truncated form has the options before its end");
 }
 
 }  // namespace

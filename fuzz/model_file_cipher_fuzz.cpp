@@ -100,7 +100,7 @@ void Check(Fuzz::Input input) {
     } else {
         Require(std::equal(chunk.begin() + static_cast<std::ptrdiff_t>(chunk.size() / 2), chunk.end(),
                            encrypted.begin() + static_cast<std::ptrdiff_t>(chunk.size() / 2)),
-                "of a chunk without a block the second half stays");
+                "a chunk without a block keeps its second half");
     }
 }
 

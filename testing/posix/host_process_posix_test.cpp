@@ -186,7 +186,7 @@ TEST_F(HostProcessPosix, WorksInLittleAddressSpace) {
 
 TEST_F(HostProcessPosix, ReleasesAHostThatItHasNoRightToEnd) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "this test gives up the superuser's rights, and this user has none";
+        GTEST_SKIP() << "this test needs the superuser, whose rights it drops";
     }
     InChild([&] {
         const Process host(static_cast<uint32_t>(StartHost()));

@@ -57,7 +57,7 @@ def main(material, folder, native, *windows):
         expected = outputs(native_command, model, folder, tensors)
         here = outputs(windows, model, folder, tensors)
         if here != outputs(windows, model, folder, tensors, "--remote"):
-            sys.exit(f"{model}: a host process gives other bits")
+            sys.exit(f"{model}: the outputs differ in a host process")
         for index, (one, other) in enumerate(zip(expected, here)):
             assert len(one) == len(other) and all(map(math.isfinite, one))
             difference = max(abs(a - b) for a, b in zip(one, other))
