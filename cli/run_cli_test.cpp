@@ -329,7 +329,7 @@ TEST_F(RunCliTest, LogLinesHaveTheWholeMessage) {
     const std::string message = err.substr(before.size(), err.find(", status=-1\n") - before.size());
     EXPECT_THAT(message, HasSubstr("\n")) << "the runtime's message has several lines";
     const std::string shown = message.substr(0, message.find_last_not_of(" \n") + 1);
-    EXPECT_THAT(err, AllOf(StartsWith(before), HasSubstr("\norvane: " + shown + "\n")));
+    EXPECT_THAT(err, AllOf(StartsWith(before), HasSubstr(" (" + shown + ")\n")));
     EXPECT_THAT(Run("info --log-level 7 @x").err, StartsWith("orvane: "));
 }
 

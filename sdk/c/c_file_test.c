@@ -34,7 +34,7 @@ void TestFiles(const char* host) {
 
     options.key = key;
     options.key_size = 3;
-    FAILS(TryOpen(options), host != NULL ? ORVANE_REFUSED : ORVANE_RUNTIME, "");
+    FAILS(TryOpen(options), host != NULL ? ORVANE_REFUSED : ORVANE_RUNTIME, "if it is encrypted, the key");
     options.key_size = 4;
     SUCCEEDS(TryOpen(options));
 }

@@ -25,7 +25,7 @@ orvane_error* MakeError(int32_t reason, int32_t system, const char* message, int
     return new orvane_error{reason, system, AsUtf8(message), hostEnd};
 }
 
-// Returns what a fixed text means and what to do; null for other texts.
+// Returns what a fixed text, or a text of the runtime, means and what to do; null for other texts.
 const char* ExplanationOf(std::string_view text) {
     static constexpr std::pair<std::string_view, const char*> kExplanations[] = {
         {kWrongModel, "the model cannot be loaded: name a model file, or a cache file that exists"},
@@ -40,7 +40,11 @@ const char* ExplanationOf(std::string_view text) {
             return explanation;
         }
     }
-    return nullptr;
+    const bool isUnreadable = text.find("Unable to read the model") != std::string_view::npos;
+    return isUnreadable
+               ? "OpenVINO cannot read the model: check that the file is whole and of a format that OpenVINO reads, "
+                 "and, if it is encrypted, the key"
+               : nullptr;
 }
 
 // A shortage that makes the runtime fail with a text, in this process or in a host process.
