@@ -59,10 +59,10 @@ ORVANE_USES("avx") inline void CopyBlock(uint8_t* to, const uint8_t* from) {
     Store(to + 3 * kVector, fourth);
 }
 
-// Needs at least a block. Copies some of the first and the last bytes twice.
+// Needs at least a vector. Copies some of the first and the last bytes twice.
 ORVANE_USES("avx") void CopyBlocks(uint8_t* to, const uint8_t* from, size_t size) {
     uint8_t* const end = to + size;
-    const uint8_t* const last = from + size - kBlock;
+    const __m256i last = Load(from + size - kVector);
     Store(to, Load(from));
     const size_t toBoundary = kVector - reinterpret_cast<uintptr_t>(to) % kVector;
     to += toBoundary;
@@ -70,7 +70,10 @@ ORVANE_USES("avx") void CopyBlocks(uint8_t* to, const uint8_t* from, size_t size
     for (; static_cast<size_t>(end - to) >= kBlock; to += kBlock, from += kBlock) {
         CopyBlock(to, from);
     }
-    CopyBlock(end - kBlock, last);
+    for (; static_cast<size_t>(end - to) > kVector; to += kVector, from += kVector) {
+        Store(to, Load(from));
+    }
+    Store(end - kVector, last);
     _mm256_zeroupper();
 }
 

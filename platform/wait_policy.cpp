@@ -38,21 +38,6 @@ class TryLock {
     bool holds;
 };
 
-// If the other side had to sleep, it sets the event one wake-up later. A watch from the start of a wait also covers
-// that time. In idle waits, watches that see no set must remain a small part of all waits.
-WaitPlan CoverWakeUp(WaitPlan plan, int64_t wakeUp, const RecentTimes& took, bool isIdleWait) {
-    if (plan.watchUntil == 0 || plan.watchFrom != 0) {
-        return plan;
-    }
-    const int64_t longer = plan.watchUntil + wakeUp;
-    int64_t allowed = 0;
-    const std::array<int64_t, RecentTimes::kMost> times = took.Sorted();
-    for (size_t i = 0; i < took.Count(); ++i) {
-        allowed += times[i] / kIdleWaitsPerWatch - (times[i] > longer ? longer : 0);
-    }
-    return {0, isIdleWait && allowed < 0 ? plan.watchUntil : longer};
-}
-
 }  // namespace
 
 std::array<int64_t, RecentTimes::kMost> RecentTimes::Sorted() const {
@@ -104,7 +89,7 @@ WaitPlan WaitPolicy::Plan(uint32_t kind, bool isIdleWait) {
     }
     Kind& known = kinds[kind % kKinds];
     if (known.untilNextPlan == 0) {
-        known.plan = CoverWakeUp(Cheapest(known, isIdleWait), machine.WakeUp(), known.took, isIdleWait);
+        known.plan = Cheapest(known, isIdleWait);
         known.untilNextPlan = kWaitsPerPlan;
     }
     return known.plan;
@@ -133,7 +118,8 @@ WaitPlan WaitPolicy::Cheapest(const Kind& kind, bool isIdleWait) const {
     const bool knowsTimer = kind.timerLate.Count() != 0;
     const int64_t late = knowsTimer ? kind.timerLate.Quantile(0.5) : wakeUp;
     const int64_t latest = knowsTimer ? kind.timerLate.Quantile(0.9) : 2 * wakeUp;
-    const int64_t margin = wakeUp / 2;
+    // A client also watches for a host that slept. A host does not: it would use too much processor time between calls.
+    const int64_t margin = wakeUp / 2 + (isIdleWait ? 0 : wakeUp);
 
     WaitPlan cheapest;
     int64_t least = static_cast<int64_t>(count) * wakeUp * kWatchesPerWakeUp;  // the cost if all waits only sleep

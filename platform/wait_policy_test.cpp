@@ -87,30 +87,11 @@ TEST_F(WaitPolicyTest, IsAwakeBeforeTheSetAndGivesUpAfterIt) {
     const WaitPlan plan = Learner().After(Repeat(20, {495, 500, 505}), false, 70);
     EXPECT_LE(plan.watchFrom + 70, 495) << "the timer is late";
     EXPECT_GE(plan.watchFrom + 70, 495 - 2 * kWakeUp);
-    EXPECT_GT(plan.watchUntil, 505);
-    EXPECT_LE(plan.watchUntil, 505 + kWakeUp);
-}
-
-TEST_F(WaitPolicyTest, WatchesUntilASleepingPeerCouldAnswer) {
-    struct Case {
-        std::string what;
-        std::vector<int64_t> series;
-        bool isIdleWait;
-        bool coversWakeUp;
-    };
-    const Case cases[] = {
-        {"a result", Repeat(20, {8, 10, 12}), false, true},
-        {"work", Repeat(20, {8, 10, 12}), true, true},
-        {"work that seldom comes later", Repeat(20, {2, 10, 12, 90'000}), true, true},
-        {"work that every second time comes after 25 wake-ups", Repeat(20, {12, 1'000}), true, false},
-    };
-    for (const auto& [what, series, isIdleWait, coversWakeUp] : cases) {
-        const WaitPlan plan = Learner().After(series, isIdleWait);
-        EXPECT_EQ(plan.watchFrom, 0) << what;
-        EXPECT_GT(plan.watchUntil, 12) << what;
-        EXPECT_LT(plan.watchUntil, 12 + 2 * kWakeUp) << what;
-        EXPECT_EQ(plan.watchUntil >= 12 + kWakeUp, coversWakeUp) << what;
-    }
+    EXPECT_GT(plan.watchUntil, 505 + kWakeUp) << "the host may have slept";
+    EXPECT_LE(plan.watchUntil, 505 + 2 * kWakeUp);
+    const WaitPlan idle = Learner().After(Repeat(20, {8, 10, 12}), true);
+    EXPECT_GT(idle.watchUntil, 12);
+    EXPECT_LE(idle.watchUntil, 12 + kWakeUp) << "a host does not watch for longer";
 }
 
 TEST_F(WaitPolicyTest, FollowsAChange) {
