@@ -243,20 +243,23 @@ def measure_processes(programs, repetitions, progress):
 def measure_parts(programs, repetitions, progress):
     """Nanoseconds and bytes per second of the parts that need only one process."""
     progress("parts")
-    def run(which, seconds, times):
-        text = programs.run(programs.path("parts_bench"), "--benchmark_format=json", f"--benchmark_min_time={seconds}",
-                            f"--benchmark_filter={which}", f"--benchmark_repetitions={times}",
-                            "--benchmark_enable_random_interleaving=true")
-        return json.loads(text)["benchmarks"]
-
+    text = programs.run(programs.path("parts_bench"), "--benchmark_format=json", "--benchmark_min_time=0.1",
+                        f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true")
     parts = {}
-    for entry in run("-CopyTensor", 0.1, repetitions) + run("CopyTensor", 0.002, 9):  # CopyTensor has very many
-        if entry.get("aggregate_name") == "median":
-            scale = {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]]
-            parts[entry["run_name"].removesuffix("/real_time")] = {
-                "nanoseconds": entry["real_time"] * scale,
-                "bytes_per_second": entry.get("bytes_per_second"),
-            }
+    for entry in json.loads(text)["benchmarks"]:
+        name = entry["run_name"]
+        if entry.get("aggregate_name") != "median":
+            continue
+        if name.startswith("CopyTensor/"):
+            case = name.removeprefix("CopyTensor/").partition("/iterations")[0]
+            for copy in ("CopyData", "memcpy"):
+                parts[f"{copy}/{case}"] = {"nanoseconds": entry[copy], "bytes_per_second": None}
+            continue
+        scale = {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]]
+        parts[name.removesuffix("/real_time")] = {
+            "nanoseconds": entry["real_time"] * scale,
+            "bytes_per_second": entry.get("bytes_per_second"),
+        }
     return parts
 
 

@@ -9,6 +9,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -77,10 +79,13 @@ void MemcpyOverMemory(benchmark::State& state) {
 }
 BENCHMARK(MemcpyOverMemory)->Unit(benchmark::kMillisecond);
 
-// Copies tensor data. The arguments are the size, and the offsets of both addresses in a 64-byte line.
-template <void (*copy)(void*, const void*, size_t)>
+// Copies tensor data with `CopyData` and with `memcpy`. Both take turns in the same memory, because its place decides
+// how fast a copy is. The counters are the shortest times in nanoseconds: other programs only make times longer. The
+// arguments are the size, and the offsets of both addresses in a 64-byte line.
 void CopyTensor(benchmark::State& state) {
+    using Clock = std::chrono::steady_clock;
     constexpr size_t kPage = 4096;
+    constexpr size_t kTimed = size_t{1} << 20;  // bytes, which take much longer than reading the clock
     const auto size = static_cast<size_t>(state.range(0));
     std::vector<uint8_t> from(size + 2 * kPage, 1);
     std::vector<uint8_t> to(size + 2 * kPage, 2);
@@ -90,15 +95,24 @@ void CopyTensor(benchmark::State& state) {
     };
     uint8_t* const target = at(to, state.range(1));
     const uint8_t* const source = at(from, state.range(2));
+    const size_t copies = std::max<size_t>(kTimed / size, 1);
+    const auto time = [=](auto copy, double& shortest) {
+        const auto start = Clock::now();
+        for (size_t i = 0; i < copies; ++i) {
+            copy(target, source, size);
+            benchmark::ClobberMemory();
+        }
+        const std::chrono::duration<double, std::nano> all = Clock::now() - start;
+        shortest = std::min(shortest, all.count() / static_cast<double>(copies));
+    };
+    double ours = 1e18;
+    double theirs = 1e18;
     while (state.KeepRunning()) {
-        copy(target, source, size);
-        benchmark::ClobberMemory();
+        time(Orvane::Platform::CopyData, ours);
+        time([](void* copy, const void* data, size_t bytes) { std::memcpy(copy, data, bytes); }, theirs);
     }
-    SetBytes(state, size);
-}
-
-void Memcpy(void* to, const void* from, size_t size) {
-    std::memcpy(to, from, size);
+    state.counters["CopyData"] = ours;
+    state.counters["memcpy"] = theirs;
 }
 
 // Offset 20 is that of message data, whose addresses are odd multiples of 4.
@@ -109,8 +123,7 @@ void CopySizes(benchmark::internal::Benchmark* benchmark) {
         }
     }
 }
-BENCHMARK_TEMPLATE(CopyTensor, Orvane::Platform::CopyData)->Apply(CopySizes);
-BENCHMARK_TEMPLATE(CopyTensor, Memcpy)->Apply(CopySizes);
+BENCHMARK(CopyTensor)->Apply(CopySizes)->Iterations(100);
 
 void Decipher(benchmark::State& state) {
     const Orvane::ModelFileCipher cipher{.key = {'k', 'e', 'y', '!'}};

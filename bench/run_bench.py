@@ -45,7 +45,7 @@ def plan(quick):
         Case("voice", tuple(measure.PYTHON), 200, 2000 // share, repetitions, python=True),
         Case("face", (*MODEL_VARIANTS, *measure.IN_PLACE), 100, 600 // share, repetitions),
         Case("voice", (*MODEL_VARIANTS, *measure.C_INTERFACE), 200, 2000 // share, repetitions),
-        Case("pose", (*MODEL_VARIANTS, *measure.IN_PLACE), 20, 10 if quick else 40, repetitions),
+        Case("pose", (*MODEL_VARIANTS, *measure.IN_PLACE), 20, 40, repetitions),
         Case(targets.PICTURE, STUB_VARIANTS, 300, 1500 // share, repetitions),
         Case(targets.SMALL, STUB_VARIANTS, 300, 3000 // share, repetitions),
     ]
@@ -152,7 +152,7 @@ def print_table(results):
                   + "".join(f"{cell[key] / 1e3:10.1f}" for key in ("host", "peer", "allowed")))
     print("parts")
     for part, figures in sorted(results["parts"].items()):
-        if part.startswith("CopyTensor"):
+        if part.startswith(("CopyData", "memcpy")):
             continue
         speed = figures["bytes_per_second"]
         print(f"  {part:30}{figures['nanoseconds'] / 1e3:10.2f}" + (f"   {speed / 1e9:.1f} GB/s" if speed else ""))

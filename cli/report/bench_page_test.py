@@ -124,7 +124,7 @@ def made_up_results():
         return measure.summarise([[chance.lognormvariate(12, 1) for _ in range(50)] for _ in range(repetitions)])
 
     parts = ("Decipher", "KeystreamInPieces", "MemcpyInPieces", "KeystreamOverMemory", "MemcpyOverMemory")
-    copies = [f"CopyTensor<{name}>/{size}/0/1" for name in ("Orvane::Platform::CopyData", "Memcpy") for size in (1024, 4096)]
+    copies = [f"{name}/{size}/0/1" for name in ("CopyData", "memcpy") for size in (1024, 4096)]
     cells = [{"kind": kind, "run": run, "size": size} | {key: chance.uniform(-5e3, 5e5) for key in
                                                         ("direct", "host", "peer", "allowed", "noise")}
              for kind in host_map.KINDS for run in (0, 300_000) for size in host_map.FEW_SIZES]
