@@ -20,7 +20,6 @@
 #include <cstdint>
 #include <functional>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -160,7 +159,7 @@ class Which {
     template <typename Index, typename = std::enable_if_t<std::is_integral_v<Index>>>
     Which(Index wanted)
         // NOLINTEND(modernize-use-constraints)
-        : index(wanted >= 0 && static_cast<uint64_t>(wanted) < kNone ? static_cast<uint32_t>(wanted) : kNone) {}
+        : index(static_cast<int64_t>(wanted)) {}
     Which(const char* wanted) : name(wanted) {}             ///< Selects by name.
     Which(std::string wanted) : name(std::move(wanted)) {}  ///< Selects by name.
 
@@ -170,9 +169,7 @@ class Which {
     std::string Text() const { return name ? "\"" + *name + "\"" : std::to_string(index); }
 
  private:
-    static constexpr uint32_t kNone = std::numeric_limits<uint32_t>::max();
-
-    uint32_t index = kNone;
+    int64_t index = -1;
     std::optional<std::string> name;
 };
 
