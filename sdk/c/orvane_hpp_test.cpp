@@ -82,8 +82,7 @@ TEST(OrvaneHpp, RefusesWhatDoesNotFit) {
     const auto bad = Reason::BadArgument;
     EXPECT_EQ(Thrown(bad, [&] { model.Set(0, std::vector<float>{1}); }),
               "input 0 \"x0\" has elements of type uint8: pass a container of that type");
-    EXPECT_EQ(Thrown(bad, [&] { model.Set(-1, Bytes(4)); }),
-              "there is no input -1: the model's inputs are 0 \"x0\"");
+    EXPECT_EQ(Thrown(bad, [&] { model.Set(-1, Bytes(4)); }), "there is no input -1: the model's inputs are 0 \"x0\"");
     EXPECT_EQ(Thrown(bad, [&] { model.Get<uint8_t>("y"); }),
               "there is no output \"y\": the model's outputs are 0 \"y0\"");
     EXPECT_NE(Thrown(Reason::Refused, [&] { model.Resize(0, {4}); }), "");
