@@ -310,7 +310,7 @@ static void CountLine(void* user, uint32_t level, const char* text) {
     ++*(int*)user;
 }
 
-static void TestTheRest(void) {
+static void TestNamesAndLog(void) {
     int lines = 0;
     EXPECT(orvane_abi() == ORVANE_ABI && strchr(orvane_version(), '.') != NULL);
     EXPECT(strcmp(orvane_reason_name(ORVANE_CANCELLED), "cancelled") == 0);
@@ -327,7 +327,7 @@ static void TestTheRest(void) {
     EXPECT(lines == 1);
 }
 
-static void TestBoth(const char* host) {
+static void TestInProcessOrHost(const char* host) {
     TestOptions(host);
     TestTensors(host);
     TestInfer(host);
@@ -350,17 +350,17 @@ int main(int argc, char** argv) {
               "this library runs models in a host process only: set a host program, or use the library orvane_c "
               "(OpenVINO is not enabled)");
     } else {
-        TestBoth(NULL);
+        TestInProcessOrHost(NULL);
         TestShapesInThisProcess();
         TestProgressInThisProcess();
         TestInputMemoryInThisProcess();
     }
-    TestBoth(argv[1]);
+    TestInProcessOrHost(argv[1]);
     TestTensors("");  // the host beside the library
     TestHost(argv[2]);
     TestInputMemoryOfStub(argv[2]);
     TestModelFiles(isClient);
-    TestTheRest();
+    TestNamesAndLog();
     printf("%d failures\n", failures);
     return failures != 0;
 }

@@ -77,7 +77,7 @@ TEST(OrvaneHpp, MovesDataInAndOutOfEveryKindOfContainer) {
     EXPECT_EQ(output.byteSize, 4U);
 }
 
-TEST(OrvaneHpp, RefusesWhatDoesNotFit) {
+TEST(OrvaneHpp, RefusesWrongTypesSizesAndNames) {
     Model model(StubOptions("echo 4"));
     const auto bad = Reason::BadArgument;
     EXPECT_EQ(Thrown(bad, [&] { model.Set(0, std::vector<float>{1}); }),
@@ -96,7 +96,7 @@ TEST(OrvaneHpp, RefusesWhatDoesNotFit) {
               "");
 }
 
-TEST(OrvaneHpp, AHostThatHasEndedIsAnExceptionOfItsOwnAndIsStartedAgain) {
+TEST(OrvaneHpp, ThrowsHostEndedAndRestartsTheHost) {
     Model model(StubOptions("echo 4;sleep 20000"));
     const Bytes sent(4);
     for (int round = 0; round < 2; ++round) {
@@ -117,22 +117,22 @@ TEST(OrvaneHpp, AHostThatHasEndedIsAnExceptionOfItsOwnAndIsStartedAgain) {
     }
 }
 
-TEST(OrvaneHpp, AProgressFunctionGivesUpAndWhatItThrowsLeavesTheCall) {
+TEST(OrvaneHpp, ProgressCancelsACallOrThrowsOutOfIt) {
     std::vector<LoadStep> steps;
-    bool goesOn = true;
+    bool continues = true;
     Options options = StubOptions("echo 4;sleep 20000");
     options.progress = [&](LoadStep step) {
         steps.push_back(step);
-        if (!goesOn && steps.size() % 2 == 0) {
+        if (!continues && steps.size() % 2 == 0) {
             throw std::out_of_range("thrown by the application");
         }
-        return goesOn;
+        return continues;
     };
     Model loaded(options);
     EXPECT_EQ(steps.front(), LoadStep::StartingHost);
     Model model = std::move(loaded);
     model.Set(0, Bytes(4));
-    goesOn = false;
+    continues = false;
     steps.resize(2);
     EXPECT_NE(Thrown(Reason::Cancelled, [&] { model.Run(); }), "");
     EXPECT_EQ(steps.back(), LoadStep::None);
@@ -140,7 +140,7 @@ TEST(OrvaneHpp, AProgressFunctionGivesUpAndWhatItThrowsLeavesTheCall) {
     EXPECT_THROW(model.Run(), HostEnded);
 }
 
-TEST(OrvaneHpp, EncryptionGivesUpAndLeavesNothing) {
+TEST(OrvaneHpp, ACancelledEncryptionLeavesNoFile) {
     const Orvane::Testing::TemporaryFolder folder;
     const std::string large = folder.Write("large.onnx", std::string(9'000'000, 'x'));
     const std::string out = folder.Path("out.onnx");
