@@ -12,15 +12,15 @@ enum HostEndCause : uint32_t {
     HostEndCauseSignal = 2,       ///< a signal ended it; `value` is the signal's number
     HostEndCauseUnknown = 3,      ///< unknown, for instance because the application waits for its children itself
     HostEndCauseInterrupted = 4,  ///< `Interpreter::Interrupt` ended it
-    HostEndCauseTimeLimit = 5,    ///< a call exceeded `Interpreter::SetTimeLimit` or 55 hours
+    HostEndCauseTimeLimit = 5,    ///< a call took too long; `value` is the limit in milliseconds, 0 for 55 hours
     HostEndCauseBadReply = 6,     ///< it sent a wrong reply, and the client ended it
 };
 
 /// How a host process ended.
 struct HostEnd {
     HostEndCause cause = HostEndCauseNone;  ///< why it ended
-    uint32_t value = 0;                     ///< depends on the cause
-    std::string text;                       ///< for a person: how, and a likely reason; empty without a cause
+    uint32_t value = 0;                     ///< see the comment of the cause; otherwise 0
+    std::string text;                       ///< for a person: how it ended, and a likely reason; empty without a cause
 };
 
 }  // namespace Orvane

@@ -16,10 +16,10 @@ namespace Orvane {
 /// The level of every line of the SDK. A higher level is more severe.
 inline constexpr uint32_t kLogLevelError = 6;
 
-/// Receives one line, as zero-terminated UTF-8. The SDK adds no line end.
-/// Called on the thread that logs; `text` is valid only during the call. The SDK holds no lock. The callback may call
-/// `Interrupt`, `SetTimeLimit` and `GetHostEnd` of any interpreter, all functions of interpreters that no operation
-/// uses at that time, and the functions below. It must not throw.
+/// Receives one line, as zero-terminated UTF-8 without a line end. The SDK calls it on the thread that logs, possibly
+/// on several threads at once, and holds no lock. `text` is valid only during the call. The callback must not throw. It
+/// may call `Interrupt`, `SetTimeLimit` and `GetHostEnd` of any interpreter, and the functions below. It may call all
+/// functions of an interpreter that no operation uses at that time.
 using LogCallback = void (*)(uint32_t level, const char* text);
 
 /// Sets the callback for the log lines of this process. With null, the default, lines are dropped. Thread-safe: while
@@ -29,8 +29,9 @@ void SetLogCallback(LogCallback callback);
 /// Drops lines below the level `minimum`. The default is 0, which drops no line. Thread-safe.
 void SetLogLevel(uint32_t minimum);
 
-/// Formats like `printf` and passes the line to the callback. Thread-safe.
-/// Returns -1 if the text cannot be formatted. Otherwise returns 0, also without a callback.
+/// Formats a line like `printf`, and passes it to the callback. During an operation of a model with a host process, the
+/// callback may receive the line only when that operation ends. Returns -1 if the text cannot be formatted. Otherwise
+/// returns 0, also if no callback is set or there is no memory for the line. Thread-safe.
 int32_t Log(uint32_t level, const char* format, ...) ORVANE_LOG_FORMAT;
 
 }  // namespace Orvane

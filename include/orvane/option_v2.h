@@ -8,11 +8,11 @@
 
 namespace Orvane {
 
-// Keys that the SDK reads. An option set also stores other keys. Each comment names the setter to use.
+// Keys that the SDK reads. An option set can contain other keys too. Each comment names the setter to use.
 inline constexpr const char* OptionCommonFramework = "OptionCommonFramework";  ///< `SetInt`: a `FrameworkType`
 inline constexpr const char* OptionCommonHost = "OptionCommonHost";  ///< `SetString`: the path of the host program
 inline constexpr const char* OptionCommonModelPath = "OptionCommonModelPath";  ///< `SetString`: the path of the model
-inline constexpr const char* OptionCommonModelName = "OptionCommonModelName";  ///< `SetString`: appended to it
+inline constexpr const char* OptionCommonModelName = "OptionCommonModelName";  ///< `SetString`: follows that path
 inline constexpr const char* OptionCommonLibraryPath = "OptionCommonLibraryPath";  ///< `SetString`: not used
 
 // Read for `FrameworkTypeOpenvino` only. "Devie" is deliberate: stored option sets contain it.
@@ -30,18 +30,18 @@ inline constexpr const char* OptionQnnSystemPath = "OptionQnnSystemPath";  ///< 
 inline constexpr const char* OptionQnnFromCache = "OptionQnnFromCache";    ///< `SetBool`: `qnnFromCache`
 inline constexpr const char* OptionQnnOutputPath = "OptionQnnOutputPath";  ///< `SetString`: `qnnOutputPath`
 
-/// A typed key-value store that says which model to run and how. Keys are zero-terminated. If you set a key again, you
-/// replace its value and its type. Use it from one thread at a time.
+/// An option set: typed values under text keys, which say which model to run and how. Keys and texts are UTF-8 and
+/// zero-terminated. If you set a key again, you replace its value and its type. Use it from one thread at a time.
 ///
-/// A getter returns the caller's default if the key is missing or its value has another type. If `found` is not null,
-/// the getter sets `*found` to whether it found the value.
+/// A getter returns `defaultValue` if the set does not have the key, or if its value has another type. If `found` is
+/// not null, the getter sets `*found` to true if it found the value, and otherwise to false.
 class OptionV2 {
  public:
     /// Frees the option set. `OptionHandle` calls this.
     virtual void Destroy() = 0;
 
-    /// Stores the caller's pointer and copies nothing. The bytes must live until you set the key again or destroy the
-    /// set. A null `data` changes nothing.
+    /// Stores the pointer `data` and copies nothing. You own the bytes, and must keep them until you set the key again
+    /// or destroy the set. A null `data` changes nothing.
     virtual void SetBuffer(const char* key, const void* data, uint32_t size) = 0;
 
     /// Copies the zero-terminated `text`. A null `text` changes nothing.
@@ -68,27 +68,32 @@ class OptionV2 {
     /// Returns the stored 64-bit integer. Also converts a 32-bit integer.
     virtual int64_t GetInt64(const char* key, int64_t defaultValue, bool* found = nullptr) const = 0;
 
-    /// Returns the stored text, which is valid until you set the key again. Returns an empty text, never null, if there
-    /// is no such text.
+    /// Returns the stored text. If there is no such text, returns an empty text, never null. The set owns the text. It
+    /// is valid until you set the key again, call `Deserialize` or destroy the set.
     virtual const char* GetString(const char* key) const = 0;
 
-    /// Returns the stored bytes, and sets `size` to their number. Returns null and sets 0 if there are no such bytes.
+    /// Returns the stored bytes, and sets `size` to their number. If there are no such bytes, returns null and sets
+    /// `size` to 0. You own bytes from `SetBuffer`, and the set owns bytes from `Deserialize`. The pointer is
+    /// valid until you set the key again, call `Deserialize` or destroy the set.
     virtual const void* GetBuffer(const char* key, uint32_t& size) const = 0;
 
-    /// Adds the values of `params` to the set: the common values, and those of the chosen framework.
+    /// Adds the values of `params` to the set: the common values, and those of the framework in `params`. Does not add
+    /// common texts that are empty.
     virtual void FromParams(const InterpreterParams& params) = 0;
 
-    /// Overwrites the values of `params` with the values of the set. If the key of the model files is longer than 4
-    /// bytes, fails and sets that key to zeros.
+    /// Overwrites the values of `params` with the values of the set: the common values, and those of the framework in
+    /// the set. If the key of the model files is longer than 4 bytes, fails and sets that key to zeros. If it is
+    /// shorter than 4 bytes, the other bytes of the key in `params` do not change.
     virtual Status ToParams(InterpreterParams& params) const = 0;
 
-    /// Writes the set as bytes, its flat form, and returns their number. A host process receives options in this form.
-    /// If `buffer` is null, only returns the number. Returns 0 if `capacity` bytes are not enough; the content of
-    /// `buffer` is then undefined.
+    /// Writes the set as bytes, its flat form, to `buffer`, and returns their number. A host process receives options
+    /// in this form. If `buffer` is null, only returns the number. If `capacity` bytes are not enough, returns 0, and
+    /// the content of `buffer` is undefined.
     virtual uint64_t Serialize(void* buffer, uint64_t capacity) const = 0;
 
-    /// Replaces the content with that of a flat form. Copies the data. Returns false if the form is incomplete or a
-    /// length exceeds it; the set then has the entries before the fault. The byte after `data` must be readable.
+    /// Replaces the content of the set with that of the flat form in `data`. Copies the data. If the form is incomplete
+    /// or a length in it exceeds the form, returns false, and the set has the entries before the fault. May read one
+    /// byte more than `size`, so the byte after the form must be readable.
     virtual bool Deserialize(const void* data, uint64_t size) = 0;
 
  protected:

@@ -1,9 +1,9 @@
 #pragma once
 
 /// \file
-/// Includes all headers of the C++ classes. Create an option set, call `Init` of an interpreter with it, copy data to
-/// the input tensors, call `Invoke`, and copy the results from the output tensors. Most applications should use
-/// `orvane.hpp` instead, which checks more and works with every compiler.
+/// Includes all headers of the C++ classes. Create an option set, and pass it to `Init` of an interpreter. Copy data to
+/// the input tensors, call `Invoke`, and copy the results from the output tensors. Most applications should include
+/// `orvane.hpp` instead: it checks more, and works with every compiler.
 
 #include <orvane/host.h>
 #include <orvane/host_end.h>

@@ -1,8 +1,9 @@
 #pragma once
 
 /// \file
-/// The SDK for C++17 and later, a header over the C interface. The rules of orvane_c.h apply. It works with every
-/// compiler, and with both libraries, `orvane_c` and `orvane_client_c`. Every failure throws an `orvane::Error`.
+/// The SDK for C++17 and later: a header that calls the C interface. It works with every compiler, and with both
+/// libraries, `orvane_c` and `orvane_client_c`. The rules at the top of orvane_c.h for threads, texts and models
+/// after an error apply here too. Every failure throws an `orvane::Error`.
 ///
 ///     orvane::Options options;
 ///     options.modelPath = "model.onnx";
@@ -46,30 +47,30 @@ enum class LoadStep : int32_t {
     InHost = ORVANE_LOAD_IN_HOST,              ///< the host process loads the model
 };
 
-/// Which model to run, and how. Empty fields take the default. Texts are UTF-8.
+/// Which model to run, and how. An empty field means the default. Texts are UTF-8.
 struct Options {
     std::string modelPath;   ///< the model file; may be empty if the cache file exists
     std::string device;      ///< the name of a device of OpenVINO; empty: the CPU
     std::string cachePath;   ///< the file of the compiled model; if it exists, the model files are not read
     bool makeCache = false;  ///< write the cache file if it does not exist; if that fails, only the log says so
 
-    /// The path of the host program, which runs the model in a host process; empty: `orvane_host` beside the library.
-    /// Without a value the model runs in this process.
+    /// Without a value the model runs in this process. With a value it runs in a host process, and the value is the
+    /// path of the host program. Empty means `orvane_host` in the folder of the library, or in `../bin` from there.
     std::optional<std::string> hostProgram;
 
     std::vector<uint8_t> key;  ///< the key of encrypted model files, 1 to 4 bytes
 
-    /// How long one call may wait for its host processes; 0: about 55 hours. When the time is over, the library ends
-    /// the host process, and the call throws `HostEnded`. A limit needs a host program, and must not be negative.
+    /// How long one call may wait for the host process; 0: about 55 hours. When the time is over, the library ends the
+    /// host process, and the call throws `HostEnded`. It must not be negative, and needs a host program.
     std::chrono::milliseconds timeLimit{0};
 
     /// The limit for the constructor and for `Restart`; 0: the value of `timeLimit`.
     std::chrono::milliseconds loadTimeLimit{0};
 
-    /// The library calls it on the thread of the call: at each step of a load, and about five times a second while the
-    /// call waits for a host process. If it returns false, the library ends the host process, and the call throws an
-    /// `Error` with `Reason::Cancelled`. A load in this process stops at its next step. If it throws, the call stops in
-    /// the same way, and throws that exception. It may call `Interrupt`, and all functions of other models.
+    /// The library calls this function on the thread of the call: at each step of a load, and about five times a second
+    /// while the call waits for a host process. If it returns false, the library ends the host process, and the call
+    /// throws an `Error` with `Reason::Cancelled`. A load in this process stops at its next step. If it throws, the
+    /// call stops too, and throws that exception. It may call `Interrupt`, and all functions of other models.
     std::function<bool(LoadStep step)> progress;
 };
 
@@ -103,12 +104,12 @@ struct Tensor {
     ElementType type = ElementType::Unknown;  ///< the type of its elements
     std::vector<int64_t> shape;               ///< outermost dimension first; a dynamic dimension is -1
     uint64_t byteSize = 0;                    ///< bytes of all elements; 0 if the data cannot be copied
-    std::string problem;                      ///< why the data cannot be copied and what to do; empty if it can
+    std::string problem;                      ///< why it cannot be copied and what to do; empty if it can
 
     /// Whether the shape has a dynamic dimension.
     bool IsDynamic() const { return std::find(shape.begin(), shape.end(), -1) != shape.end(); }
 
-    /// Returns the tensor's name in messages: `input 0 "x"`.
+    /// Returns the text that names the tensor in messages, such as `input 0 "x"`.
     std::string Label() const {
         return (side == Side::Input ? "input " : "output ") + std::to_string(index) + " \"" + name + "\"";
     }
@@ -128,7 +129,7 @@ inline Tensor TensorOf(Side side, uint32_t index, const orvane_tensor& plain) {
 
 }  // namespace detail
 
-/// Whether T is the C++ type for elements of this type. `std::byte` matches every type.
+/// Returns whether T is a C++ type for elements of this type. `std::byte` matches every type.
 template <typename T>
 constexpr bool Matches(ElementType type) {
     if constexpr (std::is_same_v<T, std::byte>) {
@@ -173,8 +174,8 @@ class Which {
     std::optional<std::string> name;
 };
 
-/// One loaded model. Use it from one thread at a time; only `Interrupt` is thread-safe. A moved-from model can only be
-/// assigned to or destroyed. Functions that fail throw `Error`, and `HostEnded` if the host process has ended.
+/// One loaded model. Use it from one thread at a time; only `Interrupt` is thread-safe. You can only assign to or
+/// destroy a moved-from model. Functions that fail throw an `Error`: a `HostEnded` if the host process has ended.
 class Model {
  public:
     /// Loads the model.
@@ -203,7 +204,8 @@ class Model {
         Describe();
     }
 
-    /// Loads the model again, after `HostEnded` or to set other shapes. Set shapes and inputs again.
+    /// Loads the model again: after `HostEnded`, or before you set other shapes. Set shapes and inputs again.
+    /// If it fails, a model with a host process has no host process, and a model in this process is as before.
     void Restart() {
         Check(orvane_restart(handle.get()));
         Describe();
@@ -221,7 +223,8 @@ class Model {
         Describe();
     }
 
-    /// Copies the elements of a vector, an array or a span into an input. The input determines their number and type.
+    /// Copies the elements of a vector, an array or a span into an input. Their number and type must be the input's.
+    /// An input that you never set is all zeros.
     template <typename Elements>
     void Set(const Which& which, const Elements& elements) {
         const Tensor& input = Input(which);
@@ -232,7 +235,7 @@ class Model {
     /// Runs the model once on the latest data of each input. Refused until at least one input was set.
     void Run() { Check(orvane_run(handle.get())); }
 
-    /// Returns the elements of an output of the last run. For dynamic dimensions use the other `Get`.
+    /// Returns the elements of an output of the last run. If the output has dynamic dimensions, use the other `Get`.
     template <typename T>
     std::vector<T> Get(const Which& which) const {
         const Tensor& output = Output(which);
@@ -267,7 +270,7 @@ class Model {
     }
 
     /// Needs C++20. Returns memory for a whole input. Write all of it and pass it to `Set`, which then copies nothing.
-    /// Valid until the next call for the model other than `Set` with this memory. After `Set` its content is undefined.
+    /// Valid until the next call for the model, except `Set` with this memory. After `Set` its content is undefined.
     template <typename T>
     std::span<T> InputMemory(const Which& which) {
         const Tensor& input = Input(which);
@@ -363,7 +366,7 @@ class Model {
     std::vector<Tensor> outputs;
 };
 
-/// Called before each piece of a file. If it returns false or throws, the call stops and writes nothing.
+/// Runs on your thread before each piece of a file. If it returns false or throws, the call stops and writes nothing.
 using FileProgress = std::function<bool(uint64_t doneBytes, uint64_t totalBytes)>;
 
 namespace detail {
@@ -378,7 +381,7 @@ void WithFileProgress(const FileProgress& progress, Transform transform) {
 }  // namespace detail
 
 /// Encrypts a model file with a key of 1 to 4 bytes. `out` may be `in`. See `orvane_encrypt_file` for formats and
-/// `pad`. If `progress` returns false, throws an `Error` with `Reason::Cancelled` and writes nothing.
+/// `pad`. If `progress` returns false, the call throws an `Error` with `Reason::Cancelled` and writes nothing.
 inline void EncryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
                         bool pad = false, const FileProgress& progress = {}) {
     detail::WithFileProgress(progress, [&](auto function, void* user) {
@@ -386,7 +389,7 @@ inline void EncryptFile(const std::string& in, const std::string& out, const std
     });
 }
 
-/// Decrypts a file that `EncryptFile` wrote. Cannot detect a wrong key.
+/// Decrypts a file that `EncryptFile` wrote. Cannot detect a wrong key: the new file is then useless.
 inline void DecryptFile(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
                         const FileProgress& progress = {}) {
     detail::WithFileProgress(progress, [&](auto function, void* user) {

@@ -6,30 +6,31 @@
 /// these functions. `orvane_c` runs models in this process or in a host process. `orvane_client_c` needs no OpenVINO
 /// and runs models in a host process only.
 ///
-/// Errors. A function that can fail returns null for success, and otherwise an error that the caller frees with
+/// Errors. A function that can fail returns null for success, and otherwise an error. The caller frees the error with
 /// `orvane_error_free`. An error has a reason, a text that says what was wrong and what to do, and the system's error
-/// number if there is one. Wrong arguments never end the process, and no function reads past the memory that the caller
-/// passed. A null model or structure fails with `ORVANE_BAD_ARGUMENT`. After an error the model is as it was before the
-/// call, with three exceptions:
+/// number if there is one. Wrong arguments never end the process: for instance, a null model or structure is an
+/// `ORVANE_BAD_ARGUMENT`. No function reads or writes more memory than you pass. After an error the model is as it was
+/// before the call, with three exceptions:
 /// - After `ORVANE_HOST_ENDED`, or after `ORVANE_CANCELLED` with a host process, every call that needs the host process
 ///   fails with `ORVANE_HOST_ENDED` until `orvane_restart`. `orvane_describe` and `orvane_tensor_count` still work.
 /// - If `orvane_infer` fails after it has checked its arguments, inputs may have the new data.
 /// - If the runtime refuses the first data since a load, the library loads the model again. Set shapes and inputs
 ///   again.
 ///
-/// Ownership. The caller owns the model that `orvane_open` returns, and closes it. Each call copies the caller's data
-/// and texts before it returns. Returned pointers belong to the model or to the error, and each comment says how long
-/// they are valid. The caller does not free them.
+/// Ownership. The caller owns the model that `orvane_open` creates, and closes it. Each call copies the caller's data
+/// and texts before it returns. Other pointers that a function returns belong to the model or to the error, and the
+/// caller does not free them. The comment of each function says how long they are valid.
 ///
 /// Threads. Use a model from one thread at a time. Only `orvane_interrupt` may be called from any thread while the
-/// model is open. Different models are independent. Functions without a model are thread-safe.
+/// model is open. Different models are independent. Functions without a model are thread-safe. After a fork, the child
+/// has no host process: its calls fail with `ORVANE_HOST_ENDED` until it calls `orvane_restart`.
 ///
 /// Texts are zero-terminated UTF-8 of at most 32,767 bytes, on Windows too. This includes paths.
 ///
-/// New versions. They add functions and never change them. They add fields at the end of structures: set a structure to
-/// zero, then set `struct_size` to its size. A library accepts structures of an older header. It accepts structures of
-/// a newer header if the fields that it does not know are zero. If `orvane_abi() >= ORVANE_ABI`, the library has
-/// everything that this header declares.
+/// New versions of the interface add functions, and fields at the end of structures. They never change a function. So
+/// set each structure to zero, then set its `struct_size` to its size. A library accepts structures of an older header.
+/// It accepts structures of a newer header if the fields that it does not know are zero. If
+/// `orvane_abi() >= ORVANE_ABI`, the library has everything that this header declares.
 
 // NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using, readability-identifier-naming): C code
 #include <stdint.h>
@@ -57,7 +58,7 @@ typedef struct orvane_model orvane_model;
 /// Why a function failed. Functions return null for success.
 typedef struct orvane_error orvane_error;
 
-/// Reasons of errors.
+/// Reasons of errors. A failure inside a host process is an `ORVANE_REFUSED`, unless memory or threads ran out.
 enum orvane_reason {
     ORVANE_REFUSED = 1,   ///< not possible with this model, these files or these options; the text says why
     ORVANE_BAD_ARGUMENT,  ///< an argument is wrong for every model: correct the calling program
@@ -116,12 +117,13 @@ typedef struct orvane_options {
     /// written, the load succeeds without it, and the log says why.
     uint32_t make_cache;
 
-    /// How many milliseconds one call may wait for its host processes. When the time is over, the library ends the host
+    /// How many milliseconds one call may wait for the host process. When the time is over, the library ends the host
     /// process, and the call fails with `ORVANE_HOST_ENDED`. 0: only the library's own limit of about 55 hours applies.
-    /// Another limit needs a host program.
+    /// For a model in this process, any other value is an `ORVANE_BAD_ARGUMENT`.
     uint32_t time_limit_ms;
 
-    /// The limit for `orvane_open` and `orvane_restart`, which take much longer. 0: the value of `time_limit_ms`.
+    /// The limit for `orvane_open` and `orvane_restart`, which take much longer than other calls. 0: the value of
+    /// `time_limit_ms`.
     uint32_t load_time_limit_ms;
 
     /// Null, or a progress function. The library calls it on the thread of the call: at each step of a load, and about
@@ -130,7 +132,7 @@ typedef struct orvane_options {
     /// process, and the call fails with `ORVANE_CANCELLED`. A load in this process stops at its next step.
     ///
     /// The function must return, and must not throw. It may call `orvane_interrupt` for this model, and any function
-    /// for other models. Other calls for this model fail with `ORVANE_BAD_ARGUMENT`. Do not close the model in it.
+    /// for other models. Other calls for this model fail with `ORVANE_BAD_ARGUMENT`. It must not close the model.
     int32_t (*progress)(void* user, int32_t step);
     void* progress_user;  ///< passed to `progress`
 } orvane_options;
@@ -217,19 +219,21 @@ ORVANE_C_API void orvane_close(orvane_model* model);
 /// process has no host process, and a model in this process is as before.
 ORVANE_C_API orvane_error* orvane_restart(orvane_model* model);
 
-/// Returns the number of inputs or outputs, also after the host process has ended. Returns 0 if there is no such side.
+/// Returns the number of inputs or outputs, also after the host process has ended. `side` is an `orvane_side`; for any
+/// other value, and for a null model, returns 0.
 ORVANE_C_API uint32_t orvane_tensor_count(const orvane_model* model, int32_t side);
 
-/// Fills `*tensor` with the description of a tensor. Set its `struct_size` first. Does not ask the host process.
+/// Fills `*tensor` with the description of an input or output. Set `tensor->struct_size` first. Sends nothing to the
+/// host process.
 ORVANE_C_API orvane_error* orvane_describe(const orvane_model* model, int32_t side, uint32_t index,
                                            orvane_tensor* tensor);
 
 /// Sets the shape of an input with dynamic dimensions. `rank` must be the rank of the input. Each dynamic dimension
-/// must get a value of at least 1, and each other dimension its value in the model. Refused with a host process, and
+/// must have a value of at least 1, and each other dimension its value in the model. Refused with a host process, and
 /// after the first `orvane_set_input`, `orvane_infer` or `orvane_input_memory` since the load.
 ORVANE_C_API orvane_error* orvane_resize(orvane_model* model, uint32_t input, const int64_t* dimensions, uint32_t rank);
 
-/// Copies the data of a whole input: `bytes` must be its `byte_size`. An input that was never set holds zeros. Refused
+/// Copies the data of a whole input: `bytes` must be its `byte_size`. An input that you never set is all zeros. Refused
 /// until every input with dynamic dimensions has a shape.
 ORVANE_C_API orvane_error* orvane_set_input(orvane_model* model, uint32_t index, const void* data, uint64_t bytes);
 
@@ -252,8 +256,8 @@ ORVANE_C_API orvane_error* orvane_input_memory(orvane_model* model, uint32_t ind
 ORVANE_C_API orvane_error* orvane_run(orvane_model* model);
 
 /// Copies a whole output of the last run: `bytes` must be its `byte_size`. Refused before the first run. In this
-/// process you can also copy an output with dynamic dimensions: `bytes` must then be its size in the last run. The
-/// caller has to know that size.
+/// process you can also copy an output with dynamic dimensions: `bytes` must then be its size in the last run. You must
+/// know that size.
 ORVANE_C_API orvane_error* orvane_get_output(orvane_model* model, uint32_t index, void* data, uint64_t bytes);
 
 /// Sets `*data` and `*bytes` to the data of an output of the last run, without a copy. The output must have a
@@ -266,32 +270,34 @@ ORVANE_C_API orvane_error* orvane_view_output(orvane_model* model, uint32_t inde
 ORVANE_C_API orvane_error* orvane_infer(orvane_model* model, const orvane_input* inputs, uint32_t input_count,
                                         const orvane_output* outputs, uint32_t output_count);
 
-/// Ends the model's host process. Any thread may call it. A call that waits for the host process fails with
-/// `ORVANE_HOST_ENDED` within 200 ms; if no call waits, the next one fails. Does nothing for null and for a model in
-/// this process, which cannot be ended.
+/// Ends the model's host process. Any thread may call it while the model is open. A call that waits for the host
+/// process fails with `ORVANE_HOST_ENDED` within 200 ms; if no call waits, the next one fails. Does nothing for null,
+/// and for a model in this process.
 ORVANE_C_API void orvane_interrupt(orvane_model* model);
 
 /// Encrypts a model file with a key of 1 to 4 bytes, for `orvane_options.key`. Encrypt an .xml and its .bin with the
 /// same key, or an .onnx. The formats .tflite, .pb and .pdmodel are refused. `out` may be the same file as `in`. After
 /// an error `out` is unchanged.
 ///
-/// The library encrypts pieces of 4 MiB. If the last piece has 1 to 15 bytes, it could not be restored, so the file is
-/// refused. If `pad` is not 0, blanks or zeros fill that piece up to 16 bytes instead. Readers of models skip them.
+/// The library encrypts pieces of 4 MiB. If the last piece has 1 to 15 bytes, the cipher could not restore it, so the
+/// library refuses the file. If `pad` is not 0, it pads that piece with blanks or zeros to 16 bytes instead. Readers of
+/// models skip them.
 ///
-/// If `progress` is not null, it is called on this thread before each piece. If it returns a value other than 0,
-/// nothing is written and the call fails with `ORVANE_CANCELLED`.
+/// If `progress` is not null, the library calls it on this thread before each piece. If it returns a value other than
+/// 0, the library writes nothing, and the call fails with `ORVANE_CANCELLED`.
 ORVANE_C_API orvane_error* orvane_encrypt_file(
     const char* in, const char* out, const uint8_t* key, uint32_t key_size, uint32_t pad,
     int32_t (*progress)(void* user, uint64_t done_bytes, uint64_t total_bytes), void* user);
 
-/// Decrypts a file that `orvane_encrypt_file` wrote. Cannot detect a wrong key.
+/// Decrypts a file that `orvane_encrypt_file` wrote. `out` and `progress` are as in that function. Cannot detect a
+/// wrong key: the new file is then useless.
 ORVANE_C_API orvane_error* orvane_decrypt_file(const char* in, const char* out, const uint8_t* key, uint32_t key_size,
                                                int32_t (*progress)(void* user, uint64_t done_bytes,
                                                                    uint64_t total_bytes),
                                                void* user);
 
 /// Calls `device` for each device of this machine that can run models. `name` is for `orvane_options.device`.
-/// `full_name` is the name of the processor or card, and may be empty. The texts are valid during the call of `device`.
+/// `full_name` is the name of the processor or card, and may be empty. The texts are valid during that call.
 /// `orvane_client_c` refuses this function, `orvane_describe_file` and `orvane_reshape_file`.
 ORVANE_C_API orvane_error* orvane_list_devices(void (*device)(void* user, const char* name, const char* full_name),
                                                void* user);
@@ -326,11 +332,11 @@ ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 /// Frees an error. Null is allowed.
 ORVANE_C_API void orvane_error_free(orvane_error* error);
 
-/// Sets the function that receives the log lines of all models. With null, the default, lines are dropped. `line` is
-/// called on the thread that logs, possibly on several at once. `text` is valid during the call. All lines of the SDK
-/// are failures, and have the level 6. The library holds no lock during the call. `line` may call `orvane_interrupt`
-/// for any model, and all functions for models that are in no call at that time. While you change the function, a line
-/// of another thread may still reach the earlier function.
+/// Sets the function that receives the log lines of all models. With null, the default, the library drops all lines. It
+/// calls `line` on the thread that logs, possibly on several threads at once, and holds no lock. `text` is valid during
+/// the call. All lines of the SDK are failures, and have the level 6. `line` must not throw. It may call
+/// `orvane_interrupt` for any model, and all functions for a model that no call uses at that time. While you change the
+/// function, a line of another thread may still reach the earlier function.
 ORVANE_C_API void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user);
 
 #ifdef __cplusplus
