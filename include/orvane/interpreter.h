@@ -46,12 +46,12 @@ class Interpreter {
     /// model stay valid.
     Interpreter& operator=(Interpreter&& other) noexcept;
 
-    /// Loads and compiles the model of the options. If `Init` refuses the options or the framework, an earlier
-    /// model stays loaded. Any other failure leaves the interpreter empty.
-    /// Tensors of an earlier model are invalid afterwards, unless that model stays loaded.
+    /// Loads and compiles the model of the options, which you can destroy afterwards. If `Init` refuses the options or
+    /// the framework, an earlier model stays loaded. After any other failure the interpreter is empty. Tensors of an
+    /// earlier model are invalid afterwards, unless that model stays loaded.
     Status Init(const OptionV2& options);
 
-    /// Does the same with the options as plain values.
+    /// Does the same with the options as plain values. Copies them.
     Status Init(const InterpreterParams& params);
 
     /// Ends the host process. All operations then fail until `Init`. Does nothing for a model in this process.

@@ -9,8 +9,8 @@ namespace Orvane {
 /// The cipher of model files: a block cipher with a 4-byte key. Encrypted data has the same length. A file is encrypted
 /// in independent chunks of `kChunkSize` bytes; the last chunk may be shorter.
 ///
-/// The cipher loses bits of a chunk of 1 to 15 bytes, so `Decrypt` cannot restore it. This is deliberate: existing
-/// files need it. Chunks of 16 bytes and more are always restored.
+/// The cipher loses bits of a chunk of 1 to 15 bytes, so `Decrypt` cannot restore it. This is deliberate: a better
+/// cipher could not read existing files. `Decrypt` restores all chunks of 16 bytes and more.
 struct ModelFileCipher {
     /// The size of a chunk in bytes: 4 MiB.
     static constexpr uint32_t kChunkSize = 4'194'304;

@@ -39,7 +39,7 @@ class TensorImpl {
     /// Always fails: tensors cannot share memory.
     virtual Status Bind(const TensorImpl& other) = 0;
 
-    /// Copies `size` bytes from `data` into this input. The bytes are copied before the call returns. If `size` is
+    /// Copies `size` bytes from `data` into this input. Does not use `data` after the call. If `size` is
     /// smaller than the input, the rest of the input keeps its bytes. Fails on an output, and if `size` is larger than
     /// the input. With a host process more than `kMaxHostTensorBytes` ends the application.
     virtual Status CopyFrom(const void* data, uint32_t size) = 0;
@@ -57,7 +57,9 @@ class TensorImpl {
     /// copies nothing. They are aligned to 8 bytes. Their content is undefined after every other call for the model.
     /// The memory lives as long as the interpreter or `memory`, whichever is longer, also after a host process has
     /// ended. With a host process all inputs of a model have the same memory, and a forked child must not write to it.
-    /// Fails if `CopyFrom` would fail, and for a tensor of a class that is not the SDK's.
+    /// In this process, fails if `CopyFrom` would fail. With a host process, fails if `size` exceeds
+    /// `kMaxHostTensorBytes`, but does not compare it with the input. Always fails for an output, and for a tensor of a
+    /// class that is not the SDK's.
     virtual Status GetMemory(uint32_t size, std::shared_ptr<void>& memory);
 };
 
