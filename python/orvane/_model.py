@@ -82,14 +82,14 @@ class Model:
     It runs in this process or in its own host process. Several threads may use it; they run one after the other.
 
     Args:
-        path: The model file: ``.xml`` with its ``.bin``, ``.onnx``, ``.tflite`` or ``.pb``.
+        path: The model file: ``.xml`` with its ``.bin``, ``.onnx``, ``.tflite``, ``.pb`` or ``.pdmodel``.
         host: ``True`` runs the model in a host process: if it crashes there, your call raises ``HostEnded``. A path
             selects another host program.
         device: A device of OpenVINO; by default, the CPU.
         cache: A file for the compiled model. If it exists, the model is loaded from it.
         make_cache: Writes that file if it does not exist.
         key: The 1 to 4 bytes with which ``encrypt`` has encrypted the model file.
-        time_limit: Seconds that a call may wait for the host process. After that the host process is ended.
+        time_limit: Seconds that a call may wait for the host process. After that the library ends the host process.
         load_time_limit: The same for loading; by default, ``time_limit``.
         shapes: Fixed shapes for dynamic inputs, by name or index. OpenVINO reads the model in this process and writes a
             temporary copy with these shapes. ``close`` or the end of the program removes it.
