@@ -87,8 +87,8 @@ inline FileTensors DescribeFile(const std::string& modelPath) {
 /// Shapes of inputs, by the index of the input. All dimensions are at least 1, the outermost first.
 using InputShapes = std::map<uint32_t, std::vector<int64_t>>;
 
-/// Reads a model file, sets these shapes, and writes the model to the .xml file `out` and its weights to a .bin file in
-/// the same folder. If `out` is empty, only checks the shapes. If it throws, earlier files of these names are
+/// Reads a model file, sets these shapes, and writes the model to the .xml file `out`. Writes its weights to a .bin
+/// file in the same folder. If `out` is empty, only checks the shapes. If it throws, earlier files of these names are
 /// unchanged. Each input with dynamic dimensions needs a shape. A library built with MinGW refuses this function.
 inline void ReshapeFile(const std::string& modelPath, const InputShapes& shapes, const std::string& out) {
     std::vector<orvane_shape> plain;

@@ -30,8 +30,8 @@ struct ModelFileCipher {
     /// Does the same as `Encrypt`. Returns false and leaves the chunk unchanged if `Decrypt` could not restore it.
     bool EncryptIfReversible(std::vector<uint8_t>& chunk) const;
 
-    /// Pads a chunk of 1 to 15 bytes to 16 bytes, with blanks if it is text and with zeros otherwise: readers of models
-    /// skip both. Returns the number of bytes that it added.
+    /// Pads a chunk of 1 to 15 bytes to 16 bytes: with blanks if it is text, and otherwise with zeros. Readers of
+    /// models skip both. Returns the number of bytes that it added.
     static uint32_t Pad(std::vector<uint8_t>& chunk);
 };
 

@@ -68,7 +68,7 @@ struct Options {
     std::chrono::milliseconds loadTimeLimit{0};
 
     /// The library calls this function on the thread of the call: at each step of a load, and about five times a second
-    /// while the call waits for a host process. If it returns false, the library ends the host process, and the call
+    /// while a call waits for a host process. If it returns false, the library ends the host process, and the call
     /// throws an `Error` with `Reason::Cancelled`. A load in this process stops at its next step. If it throws, the
     /// call stops too, and throws that exception. It may call `Interrupt`, and all functions of other models.
     std::function<bool(LoadStep step)> progress;

@@ -148,8 +148,9 @@ typedef struct orvane_tensor {
     uint32_t rank;              ///< the number of dimensions; a tensor without dimensions has one element
     uint32_t element_type;      ///< an `orvane_element_type`
 
-    /// Bytes of all elements. 0 if the data cannot be copied: because of a dynamic dimension, an unknown element type,
-    /// more than 22,020,096 bytes with a host process or 4,294,967,295 in this process, or an input without dimensions.
+    /// Bytes of all elements. 0 if the data cannot be copied: the tensor has a dynamic dimension or an unknown element
+    /// type, or it is an input without dimensions, or it is too large. The limit is 22,020,096 bytes with a host
+    /// process and 4,294,967,295 bytes in this process.
     uint64_t byte_size;
 
     /// Null if `byte_size` is not 0. Otherwise one line that says why the data cannot be copied and what to do. It
@@ -309,8 +310,8 @@ ORVANE_C_API orvane_error* orvane_describe_file(const char* model_path,
                                                 void (*tensor)(void* user, int32_t side, const orvane_tensor* tensor),
                                                 void* user);
 
-/// Reads a model file, sets the shapes of inputs, and writes the model to `out` and its weights to a .bin file in the
-/// same folder. `out` must end in ".xml". If `out` is null, the function only checks the shapes. After an error,
+/// Reads a model file, sets the shapes of inputs, and writes the model to `out`. Writes its weights to a .bin file in
+/// the same folder. `out` must end in ".xml". If `out` is null, the function only checks the shapes. After an error,
 /// earlier files of these names are unchanged. Weights keep their precision. Each input with dynamic dimensions needs a
 /// shape. If the model does not accept the shapes, the call fails with `ORVANE_RUNTIME`. `shapes` is an array whose
 /// elements all have the same `struct_size`. A library built with MinGW refuses this function.
