@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <thread>
 
@@ -66,8 +67,15 @@ TEST(Log, IsThreadSafeWhileTheCallbackChanges) {
             Log(6, "line %d", 1);
         }
     });
+    const auto count = [](uint32_t, const char* text) { received += std::string(text) == "line 1" ? 1 : 1'000'000; };
+    SetLogCallback(count);
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (received == 0 && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::yield();
+    }
+    EXPECT_NE(received, 0) << "the other thread has logged no line";
     for (int round = 0; round < 100; ++round) {
-        SetLogCallback([](uint32_t, const char* text) { received += std::string(text) == "line 1" ? 1 : 1'000'000; });
+        SetLogCallback(count);
         Log(6, "line %d", 1);
         SetLogLevel(7);
         SetLogCallback(nullptr);

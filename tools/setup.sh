@@ -144,11 +144,12 @@ setup_windows() {
     local folder=.deps/windows list=tools/deps/windows.txt
     setup_build
     installPackages "${windowsPackages[@]}"
-    if [ ! -d "$folder/include/utf8cpp" ]; then
+    if [ ! -e "$folder/include/complete" ]; then
         run rm -rf "$folder/include" "$folder/share"
         run mkdir -p "$folder/include" "$folder/share/cmake"
         run cp -r /usr/include/{CLI,nlohmann,stb,utf8cpp} "$folder/include"
         run cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$folder/share/cmake"
+        run touch "$folder/include/complete"
     fi
     complete "$folder" "$list" && return
     downloadWheels "$folder" "$list" 82 win_amd64

@@ -55,7 +55,7 @@ bool SharesProcessor(const Word& word) {
 enum class Place { WithPeer, Elsewhere };
 
 // Moves this thread to the processor on which the peer last set the word, or away from it. False if the thread may not
-// run there. Restores the affinity.
+// run there. Afterwards the thread may run on all processors that the kernel reported before.
 bool MoveTo(Place place, const Word& word) {
     // The peer may have written any number. `CPU_SET` and `CPU_CLR` ignore those that are too large.
     const size_t peer = word.setter.load(std::memory_order_relaxed) - size_t{1};

@@ -74,7 +74,7 @@ def describe(path: PathLike) -> Tensors:
         sides[side].append(tensor_of(description.contents))
 
     # A thread, because a signal handler that raises in a callback would go unnoticed; other threads run no handlers.
+    encoded = encode(path, "path")
     with concurrent.futures.ThreadPoolExecutor(1) as threads:
-        call = threads.submit(library.orvane_describe_file, encode(path, "path"), TensorSink(add), None)
-        check(call.result())
+        threads.submit(lambda: check(library.orvane_describe_file(encoded, TensorSink(add), None))).result()
     return Tensors(*map(tuple, sides))

@@ -42,9 +42,10 @@ class ForkGuard:
 
 
 def check_end() -> None:
-    """Ends a daemon thread if the program is ending, before it enters the library or from a callback.
+    """Ends each thread but the main thread if the program is ending, before it enters the library or from a callback.
 
-    Python ends such a thread when it calls back, inside the library's frames. That would abort the process.
+    Python ends a daemon thread when it calls back, inside the library's frames. That would abort the process. A thread
+    that a later ``atexit`` function starts cannot use the library either.
     """
     if _is_ending and threading.current_thread() is not threading.main_thread():
         raise SystemExit

@@ -138,7 +138,7 @@ Failure FailureOf(const Status& status, const std::string& device) {
         return {shortage->reason, Explained(shortage->explanation, text), static_cast<int32_t>(shortage->system)};
     }
     if (text == kWrongDevice) {
-        return {reason, Explained("OpenVINO lists no device \"" + device +
+        return {reason, Explained("OpenVINO lists no device \"" + (device.empty() ? "CPU" : device) +
                                       "\" on this machine: name another one, or none for the CPU",
                                   text)};
     }

@@ -25,7 +25,12 @@ makePrefix() {
 }
 
 # Wine's services start with the first Windows program and end with the last. They inherit the first program's output:
-# its reader would wait for the services to end. So the first program has no output. It runs for two minutes.
+# its reader would wait for the services to end. So the first program has no output. It runs for two minutes. After one
+# minute the next call starts another one, because a program that starts while the services end can fail.
+hasKeeper() {
+    kill -0 "$(cat "$keeper")" && [ -n "$(find "$keeper" -newermt "1 minute ago")" ]
+}
+
 startKeeper() {
     # shellcheck disable=SC2016 # the inner shell expands it
     setsid bash -c 'sleep 120 | "$0" cmd' "$wine" &
@@ -38,6 +43,6 @@ mkdir -p "$WINEPREFIX"
 (
     flock 9
     [ -e "$WINEPREFIX/made" ] || makePrefix 9>&-
-    kill -0 "$(cat "$keeper" 2>&1)" || startKeeper 9>&-
+    hasKeeper || startKeeper 9>&-
 ) 9>"$WINEPREFIX.lock" </dev/null >/dev/null 2>&1
 exec "$wine" "$@"
