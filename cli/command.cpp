@@ -141,8 +141,11 @@ void ParseArguments(const Command& command, const std::vector<std::string>& word
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ArgumentMismatch& error) {
-        const std::string text = error.what();  // "--input: 1 required WHICH=FILE missing"
-        throw WrongUsage(text.substr(0, text.find(':')) + " needs a value");
+        // "--input: 1 required WHICH=FILE missing", or "--device: At Most 1 required but received 2"
+        const std::string text = error.what();
+        const bool isRepeated = text.find(": At Most ") != std::string::npos;
+        throw WrongUsage(text.substr(0, text.find(':')) +
+                         (isRepeated ? " is given twice: give it once" : " needs a value"));
     } catch (const CLI::ParseError& error) {
         RefuseExtra(command, app.remaining());
         throw WrongUsage(error.what());

@@ -57,7 +57,7 @@ std::string ReadBytes(std::istream& file, std::size_t size) {
 }
 
 // Converts the header, a Python dictionary, to JSON: other quotes, brackets and words, and no comma at the end of a
-// list.
+// list. As a result, this reader accepts some headers that Python refuses, such as those with the shape (3) or [3].
 std::string JsonOf(std::string_view header) {
     std::string json;
     for (const char letter : header) {

@@ -14,8 +14,12 @@
 namespace Orvane::Cli {
 namespace {
 
-// Returns why the system refuses to open a file.
+// Returns why a file cannot be read. Does not open a pipe, because that would wait for the pipe's writer.
 std::optional<std::string> WhyUnreadable(const std::string& path) {
+    std::error_code ignored;
+    if (std::filesystem::is_other(std::filesystem::status(Platform::PathFromUtf8(path), ignored))) {
+        return "only ordinary files are read";
+    }
     try {
         Platform::OpenInputFile(path);
         return std::nullopt;
@@ -29,12 +33,12 @@ bool BeginsLikeXml(const std::string& path) {
     return file.get() == '<';
 }
 
+// Returns true if the SDK reads the cache file and not the model. There is a cache file or a model (`CheckUsage`).
 bool IsCacheRead(const ModelOptions& options) {
-    return options.cache && !Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
+    return !options.model || (options.cache && !Platform::IsMissing(Platform::PathFromUtf8(*options.cache)));
 }
 
-// Returns a fault of the cache file or the model files if it is certain. The SDK has checked that the file exists and
-// is no pipe.
+// Returns a fault of the cache file or the model files if it is certain.
 std::optional<std::string> CertainHint(const ModelOptions& options) {
     if (IsCacheRead(options)) {
         const std::optional<std::string> reason = WhyUnreadable(*options.cache);
@@ -105,8 +109,8 @@ std::string PlainHint(const std::string& model, const std::string& text) {
                "They are named above: export the model with others.";
     }
     if (HasOneOf(text, {"Unable to read the model"})) {
-        return "Check MODEL: OpenVINO reads .xml with its .bin beside it, .onnx, .tflite, .pb and .pdmodel. "
-               "An encrypted one needs --key.";
+        return "OpenVINO reads .xml with its .bin beside it, .onnx, .tflite, .pb and .pdmodel. "
+               "An encrypted MODEL needs --key.";
     }
     try {
         const orvane::FileTensors tensors = orvane::DescribeFile(model);
@@ -129,8 +133,8 @@ std::string LikelyHint(const ModelOptions& options, const std::string& text) {
                "and --make-cache.";
     }
     if (options.IsEncrypted()) {
-        return "Check --key: it must be the key that the model, and its .bin file, were encrypted with. An encrypted "
-               "model is an .xml with its .bin, or an .onnx.";
+        return "--key must be the key that the model, and its .bin file, were encrypted with. An encrypted model is "
+               "an .xml with its .bin, or an .onnx.";
     }
     return PlainHint(*options.model, text);
 }
@@ -208,14 +212,17 @@ std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Er
         default:
             break;
     }
+    // The SDK refuses these before the load. The reason `Refused` does not show that: most failures in a host process
+    // have it too.
+    const std::string text = error.what();
+    if (HasOneOf(text, {"is not an ordinary file", "a key with a zero byte"})) {
+        return {};  // the error is clear without a hint
+    }
     if (const std::optional<std::string> hint = DeviceHint(options.device)) {
         return {*hint};
     }
-    if (error.GetReason() == orvane::Reason::Refused) {
-        return {};
-    }
     const std::optional<std::string> certain = CertainHint(options);
-    return {certain ? *certain : LikelyHint(options, error.what())};
+    return {certain ? *certain : LikelyHint(options, text)};
 }
 
 }  // namespace Orvane::Cli

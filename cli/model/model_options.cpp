@@ -68,9 +68,8 @@ void CheckUsage(const ModelOptions& options) {
     }
     if (!options.shapes.empty() && (options.cache || options.IsEncrypted())) {
         throw WrongUsage(
-            "--shape works with a plain MODEL only: set the shapes with orvane reshape, then encrypt the result or "
-            "make "
-            "the cache from it");
+            "--shape works with a plain MODEL only: set the shapes with orvane reshape, "
+            "then encrypt the result or make the cache from it");
     }
 }
 

@@ -1,7 +1,7 @@
 """face_finder_test.py SHOT RUNNER PROGRAM ARGUMENT...: presses the buttons of the face finder and checks its window.
 
-RUNNER runs PROGRAM. The host program is beside PROGRAM. The test needs an X display without other programs (xvfb-run), xdotool and ImageMagick. It
-writes a picture of the window with a face to the file SHOT.
+RUNNER runs PROGRAM. The host program is beside PROGRAM. The test needs an X display without other programs (xvfb-run),
+xdotool and ImageMagick. It writes a picture of the window with a face to the file SHOT.
 """
 
 import contextlib

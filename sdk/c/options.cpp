@@ -33,9 +33,8 @@ void CheckCombination(const LoadRequest& request) {
     const auto* const zero = std::find(key.begin(), key.end(), uint8_t{0});
     if (!params.host.empty() && std::any_of(zero, key.end(), [](uint8_t byte) { return byte != 0; })) {
         throw Refused(
-            "a host process cannot receive a key with a zero byte before other bytes: encrypt the model with another "
-            "key, "
-            "or run it in this process");
+            "a host process cannot receive a key with a zero byte before other bytes: "
+            "encrypt the model with another key, or run it in this process");
     }
 }
 
