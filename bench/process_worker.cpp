@@ -86,7 +86,8 @@ nanoseconds WaitingClient(const std::string& host) {
 }
 
 // The median time from a wake until a sleeping thread runs. The thread sleeps for `kPause` each time. The waking thread
-// keeps another processor busy meanwhile, as a host process does that computes.
+// keeps another processor busy before the wake, as a host process does that computes. After the wake it waits, because
+// on one processor the woken thread would otherwise run a time slice later.
 nanoseconds WakeUp() {
     constexpr auto kPause = std::chrono::microseconds(500);
     constexpr int kTimes = 401;
@@ -98,6 +99,7 @@ nanoseconds WakeUp() {
             round.wait(last);
             last = round;
             wokenAt = Clock::now().time_since_epoch().count();
+            wokenAt.notify_one();
         }
     });
     for (int i = 1; i <= kTimes; ++i) {
@@ -108,8 +110,7 @@ nanoseconds WakeUp() {
         const auto set = Clock::now();
         round = i;
         round.notify_one();
-        while (wokenAt == 0) {
-        }
+        wokenAt.wait(0);
         times.push_back(Clock::duration(wokenAt) - set.time_since_epoch());
     }
     sleeper.join();
