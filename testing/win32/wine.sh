@@ -13,14 +13,20 @@ if [ "${1:-}" = --native ]; then
     exec "${@:2}"
 fi
 
-wine=/usr/lib/wine/wine64
+# Every program needs the page at 0x7ffe0000. Linux puts the heap at a random address between 0x7d005000 and 1 GiB above
+# it, so in one of about 5,000 programs the heap covers this page: the program cannot start, and CreateProcess fails with
+# ERROR_INTERNAL_ERROR. Without random addresses this cannot happen. Some containers refuse to disable them.
+wine=(/usr/lib/wine/wine64)
+if setarch --addr-no-randomize true 2>/dev/null; then
+    wine=(setarch --addr-no-randomize "${wine[@]}")
+fi
 export WINEPREFIX=${WINEPREFIX:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
 keeper=$WINEPREFIX/keeper
 
 # Disables the browser and the .NET runtime. If they were only missing, Wine would ask about them in a window.
 makePrefix() {
-    WINEDLLOVERRIDES="mscoree,mshtml=" "$wine" wineboot --init
+    WINEDLLOVERRIDES="mscoree,mshtml=" "${wine[@]}" wineboot --init
     touch "$WINEPREFIX/made"
 }
 
@@ -33,9 +39,9 @@ hasKeeper() {
 
 startKeeper() {
     # shellcheck disable=SC2016 # the inner shell expands it
-    setsid bash -c 'sleep 120 | "$0" cmd' "$wine" &
+    setsid bash -c 'sleep 120 | "$@" cmd' keeper "${wine[@]}" &
     echo $! >"$keeper"
-    "$wine" cmd /c exit  # returns when the services are up
+    "${wine[@]}" cmd /c exit  # returns when the services are up
 }
 
 mkdir -p "$WINEPREFIX"
@@ -45,4 +51,4 @@ mkdir -p "$WINEPREFIX"
     [ -e "$WINEPREFIX/made" ] || makePrefix 9>&-
     hasKeeper || startKeeper 9>&-
 ) 9>"$WINEPREFIX.lock" </dev/null >/dev/null 2>&1
-exec "$wine" "$@"
+exec "${wine[@]}" "$@"
