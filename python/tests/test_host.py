@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import os
 import pathlib
 import signal
@@ -16,6 +17,15 @@ import pytest
 from material import VOICE, WAYS, hosts, same, voice_inputs
 
 pytestmark = pytest.mark.timeout(120)
+
+
+def host_that_may_hang(folder: pathlib.Path) -> tuple[pathlib.Path, pathlib.Path]:
+    """Returns a host program, and a file: while the file exists, new host processes hang before they load a model."""
+    program, hang = folder / "orvane_host", folder / "hang"
+    real = pathlib.Path(orvane.__file__).parent / "bin" / "orvane_host"
+    program.write_text(f"#!/bin/sh\nwhile [ -e {hang} ]; do sleep 0.1; done\nexec {real} \"$@\"\n")
+    program.chmod(0o700)
+    return program, hang
 
 
 def test_run_raises_until_a_restart_after_the_host_process_was_killed() -> None:
@@ -70,29 +80,32 @@ def test_limit_and_interrupt_end_a_hanging_host_process(how: str) -> None:
     assert "closed" in repr(model)
 
 
-def test_retries_share_one_time_limit_and_one_interrupt() -> None:
+def test_retries_share_one_time_limit_and_one_interrupt(tmp_path: pathlib.Path) -> None:
     inputs = voice_inputs()
+    program, hang = host_that_may_hang(tmp_path)
     seen: set[int] = set()
 
-    def stop_new_hosts(then: Callable[[int], object]) -> None:
+    def end_new_hosts(then: Callable[[int], object]) -> None:
         while not done.wait(0.01):
             for host in set(hosts()) - seen:
                 seen.add(host)
-                os.kill(host, signal.SIGSTOP)
-                time.sleep(0.6)
                 then(host)
 
     def kill(host: int) -> None:
-        os.kill(host, signal.SIGKILL)
+        time.sleep(0.6)
+        with contextlib.suppress(ProcessLookupError):  # the time limit may end it first
+            os.kill(host, signal.SIGKILL)
 
-    with orvane.Model(VOICE, host=True, time_limit=1, load_time_limit=60, retries=60) as model:
+    with orvane.Model(VOICE, host=program, time_limit=1, load_time_limit=60, retries=60) as model:
         for then, causes in ((kill, {orvane.HostEnd.SIGNAL, orvane.HostEnd.TIME_LIMIT}),
                              (lambda _: model.interrupt(), {orvane.HostEnd.INTERRUPTED})):
+            hang.unlink(missing_ok=True)
             model.restart()
             seen.update(hosts())
-            os.kill(hosts()[0], signal.SIGKILL)  # the thread stops the next host process while it loads the model
+            hang.touch()  # the next host processes hang while they load the model
+            os.kill(hosts()[0], signal.SIGKILL)
             done = threading.Event()
-            hanging = threading.Thread(target=stop_new_hosts, args=(then,), daemon=True)
+            hanging = threading.Thread(target=end_new_hosts, args=(then,), daemon=True)
             hanging.start()
             start = time.monotonic()
             with pytest.raises(orvane.HostEnded) as caught:
@@ -114,10 +127,7 @@ def react_to_ctrl_c() -> Iterator[None]:
 @pytest.mark.parametrize("call", ["load", "restart", "run", "load_pool", "map"])
 def test_ctrl_c_ends_the_wait_for_a_host_process(tmp_path: pathlib.Path, call: str) -> None:
     inputs = tuple(voice_inputs())
-    program, hang = tmp_path / "orvane_host_that_may_hang", tmp_path / "hang"
-    real = pathlib.Path(orvane.__file__).parent / "bin" / "orvane_host"
-    program.write_text(f"#!/bin/sh\nwhile [ -e {hang} ]; do sleep 0.1; done\nexec {real} \"$@\"\n")
-    program.chmod(0o700)
+    program, hang = host_that_may_hang(tmp_path)
     start = time.monotonic()
 
     def hang_now() -> None:

@@ -75,8 +75,10 @@ TEST_F(SharedMemoryPosix, RemovesOnlyTheNamesOfADeadClient) {
         EXPECT_EQ(close(object), 0) << name;
         return name;
     };
-    const std::string lookAlikes[] = {make("Result_4711d_x", 0600), make("Result_4711d_1.bak", 0600),
-                                      make("Call_4711_1", 0600), make("Channel_4711d_1", 0644)};
+    const std::string number = std::to_string(getpid());
+    const std::string lookAlikes[] = {make("Result_" + number + "d_x", 0600),
+                                      make("Result_" + number + "d_1.bak", 0600), make("Call_" + number + "_1", 0600),
+                                      make("Channel_" + number + "d_1", 0644)};
     SharedChannel living;
     living.Create(4096);
     int ends[2];
@@ -85,15 +87,17 @@ TEST_F(SharedMemoryPosix, RemovesOnlyTheNamesOfADeadClient) {
         SharedChannel channel;
         channel.Create(4096);
         const uint32_t word = Platform::ModuleWord();
-        EXPECT_EQ(write(ends[1], &word, sizeof word), ssize_t{sizeof word});
+        const uint32_t report[] = {word, static_cast<uint32_t>(Names(word))};
+        EXPECT_EQ(write(ends[1], report, sizeof report), ssize_t{sizeof report});
         std::raise(SIGKILL);
     });
-    uint32_t word = 0;
-    EXPECT_EQ(read(ends[0], &word, sizeof word), ssize_t{sizeof word});
+    uint32_t report[2] = {};
+    EXPECT_EQ(read(ends[0], report, sizeof report), ssize_t{sizeof report});
+    const auto [word, names] = report;
+    EXPECT_EQ(names, 3U) << "before its death: afterwards the client of any other program removes them";
     siginfo_t dead{};
     EXPECT_EQ(waitid(P_PID, static_cast<id_t>(client), &dead, WEXITED | WNOWAIT), 0)
         << "the client is dead, but not reaped";
-    EXPECT_EQ(Names(word), 3U);
     SharedChannel next;
     next.Create(4096);
     EXPECT_EQ(Names(word), 0U);

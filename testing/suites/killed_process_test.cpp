@@ -96,7 +96,7 @@ class KillTest : public testing::TestWithParam<Part> {
 
     // Compares this process's resources with those after a few kills. A leak of one per kill exceeds the tolerance.
     void LookForLeaks(int kill) {
-        constexpr size_t kOfOthers = 8;  // for the system's threads and a sanitizer's heap
+        constexpr size_t kOfOthers = 8;  // for the system's threads and heap
         if (kill == 4) {
             early = Footprint();
         } else if (kill == kKills - 1) {

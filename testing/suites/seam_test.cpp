@@ -213,9 +213,10 @@ TEST_F(Seam, ProcessorTimeCountsTheWorkOfThisProcess) {
     while (end->own < start->own + 0.3) {
         end = Platform::ProcessorTimeSoFar();
     }
-    constexpr double kStep = 0.1;  // the system's counts do not match exactly
-    EXPECT_GT(end->busy - start->busy, 0.3 - kStep);
-    EXPECT_GT(end->whole - start->whole, end->busy - start->busy - kStep);
+    constexpr double kLost = 0.2;  // a virtual machine that does not run for a while counts less as busy
+    const double busy = end->busy - start->busy;
+    EXPECT_GT(busy + end->stolen - start->stolen, 0.3 - kLost);
+    EXPECT_GT(end->whole - start->whole, busy - kLost);
     EXPECT_GE(end->stolen, start->stolen);
 }
 
