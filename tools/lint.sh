@@ -7,7 +7,8 @@
 #: lint --deep         the same, but clang-tidy follows every path; takes 10
 #:                     minutes more
 
-# compileHeader HEADER: compiles it alone, a public header as C++17, the C interface also as C.
+# compileHeader HEADER: compiles it alone, a public header as C++17, the C interface also as C. Joins its commands,
+# because `bash -c` does not stop at a command that fails.
 compileHeader() {
     local compiler=g++ standard=c++20 runtime=.deps/openvino/include
     case $1 in
@@ -16,8 +17,8 @@ compileHeader() {
         *mingw/openvino*) runtime=backends/openvino/mingw ;;
     esac
     "$compiler" -std="$standard" -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only \
-        -I . -I include -isystem "$runtime" -include "$1" -x c++ /dev/null
-    [ "${1##*/}" != orvane_c.h ] || gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c "$1"
+        -I . -I include -isystem "$runtime" -include "$1" -x c++ /dev/null &&
+        { [ "${1##*/}" != orvane_c.h ] || gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c "$1"; }
 }
 
 # tidy FOLDER PATTERN OPTION...: runs clang-tidy once on each source in FOLDER/compile_commands.json whose path matches.
