@@ -79,11 +79,18 @@ struct WithSpinning {
     Turns* turns = nullptr;
 };
 
-void PinTo(int processor) {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(static_cast<size_t>(processor), &set);
-    sched_setaffinity(0, sizeof set, &set);  // fails on a machine with one processor, without harm
+// Moves this process to the first or the second of the processors that it may use. If it may use only one, it stays.
+void PinTo(int index) {
+    cpu_set_t usable;
+    sched_getaffinity(0, sizeof usable, &usable);
+    for (size_t processor = 0; processor < CPU_SETSIZE; ++processor) {
+        if (CPU_ISSET(processor, &usable) && index-- == 0) {
+            cpu_set_t set;
+            CPU_ZERO(&set);
+            CPU_SET(processor, &set);
+            sched_setaffinity(0, sizeof set, &set);
+        }
+    }
 }
 
 // The step is at the start of the shared memory. The data follow at an address that is fast to copy from.

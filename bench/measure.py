@@ -10,6 +10,7 @@ import statistics
 import subprocess
 import sys
 import tempfile
+import threading
 
 import targets
 
@@ -74,14 +75,18 @@ class Programs:
             process = subprocess.Popen(words, stdout=subprocess.PIPE, text=True)
         except OSError as error:
             raise Failure(f"{' '.join(words)}: {error}") from error
+        watch = threading.Timer(TIME_LIMIT, process.kill)
+        watch.start()
         with process as server:
             try:
                 port = server.stdout.readline().strip()
+                watch.cancel()
                 if not port:
                     raise Failure(f"{' '.join(words)} did not start")
                 yield port
             finally:
-                server.terminate()
+                watch.cancel()
+                server.kill()
 
     def infer(self, variant, workload, warm_up, count):
         """Runs one new process. Returns its samples in nanoseconds and the checksum of the outputs."""

@@ -5,10 +5,6 @@
 
 preset=${1:-linux}
 [[ $preset != -* ]] || misuse "build does not take \"$preset\""
-case $preset in
-    windows-mingw | package-windows) run ./dev setup windows ;;
-    linux-bench) run ./dev setup bench ;;
-    *) run ./dev setup ;;
-esac
+setupPreset "$preset"
 run cmake --preset "$preset"
 run cmake --build --preset "$preset" ${2:+--target "${@:2}"}

@@ -61,7 +61,8 @@ testOnMono() {
     # Without the native files, the message of the exception must name Microsoft's C++ runtime.
     run mkdir -p $app/bare/files
     run cp $app/{OrvaneTest.exe,Orvane.dll,netstandard.dll} $app/bare
-    [[ $(timeout 60 mono $app/bare/OrvaneTest.exe "$model" $app/bare/files ShapesAreSet) == *vc_redist.x64.exe* ]]
+    [[ $(timeout 60 mono $app/bare/OrvaneTest.exe "$model" $app/bare/files ShapesAreSet) == *vc_redist.x64.exe* ]] ||
+        fail "without the native files, the exception does not name vc_redist.x64.exe"
 }
 
 # testOnNet SYSTEM DOTNET...: tests a program on the .NET for SYSTEM, which DOTNET starts. The program is compiled

@@ -58,10 +58,11 @@ case "$*" in
     --native) run ./dev setup package ;;
     *) misuse "package does not take \"$*\"" ;;
 esac
-run rm -rf dist/_CPack_Packages $folder
+run rm -rf $folder
 run mkdir -p $folder
 run head -c 2304 /dev/zero >$folder/input
 run head -c 1024 /dev/zero >$folder/state
 packageLinux
 [ "$*" = --native ] || packageWindows
+run rm -rf dist/_CPack_Packages
 ls -l dist

@@ -51,7 +51,7 @@ installPackages() {
     local wait=(-o DPkg::Lock::Timeout=600)  # seconds; another program may install packages now
     updateLists "${asRoot[@]}" apt-get "${wait[@]}" update -qq
     printf './dev: installing %s Debian packages: %s\n' "${#missing[@]}" \
-        "$(apt-get --assume-no install --no-install-recommends "${missing[@]}" 2>&1 | grep '^Need to get')" >&2
+        "$(LC_ALL=C apt-get --assume-no install --no-install-recommends "${missing[@]}" 2>&1 | grep '^Need to get')" >&2
     run "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get "${wait[@]}" install -y -qq \
         --no-install-recommends "${missing[@]}"
 }

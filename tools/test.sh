@@ -109,7 +109,7 @@ case "$*" in
         ;;
     -* | *" "*" "*) misuse "test does not take \"$*\"" ;;
     *)
-        run ./dev setup
+        setupPreset "${2:-linux}"
         mapfile -t inPython < <(python3 tools/find_tests.py python "$1")
         suite "${2:-linux}" testNamed "$1" "${2:-linux}"
         [ ${#inPython[@]} -eq 0 ] || [ -n "${2:-}" ] || suite python testNamedInPython "${inPython[@]}"

@@ -39,6 +39,7 @@ wheelWindows() {
     notices+=(gcc-mingw-w64-base mingw-w64-common)
     run ./dev build package-windows
     pack windows build/package-windows x86_64-w64-mingw32-strip bin/{orvane,orvane_host}.exe bin/orvane_c.dll
+    run rm -f dist/*win_amd64.whl
     run mv $folder/*win_amd64.whl dist
     run python3 -m zipfile -e dist/*win_amd64.whl $installed
     run head -c 2304 /dev/zero >$folder/input

@@ -59,7 +59,7 @@ def main(material, folder, native, *windows):
         if here != outputs(windows, model, folder, tensors, "--remote"):
             sys.exit(f"{model}: the outputs differ in a host process")
         for index, (one, other) in enumerate(zip(expected, here)):
-            assert len(one) == len(other) and all(map(math.isfinite, one))
+            assert len(one) == len(other) and all(map(math.isfinite, (*one, *other)))
             difference = max(abs(a - b) for a, b in zip(one, other))
             span = max(max(one) - min(one), max(map(abs, one)))
             allowed = 2e-2 * span if bfloat16 else 1e-3

@@ -17,6 +17,7 @@ fi
 # it, so in one of about 5,000 programs the heap covers this page: the program cannot start, and CreateProcess fails with
 # ERROR_INTERNAL_ERROR. Without random addresses this cannot happen. Some containers refuse to disable them.
 wine=(/usr/lib/wine/wine64)
+[ -x "${wine[0]}" ] || { echo "wine.sh: ${wine[0]} is missing; ./dev setup windows installs it" >&2; exit 1; }
 if setarch --addr-no-randomize true 2>/dev/null; then
     wine=(setarch --addr-no-randomize "${wine[@]}")
 fi
