@@ -43,7 +43,8 @@ function heatMap(title, rows, columns, cells, ink, range) {
 // ---- Results of `./dev bench`: times are in nanoseconds
 
 const kVariants = {"direct": "grey", "in process": "blue", "remote": "orange", "limit": "green",
-  "limit, spinning": "olive", "in process, in place": "cyan", "remote, in place": "pink", "C interface, in process": "blue", "C interface, remote": "orange", "copies alone": "cyan",
+  "in process, in place": "cyan", "remote, in place": "pink", "C interface, in process": "blue",
+  "C interface, remote": "orange", "copies alone": "cyan",
   "gRPC, TCP": "violet", "gRPC, Unix socket": "pink", "ZeroMQ, ipc": "red",
   "openvino": "green", "onnxruntime": "violet", "hand-made worker": "red"};
 const inkOf = variant => kVariants[variant] ?? "grey";

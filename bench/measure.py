@@ -125,7 +125,7 @@ class Programs:
 # Variants whose application writes its input to the place from which it is sent or read, as "direct" does too.
 IN_PLACE = ("in process, in place", "remote, in place")
 # Lower bounds for a channel, with the names that limit_worker uses.
-LIMITS = {"limit": "events", "limit, spinning": "spinning", "copies alone": "copies"}
+LIMITS = {"limit": "channel", "copies alone": "copies"}
 # With what the same process times in turns.
 C_INTERFACE = {f"C interface, {where}": f"classes, {where}" for where in ("in process", "remote")}
 # Ways from Python, with the names that python_worker.py uses, and the models for it.

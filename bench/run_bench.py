@@ -26,7 +26,7 @@ SOURCE = pathlib.Path(__file__).resolve().parent.parent
 MODEL_VARIANTS = ("direct", "in process", "remote", *measure.PEERS)
 BUSY_VARIANTS = ("in process", "remote", *measure.PEERS)
 FACE_PYTHON = tuple(variant for variant in measure.PYTHON if variant != "onnxruntime")  # it does not read .tflite
-STUB_VARIANTS = ("remote", "limit", "limit, spinning", *measure.PEERS)
+STUB_VARIANTS = ("remote", "limit", *measure.PEERS)
 SWEEP_VARIANTS = ("remote", "limit", "copies alone", *measure.PEERS)
 MUCH_OTHER_WORK = 0.05  # of the processors, as for `orvane bench`
 TEMPLATE = "cli/report/bench_page.html"  # the page of `orvane bench --html`
