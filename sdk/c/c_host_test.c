@@ -111,18 +111,18 @@ static void TestProgress(const char* stub) {
     FAILS(TryOpen(options), ORVANE_CANCELLED, "the progress function cancelled the load of the model");
 }
 
-// Each reply takes less than the time limit, and all together take more.
+// Each reply takes one second, which is less than the time limit, and all three together take more.
 static void TestOneDeadlineForACall(const char* stub) {
     uint8_t data[4];
     const orvane_input input = {sizeof input, 0, "abcd", 4};
     const orvane_output output = {sizeof output, 0, data, 4};
-    orvane_options options = StubOptions("echo 4;slow 600", stub);
-    options.time_limit_ms = 1700;
-    ENDS(TryOpen(options), ORVANE_HOST_END_TIME_LIMIT, "before the model was loaded: time limit of 1700 ms");
+    orvane_options options = StubOptions("echo 4;slow 1000", stub);
+    options.time_limit_ms = 2000;
+    ENDS(TryOpen(options), ORVANE_HOST_END_TIME_LIMIT, "before the model was loaded: time limit of 2000 ms");
     options.load_time_limit_ms = 20000;
     orvane_model* model = Open(options);
     SUCCEEDS(orvane_set_input(model, 0, "abcd", 4));
-    ENDS(orvane_infer(model, &input, 1, &output, 1), ORVANE_HOST_END_TIME_LIMIT, "time limit of 1700 ms");
+    ENDS(orvane_infer(model, &input, 1, &output, 1), ORVANE_HOST_END_TIME_LIMIT, "time limit of 2000 ms");
     orvane_close(model);
 }
 
