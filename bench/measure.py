@@ -197,10 +197,6 @@ def summarise(repetitions):
     }
 
 
-def repeat(repetitions, measure):
-    return summarise([[measure()] for _ in range(repetitions)])
-
-
 def measure_starts(programs, model, repetitions, progress):
     """Loads of one model in new processes: nanoseconds by the way to load."""
     scratch = programs.scratch
