@@ -8,7 +8,7 @@ model=.deps/material/silero_vad_openvino_16k.onnx
 
 # runModel ORVANE...: runs a model in a host process with the command line of an unpacked archive.
 runModel() {
-    run "$@" run --remote "$model" --input 0=$folder/input --input 1=$folder/state
+    run timeout 200 "$@" run --remote "$model" --input 0=$folder/input --input 1=$folder/state
 }
 
 # buildAgainst ARCHIVE NAME OPTION...: builds copies of the archive's examples with the archive, and also a project that
@@ -35,7 +35,7 @@ packageLinux() {
     read -ra flags < <(PKG_CONFIG_PATH=$PWD/$unpacked/lib/pkgconfig pkg-config --cflags --libs orvane)
     run gcc "$unpacked/examples/minimal/main.c" -o "$folder/by_pkg_config" "${flags[@]}"
     for program in {gcc,clang}/{minimal/build/minimal_{c,cpp},consumer/build/consumer} by_pkg_config; do
-        run "$folder/$program" "$model"
+        run timeout 200 "$folder/$program" "$model"
     done
 }
 
@@ -49,7 +49,7 @@ packageWindows() {
     buildAgainst "$unpacked" mingw -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_EXE_LINKER_FLAGS=-static \
         -DCMAKE_C_COMPILER=x86_64-w64-mingw32-gcc-posix -DCMAKE_CXX_COMPILER=x86_64-w64-mingw32-g++-posix
     for program in mingw/{minimal/build/minimal_{c,cpp},consumer/build/consumer}; do
-        run env WINEPATH="$unpacked/bin" testing/win32/wine.sh "$folder/$program.exe" "$model"
+        run env WINEPATH="$unpacked/bin" timeout 200 testing/win32/wine.sh "$folder/$program.exe" "$model"
     done
 }
 

@@ -47,8 +47,8 @@ tryWheel() {
     run rm -rf build/python &&
         run python3 -m venv build/python &&
         run "$python" -m pip install --quiet dist/*-py3-none-*linux*.whl pillow &&
-        run "$python" examples/python/face.py "$model" "$material/astronaut.png" --host &&
-        run "${python%/*}/orvane" info --remote "$model"
+        run timeout 200 "$python" examples/python/face.py "$model" "$material/astronaut.png" --host &&
+        run timeout 200 "${python%/*}/orvane" info --remote "$model"
 }
 
 testPython() {

@@ -46,7 +46,7 @@ wheelWindows() {
     run head -c 1024 /dev/zero >$folder/state
     run mkdir $installed/openvino
     run ln -s "$PWD/.deps/windows/openvino/libs" $installed/openvino/libs
-    run testing/win32/wine.sh $installed/orvane/bin/orvane.exe run --remote \
+    run timeout 200 testing/win32/wine.sh $installed/orvane/bin/orvane.exe run --remote \
         .deps/material/silero_vad_openvino_16k.onnx --input 0=$folder/input --input 1=$folder/state
 }
 
