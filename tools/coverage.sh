@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-#: coverage            measure which lines of the libraries and the host process
-#:                     the tests run; fail below 90 %
+#: coverage            measure which lines of core, ipc, host and backends the
+#:                     tests run; fail below 90 %
 
 [ $# -eq 0 ] || misuse "coverage does not take \"$*\""
 run ./dev setup test coverage

@@ -142,14 +142,16 @@ setup_build() {
 # Copies the few headers that a cross build needs, because it must not use this system's include folder.
 setup_windows() {
     local folder=.deps/windows list=tools/deps/windows.txt
+    local headers=(/usr/include/{CLI,nlohmann,stb,utf8cpp}) packages=(/usr/share/cmake/{CLI11,nlohmann_json})
+    local copied="${headers[*]} ${packages[*]}"
     setup_build
     installPackages "${windowsPackages[@]}"
-    if [ ! -e "$folder/include/complete" ]; then
+    if [ "$(cat "$folder/include/complete" 2>/dev/null)" != "$copied" ]; then
         run rm -rf "$folder/include" "$folder/share"
         run mkdir -p "$folder/include" "$folder/share/cmake"
-        run cp -r /usr/include/{CLI,nlohmann,stb,utf8cpp} "$folder/include"
-        run cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$folder/share/cmake"
-        run touch "$folder/include/complete"
+        run cp -r "${headers[@]}" "$folder/include"
+        run cp -r "${packages[@]}" "$folder/share/cmake"
+        printf '%s\n' "$copied" >"$folder/include/complete"
     fi
     complete "$folder" "$list" && return
     downloadWheels "$folder" "$list" 82 win_amd64
