@@ -44,7 +44,7 @@ CLI::Option* AddTo(CLI::App& app, const Argument& argument) {
     return std::visit(
         [&](auto* target) {
             if constexpr (std::is_same_v<decltype(target), bool*>) {
-                return app.add_flag(argument.name, *target);
+                return app.add_flag(argument.name, *target)->disable_flag_override();
             } else {
                 return app.add_option(argument.name, *target)->type_name(argument.valueName);
             }
@@ -62,12 +62,13 @@ std::string Fault(const Argument& argument, const std::string& text) {
     if (!argument.IsNumber() && !argument.Holds<std::vector<double>>()) {
         return "";
     }
+    uint32_t whole = 0;
     const bool isNumber = CLI::detail::lexical_cast(text, number) && std::isfinite(number);
     if (argument.IsList()) {
         return isNumber ? "" : "give numbers, not " + text;
     }
     const bool isFit = isNumber && number >= rules.least && number <= rules.most &&
-                       (!argument.IsWholeNumber() || number == std::floor(number));
+                       (!argument.IsWholeNumber() || CLI::detail::lexical_cast(text, whole));
     char wanted[128];
     std::snprintf(wanted, sizeof wanted, "give a %snumber from %.10g to %.10g, not ",
                   argument.IsWholeNumber() ? "whole " : "", rules.least, rules.most);
@@ -141,11 +142,15 @@ void ParseArguments(const Command& command, const std::vector<std::string>& word
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ArgumentMismatch& error) {
-        // "--input: 1 required WHICH=FILE missing", or "--device: At Most 1 required but received 2"
+        // "json was given a disallowed flag override", "--device: At Most 1 required but received 2", or "--input: 1
+        // required WHICH=FILE missing"
         const std::string text = error.what();
+        const std::string name = text.substr(0, text.find_first_of(": "));
+        if (!name.starts_with("--")) {
+            throw WrongUsage("--" + name + " takes no value");
+        }
         const bool isRepeated = text.find(": At Most ") != std::string::npos;
-        throw WrongUsage(text.substr(0, text.find(':')) +
-                         (isRepeated ? " is given twice: give it once" : " needs a value"));
+        throw WrongUsage(name + (isRepeated ? " is given twice: give it once" : " needs a value"));
     } catch (const CLI::ParseError& error) {
         RefuseExtra(command, app.remaining());
         throw WrongUsage(error.what());

@@ -119,6 +119,35 @@ TEST_F(RunCliTest, ADashIsTheStandardInputOrOutput) {
     EXPECT_THAT(Run("info -", "<net/>").err, HasSubstr("weights are in another file"));
 }
 
+// A program that reads the standard output can end this one at any time, for instance with a signal.
+TEST_F(RunCliTest, NoTemporaryFileExistsWhileTheOutputIsWritten) {
+    struct Watcher : std::stringbuf {
+        std::streamsize xsputn(const char* bytes, std::streamsize size) override {
+            names = temporary.Names();
+            return std::stringbuf::xsputn(bytes, size);
+        }
+        const Testing::TemporaryFolder temporary;
+        std::vector<std::string> names = {"unknown"};
+    } watcher;
+    ASSERT_EQ(Run("encrypt --key k3y @m.bin @secret.bin --pad").err,
+              "appended 4 bytes, which readers of models ignore\n");
+    const std::string usual = Platform::Utf8FromPath(std::filesystem::temp_directory_path());
+    Testing::SetTemporaryFolder(watcher.temporary.Path(""));
+    std::ostream out(&watcher);
+    EXPECT_EQ(RunCli({"decrypt", "--key", "k3y", folder.Path("secret.bin"), "-"}, out, out), 0);
+    Testing::SetTemporaryFolder(usual);
+    EXPECT_EQ(watcher.str(), Held("m.bin") + std::string(4, '\0'));
+    EXPECT_THAT(watcher.names, IsEmpty());
+}
+
+TEST_F(RunCliTest, BenchReadsTheKeyOnce) {
+    ASSERT_EQ(Run("encrypt --pad --key k3y @m.xml @secret.onnx").exitValue, 0);
+    ASSERT_EQ(Run("encrypt --pad --key k3y @m.bin @secret.bin").exitValue, 0);
+    const CapturedRun run = Run("bench @secret.onnx --key-file - --remote --iterations 1 --json -", "k3y");
+    ASSERT_EQ(run.exitValue, 0) << run.err;
+    EXPECT_GT(json::parse(run.out).at("start_up").at("launch_ms"), 0);
+}
+
 TEST_F(RunCliTest, RefusesAStaleCache) {
     using std::filesystem::last_write_time;
     const std::filesystem::path file = Platform::PathFromUtf8(model);
@@ -240,6 +269,8 @@ const Refusal kRefusals[] = {
     {2, "bench @m.xml --warmup -1", "--warmup: give a whole number from 0"},
     {2, "bench @m.xml --seconds 0", "--seconds: give a number from 0.001"},
     {2, "bench @m.xml --warmup 1.5", "not 1.5"},
+    {2, "bench @m.xml --warmup 1e3", "--warmup: give a whole number from 0 to 4294967295, not 1e3"},
+    {2, "info @m.xml --json=no", "--json takes no value"},
     {2, "bench @m.xml --iterations", "--iterations needs a value"},
     {2, "info @m.xml --device CPU --device GPU", "--device is given twice: give it once"},
     {2, "run @m.xml --mean 1,x", "--mean: give numbers, not x"},

@@ -5,6 +5,7 @@
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
+#include "cli/model/shapes.h"
 #include "cli/report/bench_page.h"
 #include "cli/report/bench_report.h"
 #include "cli/report/progress_bar.h"
@@ -148,9 +149,11 @@ void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream
 // Measures how long it takes to start a host process, to let it list its devices and to end it. Returns the median of
 // several measurements. The host process is asked for a device that no machine has. Returns no value if it accepts
 // that.
-std::optional<double> TimeLaunch(const ModelOptions& options) {
+std::optional<double> TimeLaunch(const std::string& host) {
     constexpr int kLaunches = 5;
-    orvane::Options asked = OptionsFor(options);
+    orvane::Options asked;
+    asked.hostProgram = host;
+    asked.modelPath = host;  // it must exist, but the host process does not read it
     asked.device = "NONE";
     std::vector<double> times;
     for (int i = 0; i < kLaunches; ++i) {
@@ -193,7 +196,7 @@ void Bench(const BenchOptions& options, std::ostream& out, std::ostream& err) {
     report.warmup = options.warmup;
     MeasureModel(options, report, err);
     if (report.host) {
-        report.launch = TimeLaunch(options.model);
+        report.launch = TimeLaunch(*report.host);
     }
     report.date = Now();
     ShowResults(options, report, std::move(earlier), out);

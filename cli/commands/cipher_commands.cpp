@@ -3,17 +3,17 @@
 #include "cli/files/bytes.h"
 #include "cli/model/key.h"
 #include "cli/report/progress_bar.h"
-#include "platform/file.h"
 #include "platform/interrupt.h"
 #include "platform/path.h"
 #include "platform/private_folder.h"
 
 #include <orvane/orvane.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
-#include <optional>
 #include <ostream>
 #include <vector>
 
@@ -30,64 +30,15 @@ struct CipherOptions {
     bool pad = false;
 };
 
-// Returns the key, after all checks of the options.
-std::vector<uint8_t> CheckedKey(const CipherOptions& options) {
-    RefuseSecondStandardInput({options.input, options.key.file.value_or("")});
-    std::vector<uint8_t> key = ReadKey(options.key);
-    if (key.empty()) {
-        throw WrongUsage("--key K or --key-file FILE is required");
-    }
-    return key;
-}
+// Transforms one file to another.
+using Cipher = std::function<void(const std::string& in, const std::string& out, const std::vector<uint8_t>& key,
+                                  const orvane::FileProgress& progress)>;
 
-// The files of a command, or temporary files that replace the standard streams.
-class CipherFiles {
- public:
-    explicit CipherFiles(const CipherOptions& options) : in(options.input), out(options.output) {
-        if (!IsStandard(in) && !IsStandard(out)) {
-            return;
-        }
-        folder.emplace(std::filesystem::temp_directory_path() / "orvane");
-        if (IsStandard(in)) {
-            in = Platform::Utf8FromPath(folder->Path() / "in");
-            WriteFile(in, ReadInput("-"));
-        }
-        if (IsStandard(out)) {
-            out = Platform::Utf8FromPath(folder->Path() / "out");
-            printsResult = true;
-        }
-    }
-
-    uint64_t InputBytes() const { return Bytes(in); }
-    uint64_t OutputBytes() const { return Bytes(out); }
-
-    void PrintResult(std::ostream& standard) const {
-        if (printsResult) {
-            standard << Platform::OpenInputFile(out).rdbuf();
-        }
-    }
-
-    std::string in;
-    std::string out;
-
- private:
-    static uint64_t Bytes(const std::string& path) {
-        std::error_code unknown;
-        const auto bytes = std::filesystem::file_size(Platform::PathFromUtf8(path), unknown);
-        return unknown ? 0 : bytes;
-    }
-
-    std::optional<Platform::PrivateFolder> folder;
-    bool printsResult = false;
-};
-
-// Calls `transform` with a progress callback for the SDK. Ctrl-C cancels the call.
-template <typename Transform>
-void WithProgress(std::ostream& err, Transform transform) {
-    const Platform::InterruptFlag interrupt;
+void RunWithProgress(const Cipher& cipher, const std::string& in, const std::string& out,
+                     const std::vector<uint8_t>& key, const Platform::InterruptFlag& interrupt, std::ostream& err) {
     ProgressBar bar(err);
     try {
-        transform([&](uint64_t done, uint64_t total) {
+        cipher(in, out, key, [&](uint64_t done, uint64_t total) {
             bar.Show(static_cast<double>(done), static_cast<double>(total));
             return !interrupt.IsSet();
         });
@@ -99,29 +50,57 @@ void WithProgress(std::ostream& err, Transform transform) {
     }
 }
 
-void Encrypt(const CipherOptions& options, std::ostream& out, std::ostream& err) {
-    const std::vector<uint8_t> key = CheckedKey(options);
-    const CipherFiles files(options);
-    const uint64_t before = files.InputBytes();
-    try {
-        WithProgress(
-            err, [&](const auto& progress) { orvane::EncryptFile(files.in, files.out, key, options.pad, progress); });
-    } catch (const orvane::Error& error) {
-        const uint64_t rest = before % kPieceBytes;
-        const bool needsPad = error.GetReason() == orvane::Reason::Refused && rest > 0 && rest < kWholePiece;
-        throw Failure(error.what(), needsPad ? std::vector<std::string>{"Give --pad."} : std::vector<std::string>());
+// Temporary files replace the standard streams. They exist only while Ctrl-C cannot end this process, and while it does
+// not wait for another program.
+void Run(const Cipher& cipher, const CipherOptions& options, std::ostream& out, std::ostream& err) {
+    RefuseSecondStandardInput({options.input, options.key.file.value_or("")});
+    const std::vector<uint8_t> key = ReadKey(options.key);
+    if (key.empty()) {
+        throw WrongUsage("--key K or --key-file FILE is required");
     }
-    files.PrintResult(out);
-    if (const uint64_t after = files.OutputBytes(); after > before) {
-        err << "appended " << after - before << " bytes, which readers of models ignore\n";
+    const bool isInputStandard = IsStandard(options.input);
+    const bool isOutputStandard = IsStandard(options.output);
+    std::string bytes = isInputStandard ? ReadInput("-") : "";
+    {
+        const Platform::InterruptFlag interrupt;
+        const auto folder = isInputStandard || isOutputStandard ? TemporaryFolder() : nullptr;
+        const auto inFolder = [&](const char* name) { return Platform::Utf8FromPath(folder->Path() / name); };
+        const std::string in = isInputStandard ? inFolder("in") : options.input;
+        const std::string result = isOutputStandard ? inFolder("out") : options.output;
+        if (isInputStandard) {
+            WriteFile(in, bytes);
+        }
+        RunWithProgress(cipher, in, result, key, interrupt, err);
+        bytes = isOutputStandard ? ReadInput(result) : "";
     }
+    out << bytes;
 }
 
-void Decrypt(const CipherOptions& options, std::ostream& out, std::ostream& err) {
-    const std::vector<uint8_t> key = CheckedKey(options);
-    const CipherFiles files(options);
-    WithProgress(err, [&](const auto& progress) { orvane::DecryptFile(files.in, files.out, key, progress); });
-    files.PrintResult(out);
+uint64_t SizeOf(const std::string& path) {
+    std::error_code unknown;
+    const auto bytes = std::filesystem::file_size(Platform::PathFromUtf8(path), unknown);
+    return unknown ? 0 : bytes;
+}
+
+void Encrypt(const CipherOptions& options, std::ostream& out, std::ostream& err) {
+    uint64_t padding = 0;
+    const auto encrypt = [&](const auto& in, const auto& result, const auto& key, const auto& progress) {
+        const uint64_t before = SizeOf(in);  // `result` may be the same file
+        try {
+            orvane::EncryptFile(in, result, key, options.pad, progress);
+        } catch (const orvane::Error& error) {
+            const uint64_t rest = before % kPieceBytes;
+            if (error.GetReason() == orvane::Reason::Refused && rest > 0 && rest < kWholePiece) {
+                throw Failure(error.what(), {"Give --pad."});
+            }
+            throw;
+        }
+        padding = std::max(SizeOf(result), before) - before;
+    };
+    Run(encrypt, options, out, err);
+    if (padding > 0) {
+        err << "appended " << padding << " bytes, which readers of models ignore\n";
+    }
 }
 
 std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
@@ -145,7 +124,7 @@ Command DecryptCommand() {
     const auto options = std::make_shared<CipherOptions>();
     return {"decrypt", "Decrypt a file that orvane encrypt has written",
             "orvane decrypt --key-file key.txt secret.onnx model.onnx", ArgumentsForCipher(*options),
-            [options](std::ostream& out, std::ostream& err) { Decrypt(*options, out, err); }};
+            [options](std::ostream& out, std::ostream& err) { Run(orvane::DecryptFile, *options, out, err); }};
 }
 
 }  // namespace Orvane::Cli

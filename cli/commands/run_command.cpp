@@ -5,6 +5,7 @@
 #include "cli/model/inference.h"
 #include "cli/model/load_model.h"
 #include "cli/model/model_options.h"
+#include "cli/model/shapes.h"
 #include "cli/report/run_report.h"
 
 #include <algorithm>

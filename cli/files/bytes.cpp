@@ -5,7 +5,9 @@
 #include "platform/whole_file.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 namespace Orvane::Cli {
 
@@ -44,6 +46,16 @@ void WriteFile(const std::string& path, std::string_view bytes) {
     file.Write(bytes.data(), bytes.size());
     file.Close();
     file.Commit();
+}
+
+std::unique_ptr<Platform::PrivateFolder> TemporaryFolder() {
+    std::error_code error;
+    const std::filesystem::path place = std::filesystem::temp_directory_path(error);
+    if (error) {
+        throw Failure("there is no folder for temporary files",
+                      {"Set the environment variable TMPDIR, on Windows TMP, to a folder that exists."});
+    }
+    return std::make_unique<Platform::PrivateFolder>(place / "orvane");
 }
 
 }  // namespace Orvane::Cli

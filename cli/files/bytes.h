@@ -1,13 +1,16 @@
 #pragma once
 
+#include "platform/private_folder.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// Whole files and the standard input, and numbers in their bytes.
+// Whole files and the standard streams, temporary files, and numbers in the bytes of files.
 namespace Orvane::Cli {
 
 // Whether the path is "-": the standard input, or the standard output.
@@ -27,6 +30,10 @@ std::string ReadAll(std::istream& stream, const std::string& name, std::size_t m
 
 // Writes a file that appears whole or not at all. Throws `Platform::FileError`.
 void WriteFile(const std::string& path, std::string_view bytes);
+
+// Makes a temporary folder that only this user can use. Throws `Failure` or `Platform::FileError`. Make an
+// `InterruptFlag` first, so that Ctrl-C leaves no folder, and do not wait for other programs while the folder exists.
+std::unique_ptr<Platform::PrivateFolder> TemporaryFolder();
 
 // Returns an unsigned number of up to four bytes. Missing bytes count as 0.
 inline uint32_t NumberAt(std::string_view bytes, std::size_t offset, std::size_t size, bool isLittleEndian = true) {

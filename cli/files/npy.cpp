@@ -16,6 +16,7 @@ namespace {
 using namespace std::string_literals;
 
 constexpr std::string_view kMagic = "\x93NUMPY";
+constexpr const char* kMalformed = "its header is malformed";
 constexpr std::size_t kAlignment = 64;
 constexpr std::size_t kMaxHeaderBytes = 1 << 20;  // far more than any real header; a longer header is refused
 
@@ -57,12 +58,18 @@ std::string ReadBytes(std::istream& file, std::size_t size) {
 }
 
 // Converts the header, a Python dictionary, to JSON: other quotes, brackets and words, and no comma at the end of a
-// list. As a result, this reader accepts some headers that Python refuses, such as those with the shape (3) or [3].
+// list. Refuses a list in brackets and a single number in parentheses, which are not tuples.
 std::string JsonOf(std::string_view header) {
     std::string json;
     for (const char letter : header) {
+        if (letter == '[' || letter == '\0') {
+            Refuse(kMalformed);
+        }
         if (letter == ')' || letter == '}') {
             json.erase(json.find_last_not_of(" \n") + 1);
+            if (letter == ')' && json.find_last_of("[,") == json.find_last_of('[') && !json.ends_with('[')) {
+                Refuse(kMalformed);
+            }
             if (json.ends_with(',')) {
                 json.pop_back();
             }
@@ -82,7 +89,7 @@ std::vector<int64_t> ShapeOf(const nlohmann::json& list) {
     for (const nlohmann::json& dimension : list) {
         const bool isValid = dimension.is_number_unsigned() && dimension.get<uint64_t>() <= INT64_MAX;
         if (!isValid) {
-            Refuse("its header is malformed");
+            Refuse(kMalformed);
         }
         shape.push_back(dimension.get<int64_t>());
     }
@@ -94,7 +101,7 @@ NpyArray ParseHeader(std::string_view header) {
     constexpr bool kThrows = false;
     const nlohmann::json entries = nlohmann::json::parse(JsonOf(header), nullptr, kThrows);
     if (!entries.is_object()) {
-        Refuse("its header is malformed");
+        Refuse(kMalformed);
     }
     if (entries.size() != 3 || !entries.contains("descr") || !entries.contains("fortran_order") ||
         !entries.contains("shape")) {
@@ -102,11 +109,12 @@ NpyArray ParseHeader(std::string_view header) {
     }
     const nlohmann::json& description = entries["descr"];
     if (!description.is_string() || !entries["fortran_order"].is_boolean() || !entries["shape"].is_array()) {
-        Refuse("its header is malformed");
+        Refuse(kMalformed);
     }
     const std::optional<orvane::ElementType> elementType = ElementTypeOf(description.get<std::string>());
     if (!elementType) {
-        Refuse("its element type is '" + description.get<std::string>() + "', which no tensor has");
+        Refuse("its element type is '" + description.get<std::string>() + "', which no tensor has" +
+               (description.get<std::string>().starts_with('>') ? ": convert it to little-endian" : ""));
     }
     return {*elementType, ShapeOf(entries["shape"]), entries["fortran_order"].get<bool>()};
 }

@@ -25,7 +25,4 @@ std::vector<std::string> AcceptedNames(const std::vector<orvane::Device>& device
 // Returns the name of a device as OpenVINO lists it, and ignores case; an empty text for no value.
 std::string DeviceName(const std::optional<std::string>& given);
 
-// Returns what to do about a failure of the system, during the load or later.
-std::vector<std::string> SystemHints(const orvane::Error& error);
-
 }  // namespace Orvane::Cli

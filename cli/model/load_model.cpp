@@ -3,6 +3,7 @@
 #include "cli/failure.h"
 #include "cli/files/bytes.h"
 #include "cli/model/load_hints.h"
+#include "cli/model/shapes.h"
 #include "cli/printable.h"
 #include "cli/report/load_progress.h"
 #include "platform/interrupt.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -21,6 +23,20 @@ namespace {
 
 std::chrono::milliseconds Milliseconds(const std::optional<double>& seconds) {
     return std::chrono::milliseconds(static_cast<int64_t>(seconds.value_or(0) * 1000));
+}
+
+// Returns the SDK's options for the load.
+orvane::Options OptionsFor(const ModelOptions& options) {
+    orvane::Options made;
+    made.modelPath = options.model.value_or("");
+    made.device = DeviceName(options.device);
+    made.cachePath = options.cache.value_or("");
+    made.makeCache = options.makeCache;
+    made.hostProgram = options.HostProgram();
+    made.key = ReadKey(options.key);
+    made.timeLimit = Milliseconds(options.timeout);
+    made.loadTimeLimit = Milliseconds(options.loadTimeout);
+    return made;
 }
 
 // `interrupt` is null if Ctrl-C ends the process.
@@ -41,43 +57,8 @@ orvane::Model Load(const ModelOptions& options, orvane::Options given, std::ostr
     }
 }
 
-// The SDK runs a model even if it cannot write the cache; this throws.
-orvane::Model LoadAndMakeCache(const ModelOptions& options, const orvane::Options& given, std::ostream& err) {
-    Platform::FinalPlace(*options.cache);  // throws if there can be no such file
-    const Platform::InterruptFlag interrupt;
-    orvane::Model model = Load(options, given, err, &interrupt);
-    if (Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
-        throw Failure("the cache file " + *options.cache + " could not be written",
-                      {"Check that its folder exists, that you may write to it, and that the disk is not full."});
-    }
-    return model;
-}
-
-std::unique_ptr<Platform::PrivateFolder> TemporaryFolder() {
-    return std::make_unique<Platform::PrivateFolder>(std::filesystem::temp_directory_path() / "orvane");
-}
-
-LoadedModel LoadWithShapes(const ModelOptions& options, std::ostream& err) {
-    const Platform::InterruptFlag interrupt;
-    auto files = TemporaryFolder();
-    ModelOptions reshaped = options;
-    reshaped.model = Platform::Utf8FromPath(files->Path() / "model.xml");
-    Reshape(options, ParseShapes(options.shapes), *reshaped.model, err);
-    if (interrupt.IsSet()) {
-        throw Failure("interrupted before the model was loaded");
-    }
-    orvane::Model model = Load(options, OptionsFor(reshaped), err, &interrupt);
-    files->Remove();
-    return {std::move(files), std::move(model)};
-}
-
-// If the model comes from the standard input, writes it to a file in a new folder, and names that file in `options`.
-// The name's ending fits the model's format.
-std::unique_ptr<Platform::PrivateFolder> KeepStandardInput(ModelOptions& options) {
-    if (!options.model || !IsStandard(*options.model)) {
-        return nullptr;
-    }
-    const std::string bytes = ReadInput("-");
+std::string ReadStandardModel() {
+    std::string bytes = ReadInput("-");
     if (bytes.empty()) {
         throw Failure("the standard input is empty",
                       {"Redirect a model file to it, as in orvane info - < model.onnx."});
@@ -86,11 +67,40 @@ std::unique_ptr<Platform::PrivateFolder> KeepStandardInput(ModelOptions& options
         throw Failure("the standard input holds an .xml, whose weights are in another file",
                       {"Give a model that is one file, such as .onnx or .tflite."});
     }
-    auto folder = TemporaryFolder();
+    return bytes;
+}
+
+// Writes a model from the standard input to a file whose ending fits its format. Returns the path.
+std::string WriteModel(const std::string& bytes, const Platform::PrivateFolder& folder) {
     const bool isTflite = bytes.size() > 8 && bytes.compare(4, 4, "TFL3") == 0;
-    options.model = Platform::Utf8FromPath(folder->Path() / (isTflite ? "model.tflite" : "model.onnx"));
-    WriteFile(*options.model, bytes);
-    return folder;
+    std::string path = Platform::Utf8FromPath(folder.Path() / (isTflite ? "model.tflite" : "model.onnx"));
+    WriteFile(path, bytes);
+    return path;
+}
+
+// As `Reshape`, for a model in a file. `interrupt` is null if Ctrl-C ends the process.
+void ReshapeTo(const std::string& out, const ModelOptions& options, std::ostream& err,
+               const Platform::InterruptFlag* interrupt) {
+    const std::vector<ShapeArgument> shapes = ParseShapes(options.shapes);
+    RefuseFolder(options);
+    const LoadProgress progress(*options.model, err);
+    orvane::InputShapes resolved;
+    try {
+        resolved = ResolveShapes(shapes, orvane::DescribeFile(*options.model).inputs);
+    } catch (const orvane::Error& error) {
+        throw Failure(error.what(), LoadHints(options, error));
+    }
+    if (interrupt != nullptr && interrupt->IsSet()) {
+        throw Failure("interrupted; nothing was written");
+    }
+    try {
+        orvane::ReshapeFile(*options.model, resolved, out);
+    } catch (const orvane::Error& error) {
+        if (error.GetReason() != orvane::Reason::Runtime) {
+            throw;
+        }
+        throw Failure(error.what(), {"The model does not take these shapes: give others with --shape."});
+    }
 }
 
 bool HasCache(const ModelOptions& options) {
@@ -109,11 +119,23 @@ bool HasSameTensors(const std::vector<orvane::Tensor>& left, const std::vector<o
     });
 }
 
-// Reads the plain model file in this process: do not call this for a model in a host process.
-void RefuseOtherModelsCache(const ModelOptions& options, const orvane::Model& loaded) {
+// Refuses the cache of another model. Reads the plain model file in this process, so it does nothing for a model in a
+// host process.
+void CheckCacheFits(const ModelOptions& options, const orvane::Model& loaded) {
+    if (!HasCache(options) || !options.model || options.IsEncrypted() || options.HostProgram()) {
+        return;
+    }
     const orvane::FileTensors file = orvane::DescribeFile(*options.model);
     if (!HasSameTensors(file.inputs, loaded.Inputs()) || !HasSameTensors(file.outputs, loaded.Outputs())) {
         RefuseCache(options, "its inputs or outputs are not those of MODEL");
+    }
+}
+
+// The SDK runs a model even if it cannot write the cache.
+void CheckCacheWasMade(const ModelOptions& options) {
+    if (Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
+        throw Failure("the cache file " + *options.cache + " could not be written",
+                      {"Check that its folder exists, that you may write to it, and that the disk is not full."});
     }
 }
 
@@ -130,66 +152,56 @@ void RefuseOlderCache(const ModelOptions& options) {
     }
 }
 
-LoadedModel LoadFromFile(const ModelOptions& options, std::ostream& err) {
-    RefuseFolder(options);
-    if (!options.shapes.empty()) {
-        return LoadWithShapes(options, err);
-    }
-    const orvane::Options given = OptionsFor(options);
-    if (options.makeCache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache))) {
-        return {nullptr, LoadAndMakeCache(options, given, err)};
-    }
-    LoadedModel loaded{nullptr, Load(options, given, err, nullptr)};
-    if (HasCache(options) && options.model && !options.IsEncrypted() && !options.HostProgram()) {
-        RefuseOtherModelsCache(options, loaded.model);
-    }
-    return loaded;
-}
-
 }  // namespace
 
-orvane::Options OptionsFor(const ModelOptions& options) {
-    orvane::Options made;
-    made.modelPath = options.model.value_or("");
-    made.device = DeviceName(options.device);
-    made.cachePath = options.cache.value_or("");
-    made.makeCache = options.makeCache;
-    made.hostProgram = options.HostProgram();
-    made.key = ReadKey(options.key);
-    made.timeLimit = Milliseconds(options.timeout);
-    made.loadTimeLimit = Milliseconds(options.loadTimeout);
-    return made;
-}
-
-void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
-             std::ostream& err) {
+void Reshape(const ModelOptions& options, const std::string& out, std::ostream& err) {
+    if (!IsStandard(*options.model)) {
+        ReshapeTo(out, options, err, nullptr);
+        return;
+    }
+    const std::string bytes = ReadStandardModel();
+    const Platform::InterruptFlag interrupt;
+    const auto folder = TemporaryFolder();
     ModelOptions kept = options;
-    const auto folder = KeepStandardInput(kept);
-    RefuseFolder(kept);
-    const LoadProgress progress(*kept.model, err);
-    orvane::InputShapes resolved;
-    try {
-        resolved = ResolveShapes(shapes, orvane::DescribeFile(*kept.model).inputs);
-    } catch (const orvane::Error& error) {
-        throw Failure(error.what(), LoadHints(kept, error));
-    }
-    try {
-        orvane::ReshapeFile(*kept.model, resolved, out);
-    } catch (const orvane::Error& error) {
-        if (error.GetReason() != orvane::Reason::Runtime) {
-            throw;
-        }
-        throw Failure(error.what(), {"The model does not take these shapes: give others with --shape."});
-    }
+    kept.model = WriteModel(bytes, *folder);
+    ReshapeTo(out, kept, err, &interrupt);
 }
 
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
     CheckUsage(options);
     RefuseOlderCache(options);
-    ModelOptions kept = options;
-    auto folder = KeepStandardInput(kept);
-    LoadedModel loaded = LoadFromFile(kept, err);
-    return {folder ? std::move(folder) : std::move(loaded.files), std::move(loaded.model)};
+    const bool makesCache = options.makeCache && Platform::IsMissing(Platform::PathFromUtf8(*options.cache));
+    if (makesCache) {
+        Platform::FinalPlace(*options.cache);  // throws if there can be no such file
+    }
+    orvane::Options given = OptionsFor(options);
+    ModelOptions used = options;
+    const bool isStandard = options.model && IsStandard(*options.model);
+    const std::string bytes = isStandard ? ReadStandardModel() : "";
+
+    const bool hasFiles = isStandard || !options.shapes.empty();
+    std::optional<Platform::InterruptFlag> interrupt;
+    if (hasFiles || makesCache) {
+        interrupt.emplace();  // Ctrl-C must leave no temporary file, and no part of a cache
+    }
+    std::unique_ptr<Platform::PrivateFolder> folder = hasFiles ? TemporaryFolder() : nullptr;
+    if (isStandard) {
+        used.model = given.modelPath = WriteModel(bytes, *folder);
+    }
+    if (options.shapes.empty()) {
+        RefuseFolder(used);
+    } else {
+        given.modelPath = Platform::Utf8FromPath(folder->Path() / "fixed.xml");
+        ReshapeTo(given.modelPath, used, err, &*interrupt);
+    }
+    orvane::Model model = Load(used, given, err, interrupt ? &*interrupt : nullptr);
+    if (options.cache) {
+        makesCache ? CheckCacheWasMade(used) : CheckCacheFits(used, model);
+    }
+    if (folder) {
+        folder->Remove();
+    }
+    return {std::move(folder), std::move(model)};
 }
 
 LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) : stream(err) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "cli/model/model_options.h"
-#include "cli/model/shapes.h"
 #include "platform/private_folder.h"
 
 #include <orvane/orvane.hpp>
@@ -14,22 +13,19 @@
 
 namespace Orvane::Cli {
 
-// A loaded model, and its temporary files, which are removed after the model.
+// A loaded model, and a folder for those of its temporary files that the system cannot remove before the model.
 struct LoadedModel {
     std::unique_ptr<Platform::PrivateFolder> files;
     orvane::Model model;
 };
 
 // Throws `WrongUsage` for options that cannot be combined, and `Failure` with the SDK's message and with hints if the
-// model does not load. On a terminal `err` shows the step of a long load. Ctrl-C cancels a load with temporary files.
+// model does not load. On a terminal `err` shows the step of a long load. Ctrl-C cancels a load with
+// temporary files.
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err);
 
-// Returns the SDK's options for the load.
-orvane::Options OptionsFor(const ModelOptions& options);
-
-// Writes the model with these shapes to `out`, an .xml, and its .bin. Throws as `LoadModel`.
-void Reshape(const ModelOptions& options, const std::vector<ShapeArgument>& shapes, const std::string& out,
-             std::ostream& err);
+// Writes the model with the shapes of the options to `out`, an .xml, and its .bin. Throws as `LoadModel`.
+void Reshape(const ModelOptions& options, const std::string& out, std::ostream& err);
 
 // While it lives, writes the SDK's log lines of level `minimum` and above to `err`. Without a level it writes no lines.
 // Only one object may exist at a time.

@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -40,13 +41,16 @@ class SpecialFiles : public testing::Test {
     std::string model = Testing::AddModel({1, 2}).WriteTo(folder, "m");
 };
 
-TEST(SystemHints, NameSharedMemoryThatIsFull) {
-    const auto hints = [](int system) {
-        return SystemHints({orvane::Reason::System, "CreateFileMapping error", system});
+TEST(LoadHints, NameSharedMemoryThatIsFull) {
+    const auto hints = [](std::optional<std::string> host, int system) {
+        ModelOptions options;
+        options.host = std::move(host);
+        return LoadHints(options, {orvane::Reason::System, "CreateFileMapping error", system});
     };
-    ASSERT_EQ(hints(ENOSPC).size(), 1U);
-    EXPECT_NE(hints(ENOSPC)[0].find("/dev/shm"), std::string::npos);
-    EXPECT_TRUE(hints(EACCES).empty());
+    ASSERT_EQ(hints("host", ENOSPC).size(), 1U);
+    EXPECT_NE(hints("host", ENOSPC)[0].find("/dev/shm"), std::string::npos);
+    EXPECT_TRUE(hints("host", EACCES).empty());
+    EXPECT_TRUE(hints(std::nullopt, ENOSPC).empty()) << "another disk is full";
 }
 
 TEST_F(SpecialFiles, AreRefused) {
