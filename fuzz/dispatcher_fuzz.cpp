@@ -156,14 +156,18 @@ std::optional<Check> CheckOf(MessageBuffer& request, std::unique_ptr<Interpreter
 // as for a value of another type. Both end the host.
 class Session {
  public:
-    Session() { host.channel.message.Attach(section.get(), kSection, MessageBuffer::Reads::Bounded); }
+    Session() {
+        host.channel.message.Attach(section.get(), kSection);
+        host.channel.message.LimitReads(kSection);
+    }
 
     // Returns false if the host has ended.
     bool Send(const std::string& request) {
         std::copy(request.begin(), request.end(), section.get());
         std::vector<uint8_t> sent(section.get(), section.get() + kSection + 1);
         MessageBuffer message;
-        message.Attach(sent.data(), kSection, MessageBuffer::Reads::Bounded);
+        message.Attach(sent.data(), kSection);
+        message.LimitReads(kSection);
         std::optional<Check> check;
         bool throws = false;
         try {

@@ -12,11 +12,11 @@ namespace Orvane {
 
 static_assert(std::endian::native == std::endian::little, "values are copied as they lie in memory");
 
-void MessageBuffer::Attach(uint8_t* memory, uint32_t size, Reads reading) {
+void MessageBuffer::Attach(uint8_t* memory, uint32_t size) {
     base = memory;
     capacity = size;
     cursor = 0;
-    reads = reading;
+    readLimit = UINT64_MAX;
 }
 
 void MessageBuffer::WriteUInt32(uint32_t value) {
@@ -100,7 +100,7 @@ uint8_t* MessageBuffer::Read(uint32_t size) {
     if (base == nullptr) {
         Platform::FailFast();
     }
-    if (reads == Reads::Bounded && (cursor > capacity || size > Room())) {
+    if (uint64_t{cursor} + size > readLimit) {
         throw OverrunError();
     }
     return ReserveBytes(size);

@@ -21,10 +21,6 @@ namespace Orvane {
 // The host process does not catch it, so a wrong request ends it. A write that does not fit ends the process.
 class MessageBuffer {
  public:
-    // What a read does if a length exceeds the buffer. A host process trusts its client, and then reads beyond the
-    // section. A client does not trust its host process, and throws `OverrunError`.
-    enum class Reads { Trusting, Bounded };
-
     class OverrunError : public std::exception {};
 
     // A byte run inside the buffer.
@@ -33,8 +29,12 @@ class MessageBuffer {
         uint32_t size;
     };
 
-    // Makes the buffer use `size` bytes of `memory`, which the caller owns. Null detaches the buffer.
-    void Attach(uint8_t* memory, uint32_t size, Reads reading = Reads::Trusting);
+    // Makes the buffer use `size` bytes of `memory`, which the caller owns. Null detaches the buffer. Reads have no
+    // limit: if a length in a message exceeds the buffer, they read beyond it.
+    void Attach(uint8_t* memory, uint32_t size);
+
+    // From now on a read beyond the first `size` bytes throws `OverrunError`.
+    void LimitReads(uint32_t size) { readLimit = size; }
     bool IsAttached() const { return base != nullptr; }
     uint32_t Capacity() const { return capacity; }
 
@@ -73,7 +73,7 @@ class MessageBuffer {
     uint8_t* base = nullptr;
     uint32_t capacity = 0;
     uint32_t cursor = 0;
-    Reads reads = Reads::Trusting;
+    uint64_t readLimit = UINT64_MAX;
 };
 
 }  // namespace Orvane

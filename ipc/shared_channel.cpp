@@ -103,7 +103,8 @@ void SharedChannel::CreateObjects(int32_t number, uint32_t size) {
     view = MapView(created, size);
     hostArguments = names.result + "|" + names.call + "|" + names.section + "|" + std::to_string(size);
     section = std::move(created);
-    message.Attach(view->Data(), size, MessageBuffer::Reads::Bounded);
+    message.Attach(view->Data(), size);
+    message.LimitReads(0);
 }
 
 void SharedChannel::Open(const std::string& arguments) {
@@ -129,7 +130,12 @@ void SharedChannel::Open(const std::string& arguments) {
 bool SharedChannel::EnsureMemory(uint32_t dataSize) {
     // Enough for everything in a message but the data: numbers, a name, a shape, the text of a status.
     constexpr uint64_t kBesideData = 65'536;
-    return !section || section.Commit(std::min<uint64_t>(dataSize + kBesideData, message.Capacity()));
+    const auto size = static_cast<uint32_t>(std::min<uint64_t>(dataSize + kBesideData, message.Capacity()));
+    if (section && !section.Commit(size)) {
+        return false;
+    }
+    message.LimitReads(size);
+    return true;
 }
 
 void SharedChannel::ReleaseSection() {

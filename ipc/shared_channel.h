@@ -32,9 +32,9 @@ struct SharedChannel {
     // `SystemException`.
     void Open(const std::string& arguments);
 
-    // Client: commits memory for requests and replies with `dataSize` bytes of data, but at most the whole section. If
-    // there is not enough memory, returns false and leaves the system's last error readable. Returns true if there is
-    // no section.
+    // Client: commits memory for requests and replies with `dataSize` bytes of data, but at most the whole section. A
+    // read beyond this memory throws `OverrunError`. If there is not enough memory, returns false and leaves the
+    // system's last error readable. Returns true if there is no section.
     bool EnsureMemory(uint32_t dataSize);
 
     // Unmaps and closes the section. The events deliberately stay open: the next `Create` replaces them.

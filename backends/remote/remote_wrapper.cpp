@@ -85,10 +85,24 @@ std::invoke_result_t<Read, MessageBuffer&> RemoteWrapper::Exchange(uint32_t data
     }
     write(channel.message);
     try {
-        return Transact() ? read(channel.message) : fail(NoReply::NoHost);
+        return Transact() ? ReadReply(read) : fail(NoReply::NoHost);
     } catch (const MessageBuffer::OverrunError&) {
         ReleaseFor(HostEndCauseBadReply);
         return fail(NoReply::NoHost);
+    }
+}
+
+template <typename Read>
+std::invoke_result_t<Read, MessageBuffer&> RemoteWrapper::ReadReply(Read read) {
+    try {
+        return read(channel.message);
+    } catch (const MessageBuffer::OverrunError&) {
+        // The reply is longer than expected, but it may be correct, for instance a long text.
+        if (!channel.EnsureMemory(kChannelSize)) {
+            throw;
+        }
+        channel.message.Rewind();
+        return read(channel.message);
     }
 }
 

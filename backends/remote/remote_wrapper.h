@@ -25,7 +25,8 @@ namespace Orvane {
 //
 // If the system has no memory for the data of a call, only this call fails, with "CreateFileMapping error". If a value
 // in a reply has a wrong type, the operation throws `std::runtime_error`. If a length in a reply exceeds the section,
-// the wrapper treats the host process as dead. In a forked child the wrapper has no host process.
+// or the memory that the system has for it, the wrapper treats the host process as dead. In a forked child the wrapper
+// has no host process.
 class RemoteWrapper final : public IOrvane {
  public:
     // Size of a channel in bytes: the largest tensor, and the other fields of its message.
@@ -67,12 +68,15 @@ class RemoteWrapper final : public IOrvane {
     enum class NoReply { NoMemory, NoHost };
 
     // Runs one operation under the lock. Commits memory for `dataSize` bytes of data. Then `write` writes the request,
-    // the host process answers it, and `read` returns the result from the reply. If there is no reply, `fail` returns
-    // the result.
+    // the host process answers it, and `read` returns the result from the reply. `read` may run twice. If there is no
+    // reply, `fail` returns the result.
     template <typename Write, typename Read, typename Fail>
     std::invoke_result_t<Read, MessageBuffer&> Exchange(uint32_t dataSize, Write write, Read read, Fail fail);
 
-    // Does the same for a reply that is a status. `noHost` is the message if the host process has ended.
+    template <typename Read>
+    std::invoke_result_t<Read, MessageBuffer&> ReadReply(Read read);
+
+    // The same as `Exchange` for a reply that is a status. `noHost` is the message if the host process has ended.
     template <typename Write>
     Status ExchangeForStatus(uint32_t dataSize, Write write, const char* noHost = kHostExit);
 

@@ -27,11 +27,11 @@ constexpr int64_t kNever = WaitPolicy::kNever;
 
 // The content of the shared memory.
 struct Word {
-    std::atomic<uint32_t> signalled;
-    std::atomic<uint32_t> waiters;  // may stay too high when a waiter is killed; that costs a needless wake-up
-    std::atomic<uint32_t> setter;   // the processor of the last set, plus 1
-    std::atomic<uint32_t> isBusy;   // the setter found that other threads want the processors
-    std::atomic<int64_t> setAt;     // the time of the last set, in nanoseconds
+    std::atomic<uint32_t> signalled;  // a set writes 1, but the other process may write any value
+    std::atomic<uint32_t> waiters;    // may stay too high when a waiter is killed; that costs a needless wake-up
+    std::atomic<uint32_t> setter;     // the processor of the last set, plus 1
+    std::atomic<uint32_t> isBusy;     // the setter found that other threads want the processors
+    std::atomic<int64_t> setAt;       // the time of the last set, in nanoseconds
 };
 static_assert(std::atomic<uint32_t>::is_always_lock_free && std::atomic<int64_t>::is_always_lock_free);
 
@@ -43,8 +43,7 @@ int64_t Now() {
 }
 
 bool Take(Word& word) {
-    uint32_t set = 1;
-    return word.signalled.load(std::memory_order_relaxed) == 1 && word.signalled.compare_exchange_strong(set, 0);
+    return word.signalled.load(std::memory_order_relaxed) != 0 && word.signalled.exchange(0) != 0;
 }
 
 // True if the peer last set the word on this thread's processor.

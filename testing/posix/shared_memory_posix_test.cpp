@@ -50,6 +50,8 @@ TEST_F(SharedMemoryPosix, ReportsThatSharedMemoryIsFull) {
         EXPECT_EQ(backend->GetTensorData(TensorTypeOutput, 0), nullptr);
         EXPECT_EQ(Shown(backend->SetInputData(0, data.data(), kLarge / 8)), kOk);
         EXPECT_EQ(Shown(backend->Invoke()), kOk);
+        EXPECT_EQ(Shown(backend->Init(Params("echo 4;claim 4000000"))), kOk);
+        EXPECT_EQ(Shown(backend->CopyOutputTo(0, data.data(), 4)), kHostExit) << "so many bytes have no memory";
         backend->Release();
 
         EXPECT_EQ(mount("tmpfs", "/proc", "tmpfs", 0, nullptr), 0)
@@ -67,6 +69,18 @@ TEST_F(SharedMemoryPosix, ReportsThatSharedMemoryIsFull) {
         GTEST_SKIP() << "this test limits shared memory, which needs the right to mount";
     }
     EXPECT_EQ(end, "exit 0");
+}
+
+// A faulty host process can write any value into an event. A wait that neither ends nor sleeps would use a processor.
+TEST_F(SharedMemoryPosix, AnyOtherValueOfAnEventIsASet) {
+    const std::string name = "Test_" + std::to_string(Platform::ModuleWord()) + "d_1";
+    Platform::Event event = Platform::Event::Create(name);
+    const int object = shm_open(("/" + name).c_str(), O_RDWR, 0);
+    const uint32_t value = 7;
+    EXPECT_EQ(pwrite(object, &value, sizeof value, 0), ssize_t{sizeof value});
+    EXPECT_TRUE(event.Wait(0, Platform::Awaited::Result));
+    EXPECT_FALSE(event.Wait(0, Platform::Awaited::Result));
+    close(object);
 }
 
 TEST_F(SharedMemoryPosix, RemovesOnlyTheNamesOfADeadClient) {
