@@ -12,12 +12,15 @@ namespace Orvane {
 
 namespace {
 
-template <typename T>
-T Answer(const T* hit, T defaultValue, bool* found) {
+// The value of a getter that accepts values of type `T` and of type `Other`. `value` is null if the key is missing.
+template <typename T, typename Other = T>
+T Answer(const OptionValue* value, T defaultValue, bool* found) {
+    const auto* exact = std::get_if<T>(value);
+    const auto* other = std::get_if<Other>(value);
     if (found != nullptr) {
-        *found = hit != nullptr;
+        *found = exact != nullptr || other != nullptr;
     }
-    return hit != nullptr ? *hit : defaultValue;
+    return exact != nullptr ? *exact : other != nullptr ? static_cast<T>(*other) : defaultValue;
 }
 
 void SetStringUnlessEmpty(OptionV2& option, const char* key, const std::string& text) {
@@ -74,44 +77,32 @@ void OptionV2Impl::SetBool(const char* key, bool value) {
 }
 
 bool OptionV2Impl::GetBool(const char* key, bool defaultValue, bool* found) const {
-    return Answer(Find<bool>(key), defaultValue, found);
+    return Answer(Find(key), defaultValue, found);
 }
 
 float OptionV2Impl::GetFloat(const char* key, float defaultValue, bool* found) const {
-    if (const auto* wide = Find<double>(key); wide != nullptr) {
-        const auto narrow = static_cast<float>(*wide);
-        return Answer(&narrow, defaultValue, found);
-    }
-    return Answer(Find<float>(key), defaultValue, found);
+    return Answer<float, double>(Find(key), defaultValue, found);
 }
 
 double OptionV2Impl::GetDouble(const char* key, double defaultValue, bool* found) const {
-    if (const auto* narrow = Find<float>(key); narrow != nullptr) {
-        const double wide = *narrow;
-        return Answer(&wide, defaultValue, found);
-    }
-    return Answer(Find<double>(key), defaultValue, found);
+    return Answer<double, float>(Find(key), defaultValue, found);
 }
 
 int32_t OptionV2Impl::GetInt(const char* key, int32_t defaultValue, bool* found) const {
-    return Answer(Find<int32_t>(key), defaultValue, found);
+    return Answer(Find(key), defaultValue, found);
 }
 
 int64_t OptionV2Impl::GetInt64(const char* key, int64_t defaultValue, bool* found) const {
-    if (const auto* narrow = Find<int32_t>(key); narrow != nullptr) {
-        const int64_t wide = *narrow;
-        return Answer(&wide, defaultValue, found);
-    }
-    return Answer(Find<int64_t>(key), defaultValue, found);
+    return Answer<int64_t, int32_t>(Find(key), defaultValue, found);
 }
 
 const char* OptionV2Impl::GetString(const char* key) const {
-    const auto* text = Find<std::string>(key);
+    const auto* text = std::get_if<std::string>(Find(key));
     return text != nullptr ? text->c_str() : "";
 }
 
 const void* OptionV2Impl::GetBuffer(const char* key, uint32_t& size) const {
-    const auto* buffer = Find<OptionBuffer>(key);
+    const auto* buffer = std::get_if<OptionBuffer>(Find(key));
     size = buffer != nullptr ? buffer->size : 0;
     return buffer != nullptr ? buffer->data : nullptr;
 }
@@ -176,10 +167,9 @@ bool OptionV2Impl::Deserialize(const void* data, uint64_t size) {
     return ReadFlatForm(data, size, values);
 }
 
-template <typename T>
-const T* OptionV2Impl::Find(const char* key) const {
+const OptionValue* OptionV2Impl::Find(const char* key) const {
     const auto entry = values.find(std::string_view(key));
-    return entry != values.end() ? std::get_if<T>(&entry->second) : nullptr;
+    return entry != values.end() ? &entry->second : nullptr;
 }
 
 }  // namespace Orvane

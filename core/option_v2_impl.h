@@ -35,8 +35,9 @@ class OptionV2Impl final : public OptionV2 {
  private:
     ~OptionV2Impl() = default;
 
-    template <typename T>
-    const T* Find(const char* key) const;
+    // Null if the key is missing.
+    const OptionValue* Find(const char* key) const;
+
     OptionValues values;
 
     // The old bytes of replaced buffers. The set deliberately keeps them as long as it lives, because a caller of

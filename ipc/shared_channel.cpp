@@ -39,28 +39,17 @@ int32_t NextChannelNumber() {
 
 std::atomic<bool> skipsTakenNames{false};
 
-Platform::Event CreateEvent(const std::string& name, const char* failure) {
-    Platform::Event event = Platform::Event::Create(name);
-    if (!event) {
+// Throws `SystemException` with the last error if `made` is empty.
+template <typename Object>
+Object Require(Object made, const char* failure) {
+    if (!made) {
         ThrowSystemError(failure);
     }
-    return event;
-}
-
-Platform::Event OpenEvent(const std::string& name, const char* failure) {
-    Platform::Event event = Platform::Event::Open(name);
-    if (!event) {
-        ThrowSystemError(failure);
-    }
-    return event;
+    return made;
 }
 
 std::shared_ptr<Platform::View> MapView(const Platform::Section& section, uint64_t size) {
-    Platform::View view = section.Map(size);
-    if (!view) {
-        ThrowSystemError("MapViewOfFile error");
-    }
-    return std::make_shared<Platform::View>(std::move(view));
+    return std::make_shared<Platform::View>(Require(section.Map(size), "MapViewOfFile error"));
 }
 
 }  // namespace
@@ -94,12 +83,9 @@ void SharedChannel::Create(uint32_t size) {
 void SharedChannel::CreateObjects(int32_t number, uint32_t size) {
     // Reads the module word once: another thread may renew it meanwhile.
     const Names names(Platform::ModuleWord(), number);
-    resultEvent = CreateEvent(names.result, "CreateEvent result error ");
-    callEvent = CreateEvent(names.call, "CreateEvent call error");
-    Platform::Section created = Platform::Section::Create(names.section, size);
-    if (!created) {
-        ThrowSystemError(kSectionError);
-    }
+    resultEvent = Require(Platform::Event::Create(names.result), "CreateEvent result error ");
+    callEvent = Require(Platform::Event::Create(names.call), "CreateEvent call error");
+    Platform::Section created = Require(Platform::Section::Create(names.section, size), kSectionError);
     view = MapView(created, size);
     hostArguments = names.result + "|" + names.call + "|" + names.section + "|" + std::to_string(size);
     section = std::move(created);
@@ -115,12 +101,9 @@ void SharedChannel::Open(const std::string& arguments) {
     }
     const auto& [resultName, callName, sectionName, sizeText] = tokens;
 
-    resultEvent = OpenEvent(resultName, "OpenEvent result error");
-    callEvent = OpenEvent(callName, "OpenEvent call error");
-    const Platform::Section opened = Platform::Section::Open(sectionName);
-    if (!opened) {
-        ThrowSystemError("OpenFileMapping error");
-    }
+    resultEvent = Require(Platform::Event::Open(resultName), "OpenEvent result error");
+    callEvent = Require(Platform::Event::Open(callName), "OpenEvent call error");
+    const auto opened = Require(Platform::Section::Open(sectionName), "OpenFileMapping error");
     // Without digits the size is 0: `MapView` then maps the whole section, and the first write finds no room.
     const long long size = std::strtoll(sizeText.c_str(), nullptr, 10);
     view = MapView(opened, static_cast<uint64_t>(size));

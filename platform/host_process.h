@@ -51,7 +51,7 @@ class HostProcess {
 
     // Kills the process and releases the handle. On Linux the process is then gone. A process that cannot be killed
     // runs on.
-    void Close();
+    void Close() { state.Close(); }
 
  private:
     struct State;

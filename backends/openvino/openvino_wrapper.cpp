@@ -245,7 +245,7 @@ Status OpenvinoWrapper::PrepareRequest() {
         inferRequest = compiledModel.create_infer_request();
         inputBuffers.clear();
         inputBuffers.reserve(inputInfos.size());
-        const std::vector<ov::Output<const ov::Node>> ports = compiledModel.inputs();
+        const std::vector<ov::Output<const ov::Node>>& ports = compiledModel.inputs();
         for (size_t i = 0; i < inputInfos.size(); ++i) {
             if (inputInfos[i].shape.empty()) {
                 return MakeErrorStatus("Tensor is Dynamic Shapes");

@@ -232,10 +232,6 @@ bool HostProcess::Terminate() {
     return !state || state.Get()->Terminate();
 }
 
-void HostProcess::Close() {
-    state.Close();
-}
-
 std::string Describe(const ProcessEnd& end) {
     const std::string value = std::to_string(end.value);
     if (end.kind == ProcessEnd::Kind::ExitValue) {

@@ -13,8 +13,8 @@ namespace Orvane::Platform {
 static_assert(TOKEN_ALL_ACCESS == 0x000F01FF);
 
 struct HostProcess::State {
-    Handle job;
     Handle process;
+    Handle job;  // destroyed first: this ends the host process
 };
 
 namespace {
@@ -68,7 +68,7 @@ std::optional<LaunchStep> HostProcess::Launch(const std::string& program, const 
         return LaunchStep::AssignToJob;
     }
     ResumeThread(created.hThread);
-    state = Owned(new State{std::move(job), Handle(created.hProcess)});
+    state = Owned(new State{Handle(created.hProcess), std::move(job)});
     CloseHandle(created.hThread);
     CloseHandle(token);
     return std::nullopt;
@@ -90,11 +90,6 @@ bool HostProcess::Terminate() {
         state.Get()->job.Close();  // this ends the host process
     }
     return true;
-}
-
-void HostProcess::Close() {
-    Terminate();
-    state.Close();
 }
 
 std::string Describe(const ProcessEnd& end) {

@@ -279,14 +279,19 @@ void InferRequest::infer() {
     Check(ov_infer_request_infer(handle.get()));
 }
 
-std::vector<Output<const Node>> CompiledModel::inputs() const {
+CompiledModel::CompiledModel(std::shared_ptr<ov_compiled_model> model)
+    : handle(std::move(model)),
+      inputPorts(PortsOf(handle.get(), ov_compiled_model_inputs_size, ov_compiled_model_input_by_index)),
+      outputPorts(PortsOf(handle.get(), ov_compiled_model_outputs_size, ov_compiled_model_output_by_index)) {}
+
+const std::vector<Output<const Node>>& CompiledModel::inputs() const {
     RequireInitialized(handle, "CompiledModel");
-    return PortsOf(handle.get(), ov_compiled_model_inputs_size, ov_compiled_model_input_by_index);
+    return inputPorts;
 }
 
-std::vector<Output<const Node>> CompiledModel::outputs() const {
+const std::vector<Output<const Node>>& CompiledModel::outputs() const {
     RequireInitialized(handle, "CompiledModel");
-    return PortsOf(handle.get(), ov_compiled_model_outputs_size, ov_compiled_model_output_by_index);
+    return outputPorts;
 }
 
 InferRequest CompiledModel::create_infer_request() {

@@ -163,8 +163,8 @@ class CompiledModel {
  public:
     CompiledModel() = default;
 
-    std::vector<Output<const Node>> inputs() const;
-    std::vector<Output<const Node>> outputs() const;
+    const std::vector<Output<const Node>>& inputs() const;
+    const std::vector<Output<const Node>>& outputs() const;
     InferRequest create_infer_request();
 
     // The C interface only writes to a named file. So the plain model is for a short time in a file that only the user
@@ -174,9 +174,11 @@ class CompiledModel {
 
  private:
     friend class Core;
-    explicit CompiledModel(std::shared_ptr<ov_compiled_model> model) : handle(std::move(model)) {}
+    explicit CompiledModel(std::shared_ptr<ov_compiled_model> model);
 
     std::shared_ptr<ov_compiled_model> handle;
+    std::vector<Output<const Node>> inputPorts;  // a host process needs their number for every call
+    std::vector<Output<const Node>> outputPorts;
 };
 
 class Core {
