@@ -104,6 +104,7 @@ TEST_F(OpenvinoInterface, ReportsTheTextOfEachFailure) {
     expectFailure("Unable to read the model.", [&] { core.read_model(std::string(), noWeights); });
     expectFailure("InferRequest was not initialized.", [] { ov::InferRequest().infer(); });
     expectFailure("CompiledModel was not initialized.", [] { ov::CompiledModel().create_infer_request(); });
+    expectFailure("CompiledModel was not initialized.", [] { ov::CompiledModel().inputs(); });
     const std::string refused = FailureOf([] { ov::Tensor(ov::element::u8, {1}, static_cast<void*>(nullptr)); });
     EXPECT_NE(refused, "no failure");
     EXPECT_EQ(refused.find("Unable to read the model."), std::string::npos)
