@@ -128,10 +128,6 @@ bool HostProcess::Terminate() {
     return true;
 }
 
-void HostProcess::Close() {
-    state.Close();
-}
-
 std::string Describe(const ProcessEnd& /*end*/) {
     return "ended";
 }

@@ -2,7 +2,6 @@
 
 #include "platform/posix/descriptor.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 

@@ -9,7 +9,7 @@ namespace Orvane {
 
 struct StreamContent {
     AlignedBuffer bytes;
-    uint64_t size;  // can be less than `bytes.Size()`
+    uint64_t size;  // less than `bytes.Size()` if the stream did not know its size, or a read failed
 };
 
 // Reads the stream from its position to its end, or until a read fails. If the stream knows its size, the memory has
