@@ -20,7 +20,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <future>

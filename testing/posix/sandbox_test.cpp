@@ -27,7 +27,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <future>

@@ -8,7 +8,6 @@
 #include <tlhelp32.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cwchar>
 #include <stdexcept>
 
