@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import concurrent.futures
-import ctypes
 from typing import Any, NamedTuple, Optional
 
 from ._arguments import PathLike, check_key, encode
@@ -23,7 +22,7 @@ def encrypt(source: PathLike, target: PathLike, key: bytes, *, pad: bool = False
         pad: Pads a file of such a length with bytes that model readers skip.
     """
     check(library.orvane_encrypt_file(encode(source, "source"), encode(target, "target"), check_key(key),
-                                      len(key), pad, None, None))
+                                      len(key), bool(pad), None, None))
 
 
 def decrypt(source: PathLike, target: PathLike, key: bytes) -> None:

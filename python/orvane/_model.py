@@ -59,7 +59,7 @@ def _describe(handle: int, side: int, index: int) -> Tensor:
 def _options(path: PathLike, host: Union[bool, PathLike], device: Optional[str], cache: Optional[PathLike],
              make_cache: bool, key: Optional[bytes], time_limit: Optional[float],
              load_time_limit: Optional[float]) -> Options:
-    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path, "path"), make_cache=make_cache,
+    options = Options(struct_size=ctypes.sizeof(Options), model_path=encode(path, "path"), make_cache=bool(make_cache),
                       progress=ASK)
     if host is not False:
         options.host_program = b"" if host is True else encode(host, "host", "True, False or a path")
@@ -204,7 +204,8 @@ class Model:
         Args:
             arrays: The inputs, in the model's order: arrays of the input's shape, or lists of numbers. The element type
                 must be the input's, or convert to it without loss. Every memory order is accepted.
-            out: Arrays for the outputs, of their types and shapes, in C order; or one array for the only output.
+            out: Arrays for the outputs, of their types and shapes, in C order, that share no memory; or one array for
+                the only output.
             by_name: The other inputs, by name.
 
         Returns:

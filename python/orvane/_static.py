@@ -1,4 +1,5 @@
-"""Models with fixed shapes, made from dynamic models with the package openvino."""
+"""Models with fixed shapes, made from dynamic models with the package openvino: the library for Windows cannot write
+models."""
 
 from __future__ import annotations
 
@@ -12,7 +13,7 @@ import tempfile
 import weakref
 from typing import Any, Mapping, Optional, Sequence, Union, cast
 
-from ._arguments import PathLike
+from ._arguments import PathLike, text_of
 from ._errors import Error, NoSuchFile, Reason
 
 # Three types, because the type of a mapping's keys is invariant.
@@ -66,16 +67,18 @@ def reshape(path: PathLike, shapes: Shapes, out: PathLike) -> None:
 
     Raises:
         ValueError: A shape does not fit, or a dynamic input has no shape.
-        NoSuchFile: There is no such model file.
+        NoSuchFile: There is no such model file, or no folder for ``out``.
         Error: OpenVINO cannot read or change the model.
         OSError: The files cannot be written.
     """
-    target = pathlib.Path(out)
+    source, target = pathlib.Path(text_of(path, "path")), pathlib.Path(text_of(out, "out"))
     if target.suffix != ".xml":
-        raise ValueError(f"out must be the path of an .xml file, not {os.fspath(out)!r}")
+        raise ValueError(f"out must be the path of an .xml file, not {str(target)!r}")
+    if not target.parent.is_dir():
+        raise NoSuchFile(f"there is no folder {target.parent} for {target.name}: make it first")
     with tempfile.TemporaryDirectory(prefix="orvane-", dir=target.parent) as folder:
         made = pathlib.Path(folder) / target.name
-        _save(pathlib.Path(path), shapes, made)
+        _save(source, shapes, made)
         _replace_both(made, target)
 
 
@@ -111,7 +114,7 @@ def _dimensions(which: Union[str, int], shape: Sequence[int]) -> list[int]:
         dimensions = [operator.index(dimension) for dimension in shape]
     except TypeError:
         dimensions = [0]
-    if min(dimensions, default=0) < 1:
+    if not dimensions or not all(0 < dimension < 2**63 for dimension in dimensions):
         raise ValueError(f"shapes[{which!r}] must be whole numbers above 0, such as (1, 3, 320, 320), not {shape!r}")
     return dimensions
 
@@ -152,7 +155,7 @@ def _save(source: pathlib.Path, shapes: Shapes, target: pathlib.Path) -> None:
 def _input(model: Any, which: Union[str, int], shape: list[int]) -> Any:
     try:
         port = model.input(which)
-    except (RuntimeError, IndexError):
+    except (RuntimeError, IndexError, TypeError):
         names = [each.any_name for each in model.inputs]
         raise ValueError(f"shapes has {which!r}, but the model has the inputs {names}") from None
     if not port.partial_shape.compatible(_import_openvino().PartialShape(shape)):

@@ -33,7 +33,8 @@ def test_shapes_make_a_dynamic_model_static(tmp_path: pathlib.Path, temporary: p
     assert list(temporary.iterdir()) == []
     for wrong, text in (({"left": (4, 3)}, "'right'"), ({"up": (4, 3)}, "'up'"), ({5: (4, 3)}, "has 5, .*'left'"),
                         ({"left": (4, 5)}, r"allows \[\?,3\]"), ({"left": (0, 3)}, "above 0"),
-                        ({"left": "43"}, "above 0"), ({"left": 43}, "above 0"), ([(4, 3)], "must be a dict"),
+                        ({"left": "43"}, "above 0"), ({"left": 43}, "above 0"), ({"left": (2**63, 3)}, "above 0"),
+                        ([(4, 3)], "must be a dict"), ({1.5: (4, 3)}, "has 1.5, .*'left'"),
                         ({"left": (4, 3), 0: (5, 3), 1: (4, 3)}, "two shapes for the same input")):
         with pytest.raises((ValueError, TypeError), match=text):
             orvane.Model(path, host=host, shapes=wrong)  # type: ignore[arg-type]
@@ -127,8 +128,10 @@ def test_describe_and_reshape_read_model_files(tmp_path: pathlib.Path, temporary
         orvane.reshape(path, {"left": (5, 3), 1: (5, 3)}, out)
     assert out.with_suffix(".bin").read_bytes() == before
     assert {entry.name for entry in tmp_path.iterdir()} == {"dynamic.onnx", "static.bin", "static.xml", temporary.name}
-    with pytest.raises(ValueError, match="an .xml file, not 'static.onnx'"):
-        orvane.reshape(path, {}, "static.onnx")
+    for wrong, text in (("static.onnx", "an .xml file, not 'static.onnx'"), (None, "out must be .* not None"),
+                        (tmp_path / "none" / "x.xml", "there is no folder .*none")):
+        with pytest.raises((ValueError, TypeError, FileNotFoundError), match=text):
+            orvane.reshape(path, {}, wrong)  # type: ignore[arg-type]
 
 
 def test_errors_have_a_reason_and_can_be_pickled(tmp_path: pathlib.Path) -> None:
