@@ -14,8 +14,8 @@ CASES = {
     "bash": ('source "$1"; for COMP_CWORD in 1 2; do COMP_WORDS=(orvane run --to); '
              '[ $COMP_CWORD = 1 ] && COMP_WORDS=(orvane enc); _orvane; echo "${COMPREPLY[@]}"; done', "encrypt\n--top\n"),
     "zsh": ('autoload -U compinit; compinit -D -u; source "$1"; print $_comps[orvane]', "_orvane\n"),
-    "fish": ('source $argv[1]; complete -C "orvane enc"; complete -C "orvane run --to" | string split -f 1 "\t"',
-             "encrypt\tEncrypt a model file\n--top\n"),
+    "fish": ('source $argv[1]; complete -C "orvane enc"; complete -C "orvane run --to" | string split -f 1 "\t"; '
+             'complete -C "orvane run --top "', "encrypt\tEncrypt a model file\n--top\n"),
 }
 
 

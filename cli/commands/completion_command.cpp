@@ -17,7 +17,7 @@ std::string Names(const Commands& commands) {
     return names.str();
 }
 
-// Returns the words that can follow `argument`; empty for files.
+// Returns the words that can follow `argument`; empty if the table lists none.
 std::string Words(const Argument& argument, const Commands& commands) {
     switch (argument.rules.offer) {
         case Offer::Commands:
@@ -36,7 +36,7 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-// If the table offers no words, the shell completes names of files.
+// If there are no words, Bash completes names of files.
 std::string Bash(const Commands& commands) {
     std::ostringstream script;
     script << "# Completion of orvane for bash: source <(orvane completion bash)\n"
@@ -64,7 +64,12 @@ std::string ZshQuoted(const std::string& text) {
 
 // Writes the description of an argument for zsh's function _arguments.
 void WriteZshArgument(std::ostream& script, const Argument& argument, const std::string& words) {
-    const std::string value = words.empty() ? "_files" : "(" + words + ")";
+    std::string value = " ";  // no completion
+    if (!words.empty()) {
+        value = "(" + words + ")";
+    } else if (argument.rules.offer == Offer::Files) {
+        value = "_files";
+    }
     script << " \\\n            ";
     if (!argument.IsOption()) {
         script << "'::" << argument.name << ":" << value << "'";
@@ -128,7 +133,10 @@ std::string Fish(const Commands& commands) {
             }
             script << "complete -c orvane -n '__fish_seen_subcommand_from " << command.name << "' ";
             if (argument.IsOption()) {
-                script << "-l " << argument.name.substr(2) << (argument.valueName.empty() ? "" : " -r");
+                script << "-l " << argument.name.substr(2);
+                if (!argument.valueName.empty()) {
+                    script << (argument.rules.offer == Offer::Files ? " -r" : " -x");  // -x: no files
+                }
             } else {
                 script << "-f -a " << FishQuoted(words);
             }
