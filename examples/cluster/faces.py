@@ -158,7 +158,7 @@ def main() -> int:
         parser.error("--workers is at least 1")
     try:
         run(arguments)
-    except (OSError, ValueError, RuntimeError, orvane.Error) as error:
+    except (OSError, ValueError, RuntimeError, Image.DecompressionBombError, orvane.Error) as error:
         print(f"faces: {error}", file=sys.stderr)
         return 1
     finally:

@@ -8,6 +8,7 @@ With --kill it kills a host process while it reads. It still prints the same lin
 from __future__ import annotations
 
 import argparse
+import io
 import os
 import pathlib
 import sys
@@ -142,9 +143,12 @@ def main() -> int:
     parser.add_argument("--models", metavar="FOLDER", type=pathlib.Path, default=MATERIAL,
                         help="the folder with detection.onnx, orientation.onnx and recognition.onnx; ./dev setup ocr "
                              "downloads them to .deps/ocr")
+    arguments = parser.parse_args()
+    if isinstance(sys.stdout, io.TextIOWrapper):
+        sys.stdout.reconfigure(errors="replace")  # some code pages of Windows do not have all characters of a page
     try:
-        run(parser.parse_args())
-    except (OSError, ValueError, orvane.Error) as error:
+        run(arguments)
+    except (OSError, ValueError, Image.DecompressionBombError, orvane.Error) as error:
         print(f"ocr: {error}", file=sys.stderr)
         return 1
     return 0

@@ -11,7 +11,7 @@ import sys
 
 import numpy as np
 import pytest
-from PIL import Image, ImageChops
+from PIL import Image, ImageChops, ImageDraw, ImageFont
 
 from page import Box, in_reading_order, read_off
 
@@ -21,9 +21,9 @@ MATERIAL = PROGRAM.parents[2] / ".deps" / "ocr"
 needs_models = pytest.mark.skipif(not MATERIAL.is_dir(), reason=f"{MATERIAL} is missing; ./dev setup ocr downloads it")
 
 
-def ocr(*arguments: object) -> subprocess.CompletedProcess[str]:
+def ocr(*arguments: object, encoding: str = "utf-8") -> subprocess.CompletedProcess[str]:
     return subprocess.run([sys.executable, PROGRAM, *map(str, arguments)], capture_output=True, encoding="utf-8",
-                          timeout=200, env={**os.environ, "PYTHONIOENCODING": "utf-8"})
+                          timeout=200, env={**os.environ, "PYTHONIOENCODING": encoding})
 
 
 @needs_models
@@ -54,16 +54,28 @@ def test_program_prints_the_same_lines_after_a_kill_and_upside_down(tmp_path: pa
 @needs_models
 @pytest.mark.timeout(300)
 def test_error_names_the_wrong_argument_and_leaves_no_file(tmp_path: pathlib.Path) -> None:
-    text = tmp_path / "page.txt"
+    bomb, text = tmp_path / "bomb.pgm", tmp_path / "page.txt"
+    bomb.write_text("P5 20000 20000 255\n")
     text.write_text("no picture")
     for arguments, reason in ((["--out", tmp_path / "lines"], "choose an extension"),
                               (["--out", tmp_path / "none" / "lines.png"], "there is no folder"),
                               (["--models", tmp_path], "./dev setup ocr"),
+                              ([bomb], "decompression bomb"),
                               ([text, "--out", tmp_path / "lines.png"], "cannot identify image file")):
         done = ocr(*arguments)
         assert done.returncode == 1 and done.stdout == ""
         assert done.stderr.startswith("ocr: ") and reason in done.stderr
-    assert list(tmp_path.iterdir()) == [text]
+    assert sorted(tmp_path.iterdir()) == [bomb, text]
+
+
+@needs_models
+@pytest.mark.timeout(300)
+def test_program_replaces_characters_that_the_output_cannot_have(tmp_path: pathlib.Path) -> None:
+    page = Image.new("RGB", (640, 100), "white")
+    ImageDraw.Draw(page).text((20, 20), "25° ± 3°", fill="black", font=ImageFont.load_default(40))
+    page.save(tmp_path / "page.png")
+    done = ocr(tmp_path / "page.png", encoding="ascii")
+    assert (done.returncode, done.stderr) == (0, "") and "25?" in done.stdout
 
 
 def test_boxes_come_row_by_row() -> None:
