@@ -18,8 +18,8 @@ int main(int argc, char** argv) {
     orvane_options options = {0};
     options.struct_size = sizeof options;
     options.model_path = argc > 1 ? argv[1] : "";
-    options.host_program =
-        ""; /* the host program beside the library; without this line the model runs in this process */
+    /* The host program beside the library. Without this line the model runs in this process. */
+    options.host_program = "";
     orvane_model* model = NULL;
     if (failed(orvane_open(&options, &model))) {
         return EXIT_FAILURE;
