@@ -98,7 +98,7 @@ internal static class HostTest
         Model model = Material.InHost(Material.Slow);
         model.SetInput(0, new float[Material.SlowSize]);
         Task run = model.RunAsync();
-        Thread.Sleep(100);
+        Thread.Sleep(250);  // until the run has begun
         model.Dispose();
         model.Dispose();
         Expect.TakesAtMost(Quick, () => Expect.Throws<HostEndedException>(() => run.Wait()));
@@ -154,7 +154,7 @@ internal static class HostTest
             });
             Expect.Equal(1, pool.RunAsync(model => model.Inputs.Count).Result);
             Task<int> last = pool.RunAsync(RunSlowly);
-            Thread.Sleep(100);
+            Thread.Sleep(250);  // until the run has begun
             pool.Dispose();
             Expect.TakesAtMost(Quick, () => Expect.Throws<HostEndedException>(() => last.Wait()));
             Expect.Throws<ObjectDisposedException>(() => pool.RunAsync(RunSlowly).Wait());

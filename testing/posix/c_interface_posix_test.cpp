@@ -89,7 +89,7 @@ TEST(CInterfacePosix, ForkedChildStartsItsOwnHost) {
             if (now == during.step) {
                 during.step = -1;
                 during.begun.set_value();
-                during.mayEnd.get_future().wait_for(std::chrono::seconds(30));
+                during.mayEnd.get_future().wait_for(kPatience);
             }
             return 0;
         };
@@ -103,7 +103,7 @@ TEST(CInterfacePosix, ForkedChildStartsItsOwnHost) {
         waiting.step = step;
         auto result = std::async(std::launch::async,
                                  [&] { return step == ORVANE_LOAD_NONE ? infer() : Text(orvane_restart(model)); });
-        ASSERT_EQ(waiting.begun.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+        ASSERT_EQ(waiting.begun.get_future().wait_for(kPatience), std::future_status::ready);
         InChild([&] {
             EXPECT_THAT(infer(), testing::StartsWith("the host process has ended")) << step;
             EXPECT_EQ(Text(orvane_restart(model)), "") << step;

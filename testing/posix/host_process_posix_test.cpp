@@ -82,7 +82,7 @@ TEST_F(HostProcessPosix, ReportsTheSystemErrorOfAFailedStart) {
 TEST_F(HostProcessPosix, WaitsForAStoppedHost) {
     const pid_t host = StartHost();
     kill(host, SIGSTOP);
-    EXPECT_TRUE(Within(10s, [host] { return InStatus(static_cast<uint32_t>(host), "State").starts_with("T"); }));
+    EXPECT_TRUE(Within(kPatience, [host] { return InStatus(static_cast<uint32_t>(host), "State").starts_with("T"); }));
     auto outcome = std::async(std::launch::async, [&] { return RoundTrip(*interpreter, 0, 4, 1); });
     EXPECT_EQ(outcome.wait_for(500ms), std::future_status::timeout);
     kill(host, SIGCONT);
@@ -197,7 +197,7 @@ TEST_F(HostProcessPosix, ReleasesAHostThatItHasNoRightToEnd) {
         interpreter->Release();
         EXPECT_EQ(interpreter->GetHostEnd().text,
                   "the system refused to end it, with error 1, so it was asked to exit");
-        EXPECT_FALSE(host.Lives(10s)) << "the host was asked to end";
+        EXPECT_FALSE(host.Lives(kPatience)) << "the host was asked to end";
     });
 }
 

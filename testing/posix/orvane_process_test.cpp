@@ -112,7 +112,7 @@ TEST_F(OrvaneProcess, CtrlCBeforeTheMeasurementPrintsNothing) {
     const Process host(children().at(0));
     ASSERT_EQ(kill(-bench, SIGINT), 0);
     EXPECT_EQ(End(bench), "signal 2");
-    EXPECT_FALSE(host.Lives(10s)) << "the host ends too";
+    EXPECT_FALSE(host.Lives(kPatience)) << "the host ends too";
     EXPECT_EQ(folder.Names().size(), 3U);
     EXPECT_EQ(ReadBytes(printed), "");
 }

@@ -108,7 +108,7 @@ TEST_F(HostProcess, ReleasesAHostThatDoesNotStart) {
 }
 
 TEST_F(HostProcess, EndsTheHostAfterAFailedLoadOrWithItsBackend) {
-    const auto none = [] { return Within(10s, [] { return Children().empty(); }); };
+    const auto none = [] { return Within(kPatience, [] { return Children().empty(); }); };
     EXPECT_EQ(Init(Params("fail to load")), "-1  to load");
     EXPECT_TRUE(none());
     EXPECT_EQ(Shown(remote->Init(Params("echo 4"))), kOk);
@@ -130,7 +130,7 @@ CallbackWork* callbackWork;
 void RunWorkAtFirstLine(uint32_t, const char*) {
     if (callbackWork->lines++ == 0) {
         callbackWork->done = std::async(std::launch::async, callbackWork->run);
-        callbackWork->wasDone = callbackWork->done.wait_for(10s) == std::future_status::ready;
+        callbackWork->wasDone = callbackWork->done.wait_for(kPatience) == std::future_status::ready;
     }
 }
 

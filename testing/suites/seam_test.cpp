@@ -61,7 +61,7 @@ TEST_F(Seam, EachSetReleasesOneThread) {
     const std::jthread waiting[] = {std::jthread(wait), std::jthread(wait), std::jthread(wait)};
     for (size_t i = 0; i < std::size(waiting); ++i) {
         event.Set();
-        EXPECT_TRUE(released.Wait(10'000, kWork));
+        EXPECT_TRUE(released.Wait(30'000, kWork));
         EXPECT_FALSE(released.Wait(50, kWork));
     }
 }
@@ -81,7 +81,7 @@ TEST_F(Seam, EventLosesNoSetAndOrdersWrites) {
     for (int i = 1; i <= kRounds; ++i) {
         ++value;
         call.Set();
-        ASSERT_TRUE(result.Wait(10'000, Platform::Awaited::Result));
+        ASSERT_TRUE(result.Wait(30'000, Platform::Awaited::Result));
         ASSERT_EQ(value, 2 * i);
     }
     other.join();

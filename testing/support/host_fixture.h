@@ -82,7 +82,7 @@ inline std::future<std::string> StartCall(const std::function<std::string()>& ca
         const CallWatch watch(0, progress, waits.get());
         return call();
     });
-    EXPECT_TRUE(Within(std::chrono::seconds(30), [&waits] { return waits->load(); }));
+    EXPECT_TRUE(Within(kPatience, [&waits] { return waits->load(); }));
     return outcome;
 }
 
@@ -100,7 +100,7 @@ class HostFixture : public testing::Test {
     // Ends the earlier host, waits until it is gone, and starts a new host.
     Process StartHost(const std::string& path = "echo 4", const std::string& name = "") {
         interpreter->Release();
-        EXPECT_TRUE(Within(std::chrono::seconds(10), [] { return Children().empty(); }));
+        EXPECT_TRUE(Within(kPatience, [] { return Children().empty(); }));
         EXPECT_EQ(Init(Params(path, name)), kOk);
         return Process(Children().at(0));
     }

@@ -11,6 +11,9 @@
 // Helpers for tests of processes, on both systems.
 namespace Orvane::Testing {
 
+// The limit of a wait for something that must happen, also on a busy machine.
+constexpr std::chrono::seconds kPatience{30};
+
 // Calls `done()` until it returns true. Returns false if it does not within the limit.
 template <typename Condition>
 bool Within(std::chrono::steady_clock::duration limit, Condition done) {
@@ -37,7 +40,7 @@ class Process {
 
     void Kill() const;
 
-    // Waits up to 10 seconds. If the process does not end, kills it and throws. If this object started it, returns how
+    // Waits up to `kPatience`. If the process does not end, kills it and throws. If this object started it, returns how
     // it ended: its exit value, "killed", or "failed fast".
     std::string End() const;
 
@@ -51,11 +54,11 @@ class Process {
 // The running processes that `parent` started. 0 is this process.
 std::vector<uint32_t> Children(uint32_t parent = 0);
 
-// Waits up to 10 seconds for the children of this process to end, then kills them. Returns what is left: children or
+// Waits up to `kPatience` for the children of this process to end, then kills them. Returns what is left: children or
 // names.
 std::string LeftBehind();
 
-// Waits up to 10 seconds until a killed client has left nothing: no host, and no name that the next channel of this
+// Waits up to `kPatience` until a killed client has left nothing: no host, and no name that the next channel of this
 // user would not remove. The client's number and the module word of its names identify it. Returns what is left.
 std::string LeftBehindBy(uint32_t client, uint32_t moduleWord);
 

@@ -114,7 +114,7 @@ void Process::Kill() const {
 }
 
 std::string Process::End() const {
-    if (Lives(std::chrono::seconds(10))) {
+    if (Lives(kPatience)) {
         Kill();
         throw std::runtime_error("a process does not end");
     }
@@ -145,7 +145,7 @@ std::vector<uint32_t> Children(uint32_t parent) {
 }
 
 std::string LeftBehind() {
-    if (!Within(std::chrono::seconds(10), [] { return Children().empty(); })) {
+    if (!Within(kPatience, [] { return Children().empty(); })) {
         for (const uint32_t child : Children()) {
             Process(child).Kill();
         }
@@ -173,7 +173,7 @@ std::string LeftBehindBy(uint32_t /*client*/, uint32_t moduleWord) {
         Platform::RemoveAbandoned({"Result", "Call", "Channel"});
         return Names(moduleWord) == 0 && !hasHosts();
     };
-    return Within(std::chrono::seconds(10), hasNothing) ? "" : hasHosts() ? "hosts" : "names";
+    return Within(kPatience, hasNothing) ? "" : hasHosts() ? "hosts" : "names";
 }
 
 std::string WhyNotKilledAtStart() {

@@ -78,7 +78,7 @@ void Process::Kill() const {
 }
 
 std::string Process::End() const {
-    if (Lives(std::chrono::seconds(10))) {
+    if (Lives(kPatience)) {
         Kill();
         throw std::runtime_error("a process does not end");
     }
@@ -115,7 +115,7 @@ std::vector<uint32_t> Children(uint32_t parent) {
 }
 
 std::string LeftBehind() {
-    if (Within(std::chrono::seconds(10), [] { return Children().empty(); })) {
+    if (Within(kPatience, [] { return Children().empty(); })) {
         return "";
     }
     for (const uint32_t child : Children()) {
@@ -125,7 +125,7 @@ std::string LeftBehind() {
 }
 
 std::string LeftBehindBy(uint32_t client, uint32_t /*moduleWord*/) {
-    return Within(std::chrono::seconds(10), [client] { return Children(client).empty(); }) ? "" : "hosts";
+    return Within(kPatience, [client] { return Children(client).empty(); }) ? "" : "hosts";
 }
 
 std::string WhyNotKilledAtStart() {

@@ -65,7 +65,7 @@ class HostUnderTest {
         std::memcpy(channel.view->Data(), request.data(), request.size());
         channel.callEvent.Set();
         bool replied = false;
-        EXPECT_TRUE(Within(std::chrono::seconds(30),
+        EXPECT_TRUE(Within(kPatience,
                            [&] {
                                replied = channel.resultEvent.Wait(1, Platform::Awaited::Result);
                                return replied || !process.Lives();
