@@ -66,11 +66,11 @@ lintThoroughly() {
     run cmake --preset linux-bench -B build/lint -DBUILD_TESTING=ON
     run cmake --build build/lint --target bench_grpc
     # Leaves out generated sources, and the source that only contains another project's code.
-    tidy build/lint "^$PWD/(?!build/|.*stb_implementation)"
+    tidy build/lint "^\Q$PWD\E/(?!build/|.*stb_implementation)"
     # The sources that only Windows compiles, with MinGW's headers.
     run cmake --preset windows-mingw -B build/lint-windows -DCMAKE_UNITY_BUILD=OFF
     headers=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
-    tidy build/lint-windows "^$PWD/(?!build/).*(win32|mingw).*\.cpp$" --extra-arg-before=--target=x86_64-w64-mingw32 \
+    tidy build/lint-windows "^\Q$PWD\E/(?!build/).*(win32|mingw).*\.cpp$" --extra-arg-before=--target=x86_64-w64-mingw32 \
         --extra-arg=-isystem"$headers" --extra-arg=-isystem"$headers/x86_64-w64-mingw32"
     # The product's sources for Windows. Leaves out MinGW's facade of the runtime, a source that needs a function that
     # this libc++ does not have, a source whose <intrin.h> conflicts with MinGW's <setjmp.h>, and the source that only
