@@ -80,6 +80,15 @@ TEST_F(InputFiles, ReadsTheArraysOfAnArchiveByName) {
     EchoModel({{"a", "f32", {"1", "3"}}}).WriteTo(folder, "a");
     EXPECT_EQ(Run("run @a.xml --input a=@packed.npz").err, "") << "the only array";
     EXPECT_THAT(Run("run @a.xml --input @packed.npz").err, HasSubstr("the model has no input \"x\""));
+
+    // A name of digits: arrays go by name, and an argument by index if there is such an index.
+    EchoModel({{"1", "f32", {"1", "3"}}, {"7", "f32", {"1", "3"}}}).WriteTo(folder, "digits");
+    folder.Write("digits.npz", std::regex_replace(kStored, std::regex("x\\.npy"), "1.npy"));
+    folder.Write("y", BytesOf({1, 2, 3}));
+    for (const std::string argument : {"1=@y", "7=@y"}) {
+        EXPECT_THAT(Run("run @digits.xml --input @digits.npz --input " + argument).out,
+                    AllOf(HasSubstr("0  1  float32  [1, 3]  min -30"), HasSubstr("1  7  float32  [1, 3]  min 1 ")));
+    }
 }
 
 TEST_F(InputFiles, RefusesADamagedArchive) {

@@ -25,15 +25,19 @@ bool IsIndex(const std::string& which) {
 }
 
 // Returns null if there is no such tensor.
-const orvane::Tensor* FindTensor(const std::string& which, const std::vector<orvane::Tensor>& tensors) {
-    if (IsIndex(which)) {
-        std::size_t index = 0;
-        const auto [end, error] = std::from_chars(which.data(), which.data() + which.size(), index);
-        return error == std::errc() && index < tensors.size() ? &tensors[index] : nullptr;
-    }
-    const auto found = std::find_if(tensors.begin(), tensors.end(),
-                                    [&](const orvane::Tensor& tensor) { return tensor.name == which; });
+const orvane::Tensor* FindByName(const std::string& name, const std::vector<orvane::Tensor>& tensors) {
+    const auto found =
+        std::find_if(tensors.begin(), tensors.end(), [&](const orvane::Tensor& tensor) { return tensor.name == name; });
     return found != tensors.end() ? &*found : nullptr;
+}
+
+// Digits are an index if there is one, otherwise a name. Returns null if there is no such tensor.
+const orvane::Tensor* FindTensor(const std::string& which, const std::vector<orvane::Tensor>& tensors) {
+    std::size_t index = tensors.size();
+    if (IsIndex(which)) {
+        std::from_chars(which.data(), which.data() + which.size(), index);
+    }
+    return index < tensors.size() ? &tensors[index] : FindByName(which, tensors);
 }
 
 [[noreturn]] void RefuseUnknown(const std::string& which, const std::vector<orvane::Tensor>& tensors,
@@ -222,7 +226,8 @@ std::vector<const orvane::Tensor*> FindTensors(const std::vector<std::string>& n
     return found;
 }
 
-std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>& arguments) {
+std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>& arguments,
+                                           const std::vector<orvane::Tensor>& inputs) {
     std::vector<TensorFileArgument> all;
     for (const TensorFileArgument& argument : arguments) {
         if (!argument.which.empty()) {
@@ -231,7 +236,11 @@ std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>
         }
         std::ifstream file = Platform::OpenInputFile(argument.path);
         for (const NpzArray& array : ListNpz(file, argument.path)) {
-            all.push_back({array.name, argument.path});
+            const orvane::Tensor* input = FindByName(array.name, inputs);
+            if (input == nullptr) {
+                RefuseUnknown(array.name, inputs, orvane::Side::Input);
+            }
+            all.push_back({std::to_string(input->index), argument.path});
         }
     }
     return all;

@@ -42,9 +42,10 @@ std::vector<const orvane::Tensor*> FindTensors(const std::vector<std::string>& n
 // In the functions below the path "-" is the standard input, whose first bytes determine the format, or the standard
 // output, which receives an .npy array.
 
-// Replaces an .npz file without a tensor with all its arrays: each array is for the tensor of its name. Throws
-// `Failure` if the file cannot be read.
-std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>& arguments);
+// Replaces an .npz file without a tensor with all its arrays: each array is for the input of its name. Throws
+// `Failure` if the file cannot be read, or if there is no such input.
+std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>& arguments,
+                                           const std::vector<orvane::Tensor>& inputs);
 
 // Reads all data of `tensor`. Throws `Failure` if the file cannot be read, or has another element type, shape or number
 // of bytes.

@@ -47,7 +47,7 @@ Transfer TransferFor(const orvane::Tensor& tensor) {
 
 std::vector<Transfer> ReadInputs(const std::vector<TensorFileArgument>& given,
                                  const std::vector<orvane::Tensor>& inputs, const PictureOptions& pictures) {
-    const std::vector<TensorFileArgument> arguments = WithArrays(given);
+    const std::vector<TensorFileArgument> arguments = WithArrays(given, inputs);
     const std::vector<const orvane::Tensor*> found = FindTensors(NamesOf(arguments), inputs, orvane::Side::Input);
     CheckAllGiven(inputs, found);
     std::vector<Transfer> transfers;
