@@ -14,8 +14,9 @@
 /// - After `ORVANE_HOST_ENDED`, or after `ORVANE_CANCELLED` with a host process, every call that needs the host process
 ///   fails with `ORVANE_HOST_ENDED` until `orvane_restart`. `orvane_describe` and `orvane_tensor_count` still work.
 /// - If `orvane_infer` fails after it has checked its arguments, inputs may have the new data.
-/// - If the runtime refuses the first data since a load, the library loads the model again. Set shapes and inputs
-///   again.
+/// - If the runtime refuses the first data since a load, the library loads the model again. If that fails too, every
+/// call
+///   that needs the model fails until `orvane_restart`.
 ///
 /// Ownership. The caller owns the model that `orvane_open` creates, and closes it. Each call copies the caller's data
 /// and texts before it returns. Other pointers that a function returns belong to the model or to the error, and the
@@ -46,7 +47,7 @@
 #endif
 
 /// The number of the interface that this header describes. It grows with every addition.
-#define ORVANE_ABI 3
+#define ORVANE_ABI 4
 
 #ifdef __cplusplus
 extern "C" {
@@ -131,8 +132,9 @@ typedef struct orvane_options {
     /// if the call does not load the model. If the function returns a value other than 0, the library ends the host
     /// process, and the call fails with `ORVANE_CANCELLED`. A load in this process stops at its next step.
     ///
-    /// The function must return, and must not throw. It may call `orvane_interrupt` for this model, and any function
-    /// for other models. Other calls for this model fail with `ORVANE_BAD_ARGUMENT`. It must not close the model.
+    /// The function must return, and must not throw. For this model it may call `orvane_interrupt`, `orvane_describe`
+    /// and `orvane_tensor_count`. Other calls for it fail with `ORVANE_BAD_ARGUMENT`, and it must not close the model.
+    /// It may call any function for other models.
     int32_t (*progress)(void* user, int32_t step);
     void* progress_user;  ///< passed to `progress`
 } orvane_options;
@@ -333,12 +335,15 @@ ORVANE_C_API int32_t orvane_error_host_end(const orvane_error* error);
 /// Frees an error. Null is allowed.
 ORVANE_C_API void orvane_error_free(orvane_error* error);
 
-/// Sets the function that receives the log lines of all models. With null, the default, the library drops all lines. It
-/// calls `line` on the thread that logs, possibly on several threads at once, and holds no lock. `text` is valid during
-/// the call. All lines of the SDK are failures, and have the level 6. `line` must not throw. It may call
+/// Sets the function that receives the log lines of all models. With null, the default, the library drops all lines;
+/// this cannot fail. Otherwise the reason can be `ORVANE_NO_MEMORY`, and the earlier function remains. The library
+/// keeps a few bytes for each different pair of `line` and `user`.
+///
+/// The library calls `line` on the thread that logs, possibly on several threads at once, and holds no lock. `text` is
+/// valid during the call. All lines of the SDK are failures, and have the level 6. `line` must not throw. It may call
 /// `orvane_interrupt` for any model, and all functions for a model that no call uses at that time. While you change the
 /// function, a line of another thread may still reach the earlier function.
-ORVANE_C_API void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user);
+ORVANE_C_API orvane_error* orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user);
 
 #ifdef __cplusplus
 }

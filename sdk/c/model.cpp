@@ -102,6 +102,7 @@ Model::Model(LoadRequest loadRequest) : request(std::move(loadRequest)) {
     const Call call = Call::ForLoad(*this);
     ports = UseInterpreter([this] { return Load(interpreter); });
     isLoaded = true;
+    MakePathsAbsolute(request.params);  // after the load, so that its errors name the paths as the caller wrote them
 }
 
 void Model::Check(const Status& status) {
@@ -125,18 +126,31 @@ void Model::RequireHost() const {
 }
 
 void Model::Restart() {
-    inputMemory.Invalidate();
-    if (IsRemote()) {
-        interpreter.Release();
+    ports = LoadAgain();
+    isPrepared = false;
+    hasInput = false;
+    hasRun = false;
+}
+
+// Loads the model into `interpreter` again and returns its tensors. `ports` keeps its descriptions, without handles.
+// If it fails, a model in this process is as before, and a model with a host process has no host process.
+Model::Ports Model::LoadAgain() {
+    const auto dropHandles = [this] {
         for (std::vector<Port>* side : {&ports.inputs, &ports.outputs}) {
             for (Port& port : *side) {
-                port.handle.reset();  // the description stays, also if the restart fails
+                port.handle.reset();
             }
         }
+    };
+    inputMemory.Invalidate();
+    Ports loaded;
+    if (IsRemote()) {
+        interpreter.Release();
+        dropHandles();
         end.reset();
         isLoaded = false;
         try {
-            ports = UseInterpreter([this] { return Load(interpreter); });
+            loaded = UseInterpreter([this] { return Load(interpreter); });
         } catch (const std::exception& error) {
             interpreter.Release();
             const int32_t cause = end ? end->HostEnd() : int32_t{ORVANE_HOST_END_UNKNOWN};
@@ -146,16 +160,13 @@ void Model::Restart() {
         }
     } else {
         Interpreter next;
-        Ports described = UseInterpreter([&] { return Load(next); });
-        ports = {};
+        loaded = UseInterpreter([&] { return Load(next); });
+        dropHandles();
         interpreter = std::move(next);
-        ports = std::move(described);
     }
     end.reset();
     isLoaded = true;
-    isPrepared = false;
-    hasInput = false;
-    hasRun = false;
+    return loaded;
 }
 
 Model::Ports Model::Load(Interpreter& target) {

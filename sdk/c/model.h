@@ -103,6 +103,8 @@ class Model {
     [[noreturn]] void Cancel();
 
     Ports Load(Interpreter& target);
+    Ports LoadAgain();
+    void TakeHandles(Ports loaded);
     std::vector<Port> Describe(Interpreter& target, TensorType side, uint64_t& budget) const;
     void RequireLivingHost(const Interpreter& asked) const;
     const Port& RequireInput(uint32_t index) const;
@@ -111,7 +113,7 @@ class Model {
     void ReloadUnlessPrepared();
     void CopyAnySize(Port& port, void* data, uint32_t bytes);
 
-    const LoadRequest request;
+    LoadRequest request;  // does not change after the first load
     Interpreter interpreter;
     Ports ports;  // their handles must not outlive the interpreter's model
 

@@ -4,6 +4,7 @@
 #include "backends/remote/remote_wrapper.h"
 #include "platform/copy_data.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <utility>
@@ -12,18 +13,39 @@
 namespace Orvane::C {
 
 // The first data creates the buffers of all inputs. If that fails, some of them exist, and only a new load removes
-// them.
+// them. The model is then as before: applications may still use the descriptions, and inputs keep their shapes.
 void Model::ReloadUnlessPrepared() {
     if (isPrepared || end) {
         return;
     }
     try {
-        Restart();
+        TakeHandles(LoadAgain());
     } catch (const std::exception& error) {
         if (!end) {
             end = Failure(ORVANE_RUNTIME, std::string("the model could not be loaded again after its first data was "
                                                       "refused; restart it: ") +
                                               error.what());
+        }
+    }
+}
+
+void Model::TakeHandles(Ports loaded) {
+    const auto isSame = [](const Port& one, const Port& other) {
+        return one.name == other.name && one.type == other.type && one.modelShape == other.modelShape;
+    };
+    for (const auto side : {&Ports::inputs, &Ports::outputs}) {
+        std::vector<Port>& own = ports.*side;
+        std::vector<Port>& other = loaded.*side;
+        if (!std::equal(own.begin(), own.end(), other.begin(), other.end(), isSame)) {
+            throw Refused("the model file has changed");
+        }
+        for (size_t i = 0; i < own.size(); ++i) {
+            own[i].handle = std::move(other[i].handle);
+        }
+    }
+    for (const Port& input : ports.inputs) {
+        if (input.shape != input.modelShape) {
+            Check(input.handle->Resize(input.shape));
         }
     }
 }

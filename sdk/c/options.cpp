@@ -134,4 +134,18 @@ void RequireFiles(const InterpreterParams& params) {
     }
 }
 
+void MakePathsAbsolute(InterpreterParams& params) {
+    for (std::string* path : {&params.modelPath, &params.openvinoCachePath, &params.host}) {
+        const std::filesystem::path given = Platform::PathFromUtf8(*path);
+        if (given.empty() || given.is_absolute()) {
+            continue;
+        }
+        std::error_code error;
+        const std::filesystem::path absolute = std::filesystem::absolute(given, error);
+        if (std::filesystem::exists(absolute, error)) {  // false if the path has become too long
+            *path = Platform::Utf8FromPath(absolute);
+        }
+    }
+}
+
 }  // namespace Orvane::C

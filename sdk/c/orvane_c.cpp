@@ -89,15 +89,15 @@ struct LogSink {
 std::atomic<const LogSink*> allLogSinks{nullptr};
 std::atomic<const LogSink*> logSink{nullptr};
 
-// Reuses an equal sink that was set before. Returns null without memory.
+// Reuses an equal sink that was set before.
 const LogSink* FindOrAddLogSink(void (*line)(void* user, uint32_t level, const char* text), void* user) {
     for (const LogSink* sink = allLogSinks; sink != nullptr; sink = sink->earlier) {
         if (sink->line == line && sink->user == user) {
             return sink;
         }
     }
-    auto* const added = new (std::nothrow) LogSink{line, user, allLogSinks};
-    while (added != nullptr && !allLogSinks.compare_exchange_weak(added->earlier, added)) {
+    auto* const added = new LogSink{line, user, allLogSinks};
+    while (!allLogSinks.compare_exchange_weak(added->earlier, added)) {
     }
     return added;
 }
@@ -324,9 +324,11 @@ void orvane_error_free(orvane_error* error) {
     Orvane::C::FreeError(error);
 }
 
-void orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user) {
-    logSink = line != nullptr ? FindOrAddLogSink(line, user) : nullptr;
-    Orvane::SetLogCallback(LogLine);
+orvane_error* orvane_set_log(void (*line)(void* user, uint32_t level, const char* text), void* user) {
+    return Guarded([&] {
+        logSink = line != nullptr ? FindOrAddLogSink(line, user) : nullptr;
+        Orvane::SetLogCallback(LogLine);
+    });
 }
 
 // NOLINTEND(readability-identifier-naming)

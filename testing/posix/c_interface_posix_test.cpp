@@ -13,9 +13,11 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <string>
+#include <utility>
 
 namespace Orvane::Testing {
 namespace {
@@ -47,6 +49,33 @@ TEST(CInterfacePosix, ReportsTooLittleAddressSpace) {
         ASSERT_NE(error, nullptr);
         EXPECT_EQ(orvane_error_reason(error), ORVANE_NO_MEMORY);
         EXPECT_THAT(Text(error), testing::StartsWith("there is not enough memory or address space"));
+    });
+}
+
+TEST(CInterfacePosix, ReportsThatALogFunctionHasNoMemory) {
+    if (kInstrumented) {
+        GTEST_SKIP() << "this build does not return null without memory";
+    }
+    InChild([] {
+        struct Block {  // of the same size as what the function allocates
+            Block* earlier;
+            uint64_t rest[2];
+        };
+        uint64_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const rlimit limit{pages * 4096, pages * 4096};
+        setrlimit(RLIMIT_AS, &limit);
+        Block* blocks = nullptr;
+        while (auto* const block = static_cast<Block*>(std::malloc(sizeof(Block)))) {
+            block->earlier = blocks;
+            blocks = block;
+        }
+        orvane_error* error = orvane_set_log([](void*, uint32_t, const char*) {}, nullptr);
+        while (blocks != nullptr) {
+            std::free(std::exchange(blocks, blocks->earlier));
+        }
+        EXPECT_EQ(orvane_error_reason(error), ORVANE_NO_MEMORY);
+        EXPECT_NE(Text(error), "");
     });
 }
 
