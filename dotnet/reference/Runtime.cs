@@ -118,13 +118,11 @@ namespace System.Runtime.ExceptionServices
 
 namespace System.Runtime.InteropServices
 {
-    public enum CallingConvention { Winapi = 1, Cdecl = 2 }
     public enum CharSet { None = 1, Ansi = 2, Unicode = 3, Auto = 4 }
     public enum LayoutKind { Sequential = 0, Explicit = 2, Auto = 3 }
     public enum GCHandleType { Normal = 2, Pinned = 3 }
     public sealed class DllImportAttribute : Attribute
     {
-        public CallingConvention CallingConvention;
         public CharSet CharSet;
         public string EntryPoint;
         public bool BestFitMapping, ExactSpelling, PreserveSig, SetLastError, ThrowOnUnmappableChar;
@@ -139,10 +137,6 @@ namespace System.Runtime.InteropServices
     public sealed class FieldOffsetAttribute : Attribute { public FieldOffsetAttribute(int offset) => throw null; }
     public sealed class InAttribute : Attribute { }
     public sealed class OutAttribute : Attribute { }
-    public sealed class UnmanagedFunctionPointerAttribute : Attribute
-    {
-        public UnmanagedFunctionPointerAttribute(CallingConvention convention) => throw null;
-    }
     public struct GCHandle
     {
         public static GCHandle Alloc(object value, GCHandleType type) => throw null;

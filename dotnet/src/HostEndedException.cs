@@ -6,8 +6,7 @@ namespace Orvane
     /// </summary>
     public sealed class HostEndedException : OrvaneException
     {
-        internal HostEndedException(string message, int systemError, HostEnd cause)
-            : base(message, Reason.HostEnded, systemError)
+        internal HostEndedException(string message, HostEnd cause) : base(message, Reason.HostEnded, 0)
         {
             Cause = cause;
         }

@@ -11,7 +11,7 @@ namespace Orvane
         // One delegate for the life of the process: the library may still call it after you remove the last handler.
         private static readonly NativeMethods.LogCallback Callback = OnLine;
 
-        private static EventHandler<LogEventArgs> handlers;
+        private static volatile EventHandler<LogEventArgs> handlers;
 
         static Log()
         {
@@ -27,29 +27,28 @@ namespace Orvane
         {
             add
             {
-                Library.Require();
                 lock (Gate)
-                {
-                    handlers += value;
-                    NativeMethods.orvane_set_log(handlers == null ? null : Callback, IntPtr.Zero);
-                }
+                    Set(handlers + value);
             }
             remove
             {
-                Library.Require();
                 lock (Gate)
-                {
-                    handlers -= value;
-                    NativeMethods.orvane_set_log(handlers == null ? null : Callback, IntPtr.Zero);
-                }
+                    Set(handlers - value);
             }
+        }
+
+        private static void Set(EventHandler<LogEventArgs> wanted)
+        {
+            Library.Require();
+            new CallGuard().Check(NativeMethods.orvane_set_log(wanted == null ? null : Callback, IntPtr.Zero));
+            handlers = wanted;
         }
 
         // A later line would call into a runtime that has ended.
         private static void Stop()
         {
             if (handlers != null)
-                NativeMethods.orvane_set_log(null, IntPtr.Zero);
+                NativeMethods.orvane_set_log(null, IntPtr.Zero);  // cannot fail
         }
 
         private static void OnLine(IntPtr user, uint level, IntPtr text)

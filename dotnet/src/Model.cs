@@ -95,7 +95,8 @@ namespace Orvane
         public static Task<Model> LoadAsync(string path, ModelOptions options = null,
                                             CancellationToken cancellationToken = default(CancellationToken))
         {
-            return Task.Run(() => new Model(path, options, cancellationToken), cancellationToken);
+            ModelOptions own = options?.Copy();
+            return Task.Run(() => new Model(path, own, cancellationToken), cancellationToken);
         }
 
         /// <summary>Copies an array into an input.</summary>
@@ -122,7 +123,10 @@ namespace Orvane
         public T[] GetOutput<T>(int index) where T : struct
         {
             Tensor tensor = OutputAt(index);
-            var data = new T[tensor.ByteSize / Elements.SizeOf<T>(tensor, nameof(T))];
+            int size = Elements.SizeOf<T>(tensor, nameof(T));
+            if (tensor.Problem != null)
+                throw new OrvaneException(tensor.Problem, Reason.Refused, 0);
+            var data = new T[tensor.ByteSize / size];
             GetOutput(index, data);
             return data;
         }
@@ -140,6 +144,7 @@ namespace Orvane
         /// <param name="destination">Receives all elements, in row-major order.</param>
         /// <exception cref="ArgumentException">There is no such output, or its elements have another type or number.
         /// </exception>
+        /// <exception cref="OrvaneException">The model has not run, or the output cannot be copied.</exception>
         public void GetOutput<T>(int index, T[] destination) where T : struct
         {
             Copy(CopyOut, index, OutputAt(index), destination, nameof(destination));
@@ -225,18 +230,13 @@ namespace Orvane
         /// host process then throws a <see cref="HostEndedException"/>, and a run in this process finishes first.</summary>
         public void Dispose()
         {
-            if (handle.IsClosed)
-                return;
-            if (Volatile.Read(ref isInUse) != 0)
+            try
             {
-                try
-                {
-                    NativeMethods.orvane_interrupt(handle);
-                }
-                catch (ObjectDisposedException)
-                {
-                    // Another thread has disposed of the model.
-                }
+                NativeMethods.orvane_interrupt(handle);  // also ends a call that another thread is about to begin
+            }
+            catch (ObjectDisposedException)
+            {
+                // This is not the first call.
             }
             handle.Dispose();
         }

@@ -43,11 +43,9 @@ namespace Orvane
         /// </summary>
         public Func<LoadStep, bool> Progress { get; set; }
 
-        internal ModelOptions WithHost()
+        internal ModelOptions Copy()
         {
-            var copy = (ModelOptions)MemberwiseClone();
-            copy.Host = true;
-            return copy;
+            return (ModelOptions)MemberwiseClone();
         }
     }
 }

@@ -90,7 +90,8 @@ namespace Orvane
         {
             if (size < 1)
                 throw new ArgumentOutOfRangeException(nameof(size), size, "A pool has at least 1 model.");
-            ModelOptions own = (options ?? new ModelOptions()).WithHost();
+            ModelOptions own = options?.Copy() ?? new ModelOptions();
+            own.Host = true;
             var loads = new Task<Model>[size];
             for (int i = 0; i < size; ++i)
                 loads[i] = Model.LoadAsync(path, own, cancellationToken);

@@ -150,6 +150,7 @@ internal static class ModelTest
             var result = new float[6];
             model.GetOutput(0, result);
             Expect.Sequence(new float[] { 1, 2, 3, 4, 5, 6 }, result);
+            Expect.Throws<OrvaneException>(() => model.GetOutput<float>(0), "copy it into memory of that size");
         }
         ModelDescription description = ModelFile.Describe(Material.Dynamic);
         Expect.Sequence(new[] { "t0 Float32 [-1, 2]" }, description.Inputs.Select(tensor => tensor.ToString()));

@@ -85,7 +85,7 @@ enum class ElementType : uint32_t {
     Int32 = ORVANE_INT32,      ///< `int32_t`
     UInt8 = ORVANE_UINT8,      ///< `uint8_t`
     Int64 = ORVANE_INT64,      ///< `int64_t`
-    Bool = ORVANE_BOOL,        ///< `bool`, or a `uint8_t` of 0 or 1
+    Bool = ORVANE_BOOL,        ///< `bool`, or a `uint8_t` of 0 or 1; a vector needs `uint8_t`
     Int16 = ORVANE_INT16,      ///< `int16_t`
     Int8 = ORVANE_INT8,        ///< `int8_t`
     Float64 = ORVANE_FLOAT64,  ///< `double`
@@ -174,11 +174,11 @@ class Which {
     std::optional<std::string> name;
 };
 
-/// One loaded model. Use it from one thread at a time; only `Interrupt` is thread-safe. You can only assign to or
-/// destroy a moved-from model. Functions that fail throw an `Error`: a `HostEnded` if the host process has ended.
+/// One loaded model; movable, not copyable. Use it from one thread at a time; only `Interrupt` is thread-safe. After a
+/// move, only assign to it or destroy it. Functions throw an `Error` on failure: `HostEnded` if the host process ended.
 class Model {
  public:
-    /// Loads the model.
+    /// Loads the model, and copies what it needs of the options. A missing file is `Reason::System` with the number 2.
     explicit Model(const Options& options) {
         orvane_options plain{};
         plain.struct_size = sizeof plain;

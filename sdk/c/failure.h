@@ -42,8 +42,8 @@ inline Failure Refused(const std::string& text) {
     return {ORVANE_REFUSED, text};
 }
 
-// Returns the failure for a status of the SDK's classes, which says in English what was wrong and what to do. A fixed
-// text of the classes follows in parentheses if it does not say this.
+// Returns the failure for a status of the SDK's classes. Its text says in English what was wrong and what to do. If the
+// text of the status does not say this, it follows in parentheses.
 // `device` is the device that the caller asked for, if any.
 Failure FailureOf(const Status& status, const std::string& device = "");
 
@@ -56,6 +56,8 @@ Failure HostEndedFailure(const HostEnd& end, bool isLoaded);
 
 // Converts the current exception to an error. If there is no memory for it, returns a static error.
 orvane_error* CaughtError() noexcept;
+
+// Frees an error, unless it is null or the static error.
 void FreeError(orvane_error* error) noexcept;
 
 // Runs the work of one function of the interface, and returns its exception as an error.

@@ -1,11 +1,11 @@
-#include "sdk/c/load.h"
-
+// Loads a model, and makes its cache file.
 #include <orvane/log.h>
 
 #include "core/call_watch.h"
 #include "platform/path.h"
 #include "platform/private_folder.h"
 #include "platform/whole_file.h"
+#include "sdk/c/model.h"
 
 #include <exception>
 #include <filesystem>

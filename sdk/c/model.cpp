@@ -1,7 +1,6 @@
 #include "sdk/c/model.h"
 
 #include "core/host_control.h"
-#include "sdk/c/load.h"
 
 #include <algorithm>
 #include <exception>

@@ -17,6 +17,10 @@
 
 namespace Orvane::C {
 
+// Loads a model. A new cache file is written to a private folder beside its place, read once to check that it is whole,
+// and renamed. If that fails, the log says why, and the model runs without it.
+Status LoadModel(Interpreter& target, const LoadRequest& request);
+
 // A loaded model, which uses the SDK's classes. It checks all arguments that could harm this process or the host
 // process before it passes them to the classes. It also checks all replies of the host process that could harm this
 // process. Operations throw `Failure`, `std::bad_alloc`, and the runtime's exceptions.

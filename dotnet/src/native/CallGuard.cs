@@ -68,7 +68,7 @@ namespace Orvane.Native
                 case BadArgument:
                     return new ArgumentException(message);
                 case HostEnded:
-                    return new HostEndedException(message, system, (HostEnd)hostEnd);
+                    return new HostEndedException(message, (HostEnd)hostEnd);
                 case Cancelled:
                     return new OperationCanceledException(message, Token.IsCancellationRequested ? Token : OuterToken);
                 default:

@@ -6,7 +6,7 @@ namespace Orvane.Native
     /// <summary>The native library.</summary>
     internal static class Library
     {
-        private const uint Abi = 3;
+        private const uint Abi = 4;
         private const int MayExecute = 1;        // X_OK
         private const uint Executable = 0x1ed;   // 0755
 
