@@ -197,6 +197,18 @@ static void TestWrongReplies(const char* stub) {
     }
 }
 
+// A host that refuses the first data is started again, and the descriptions of the model stay.
+static void TestRefusedData(const char* stub) {
+    orvane_model* model = Open(StubOptions("echo 4;refuse-data", stub));
+    const orvane_tensor described = Describe(model, ORVANE_INPUT);
+    for (int round = 0; round < 2; ++round) {
+        FAILS(orvane_set_input(model, 0, "abcd", 4), ORVANE_REFUSED, "the stub refuses data");
+        const orvane_tensor now = Describe(model, ORVANE_INPUT);
+        EXPECT(memcmp(&now, &described, sizeof now) == 0 && strcmp(now.name, "x0") == 0);
+    }
+    orvane_close(model);
+}
+
 void TestHost(const char* stub) {
     TestEnds(stub);
     TestLargestTensors(stub);
@@ -204,6 +216,7 @@ void TestHost(const char* stub) {
     TestOneDeadlineForACall(stub);
     TestTheReaderOfACache(stub);
     TestWrongReplies(stub);
+    TestRefusedData(stub);
 }
 
 int RunCopy(const char* stub, const char* number) {

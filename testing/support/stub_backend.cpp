@@ -64,6 +64,7 @@ const std::map<std::string, void (*)()>& Deaths() {
 // or what the other functions do:
 //   look               the destructor reads the data that came in last
 //   slow MILLISECONDS  a load, each description of a tensor, and each run take so long
+//   refuse-data        refuses all data
 //   claim LENGTH       a reply claims that an output has LENGTH bytes
 //   refuse LENGTH      the same, and the first, the third, ... copy of an output fails
 class StubBackend final : public Testing::MemoryBackend {
@@ -134,6 +135,9 @@ class StubBackend final : public Testing::MemoryBackend {
     }
 
     Status SetInputData(uint32_t index, const void* data, uint32_t size) override {
+        if (run == "refuse-data") {
+            return MakeErrorStatus("the stub refuses data");
+        }
         lastInput = static_cast<const volatile char*>(data);
         return MemoryBackend::SetInputData(index, data, size);
     }
