@@ -1,7 +1,6 @@
 #include "platform/event.h"
 
 #include "platform/posix/shared_object.h"
-#include "platform/process.h"
 #include "platform/wait_policy.h"
 
 #include <immintrin.h>
@@ -129,14 +128,11 @@ bool Sleep(Word& word, int64_t end) {
 }  // namespace
 
 struct Event::State {
-    // `ownName` is empty on the side that opens. If the object is not an event, returns an empty event and removes
-    // `ownName`.
-    static Event Own(Descriptor object, const std::string& ownName) {
+    // Returns an empty event if the object is not an event.
+    static Event Own(SharedObject object) {
         Event event;
-        if (Word* word = Map(object); word != nullptr) {
-            event.state = Owned(new State{*word, std::move(object), ownName, {}}, Close);
-        } else if (object && !ownName.empty()) {
-            RemoveSharedObjectName(ownName, object);
+        if (Word* word = Map(object.descriptor); word != nullptr) {
+            event.state = Owned(new State{*word, std::move(object)}, Close);
         }
         return event;
     }
@@ -157,27 +153,23 @@ struct Event::State {
 
     static void Close(State* event) noexcept {
         munmap(&event->word, sizeof(Word));
-        if (!event->name.empty() && event->maker.IsThisProcess()) {
-            RemoveSharedObjectName(event->name, event->object);
-        }
         delete event;
     }
 
     Word& word;
-    Descriptor object;  // holds the maker's lock; empty on the side that opens
-    std::string name;
-    ProcessMark maker;
+    SharedObject object;  // without a descriptor on the side that opens
     WaitPolicy policy{machine};
 };
 
 Event Event::Create(const std::string& name) {
-    return State::Own(CreateSharedObject(name, sizeof(Word)), name);
+    Descriptor object = CreateSharedObject(name, sizeof(Word));
+    return object ? State::Own(SharedObject(std::move(object), name)) : Event();
 }
 
 Event Event::Open(const std::string& name) {
-    Event event = State::Own(OpenSharedObject(name), "");
+    Event event = State::Own(SharedObject(OpenSharedObject(name)));
     if (event) {
-        Descriptor& object = event.state.Get()->object;
+        Descriptor& object = event.state.Get()->object.descriptor;
         RemoveSharedObjectName(name, object);
         object.Close();
     }

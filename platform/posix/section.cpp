@@ -1,7 +1,6 @@
 #include "platform/section.h"
 
 #include "platform/posix/shared_object.h"
-#include "platform/process.h"
 
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -26,17 +25,8 @@ struct View::State {
 };
 
 struct Section::State {
-    static void Close(State* section) noexcept {
-        if (!section->name.empty() && section->maker.IsThisProcess()) {
-            RemoveSharedObjectName(section->name, section->object);
-        }
-        delete section;
-    }
-
-    Descriptor object;
-    std::string name;  // empty on the side that opened
+    SharedObject object;
     uint64_t committed = 0;
-    ProcessMark maker;
 };
 
 namespace {
@@ -81,7 +71,7 @@ uint8_t* View::Data() const {
 Section Section::Create(const std::string& name, uint32_t size) {
     Section section;
     if (Descriptor object = CreateSharedObject(name, size); object) {
-        section.state = Owned(new State{std::move(object), name, 0, {}}, State::Close);
+        section.state = Owned(new State{SharedObject(std::move(object), name)});
     }
     return section;
 }
@@ -90,7 +80,7 @@ Section Section::Open(const std::string& name) {
     Section section;
     if (Descriptor object = OpenSharedObject(name); object) {
         RemoveSharedObjectName(name, object);
-        section.state = Owned(new State{std::move(object), "", 0, {}}, State::Close);
+        section.state = Owned(new State{SharedObject(std::move(object))});
     }
     return section;
 }
@@ -98,7 +88,7 @@ Section Section::Open(const std::string& name) {
 bool Section::Commit(uint64_t size) {
     uint64_t& committed = state.Get()->committed;
     if (size > committed) {
-        if (!AllocateSharedObject(state.Get()->object, size)) {
+        if (!AllocateSharedObject(state.Get()->object.descriptor, size)) {
             return false;
         }
         committed = size;
@@ -107,8 +97,9 @@ bool Section::Commit(uint64_t size) {
 }
 
 View Section::Map(uint64_t size) const {
+    const Descriptor& object = state.Get()->object.descriptor;
     struct stat attributes {};
-    if (fstat(state.Get()->object.Get(), &attributes) != 0) {
+    if (fstat(object.Get(), &attributes) != 0) {
         return {};
     }
     const auto available = static_cast<uint64_t>(attributes.st_size);
@@ -124,8 +115,7 @@ View Section::Map(uint64_t size) const {
     }
     View view;
     view.state = Owned(new View::State{static_cast<uint8_t*>(space), mapped}, View::State::Close);
-    if (mmap(space, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, state.Get()->object.Get(), 0) ==
-        MAP_FAILED) {
+    if (mmap(space, length, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, object.Get(), 0) == MAP_FAILED) {
         return {};
     }
     return view;

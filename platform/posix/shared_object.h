@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/posix/descriptor.h"
+#include "platform/process.h"
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace Orvane::Platform {
 
@@ -24,5 +26,23 @@ Descriptor OpenSharedObject(const std::string& name);
 // Removes the object's name, if the name still refers to this object. Processes that have the object open keep it, and
 // it disappears with the last of them. Preserves `errno`.
 void RemoveSharedObjectName(const std::string& name, const Descriptor& object);
+
+// An open object. If this process created it under `name`, the destructor removes the name. A forked child owns no
+// name.
+struct SharedObject {
+    explicit SharedObject(Descriptor opened, std::string ownName = "")
+        : descriptor(std::move(opened)), name(std::move(ownName)) {}
+    SharedObject(SharedObject&&) = default;
+    SharedObject& operator=(SharedObject&&) = delete;
+    ~SharedObject() {
+        if (descriptor && !name.empty() && maker.IsThisProcess()) {
+            RemoveSharedObjectName(name, descriptor);
+        }
+    }
+
+    Descriptor descriptor;  // holds the maker's lock
+    std::string name;
+    ProcessMark maker;
+};
 
 }  // namespace Orvane::Platform
