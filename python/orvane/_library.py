@@ -16,7 +16,7 @@ from ._errors import Reason, make_error
 from ._watch import Callback
 
 OPENVINO_RELEASE = "2026.4.1"
-ABI = 3
+ABI = 4
 
 # Libraries are in lib and programs in bin, but on Windows both are in bin.
 FOLDER = pathlib.Path(__file__).resolve().parent
@@ -82,7 +82,7 @@ FUNCTIONS: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "orvane_error_message": (c_char_p, (c_void_p,)),
     "orvane_error_host_end": (c_int32, (c_void_p,)),
     "orvane_error_free": (None, (c_void_p,)),
-    "orvane_set_log": (None, (LogLine, c_void_p)),
+    "orvane_set_log": (c_void_p, (LogLine, c_void_p)),
 }
 
 
@@ -161,7 +161,7 @@ def set_log(line: Optional[Callable[[int, str], None]]) -> None:
     if line is not None:
         check_callable(line, "line")
     _log_line = line
-    library.orvane_set_log(_DROP if line is None else _FORWARD, None)
+    check(library.orvane_set_log(_DROP if line is None else _FORWARD, None))
 
 
 atexit.register(set_log, None)  # the library may log after the end of Python
