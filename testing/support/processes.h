@@ -71,7 +71,7 @@ std::vector<size_t> Footprint();
 // Sets the folder for temporary files of this process.
 void SetTemporaryFolder(const std::string& folder);
 
-// Ends this process if this object exists for more than two minutes.
+// Ends this process if this object exists for more than four minutes.
 class Watchdog {
  public:
     Watchdog();

@@ -189,7 +189,7 @@ void SetTemporaryFolder(const std::string& folder) {
 }
 
 Watchdog::Watchdog() {
-    alarm(120);
+    alarm(240);
 }
 
 Watchdog::~Watchdog() {

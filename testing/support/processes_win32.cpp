@@ -155,7 +155,7 @@ Watchdog::Watchdog() {
         std::fflush(stderr);
         TerminateProcess(GetCurrentProcess(), 1);
     };
-    CreateTimerQueueTimer(&timer, nullptr, bite, nullptr, 120'000, 0, WT_EXECUTEONLYONCE);
+    CreateTimerQueueTimer(&timer, nullptr, bite, nullptr, 240'000, 0, WT_EXECUTEONLYONCE);
 }
 
 Watchdog::~Watchdog() {
