@@ -8,7 +8,6 @@
 #include <istream>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 
 namespace Orvane::Platform {
 
@@ -21,8 +20,7 @@ class FileError : public std::runtime_error {
 
     // `text`, followed by the system's text for `systemError`.
     static FileError OfSystem(const std::string& text, uint32_t systemError = LastError()) {
-        const std::string reason = std::system_category().message(static_cast<int>(systemError));
-        return FileError(text + ": " + reason, systemError);
+        return FileError(text + ": " + SystemMessage(systemError), systemError);
     }
 
     uint32_t Code() const { return code; }

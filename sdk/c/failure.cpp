@@ -4,6 +4,7 @@
 
 #include "core/errors.h"
 #include "platform/file.h"
+#include "platform/last_error.h"
 #include "sdk/c/utf8.h"
 
 #include <exception>
@@ -130,7 +131,8 @@ Failure FailureOf(const Status& status, const std::string& device) {
     const std::string text = status.message.substr(0, status.message.find_last_not_of("\n ") + 1);
     if (reason == ORVANE_SYSTEM) {
         return {reason,
-                Explained("the system lacks what a host process needs: " + std::system_category().message(status.code),
+                Explained("the system lacks what a host process needs: " +
+                              Platform::SystemMessage(static_cast<uint32_t>(status.code)),
                           text),
                 status.code};
     }
@@ -157,7 +159,8 @@ Failure HostStartFailure(const std::string& program, const Status& status) {
         advice = "close files, or raise the limit of open files";
     }
     return {ORVANE_SYSTEM,
-            Explained("the host program " + program + " cannot be started: " + error.message() + "; " + advice,
+            Explained("the host program " + program + " cannot be started: " +
+                          Platform::SystemMessage(static_cast<uint32_t>(status.code)) + "; " + advice,
                       status.message),
             status.code};
 }

@@ -1,6 +1,7 @@
 #include "sdk/c/options.h"
 
 #include "platform/file.h"
+#include "platform/last_error.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "sdk/c/utf8.h"
@@ -82,7 +83,10 @@ void RequireFile(const std::string& path, const std::string& name) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(file, error);
     if (status.type() == std::filesystem::file_type::none) {  // for instance, its name is too long
-        throw Failure(ORVANE_SYSTEM, "cannot read the " + name + " " + path + ": " + error.message(), error.value());
+        const std::string reason = error.category() == std::system_category()
+                                       ? Platform::SystemMessage(static_cast<uint32_t>(error.value()))
+                                       : error.message();
+        throw Failure(ORVANE_SYSTEM, "cannot read the " + name + " " + path + ": " + reason, error.value());
     }
     if (std::filesystem::is_other(status)) {
         throw Refused(path + " is not an ordinary file: models and caches are read from files");

@@ -1,7 +1,9 @@
-// How a client on Windows fails to start its host, what it leaves open then, and how hosts end without a dialogue.
+// How a client on Windows fails to start its host, what it leaves open then, how hosts end without a dialogue, and in
+// which encoding the system's texts reach the user.
 #include "host/dispatcher.h"
 #include "ipc/call_protocol.h"
 #include "ipc/shared_channel.h"
+#include "platform/last_error.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "platform/section.h"
@@ -166,6 +168,18 @@ TEST_F(Launch, HostReadsTheRequestAfterAFailedWait) {
         EXPECT_EQ(lastNumber, INFINITE);
     }
     EXPECT_TRUE(client.resultEvent.Wait(0, Platform::Awaited::Result));
+}
+
+TEST(SystemMessage, IsUtf8InAnyLanguage) {
+    const LCID language = GetThreadLocale();
+    ASSERT_NE(SetThreadLocale(MAKELCID(MAKELANGID(LANG_CHINESE, SUBLANG_CHINESE_SIMPLIFIED), SORT_DEFAULT)), FALSE);
+    const std::string text = Platform::SystemMessage(ERROR_ACCESS_DENIED);
+    SetThreadLocale(language);
+    if (!text.empty() && static_cast<unsigned char>(text.front()) < 0x80) {
+        GTEST_SKIP() << "this Windows has no Chinese texts: " << text;
+    }
+    EXPECT_NE(text.find("\xE6\x8B\x92\xE7\xBB\x9D"), std::string::npos) << "U+62D2 U+7EDD, refuse: " << text;
+    EXPECT_EQ(Platform::SystemMessage(0xFFFF'0000), "error 4294901760");
 }
 
 }  // namespace
