@@ -40,8 +40,8 @@ class OptionV2Impl final : public OptionV2 {
 
     OptionValues values;
 
-    // The old bytes of replaced buffers. The set deliberately keeps them as long as it lives, because a caller of
-    // `GetBuffer` may still use them.
+    // Bytes that the set owned and `SetBuffer` replaced. The set deliberately keeps them as long as it lives, because a
+    // caller of `GetBuffer` may still use them. Other setters and `Deserialize` free such bytes at once.
     std::vector<std::unique_ptr<uint8_t[]>> replacedBuffers;
 };
 

@@ -13,8 +13,8 @@ import sys
 PAGE = pathlib.Path(__file__).resolve().parents[1] / "docs/command-line-reference.md"
 HEAD = """# Options of `orvane`
 
-What `orvane help COMMAND` shows. [The command line](command-line.md) explains it. Where an argument names a file, `-` is
-the standard input or output.
+This page has the text of `orvane help COMMAND`. [The command line](command-line.md) explains the commands. If an argument
+names a file, `-` is the standard input or output. `--cache`, `--host` and the `OUT` of `reshape` do not take `-`.
 """
 
 

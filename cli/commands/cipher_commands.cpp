@@ -106,7 +106,7 @@ void Encrypt(const CipherOptions& options, std::ostream& out, std::ostream& err)
 std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
     return Joined({{{"IN", &options.input, "", "The file to read", kRequiredFile},
                     {"OUT", &options.output, "", "The file to write; can be the same as IN", kRequiredFile}},
-                   ArgumentsForKey(options.key, "The key, 1 to 4 bytes")});
+                   ArgumentsForKey(options.key, "The key, 1 to 4 bytes; give this or --key-file")});
 }
 
 }  // namespace
@@ -114,7 +114,7 @@ std::vector<Argument> ArgumentsForCipher(CipherOptions& options) {
 Command EncryptCommand() {
     const auto options = std::make_shared<CipherOptions>();
     const Argument pad = {"--pad", &options->pad, "",
-                          "Pad a file whose length the cipher cannot restore, with up to 15 bytes"};
+                          "If the cipher cannot restore a file of this length, append up to 15 bytes"};
     return {"encrypt", "Encrypt a model file", "orvane encrypt --key-file key.txt model.onnx secret.onnx",
             Joined({ArgumentsForCipher(*options), {pad}}),
             [options](std::ostream& out, std::ostream& err) { Encrypt(*options, out, err); }};

@@ -118,7 +118,7 @@ Command RunCommand() {
         {"--mean",
          &pictures.mean,
          "X[,X,X]",
-         "Pictures: subtract this from each pixel, 0 to 255; one number, or one per channel",
+         "Pictures: subtract this from each pixel, which is 0 to 255; one number, or one per channel",
          {.separator = ','}},
         {"--scale",
          &pictures.scale,

@@ -38,7 +38,7 @@ std::vector<Argument> ArgumentsForModel(ModelOptions& options, const std::vector
         {"--host",
          &options.host,
          "PROGRAM",
-         "The same with this host program",
+         "Run the model in a host process of this program",
          {.excludes = "--remote", .offer = Offer::Files}},
         {"--timeout", &options.timeout, "SECONDS", "End the host process if a call takes longer (default: no limit)",
          kSeconds},

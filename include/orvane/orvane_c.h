@@ -15,8 +15,7 @@
 ///   fails with `ORVANE_HOST_ENDED` until `orvane_restart`. `orvane_describe` and `orvane_tensor_count` still work.
 /// - If `orvane_infer` fails after it has checked its arguments, inputs may have the new data.
 /// - If the runtime refuses the first data since a load, the library loads the model again. If that fails too, every
-/// call
-///   that needs the model fails until `orvane_restart`.
+///   call that needs the model fails until `orvane_restart`.
 ///
 /// Ownership. The caller owns the model that `orvane_open` creates, and closes it. Each call copies the caller's data
 /// and texts before it returns. Other pointers that a function returns belong to the model or to the error, and the

@@ -5,7 +5,7 @@
     prepared = orvane.onnx_backend.prepare(onnx.load("face.onnx"), host=True)
     boxes, scores = prepared.run([picture])
 
-It needs the package onnx: ``pip install orvane[onnx]``.
+It needs the package onnx, which the extra ``onnx`` of the wheel installs.
 """
 
 from __future__ import annotations
@@ -172,7 +172,7 @@ class OrvaneBackend(base.Backend):
 
     @classmethod
     def is_compatible(cls, model: onnx.ModelProto, device: str = "CPU", **options: Any) -> bool:
-        """Whether the model can run: loads it. A model with dynamic inputs is only checked."""
+        """Whether the model can run: loads it. Only checks a model with dynamic inputs."""
         try:
             with cls.prepare(model, device, **options) as prepared:
                 loaded = prepared.model

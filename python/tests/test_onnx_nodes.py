@@ -26,7 +26,7 @@ NO_TENSOR = "not a tensor"
 RUNTIME_REFUSES = "the runtime refuses it"
 RUNTIME_IS_WRONG = "the runtime's own answer is wrong"
 NO_INPUTS = "no inputs"
-ELEMENT_TYPE = "element type outside the table"
+ELEMENT_TYPE = "element type that Orvane lacks"
 DYNAMIC = "dynamic"
 NO_ELEMENTS = "no elements"
 
