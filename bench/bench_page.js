@@ -128,7 +128,7 @@ function showMaps(maps) {
   add(heading2("What a host adds"), paragraph("How many microseconds longer an inference takes in a host process than in the same process, ",
     "by the time of the run and the size of the input. One stub computes on all processors, the other sleeps. ",
     "A host may add twice the time to wake a sleeping thread and 1.15 times what “limit” adds, or 2 % of the run if that is more. ",
-    "A red cell exceeds that. For ZeroMQ, a cell is red if a host adds more, by over 2 % of the run."));
+    "A red cell exceeds that. In a map of ZeroMQ, a cell is red if a host adds more than ZeroMQ by over 2 % of the run."));
   Object.entries(maps).forEach(([title, {wake_up: wakeUp, cells}]) => {
     add(make("h3", {}, `On a machine: ${title}`), paragraph("Waking a sleeping thread takes ", figure("ns", wakeUp), "."));
     ["computes", "sleeps"].forEach(kind => {

@@ -2,9 +2,8 @@
 
 #include "cli/command.h"
 #include "cli/failure.h"
+#include "cli/model/load_hints.h"
 #include "cli/printable.h"
-
-#include <orvane/orvane.hpp>
 
 #include <algorithm>
 #include <new>
@@ -107,6 +106,8 @@ int RunCli(const std::vector<std::string>& arguments, std::ostream& out, std::os
         return ReportWrongUsage(commands, arguments, error.what(), err);
     } catch (const Failure& failure) {
         return ReportFailure(failure.what(), WithCompletedLine(arguments, failure), err);
+    } catch (const orvane::Error& error) {
+        return ReportFailure(error.what(), SystemHints(error), err);
     } catch (const std::bad_alloc&) {
         return ReportFailure("there is not enough memory", {}, err);
     } catch (const std::exception& error) {

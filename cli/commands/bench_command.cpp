@@ -148,13 +148,14 @@ void MeasureModel(const BenchOptions& options, BenchReport& report, std::ostream
 
 // Measures how long it takes to start a host process, to let it list its devices and to end it. Returns the median of
 // several measurements. The host process is asked for a device that no machine has. Returns no value if it accepts
-// that.
+// that, or needs too long.
 std::optional<double> TimeLaunch(const std::string& host) {
     constexpr int kLaunches = 5;
     orvane::Options asked;
     asked.hostProgram = host;
     asked.modelPath = host;  // it must exist, but the host process does not read it
     asked.device = "NONE";
+    asked.loadTimeLimit = std::chrono::seconds(10);
     std::vector<double> times;
     for (int i = 0; i < kLaunches; ++i) {
         const auto start = Clock::now();

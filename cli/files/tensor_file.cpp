@@ -40,6 +40,11 @@ const orvane::Tensor* FindTensor(const std::string& which, const std::vector<orv
     return index < tensors.size() ? &tensors[index] : FindByName(which, tensors);
 }
 
+std::string Quoted(const std::string& name) {
+    return "\"" + name + "\"";
+}
+
+// `which` is an index, or a name in quotes.
 [[noreturn]] void RefuseUnknown(const std::string& which, const std::vector<orvane::Tensor>& tensors,
                                 orvane::Side side) {
     std::vector<std::string> hints = {tensors.empty() ? "The model has no " + SideName(side) + "s."
@@ -47,7 +52,7 @@ const orvane::Tensor* FindTensor(const std::string& which, const std::vector<orv
     for (const orvane::Tensor& tensor : tensors) {
         hints.push_back("  " + tensor.Label() + " " + TypeText(tensor.type, tensor.shape));
     }
-    throw Failure("the model has no " + SideName(side) + " " + (IsIndex(which) ? which : "\"" + which + "\""), hints);
+    throw Failure("the model has no " + SideName(side) + " " + which, hints);
 }
 
 NpyArray CheckNpy(std::istream& stream, const std::string& path, const orvane::Tensor& tensor) {
@@ -216,7 +221,7 @@ std::vector<const orvane::Tensor*> FindTensors(const std::vector<std::string>& n
     for (const std::string& which : named) {
         const orvane::Tensor* tensor = FindTensor(which, tensors);
         if (tensor == nullptr) {
-            RefuseUnknown(which, tensors, side);
+            RefuseUnknown(IsIndex(which) ? which : Quoted(which), tensors, side);
         }
         if (std::find(found.begin(), found.end(), tensor) != found.end()) {
             throw Failure(tensor->Label() + " is given twice");
@@ -238,7 +243,7 @@ std::vector<TensorFileArgument> WithArrays(const std::vector<TensorFileArgument>
         for (const NpzArray& array : ListNpz(file, argument.path)) {
             const orvane::Tensor* input = FindByName(array.name, inputs);
             if (input == nullptr) {
-                RefuseUnknown(array.name, inputs, orvane::Side::Input);
+                RefuseUnknown(Quoted(array.name), inputs, orvane::Side::Input);
             }
             all.push_back({std::to_string(input->index), argument.path});
         }

@@ -139,23 +139,6 @@ std::string LikelyHint(const ModelOptions& options, const std::string& text) {
     return PlainHint(*options.model, text);
 }
 
-// For a failure of the system. A new host process needs memory that Linux takes from /dev/shm.
-std::vector<std::string> SystemHints(const ModelOptions& options, int systemError) {
-    const std::error_code code(systemError, std::system_category());
-    const std::filesystem::path sharedMemory = "/dev/shm";
-    std::error_code ignored;
-    if (!options.HostProgram() || code != std::errc::no_space_on_device ||
-        !std::filesystem::is_directory(sharedMemory, ignored)) {
-        return {};  // the error is clear without a hint
-    }
-    const std::filesystem::space_info space = std::filesystem::space(sharedMemory, ignored);
-    constexpr std::uintmax_t kMegabyte = 1'000'000;
-    return {"/dev/shm has " + std::to_string(space.available / kMegabyte) + " MB left of " +
-            std::to_string(space.capacity / kMegabyte) +
-            ", and a host process needs up to 22 MB there. Give a container more, as in --shm-size=256m, or run "
-            "without --remote and --host."};
-}
-
 }  // namespace
 
 std::vector<std::string> AcceptedNames(const std::vector<orvane::Device>& devices) {
@@ -200,12 +183,29 @@ void RefuseFolder(const ModelOptions& options) {
                   {"Name the file of the model." + found + (found.empty() ? "" : ".")});
 }
 
+std::vector<std::string> SystemHints(const orvane::Error& error) {
+    const std::error_code code(error.GetSystemError(), std::system_category());
+    const std::filesystem::path sharedMemory = "/dev/shm";
+    std::error_code ignored;
+    if (error.GetReason() != orvane::Reason::System || code != std::errc::no_space_on_device ||
+        !HasOneOf(error.what(), {"CreateFileMapping error", "CreateEvent"}) ||
+        !std::filesystem::is_directory(sharedMemory, ignored)) {
+        return {};  // the error is clear without a hint
+    }
+    const std::filesystem::space_info space = std::filesystem::space(sharedMemory, ignored);
+    constexpr std::uintmax_t kMegabyte = 1'000'000;
+    return {"/dev/shm has " + std::to_string(space.available / kMegabyte) + " MB left of " +
+            std::to_string(space.capacity / kMegabyte) +
+            ", and a host process needs up to 22 MB there. Give a container more, as in --shm-size=256m, or run "
+            "without --remote and --host."};
+}
+
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error) {
     switch (error.GetReason()) {
         case orvane::Reason::HostEnded:
             return {"Try without --remote and --host, or with a longer --load-timeout."};
         case orvane::Reason::System:
-            return SystemHints(options, error.GetSystemError());
+            return SystemHints(error);
         case orvane::Reason::BadArgument:
         case orvane::Reason::NoMemory:
             return {};  // the error is clear without a hint

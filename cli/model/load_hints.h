@@ -14,6 +14,9 @@ namespace Orvane::Cli {
 // the files.
 std::vector<std::string> LoadHints(const ModelOptions& options, const orvane::Error& error);
 
+// Returns what the user can do about a failure of the system, during the load or later.
+std::vector<std::string> SystemHints(const orvane::Error& error);
+
 // Throws `Failure` for a folder that is not a SavedModel: the runtime would use all memory before it refuses the
 // folder.
 void RefuseFolder(const ModelOptions& options);

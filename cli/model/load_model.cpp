@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <new>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -207,7 +208,10 @@ LoadedModel LoadModel(const ModelOptions& options, std::ostream& err) {
 LogLines::LogLines(std::optional<uint32_t> minimum, std::ostream& err) : stream(err) {
     if (minimum) {
         least = *minimum;
-        orvane_set_log(Print, this);
+        if (orvane_error* error = orvane_set_log(Print, this); error != nullptr) {
+            orvane_error_free(error);
+            throw std::bad_alloc();
+        }
     }
 }
 

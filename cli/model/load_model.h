@@ -13,15 +13,15 @@
 
 namespace Orvane::Cli {
 
-// A loaded model, and a folder for those of its temporary files that the system cannot remove before the model.
+// A loaded model. On Windows the system cannot remove its temporary files while the model uses them: then `files`
+// removes them after the model.
 struct LoadedModel {
     std::unique_ptr<Platform::PrivateFolder> files;
     orvane::Model model;
 };
 
 // Throws `WrongUsage` for options that cannot be combined, and `Failure` with the SDK's message and with hints if the
-// model does not load. On a terminal `err` shows the step of a long load. Ctrl-C cancels a load with
-// temporary files.
+// model does not load. On a terminal `err` shows the step of a long load. Ctrl-C cancels a load with temporary files.
 LoadedModel LoadModel(const ModelOptions& options, std::ostream& err);
 
 // Writes the model with the shapes of the options to `out`, an .xml, and its .bin. Throws as `LoadModel`.

@@ -23,6 +23,7 @@ namespace Orvane
         /// A line was logged. Handlers run on the thread that logs, perhaps on several at once. An exception that a handler
         /// throws is ignored. The sender is null.
         /// </summary>
+        /// <exception cref="OrvaneException">There is not enough memory for the first handler.</exception>
         public static event EventHandler<LogEventArgs> LineWritten
         {
             add

@@ -90,8 +90,8 @@ namespace Orvane
         /// <summary>Whether the host process has ended and <see cref="Restart"/> has not been called since.</summary>
         internal bool NeedsRestart { get; private set; }
 
-        /// <summary>Loads a model on another thread, as <see cref="Model(string, ModelOptions)"/>. Cancelling ends the host
-        /// process; in this process a load stops at its next step.</summary>
+        /// <summary>Loads a model on another thread, as <see cref="Model(string, ModelOptions)"/>. Copies the options first.
+        /// Cancelling ends the host process; in this process a load stops at its next step.</summary>
         public static Task<Model> LoadAsync(string path, ModelOptions options = null,
                                             CancellationToken cancellationToken = default(CancellationToken))
         {

@@ -101,7 +101,7 @@ internal static class HostTest
         Thread.Sleep(250);  // until the run has begun
         model.Dispose();
         model.Dispose();
-        Expect.TakesAtMost(Quick, () => Expect.Throws<HostEndedException>(() => run.Wait()));
+        Expect.TakesAtMost(Quick, () => ExpectEnd(run));
         Expect.Throws<ObjectDisposedException>(() => model.Run());
         Expect.Throws<ObjectDisposedException>(() => model.SetInput(0, new float[Material.SlowSize]));
         Expect.Throws<ObjectDisposedException>(() => model.Interrupt());
@@ -156,9 +156,24 @@ internal static class HostTest
             Task<int> last = pool.RunAsync(RunSlowly);
             Thread.Sleep(250);  // until the run has begun
             pool.Dispose();
-            Expect.TakesAtMost(Quick, () => Expect.Throws<HostEndedException>(() => last.Wait()));
+            Expect.TakesAtMost(Quick, () => ExpectEnd(last));
             Expect.Throws<ObjectDisposedException>(() => pool.RunAsync(RunSlowly).Wait());
         }
+    }
+
+    // On a busy machine the model may be closed before the run begins.
+    private static void ExpectEnd(Task run)
+    {
+        try
+        {
+            run.Wait();
+        }
+        catch (AggregateException several) when (several.InnerException is HostEndedException ||
+                                                 several.InnerException is ObjectDisposedException)
+        {
+            return;
+        }
+        throw new Exception("the run did not fail");
     }
 
     [MethodImpl(MethodImplOptions.NoInlining)]

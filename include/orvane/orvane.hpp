@@ -174,8 +174,8 @@ class Which {
     std::optional<std::string> name;
 };
 
-/// One loaded model; movable, not copyable. Use it from one thread at a time; only `Interrupt` is thread-safe. After a
-/// move, only assign to it or destroy it. Functions throw an `Error` on failure: `HostEnded` if the host process ended.
+/// One loaded model. You can move it, but not copy it; only assign to or destroy a model that you have moved from. Use
+/// it from one thread at a time; only `Interrupt` is thread-safe. A function that fails throws an `Error`.
 class Model {
  public:
     /// Loads the model, and copies what it needs of the options. A missing file is `Reason::System` with the number 2.

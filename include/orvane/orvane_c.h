@@ -14,8 +14,8 @@
 /// - After `ORVANE_HOST_ENDED`, or after `ORVANE_CANCELLED` with a host process, every call that needs the host process
 ///   fails with `ORVANE_HOST_ENDED` until `orvane_restart`. `orvane_describe` and `orvane_tensor_count` still work.
 /// - If `orvane_infer` fails after it has checked its arguments, inputs may have the new data.
-/// - If the runtime refuses the first data since a load, the library loads the model again. If that fails too, every
-///   call that needs the model fails until `orvane_restart`.
+/// - If the runtime refuses the first data since a load, the library loads the model again. The inputs keep their
+///   shapes. If this load fails, every call that needs the model fails until `orvane_restart`.
 ///
 /// Ownership. The caller owns the model that `orvane_open` creates, and closes it. Each call copies the caller's data
 /// and texts before it returns. Other pointers that a function returns belong to the model or to the error, and the
@@ -27,10 +27,10 @@
 ///
 /// Texts are zero-terminated UTF-8 of at most 32,767 bytes, on Windows too. This includes paths.
 ///
-/// New versions of the interface add functions, and fields at the end of structures. They never change a function. So
-/// set each structure to zero, then set its `struct_size` to its size. A library accepts structures of an older header.
-/// It accepts structures of a newer header if the fields that it does not know are zero. If
-/// `orvane_abi() >= ORVANE_ABI`, the library has everything that this header declares.
+/// New versions of the interface add functions, and fields at the end of structures. After the first release they never
+/// change a function. So set each structure to zero, then set its `struct_size` to its size. A library accepts
+/// structures of an older header. It accepts structures of a newer header if the fields that it does not know are zero.
+/// If `orvane_abi() >= ORVANE_ABI`, the library has everything that this header declares.
 
 // NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using, readability-identifier-naming): C code
 #include <stdint.h>
@@ -45,7 +45,8 @@
 #define ORVANE_C_API
 #endif
 
-/// The number of the interface that this header describes. It grows with every addition.
+/// The number of the interface that this header describes. It grows with every change. Before the first release a
+/// function may change too.
 #define ORVANE_ABI 4
 
 #ifdef __cplusplus

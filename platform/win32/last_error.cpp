@@ -14,11 +14,12 @@ uint32_t LastError() noexcept {
 
 std::string SystemMessage(uint32_t error) {
     wchar_t text[512];
-    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0,
-                                        text, static_cast<DWORD>(std::size(text)), nullptr);
+    constexpr DWORD kInOneLine = FORMAT_MESSAGE_MAX_WIDTH_MASK;
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | kInOneLine,
+                                        nullptr, error, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
     const std::wstring_view message(text, length);
-    // The last sentence ends with a line end, which a text of ours continues.
-    const std::wstring_view sentence = message.substr(0, message.find_last_not_of(L"\r\n .") + 1);
+    // Removes the full stop, also the Chinese one, because our texts continue after it.
+    const std::wstring_view sentence = message.substr(0, message.find_last_not_of(L"\r\n .\u3002") + 1);
     return sentence.empty() ? "error " + std::to_string(error) : Utf8FromWide(sentence);
 }
 

@@ -204,8 +204,8 @@ class Model:
         Args:
             arrays: The inputs, in the model's order: arrays of the input's shape, or lists of numbers. The element type
                 must be the input's, or convert to it without loss. Every memory order is accepted.
-            out: Arrays for the outputs, of their types and shapes, in C order, that share no memory; or one array for
-                the only output.
+            out: Arrays for the outputs, of their types and shapes and in C order; they must not share memory. Or one
+                array for the only output.
             by_name: The other inputs, by name.
 
         Returns:

@@ -98,7 +98,7 @@ int32_t CountSteps(void* user, int32_t step) {
     Progress* progress = (Progress*)user;
     EXPECT(step >= ORVANE_LOAD_NONE && step <= ORVANE_LOAD_IN_HOST);
     if (progress->model != NULL) {
-        FAILS(orvane_run(progress->model), ORVANE_BAD_ARGUMENT, "cannot use its own model, except to interrupt it");
+        FAILS(orvane_run(progress->model), ORVANE_BAD_ARGUMENT, "can only interrupt or describe its own model");
         orvane_interrupt(progress->model);
     }
     return ++progress->calls[step] == progress->cancelAtCall && step == progress->cancelAtStep;

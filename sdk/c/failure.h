@@ -42,8 +42,8 @@ inline Failure Refused(const std::string& text) {
     return {ORVANE_REFUSED, text};
 }
 
-// Returns the failure for a status of the SDK's classes. Its text says in English what was wrong and what to do. If the
-// text of the status does not say this, it follows in parentheses.
+// Returns the failure for a status of the SDK's classes. Its text says what was wrong and what to do. If it does not
+// contain the text of the status, that text follows in parentheses.
 // `device` is the device that the caller asked for, if any.
 Failure FailureOf(const Status& status, const std::string& device = "");
 

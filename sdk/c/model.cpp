@@ -38,7 +38,7 @@ Model::Call::Call(Model& which, uint32_t milliseconds, bool hasProgress)
         model.end = HostEndedFailure(model.interpreter.GetHostEnd(), true);
     } else if (model.inCall) {
         throw BadArgument(
-            "a progress function cannot use its own model, except to interrupt it: use the model after the call");
+            "a progress function can only interrupt or describe its own model: use the model after the call");
     }
     model.inCall.emplace();
     model.limit = milliseconds;

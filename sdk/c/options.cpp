@@ -141,12 +141,15 @@ void RequireFiles(const InterpreterParams& params) {
 void MakePathsAbsolute(InterpreterParams& params) {
     for (std::string* path : {&params.modelPath, &params.openvinoCachePath, &params.host}) {
         const std::filesystem::path given = Platform::PathFromUtf8(*path);
-        if (given.empty() || given.is_absolute()) {
+        // Windows looks for a program without a folder in the folder of the application first.
+        if (given.empty() || given.is_absolute() || (path == &params.host && !given.has_parent_path())) {
             continue;
         }
         std::error_code error;
         const std::filesystem::path absolute = std::filesystem::absolute(given, error);
-        if (std::filesystem::exists(absolute, error)) {  // false if the path has become too long
+        const bool isCache = path == &params.openvinoCachePath;  // may be made later
+        // False if the path has become too long.
+        if (std::filesystem::exists(isCache ? absolute.parent_path() : absolute, error)) {
             *path = Platform::Utf8FromPath(absolute);
         }
     }

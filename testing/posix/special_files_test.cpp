@@ -13,7 +13,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -41,16 +40,12 @@ class SpecialFiles : public testing::Test {
     std::string model = Testing::AddModel({1, 2}).WriteTo(folder, "m");
 };
 
-TEST(LoadHints, NameSharedMemoryThatIsFull) {
-    const auto hints = [](std::optional<std::string> host, int system) {
-        ModelOptions options;
-        options.host = std::move(host);
-        return LoadHints(options, {orvane::Reason::System, "CreateFileMapping error", system});
-    };
-    ASSERT_EQ(hints("host", ENOSPC).size(), 1U);
-    EXPECT_NE(hints("host", ENOSPC)[0].find("/dev/shm"), std::string::npos);
-    EXPECT_TRUE(hints("host", EACCES).empty());
-    EXPECT_TRUE(hints(std::nullopt, ENOSPC).empty()) << "another disk is full";
+TEST(SystemHints, NameSharedMemoryThatIsFull) {
+    const auto hints = [](const char* text, int system) { return SystemHints({orvane::Reason::System, text, system}); };
+    ASSERT_EQ(hints("no memory for the data (CreateFileMapping error)", ENOSPC).size(), 1U);
+    EXPECT_NE(hints("CreateEvent result error", ENOSPC)[0].find("/dev/shm"), std::string::npos);
+    EXPECT_TRUE(hints("CreateFileMapping error", EACCES).empty());
+    EXPECT_TRUE(hints("cannot write out.xml", ENOSPC).empty()) << "another disk is full";
 }
 
 TEST_F(SpecialFiles, AreRefused) {
