@@ -101,7 +101,8 @@ enum orvane_element_type {
 };
 
 /// Which model to run, and how. Null and 0 are the defaults. A relative path starts in the working directory at the
-/// time of `orvane_open`, also when `orvane_restart` uses it.
+/// time of `orvane_open`, also when `orvane_restart` uses it. Only for a `host_program` without a folder, each start
+/// of a host process searches again.
 typedef struct orvane_options {
     uint64_t struct_size;    ///< the size of this structure in bytes
     const char* model_path;  ///< the model file; may be null if the cache file exists

@@ -29,8 +29,8 @@ LoadRequest ReadOptions(const orvane_options* given);
 // Throws if a file that a load reads is missing or is not an ordinary file.
 void RequireFiles(const InterpreterParams& params);
 
-// Makes the paths of existing files absolute, for a restart after the application has changed its working directory.
-// Leaves a path without a file: Windows searches for a host program without a folder.
+// Makes the paths absolute, for a restart after the application has changed its working directory. Leaves a host
+// program without a folder, because Windows searches for it, and a path that would be too long.
 void MakePathsAbsolute(InterpreterParams& params);
 
 // Reads a text of at most 32,767 bytes; null is empty. `name` is for a message: "the model path".
